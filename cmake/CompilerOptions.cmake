@@ -1,0 +1,9 @@
+# Warnings and sanitizers of every target of the project. zephor_options is linked privately by each.
+add_library(zephor_options INTERFACE)
+target_compile_options(zephor_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+target_include_directories(zephor_options INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+                                                    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
+if(ZEPHOR_SANITIZE)
+  add_compile_options(-fsanitize=${ZEPHOR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${ZEPHOR_SANITIZE})
+endif()

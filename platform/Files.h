@@ -1,0 +1,115 @@
+// Files and directories under their Windows names: open, read, write, copy, move, find, attributes and times.
+//
+// Paths are library paths (`X:\dir\name`, `\dir\name`); platform/Paths.h says how they become paths of the system and how
+// names are looked up. Unless stated otherwise an operation that fails answers FALSE (or the stated value) and sets the
+// thread's last error, and one that succeeds leaves the last error alone. All operations may be called from any thread;
+// one open handle belongs to one thread at a time.
+#pragma once
+
+#include "platform/WindowsTypes.h"
+
+#ifndef _WIN32
+
+constexpr DWORD GENERIC_READ = 0x80000000;
+constexpr DWORD GENERIC_WRITE = 0x40000000;
+constexpr DWORD FILE_WRITE_ATTRIBUTES = 0x100;
+constexpr DWORD FILE_SHARE_READ = 0x1;
+constexpr DWORD FILE_SHARE_WRITE = 0x2;
+constexpr DWORD FILE_SHARE_DELETE = 0x4;
+constexpr DWORD CREATE_NEW = 1;
+constexpr DWORD CREATE_ALWAYS = 2;
+constexpr DWORD OPEN_EXISTING = 3;
+constexpr DWORD OPEN_ALWAYS = 4;
+constexpr DWORD TRUNCATE_EXISTING = 5;
+constexpr DWORD FILE_BEGIN = 0;
+constexpr DWORD FILE_CURRENT = 1;
+constexpr DWORD FILE_END = 2;
+constexpr DWORD INVALID_FILE_SIZE = 0xFFFFFFFF;
+constexpr DWORD INVALID_SET_FILE_POINTER = 0xFFFFFFFF;
+constexpr DWORD MOVEFILE_REPLACE_EXISTING = 0x1;
+
+/// Opens or creates a file. Share modes are kept between the handles of this process and, advisory, between processes.
+/// @return the handle, or INVALID_HANDLE_VALUE
+PLATFORM_API HANDLE CreateFileW(const wchar_t* path, DWORD access, DWORD shareMode, void* security, DWORD disposition,
+                                DWORD flagsAndAttributes, HANDLE templateFile);
+/// Closes a handle of any kind of the platform; a handle that is none answers FALSE with ERROR_INVALID_HANDLE.
+PLATFORM_API BOOL CloseHandle(HANDLE handle);
+PLATFORM_API BOOL ReadFile(HANDLE file, void* buffer, DWORD size, DWORD* read, void* overlapped);
+PLATFORM_API BOOL WriteFile(HANDLE file, const void* buffer, DWORD size, DWORD* written, void* overlapped);
+PLATFORM_API DWORD SetFilePointer(HANDLE file, LONG distance, LONG* distanceHigh, DWORD origin);
+PLATFORM_API BOOL SetEndOfFile(HANDLE file);
+PLATFORM_API BOOL FlushFileBuffers(HANDLE file);
+PLATFORM_API DWORD GetFileSize(HANDLE file, DWORD* sizeHigh);
+PLATFORM_API BOOL GetFileTime(HANDLE file, FILETIME* creation, FILETIME* access, FILETIME* write);
+/// Sets the times that are not null. The creation time is kept in an attribute of the file where the system has none to set.
+PLATFORM_API BOOL SetFileTime(HANDLE file, const FILETIME* creation, const FILETIME* access, const FILETIME* write);
+
+/// Copies content, write time and attributes; an existing target is replaced unless `failIfExists`. The target is never
+/// visible half-written under its name.
+PLATFORM_API BOOL CopyFileW(const wchar_t* from, const wchar_t* to, BOOL failIfExists);
+/// Moves a file or directory; an existing target is an error (ERROR_ALREADY_EXISTS), but a change of letter case is none.
+PLATFORM_API BOOL MoveFileW(const wchar_t* from, const wchar_t* to);
+PLATFORM_API BOOL MoveFileExW(const wchar_t* from, const wchar_t* to, DWORD flags);
+/// Deletes a file. A read-only file answers ERROR_ACCESS_DENIED, a directory too.
+PLATFORM_API BOOL DeleteFileW(const wchar_t* path);
+PLATFORM_API DWORD GetFileAttributesW(const wchar_t* path);
+/// Hidden and system live in the extended attribute `user.DOSATTRIB`; read-only is the owner's write permission.
+PLATFORM_API BOOL SetFileAttributesW(const wchar_t* path, DWORD attributes);
+PLATFORM_API BOOL CreateDirectoryW(const wchar_t* path, void* security);
+/// Creates a directory with all its parents.
+/// @return 0, ERROR_ALREADY_EXISTS when the directory was there, or the error; the last error is not changed
+PLATFORM_API int SHCreateDirectoryExW(HWND owner, const wchar_t* path, const void* security);
+PLATFORM_API BOOL RemoveDirectoryW(const wchar_t* path);
+
+/// Begins a listing. The last component may hold `*` and `?`, matched without regard to case; `*.*` matches every name.
+/// A directory lists `.` and `..` first. Names that are not valid UTF-8 are passed over.
+PLATFORM_API HANDLE FindFirstFileW(const wchar_t* pattern, WIN32_FIND_DATAW* data);
+PLATFORM_API BOOL FindNextFileW(HANDLE find, WIN32_FIND_DATAW* data);
+PLATFORM_API BOOL FindClose(HANDLE find);
+
+PLATFORM_API DWORD GetTempPathW(DWORD size, wchar_t* buffer);
+/// Path of the running program's file, as a library path.
+PLATFORM_API DWORD GetModuleFileNameW(HMODULE module, wchar_t* buffer, DWORD size);
+
+// The runtime's file functions that the system uses beside them; they answer -1 and set errno as the runtime does.
+PLATFORM_API int _waccess(const wchar_t* path, int mode);
+PLATFORM_API int _wunlink(const wchar_t* path);
+
+#endif
+
+#include <cstdint>
+#include <string>
+
+namespace platform {
+
+/// Path behind an open file handle as the system sees it now (a renamed file gives its new name).
+/// @return a library path; empty when the handle is none, or its file was removed
+PLATFORM_API std::wstring pathOfHandle(HANDLE file);
+
+/// Size in bytes and times of one file, without opening it.
+struct FileStatus {
+  bool exists = false;
+  bool isDirectory = false;
+  std::uint64_t size = 0;
+  FILETIME creationTime{};
+  FILETIME writeTime{};
+};
+PLATFORM_API FileStatus fileStatus(const std::wstring& path);
+
+/// Moves a file or directory into the user's trash (freedesktop.org Trash specification 1.0).
+/// @return 0, or the error; on an error the file is still where it was
+PLATFORM_API DWORD moveToTrash(const std::wstring& path);
+
+/// Removes a directory with everything below it; links are removed, never followed.
+/// @return 0, or the first error
+PLATFORM_API DWORD removeTree(const std::wstring& path);
+
+/// Writes a file whole or not at all: beside it, synced, then renamed onto its name.
+/// @return 0, or the error; the old content then stands unchanged
+PLATFORM_API DWORD writeFileAtomically(const std::wstring& path, const void* data, std::size_t size);
+
+/// Reads a whole file of at most `limit` bytes.
+/// @return 0, or the error; ERROR_BAD_LENGTH when the file is larger than `limit`
+PLATFORM_API DWORD readWholeFile(const std::wstring& path, std::string& content, std::uint64_t limit);
+
+}  // namespace platform
