@@ -44,6 +44,13 @@ PLATFORM_API HINSTANCE ShellExecuteW(HWND owner, const wchar_t* verb, const wcha
 
 namespace platform {
 
+/// One string of a resource library. Such a library is a shared object, whatever its file name ends in, that defines the C symbol
+/// `zephorResourceStrings`: an array of these, ended by an entry with a null text.
+struct ResourceString {
+  UINT id;
+  const char* utf8Text;
+};
+
 /// The environment variable, or an empty text.
 PLATFORM_API std::wstring environment(const wchar_t* name);
 
