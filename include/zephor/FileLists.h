@@ -1,0 +1,18 @@
+// Lists of files of a cloud project.
+#pragma once
+
+#include <set>
+#include <string>
+
+#include "zephor/Export.h"
+
+class PRJ;
+
+namespace Quorvel::FileAccess {
+
+/// Full paths. True for a project that is not in the cloud.
+ZEPHOR_API bool WGO_DownloadFiles(const PRJ& prj, const std::set<std::wstring>& files);
+ZEPHOR_API bool WGO_DownloadFilesWithoutProgressBar(const PRJ& prj, const std::set<std::wstring>& files);
+ZEPHOR_API bool WGO_UploadFilesWithoutProgressBar(const PRJ& prj, const std::set<std::wstring>& files);
+
+}  // namespace Quorvel::FileAccess

@@ -1,0 +1,216 @@
+// The transfer object: all file traffic of a project on an FTP server or in a plain directory passes through it.
+//
+// One object exists in a process, see getInetFileManager. Callers never pass a root directory: they pass a path number,
+// which the object resolves to a local or a server root that was set up once. A status is a Windows-style error code, 0
+// for success. Unless an operation says otherwise `name` is a plain file name, `dir` a sub-directory or null, and
+// `pathNr` points to a path number. Paths and names are set up on the host's main thread; transfers run on the calling
+// thread's own connection.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/WindowsTypes.h"
+#include "zephor/Export.h"
+
+namespace Quorvel::FileAccess {
+
+/// Path numbers. 4, 7, 12 and 15 have no name of their own: the BIM directory and the user's directory, local and on
+/// the server.
+enum WGO_PathNr : int {
+  eNoPath = 0,
+  ePrgPath = 1,
+  eLocalDataPath = 2,
+  ePrjPath = 3,
+  eStdPath = 5,
+  eUsrPath = 6,
+  eAdminPath = 8,
+  eTempPath = 9,
+  eServerDataPath = 10,
+  eServerPrjPath = 11,
+  eServerStdPath = 13,
+  eServerUsrPath = 14,
+  eServerAdminPath = 16,
+};
+
+/// Kinds of numbered objects as the transfer object speaks of them; not the host's file types.
+enum ObjectType : int {
+  eObject_Teilbild = 0,
+  eObject_Zeichnung = 1,
+  eObject_Plan = 2,
+};
+
+/// Which side of a transfer holds the newer file.
+enum UpdateVerdict : std::int32_t {
+  eVerdict_ServerNewer = -1,  ///< the server file is newer or different: download
+  eVerdict_Equal = 0,
+  eVerdict_LocalNewer = 1,     ///< upload
+  eVerdict_LocalMissing = 2,   ///< download
+  eVerdict_ServerMissing = 3,  ///< upload
+  eVerdict_BothMissing = 4,
+};
+
+/// How version counters are compared. Any other value: always equal.
+enum CompareMode : int {
+  eCompare_Strict = 1,   ///< any difference means that the server wins
+  eCompare_Ordered = 2,  ///< the counters say which is newer
+};
+
+/// What the manager's first operation takes.
+struct Initialize_forIZepInetFileTransfer {
+  const wchar_t* serverName = nullptr;  ///< null or empty: no server, the manager stays uninitialised
+  HWND parentWindow = nullptr;          ///< owner of every dialog and box of this thread
+
+  /// No server, and the host's main window.
+  ZEPHOR_API static Initialize_forIZepInetFileTransfer DefaultValues();
+};
+
+/// An element of a server listing.
+struct RemoteFileEntry {
+  std::wstring name;
+  FILETIME time{};  ///< UTC
+  std::int64_t size = 0;
+};
+
+/// An element of a list transfer.
+struct InetFileInfo {
+  std::wstring name;
+  std::int32_t value = 0;
+  std::int64_t size = 0;
+};
+
+/// A project object by number and type.
+struct WGO_BaseObjectInfo {
+  int number = 0;
+  int type = 0;
+};
+
+/// An object that moved.
+struct TransferRecord {
+  std::int32_t objectNumber = 0;
+  std::int32_t first = 0;
+  std::int32_t second = 0;
+  std::int32_t state = 0;
+  std::int32_t kind = 0;  ///< 4: a finished download
+};
+
+struct LockFileInfo {
+  std::int32_t objectType = 0;
+  std::int32_t objectNumber = -1;
+  std::int32_t userId = 0;
+  std::wstring fileName;
+  std::wstring baseName;  ///< without its last two extensions
+};
+
+/// The record behind the handle of openFile.
+struct CPartialDownload;
+
+class WGO_FileFilter;
+class IProgress;
+struct WGO_ListOptions;
+
+class ZEPHOR_API IZepInetFileTransfer {
+ public:
+  virtual ~IZepInetFileTransfer() = default;
+  virtual bool initialize(Initialize_forIZepInetFileTransfer& record) = 0;
+  virtual void shutdown() = 0;
+  virtual DWORD renameFile(const wchar_t* oldName, const wchar_t* newName, const wchar_t* dir, const int* pathNr) = 0;
+  virtual DWORD downloadToOpenFile(int hostFile, const wchar_t* name, const wchar_t* dir, const int* serverPathNr,
+                                   const int* localPathNr, int* number, int objectNumber, unsigned flags) = 0;
+  virtual DWORD downloadFile(const wchar_t* name, const wchar_t* dir, const int* serverPathNr, const int* localPathNr,
+                             int* number, int objectNumber, unsigned flags) = 0;
+  virtual DWORD uploadFreeFile(const wchar_t* fullPath, const wchar_t* dir, const int* pathNr, bool silent) = 0;
+  virtual DWORD uploadFile(const wchar_t* name, const wchar_t* dir, const int* pathNr, bool silent) = 0;
+  virtual bool deleteServerPath(const wchar_t* path) = 0;
+  virtual DWORD deleteFile(const wchar_t* name, const wchar_t* dir, const int* pathNr) = 0;
+  virtual CPartialDownload* openFile(const wchar_t* name, const wchar_t* dir, const int* pathNr) = 0;
+  virtual int seekFile(CPartialDownload* record, long long offset, int origin) = 0;
+  virtual std::size_t readFilePartial(CPartialDownload* record, void* buffer, std::size_t size) = 0;
+  virtual DWORD closeFile(CPartialDownload* record) = 0;
+  virtual bool existDirectory(const wchar_t* path) = 0;
+  virtual bool existFile(const wchar_t* name) = 0;
+  /// Resolves an open file handle to a project file. With a null handle `name` is resolved as it stands.
+  /// @param type  file type: 0 Teilbild, 1 Zeichnung, 2 Plan, 5 QuorvelBim.xml, 10 QuorvelLayout.xml
+  virtual bool getFileInfoFromHandle(HANDLE file, int& type, int& number, std::wstring& name) = 0;
+  virtual bool getCRC(std::uint32_t& crc, const wchar_t* name, const wchar_t* dir, const int* pathNr) = 0;
+  /// Null changes nothing.
+  virtual void setServerName(const wchar_t* name) = 0;
+  virtual const wchar_t* getServerName() = 0;
+  /// @return 0; 13 for an empty name; 3 when `check` is set and the directory does not exist
+  virtual DWORD setProjectName(const wchar_t* name, bool check) = 0;
+  virtual const wchar_t* getProjectName() = 0;
+  /// @return a text in a buffer of this thread, valid until its next call; "(null)" for an unknown number
+  virtual const wchar_t* getPathFromNr(const int* pathNr) = 0;
+  virtual const wchar_t* getServerPathFromNr(const int* pathNr) = 0;
+  virtual DWORD getProjectDirectories(const wchar_t* project, std::vector<WIN32_FIND_DATAW>& out) = 0;
+  /// @param objectNumber  null gives the search pattern of the type
+  virtual void getObjectFileName(const int* objectNumber, const ObjectType* type, std::wstring& name,
+                                 const int* pathNr) = 0;
+  virtual DWORD getServerFileInfos(const wchar_t* directory, const wchar_t* pattern, std::vector<RemoteFileEntry>& out,
+                                   const WGO_ListOptions* options) = 0;
+  virtual DWORD getServerFileNames(const wchar_t* directory, const wchar_t* pattern, std::vector<std::wstring>& out,
+                                   const WGO_ListOptions* options) = 0;
+  virtual DWORD getServerFiles(const wchar_t* directory, std::vector<RemoteFileEntry>& out) = 0;
+  virtual bool getServerFileSizeAndTime(std::int64_t* size, const wchar_t* path, FILETIME* time) = 0;
+  virtual bool getLocalFileSizeAndTime(std::int64_t& size, const wchar_t* path, FILETIME& time) = 0;
+  virtual bool updateFileTime(const wchar_t* name, const wchar_t* dir, const int* pathNr,
+                              const RemoteFileEntry* entry) = 0;
+  virtual UpdateVerdict objectNeedsUpdate(const int* objectNumber, const ObjectType* type, const int* pathNr,
+                                          std::uint32_t localVersion, const GUID& localGuid,
+                                          std::uint32_t serverVersion, const GUID& serverGuid,
+                                          const CompareMode* mode) = 0;
+  virtual UpdateVerdict fileNeedsUpdate(const wchar_t* name, const ObjectType* type, std::uint32_t localVersion,
+                                        const GUID& localGuid, std::uint32_t serverVersion, const GUID& serverGuid,
+                                        const CompareMode* mode) = 0;
+  virtual UpdateVerdict fileNeedsUpdate(const wchar_t* name, const wchar_t* dir, const int* pathNr, unsigned flags,
+                                        std::uint32_t* lockMask) = 0;
+  virtual void clearTransferRecords() = 0;
+  virtual bool addTransferRecord(const TransferRecord& record) = 0;
+  virtual std::size_t getTransferRecords(std::vector<TransferRecord>& out) = 0;
+  virtual bool getTransferRecord(int objectNumber, std::int32_t& state, bool (*filter)(const TransferRecord&)) = 0;
+  virtual DWORD syncServerDirectory(const int* pathNr, const wchar_t* directory, const WGO_FileFilter* filter,
+                                    int progress) = 0;
+  virtual DWORD syncServerDirectoryTree(const wchar_t* directory, const int* pathNr, const WGO_FileFilter* filter,
+                                        int progress, bool recursive) = 0;
+  virtual DWORD deleteServerDirectory(const wchar_t* path, const wchar_t* dir, const int* pathNr) = 0;
+  virtual bool getServerDirectories(const wchar_t* directory, int mode, std::vector<std::wstring>& out) = 0;
+  virtual void setDialogsSuppressed(bool suppressed) = 0;
+};
+
+class ZEPHOR_API IZepInetFileTransferInternal {
+ public:
+  virtual ~IZepInetFileTransferInternal() = default;
+  /// Ends the calling thread's connection; every worker thread calls it when it ends.
+  virtual void releaseThreadData() = 0;
+  virtual void setConnectionType(const int* type) = 0;
+  /// 0: the server is a directory of the file system; otherwise online.
+  virtual int getConnectionType() = 0;
+  virtual void setQuorvelUserID(int id) = 0;
+  virtual int getQuorvelUserID() = 0;
+  virtual void setQuorvelUserName(const wchar_t* name) = 0;
+  virtual const wchar_t* getUserIdText() = 0;
+  /// @return the previous value of the entry, "(null)" when nothing was set
+  virtual const wchar_t* setPathFromNr(const wchar_t* path, const int* pathNr) = 0;
+  /// Null gives "/".
+  virtual void setCurrentName(const wchar_t* name) = 0;
+  virtual const wchar_t* getCurrentName() = 0;
+  virtual bool createServerDirectory(const wchar_t* path) = 0;
+};
+
+class ZEPHOR_API IZepInetFileTransferLocking {
+ public:
+  virtual ~IZepInetFileTransferLocking() = default;
+  virtual bool createLockFile(int objectNumber, const int* objectType, const wchar_t* name, const wchar_t* text) = 0;
+  virtual bool deleteLockFile(int objectNumber, const int* objectType, const wchar_t* name) = 0;
+  virtual bool readLockFile(const wchar_t* name, std::wstring& text) = 0;
+  virtual bool lockFileExists(int objectNumber, const int* objectType, const wchar_t* name, const wchar_t* pattern) = 0;
+  virtual std::size_t fillLockInfo(const wchar_t* project, std::vector<LockFileInfo>& out, int userFilter) = 0;
+  virtual std::size_t fillLockInfo(const int* pathNr, int userFilter, std::vector<LockFileInfo>& out) = 0;
+};
+
+/// The one transfer object of the process, created by the first call, which the host's main thread makes. The other two
+/// interfaces are reached by a cast from the answer.
+ZEPHOR_API IZepInetFileTransfer& getInetFileManager();
+
+}  // namespace Quorvel::FileAccess

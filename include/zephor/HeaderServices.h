@@ -1,0 +1,43 @@
+// Headers of project objects, each service from one source: file, project database, cache, compressed file, server.
+//
+// A service clears its output before it looks: the record is all zero when it answers false. None shows anything to the
+// user.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "host/Records.h"
+#include "platform/WindowsTypes.h"
+#include "zephor/Export.h"
+
+class PRJ;
+
+namespace Quorvel::FileAccess {
+
+/// @param fromFile  true: the file below host path `unit`; false: the open project's database
+ZEPHOR_API bool WGO_getTBHeader(unsigned number, TeilbildHeader* header, bool fromFile, int unit);
+ZEPHOR_API bool WGO_getTBHeaderFromCache(unsigned number, TeilbildHeader* header);
+ZEPHOR_API bool WGO_getTBHeaderFromDataBase(unsigned number, TeilbildHeader* header);
+ZEPHOR_API bool WGO_getTBHeaderFromOnlineServer(unsigned number, TeilbildHeader* header);
+ZEPHOR_API bool WGO_getPLHeader(unsigned number, PlanHeader* header, bool fromFile, int unit);
+ZEPHOR_API bool WGO_getPLHeaderFromOnlineServer(unsigned number, PlanHeader* header);
+ZEPHOR_API bool WGO_getZEHeader(unsigned number, ZeichnungHeader* header, bool fromFile);
+/// Always false: the server keeps no Zeichnung headers.
+ZEPHOR_API bool WGO_getZEHeaderFromOnlineServer(unsigned number, ZeichnungHeader* header);
+
+/// Version counter and file GUID of a Teilbild here or on the server; the counter is kUnknownVersion when the answer is
+/// false.
+ZEPHOR_API bool WGO_getTBVersionCounter(unsigned number, unsigned& counter, GUID& guid, bool fromServer);
+
+ZEPHOR_API bool WGO_getTBHeaderInfoFromProject(PRJ& prj, std::vector<TeilbildHeader>& server,
+                                               std::vector<TeilbildHeader>& local);
+ZEPHOR_API bool WGO_getPLHeaderInfoFromProject(PRJ& prj, std::vector<PlanHeader>& server,
+                                               std::vector<PlanHeader>& local);
+/// Stored headers of a type, as records that the caller owns and frees with WGO_freeHeaders.
+ZEPHOR_API bool WGO_DownloadAllHeaders(const PRJ& prj, int type, std::vector<void*>& out);
+ZEPHOR_API bool WGO_DownloadHeaders(std::vector<int>& numbers, int type, std::vector<void*>& out);
+ZEPHOR_API void WGO_freeHeaders(int type, std::vector<void*>& headers);
+
+}  // namespace Quorvel::FileAccess

@@ -1,0 +1,23 @@
+// The Teilbilder and Plans that could not be uploaded: kept in memory, mirrored in "NotUploadedFiles.xml" of the open
+// project.
+//
+// Every path is judged by its file name alone; files of other types are refused without a word. On the main thread's
+// upload paths; the list has no lock. Nothing here reports an error.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "zephor/Export.h"
+
+ZEPHOR_API void addEntryToNotUploadedFilesList(const wchar_t* path);
+/// From the list in memory only; the file follows at the next add or close.
+ZEPHOR_API void removeEntryFromNotUploadedFilesList(const wchar_t* path);
+ZEPHOR_API bool existsEntryInNotUploadedFilesList(const wchar_t* path);
+/// Loads the list if need be. @return the number of names
+ZEPHOR_API std::size_t getNotUploadedFilesList(std::vector<std::wstring>& names);
+/// Writes the file, then empties the list.
+ZEPHOR_API void closeNotUploadedFilesList();
+/// Empties the list without writing.
+ZEPHOR_API void resetNotUploadedFilesList();
+ZEPHOR_API void deleteXMLFileOfNotUploadedFilesList(bool clearList);

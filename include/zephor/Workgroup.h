@@ -1,0 +1,51 @@
+// Aiming the service at a server and project, opening a project.
+#pragma once
+
+#include <string>
+
+#include "zephor/Export.h"
+
+class PRJ;
+
+namespace Quorvel::FileAccess {
+
+/// Project-level result codes.
+constexpr unsigned long kNoSyncDone = 0x20B10001;
+constexpr unsigned long kReleaseNotUsable = 0xA0B10001;
+constexpr unsigned long kProjectRefused = 0xA0B10002;
+constexpr unsigned long kNoCloudLogin = 0xA0B10004;
+constexpr int kWorkgroupInitFailed = -20;
+
+/// Aims the transfer object at a host; an empty host leaves it without one. Takes the service-wide lock.
+ZEPHOR_API bool WGO_initWorkgroup(const wchar_t* host);
+/// Aims server and project, and tells where they pointed before. On failure the server is what it was.
+ZEPHOR_API bool WGO_FullInitWorkgroup(const std::wstring& host, const std::wstring& project, std::wstring& oldHost,
+                                      std::wstring& oldProjectDirectory);
+/// Login (cloud only), then WGO_FullInitWorkgroup. @return 0, -20, or 0xA0B10004 as a signed number
+ZEPHOR_API int WGO_InitForProjectOpen(const PRJ& prj);
+/// A project may lag up to three main releases behind the program and must not be ahead. A project that is not in the
+/// cloud is valid. The middle argument has no effect.
+ZEPHOR_API bool WGO_isValidProjectVersion(const PRJ& prj, bool ignored, bool showMessage);
+ZEPHOR_API bool WGO_checkProjectAccessState(PRJ* prj);
+/// True when the project is in the cloud.
+ZEPHOR_API bool WGO_IsProjectWithDownload(const PRJ& prj);
+
+/// Aims the service at another host and project, and back at its end. On the host's main thread.
+class ZEPHOR_API CScopedPrjSettings {
+ public:
+  /// @param project  null: only the host
+  CScopedPrjSettings(const wchar_t* host, const wchar_t* project);
+  CScopedPrjSettings(const CScopedPrjSettings&);
+  CScopedPrjSettings& operator=(const CScopedPrjSettings&);
+  ~CScopedPrjSettings();
+
+ private:
+  void push(const wchar_t* host, const wchar_t* project);
+  void pop();
+
+  std::wstring oldWorkgroupServer_;
+  std::wstring oldHost_;
+  std::wstring oldProjectDirectory_;
+};
+
+}  // namespace Quorvel::FileAccess
