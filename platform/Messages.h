@@ -12,8 +12,8 @@ constexpr DWORD FORMAT_MESSAGE_IGNORE_INSERTS = 0x200;
 constexpr DWORD FORMAT_MESSAGE_FROM_HMODULE = 0x800;
 constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
 
-/// Text of an error code, ended by CR LF. System codes come from the system, 2100 to 2999 from "netmsg.dll", 12000 to 12192
-/// from "wininet.dll" and "winhttp.dll"; a code without text answers 0 and sets ERROR_MR_MID_NOT_FOUND (317).
+/// Text of an error code, ended by CR LF. System codes come from the system, 2100 to 2999 from "netmsg.dll", 12000 to
+/// 12192 from "wininet.dll" and "winhttp.dll"; a code without text answers 0 and sets ERROR_MR_MID_NOT_FOUND (317).
 /// With FORMAT_MESSAGE_ALLOCATE_BUFFER `buffer` is a `wchar_t**` that LocalFree releases.
 /// @return characters without the terminator
 PLATFORM_API DWORD FormatMessageW(DWORD flags, HMODULE module, DWORD code, DWORD language, wchar_t* buffer, DWORD size,
@@ -25,7 +25,8 @@ PLATFORM_API void* LocalFree(void* memory);
 PLATFORM_API HMODULE LoadLibraryW(const wchar_t* path);
 PLATFORM_API HMODULE LoadLibraryExW(const wchar_t* path, HANDLE reserved, DWORD flags);
 PLATFORM_API BOOL FreeLibrary(HMODULE module);
-/// Copies string `id` of a resource library, cut to `size` - 1 characters. @return characters copied; 0 when there is none
+/// Copies string `id` of a resource library, cut to `size` - 1 characters. @return characters copied; 0 when there is
+/// none
 PLATFORM_API int LoadStringW(HINSTANCE module, UINT id, wchar_t* buffer, int size);
 
 /// Last text of an internet server for this thread. @return FALSE when there is none
@@ -44,8 +45,8 @@ PLATFORM_API HINSTANCE ShellExecuteW(HWND owner, const wchar_t* verb, const wcha
 
 namespace platform {
 
-/// One string of a resource library. Such a library is a shared object, whatever its file name ends in, that defines the C symbol
-/// `zephorResourceStrings`: an array of these, ended by an entry with a null text.
+/// One string of a resource library. Such a library is a shared object, whatever its file name ends in, that defines
+/// the C symbol `zephorResourceStrings`: an array of these, ended by an entry with a null text.
 struct ResourceString {
   UINT id;
   const char* utf8Text;

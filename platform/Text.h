@@ -14,10 +14,15 @@
 #ifndef _WIN32
 constexpr UINT CP_ACP = 0;
 constexpr UINT CP_UTF8 = 65001;
+constexpr DWORD MB_ERR_INVALID_CHARS = 0x8;
+constexpr DWORD WC_ERR_INVALID_CHARS = 0x80;
 
-/// Converts to a code page (CP_ACP, CP_UTF8, 1252, 28591). Characters outside the page become `?`.
+/// Converts to a code page (CP_ACP, CP_UTF8, 1252, 28591). Characters outside the page become `defaultChar`, by default
+/// `?`. With WC_ERR_INVALID_CHARS (UTF-8 only) a code point that is no character answers ERROR_NO_UNICODE_TRANSLATION
+/// instead.
 /// @param length  in characters, -1 for a zero-terminated text, whose terminator is then converted too
-/// @param size    of `out` in bytes; 0 asks for the size needed
+/// @param size    of `out` in bytes; 0 asks for the size needed. What does not fit is cut behind a whole character and
+///                answers ERROR_INSUFFICIENT_BUFFER
 /// @return bytes written or needed; 0 on failure
 PLATFORM_API int WideCharToMultiByte(UINT codePage, DWORD flags, const wchar_t* text, int length, char* out, int size,
                                      const char* defaultChar, BOOL* usedDefaultChar);
@@ -37,6 +42,7 @@ PLATFORM_API std::wstring fromUtf8(std::string_view text);
 /// Code points that are no characters (surrogates, above 10FFFF) become U+FFFD.
 PLATFORM_API std::string toUtf8(std::wstring_view text);
 PLATFORM_API std::u16string toUtf16(std::wstring_view text);
+/// A lone surrogate becomes U+FFFD.
 PLATFORM_API std::wstring fromUtf16(std::u16string_view text);
 PLATFORM_API bool isValidUtf8(std::string_view text);
 
@@ -56,17 +62,17 @@ PLATFORM_API UINT activeCodePage();
 class FormatArgument {
  public:
   enum class Kind : std::uint8_t { Signed, Unsigned, Floating, Text, Character, Pointer };
-  FormatArgument(int v) : kind_(Kind::Signed), signed_(v) {}                         // NOLINT(*-explicit-*)
-  FormatArgument(long v) : kind_(Kind::Signed), signed_(v) {}                        // NOLINT(*-explicit-*)
-  FormatArgument(long long v) : kind_(Kind::Signed), signed_(v) {}                   // NOLINT(*-explicit-*)
-  FormatArgument(unsigned v) : kind_(Kind::Unsigned), unsigned_(v) {}                // NOLINT(*-explicit-*)
-  FormatArgument(unsigned long v) : kind_(Kind::Unsigned), unsigned_(v) {}           // NOLINT(*-explicit-*)
-  FormatArgument(unsigned long long v) : kind_(Kind::Unsigned), unsigned_(v) {}      // NOLINT(*-explicit-*)
-  FormatArgument(double v) : kind_(Kind::Floating), floating_(v) {}                  // NOLINT(*-explicit-*)
-  FormatArgument(wchar_t v) : kind_(Kind::Character), character_(v) {}               // NOLINT(*-explicit-*)
+  FormatArgument(int v) : kind_(Kind::Signed), signed_(v) {}                                    // NOLINT(*-explicit-*)
+  FormatArgument(long v) : kind_(Kind::Signed), signed_(v) {}                                   // NOLINT(*-explicit-*)
+  FormatArgument(long long v) : kind_(Kind::Signed), signed_(v) {}                              // NOLINT(*-explicit-*)
+  FormatArgument(unsigned v) : kind_(Kind::Unsigned), unsigned_(v) {}                           // NOLINT(*-explicit-*)
+  FormatArgument(unsigned long v) : kind_(Kind::Unsigned), unsigned_(v) {}                      // NOLINT(*-explicit-*)
+  FormatArgument(unsigned long long v) : kind_(Kind::Unsigned), unsigned_(v) {}                 // NOLINT(*-explicit-*)
+  FormatArgument(double v) : kind_(Kind::Floating), floating_(v) {}                             // NOLINT(*-explicit-*)
+  FormatArgument(wchar_t v) : kind_(Kind::Character), character_(v) {}                          // NOLINT(*-explicit-*)
   FormatArgument(const wchar_t* v) : kind_(Kind::Text), text_(v != nullptr ? v : L"(null)") {}  // NOLINT(*-explicit-*)
-  FormatArgument(const std::wstring& v) : kind_(Kind::Text), text_(v) {}             // NOLINT(*-explicit-*)
-  FormatArgument(std::wstring_view v) : kind_(Kind::Text), text_(v) {}               // NOLINT(*-explicit-*)
+  FormatArgument(const std::wstring& v) : kind_(Kind::Text), text_(v) {}                        // NOLINT(*-explicit-*)
+  FormatArgument(std::wstring_view v) : kind_(Kind::Text), text_(v) {}                          // NOLINT(*-explicit-*)
   FormatArgument(const char*) = delete;
   FormatArgument(const std::string&) = delete;
   FormatArgument(bool) = delete;
@@ -91,10 +97,11 @@ class FormatArgument {
 
 /// printf-like wide text in which `%s` is a wide string and `%c` a wide character.
 ///
-/// Length modifiers (`l`, `ll`, `h`) are accepted and do not matter; `%x` and `%u` of a signed number show its 32-bit two's
-/// complement when the number is negative. Too few arguments, or one of the wrong kind, give the text "<bad format: ...>"
-/// with the format in it, so that a broken trace line never ends the work that it tells of.
-PLATFORM_API std::wstring formatWideArguments(const wchar_t* format, const FormatArgument* arguments, std::size_t count);
+/// Length modifiers (`l`, `ll`, `h`) are accepted and do not matter; `%x` and `%u` of a signed number show its 32-bit
+/// two's complement when the number is negative. Too few arguments, or one of the wrong kind, give the text "<bad
+/// format: ...>" with the format in it, so that a broken trace line never ends the work that it tells of.
+PLATFORM_API std::wstring formatWideArguments(const wchar_t* format, const FormatArgument* arguments,
+                                              std::size_t count);
 
 template <typename... Arguments>
 std::wstring formatWide(const wchar_t* format, const Arguments&... arguments) {
@@ -108,13 +115,13 @@ std::wstring formatWide(const wchar_t* format, const Arguments&... arguments) {
 
 /// Text with the marks `\n` line feed, behaving as the runtime's wide text files do.
 enum class TextEncoding : std::uint8_t {
-  Plain,     ///< mode "w", "r": the active code page, no mark
-  Utf8,      ///< "ccs=UTF-8": mark EF BB BF; a reader takes a UTF-16LE mark too
-  Utf16LE,   ///< "ccs=UTF-16LE": mark FF FE
+  Plain,    ///< mode "w", "r": the active code page, no mark
+  Utf8,     ///< "ccs=UTF-8": mark EF BB BF; a reader takes a UTF-16LE mark too
+  Utf16LE,  ///< "ccs=UTF-16LE": mark FF FE
 };
 
-/// A text file opened by the runtime's mode text ("r", "w", "a", with "b" or with ", ccs=UTF-8", ", ccs=UTF-16LE"). Line ends are
-/// written as line feeds; a reader accepts CR LF and gives LF. Closed by the destructor.
+/// A text file opened by the runtime's mode text ("r", "w", "a", with "b" or with ", ccs=UTF-8", ", ccs=UTF-16LE").
+/// Line ends are written as line feeds; a reader accepts CR LF and gives LF. Closed by the destructor.
 class PLATFORM_API TextFile {
  public:
   TextFile(const std::wstring& path, const wchar_t* mode);
@@ -128,8 +135,8 @@ class PLATFORM_API TextFile {
   bool isOpen() const;
   /// @return false when the text could not be written whole
   bool write(std::wstring_view text);
-  /// As the runtime's fgetws with a buffer of `bufferSize` characters: at most `bufferSize` - 1 characters, up to and with
-  /// the line feed. A longer line comes in pieces.
+  /// As the runtime's fgetws with a buffer of `bufferSize` characters: at most `bufferSize` - 1 characters, up to and
+  /// with the line feed. A longer line comes in pieces.
   /// @return false at the end of the file
   bool readLine(std::wstring& line, std::size_t bufferSize);
   /// Flushes and closes. @return false when something written before did not reach the file

@@ -1,7 +1,7 @@
 // The one seam between the system and a person: boxes, progress windows, cursor, opener.
 //
-// Exactly one implementation is in place at a time. Terminal, desktop and the scripted one of the tests are built above;
-// until a host sets one, the silent one stands, which shows nothing and gives every question its denying answer.
+// Exactly one implementation is in place at a time. Terminal, desktop and the scripted one of the tests are built
+// above; until a host sets one, the silent one stands, which shows nothing and gives every question its denying answer.
 #pragma once
 
 #include <cstdint>
@@ -39,7 +39,8 @@ class PLATFORM_API IProgressWindow {
   virtual void pump() = 0;
 };
 
-/// Every operation may be called from any thread and answers on it; an implementation with a thread of its own hands over.
+/// Every operation may be called from any thread and answers on it; an implementation with a thread of its own hands
+/// over.
 class PLATFORM_API IUserInterface {
  public:
   virtual ~IUserInterface() = default;
@@ -59,8 +60,8 @@ class PLATFORM_API IUserInterface {
 
 /// The implementation in place; never null.
 PLATFORM_API IUserInterface& userInterface();
-/// Puts another in place and answers the one before. Null brings the silent one back. A start-up operation: no other thread
-/// may be inside an operation of the one that goes.
+/// Puts another in place and answers the one before. Null brings the silent one back. A start-up operation: no other
+/// thread may be inside an operation of the one that goes.
 PLATFORM_API IUserInterface* setUserInterface(IUserInterface* userInterface);
 
 /// The answer that denies for a style: No, Cancel, Abort, or OK where nothing else is offered.
