@@ -11,6 +11,8 @@ constexpr DWORD FORMAT_MESSAGE_ALLOCATE_BUFFER = 0x100;
 constexpr DWORD FORMAT_MESSAGE_IGNORE_INSERTS = 0x200;
 constexpr DWORD FORMAT_MESSAGE_FROM_HMODULE = 0x800;
 constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
+constexpr DWORD ERROR_ENVVAR_NOT_FOUND = 203;
+constexpr DWORD ERROR_MR_MID_NOT_FOUND = 317;
 
 /// Text of an error code, ended by CR LF. System codes come from the system, 2100 to 2999 from "netmsg.dll", 12000 to
 /// 12192 from "wininet.dll" and "winhttp.dll"; a code without text answers 0 and sets ERROR_MR_MID_NOT_FOUND (317).

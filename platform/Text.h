@@ -5,7 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -73,6 +73,7 @@ class FormatArgument {
   FormatArgument(const wchar_t* v) : kind_(Kind::Text), text_(v != nullptr ? v : L"(null)") {}  // NOLINT(*-explicit-*)
   FormatArgument(const std::wstring& v) : kind_(Kind::Text), text_(v) {}                        // NOLINT(*-explicit-*)
   FormatArgument(std::wstring_view v) : kind_(Kind::Text), text_(v) {}                          // NOLINT(*-explicit-*)
+  FormatArgument(const void* v) : kind_(Kind::Pointer), pointer_(v) {}                          // NOLINT(*-explicit-*)
   FormatArgument(const char*) = delete;
   FormatArgument(const std::string&) = delete;
   FormatArgument(bool) = delete;
@@ -83,6 +84,7 @@ class FormatArgument {
   double asFloating() const { return floating_; }
   wchar_t asCharacter() const { return character_; }
   std::wstring_view asText() const { return text_; }
+  const void* asPointer() const { return pointer_; }
 
  private:
   Kind kind_;
@@ -91,15 +93,20 @@ class FormatArgument {
     unsigned long long unsigned_;
     double floating_;
     wchar_t character_;
+    const void* pointer_;
     std::wstring_view text_;
   };
 };
 
 /// printf-like wide text in which `%s` is a wide string and `%c` a wide character.
 ///
-/// Length modifiers (`l`, `ll`, `h`) are accepted and do not matter; `%x` and `%u` of a signed number show its 32-bit
-/// two's complement when the number is negative. Too few arguments, or one of the wrong kind, give the text "<bad
-/// format: ...>" with the format in it, so that a broken trace line never ends the work that it tells of.
+/// A negative signed number under `%x` and `%u` shows its 32-bit two's complement when it fits in 32 bits, otherwise 64
+/// bits. An unsigned number below 2^32 under `%d` is read as 32 bits, so that a status shows as the negative number it
+/// is; `ll` and `I64` keep it as it is. The other length modifiers are accepted and do not matter. `%p` takes a pointer
+/// or a number. Arguments in excess are ignored. Too few arguments, one of the wrong kind, or an unknown conversion
+/// give the text
+/// "<bad format: ...>" with the format in it, so that a broken trace line never ends the work that it tells of. Never
+/// throws for a format.
 PLATFORM_API std::wstring formatWideArguments(const wchar_t* format, const FormatArgument* arguments,
                                               std::size_t count);
 
@@ -121,7 +128,12 @@ enum class TextEncoding : std::uint8_t {
 };
 
 /// A text file opened by the runtime's mode text ("r", "w", "a", with "b" or with ", ccs=UTF-8", ", ccs=UTF-16LE").
-/// Line ends are written as line feeds; a reader accepts CR LF and gives LF. Closed by the destructor.
+///
+/// Line ends are written as line feeds; a reader accepts CR LF and gives LF, except with "b". The end-of-file character
+/// 26 is a character like others. With "ccs=" the mark of the file decides between the two encodings for readers and
+/// for those that append, who write a mark into an empty file only. What is no text of the encoding reads as U+FFFD. A
+/// directory and, for writers, a read-only file do not open (EACCES). Closed by the destructor. One object belongs to
+/// one thread at a time.
 class PLATFORM_API TextFile {
  public:
   TextFile(const std::wstring& path, const wchar_t* mode);
@@ -143,9 +155,8 @@ class PLATFORM_API TextFile {
   bool close();
 
  private:
-  std::FILE* file_ = nullptr;
-  TextEncoding encoding_ = TextEncoding::Plain;
-  bool failed_ = false;
+  class State;
+  std::unique_ptr<State> state_;
 };
 
 }  // namespace platform

@@ -11,7 +11,9 @@
 #include "platform/WindowsTypes.h"
 
 #ifndef _WIN32
+/// Shows a box through the user interface in place.
 PLATFORM_API int MessageBoxW(HWND owner, const wchar_t* text, const wchar_t* caption, UINT style);
+/// Null: windows belong to the implementation of the user interface.
 PLATFORM_API HWND GetActiveWindow();
 #endif
 
@@ -64,7 +66,14 @@ PLATFORM_API IUserInterface& userInterface();
 /// thread may be inside an operation of the one that goes.
 PLATFORM_API IUserInterface* setUserInterface(IUserInterface* userInterface);
 
-/// The answer that denies for a style: No, Cancel, Abort, or OK where nothing else is offered.
+/// The answer that denies for a style: the first that it offers of No, Cancel, Abort, OK.
 PLATFORM_API int denyingAnswer(UINT style);
+
+/// Starts the desktop's opener for a link (anything with a scheme) or an existing document (a library path), detached,
+/// without a shell. Any thread. Serves every implementation of IUserInterface::open that has a desktop beside it.
+/// @return above 32 on success; 2 when the document does not exist, 31 when no opener is installed, otherwise why it
+/// did
+///         not start
+PLATFORM_API int openWithDesktop(const std::wstring& target);
 
 }  // namespace platform

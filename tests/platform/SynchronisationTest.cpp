@@ -1,0 +1,127 @@
+#include "platform/Synchronisation.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "platform/Files.h"
+
+namespace {
+
+TEST(EventTest, AnAutomaticEventLetsOneWaiterPassForEachSignal) {
+  const HANDLE event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  const HANDLE passed = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  std::atomic<int> count{0};
+  std::vector<std::thread> waiters;
+  for (int i = 0; i < 4; ++i) {
+    waiters.emplace_back([&] {
+      EXPECT_EQ(WaitForSingleObject(event, INFINITE), WAIT_OBJECT_0);
+      ++count;
+      SetEvent(passed);
+    });
+  }
+  for (int i = 1; i <= 4; ++i) {
+    EXPECT_TRUE(SetEvent(event));
+    EXPECT_EQ(WaitForSingleObject(passed, INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(count, i);
+  }
+  for (std::thread& waiter : waiters) waiter.join();
+  EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_TIMEOUT);
+  EXPECT_TRUE(CloseHandle(event));
+  EXPECT_TRUE(CloseHandle(passed));
+}
+
+TEST(EventTest, AManualEventLetsAllPassUntilItIsReset) {
+  const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  std::vector<std::thread> waiters;
+  for (int i = 0; i < 4; ++i) {
+    waiters.emplace_back([&] { EXPECT_EQ(WaitForSingleObject(event, 60000), WAIT_OBJECT_0); });
+  }
+  SetEvent(event);
+  for (std::thread& waiter : waiters) waiter.join();
+  EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_OBJECT_0);
+  EXPECT_TRUE(ResetEvent(event));
+  EXPECT_EQ(WaitForSingleObject(event, 1), WAIT_TIMEOUT);
+  CloseHandle(event);
+}
+
+TEST(EventTest, ANamedEventLivesAsLongAsAHandleToIt) {
+  const HANDLE first = CreateEventW(nullptr, TRUE, TRUE, L"Zephor.Name");
+  EXPECT_EQ(GetLastError(), 0U);
+  const HANDLE second = CreateEventW(nullptr, FALSE, FALSE, L"Zephor.Name");
+  EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
+  const HANDLE third = OpenEventW(0, FALSE, L"Zephor.Name");
+  EXPECT_NE(first, second);
+  EXPECT_EQ(OpenEventW(0, FALSE, L"zephor.name"), nullptr);
+  EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+  EXPECT_TRUE(CloseHandle(first));
+  EXPECT_TRUE(CloseHandle(second));
+  EXPECT_EQ(WaitForSingleObject(third, 0), WAIT_OBJECT_0);  // still manual, still set
+  EXPECT_EQ(WaitForSingleObject(third, 0), WAIT_OBJECT_0);
+  EXPECT_TRUE(CloseHandle(third));
+  EXPECT_EQ(OpenEventW(0, FALSE, L"Zephor.Name"), nullptr);
+  CloseHandle(CreateEventW(nullptr, TRUE, FALSE, L"Zephor.Name"));
+  EXPECT_EQ(GetLastError(), 0U);
+}
+
+TEST(EventTest, WhatIsNoEventIsRefused) {
+  for (const HANDLE handle : {HANDLE{nullptr}, INVALID_HANDLE_VALUE}) {
+    SetLastError(0);
+    EXPECT_EQ(WaitForSingleObject(handle, 0), WAIT_FAILED);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_FALSE(SetEvent(handle));
+    EXPECT_FALSE(ResetEvent(handle));
+  }
+}
+
+TEST(EventTest, ThreadsShareNamesWithoutLosingOne) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([] {
+      for (int n = 0; n < 500; ++n) {
+        const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, L"Zephor.Shared");
+        EXPECT_NE(OpenEventW(0, FALSE, L"Zephor.Shared"), nullptr);
+        EXPECT_TRUE(CloseHandle(event));
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST(SlotTest, ValuesBelongToTheirThread) {
+  const DWORD slot = TlsAlloc();
+  int mine = 0;
+  ASSERT_TRUE(TlsSetValue(slot, &mine));
+  std::thread([&] {
+    SetLastError(5);
+    EXPECT_EQ(TlsGetValue(slot), nullptr);
+    EXPECT_EQ(GetLastError(), 0U);
+    int theirs = 0;
+    TlsSetValue(slot, &theirs);
+    EXPECT_EQ(TlsGetValue(slot), &theirs);
+    EXPECT_NE(GetCurrentThreadId(), GetCurrentProcessId());
+  }).join();
+  EXPECT_EQ(TlsGetValue(slot), &mine);
+}
+
+TEST(SlotTest, AFreedSlotIsUsedAgainAndIsNull) {
+  std::vector<DWORD> slots;
+  int value = 0;
+  for (DWORD slot = TlsAlloc(); slot != TLS_OUT_OF_INDEXES; slot = TlsAlloc()) {
+    EXPECT_TRUE(TlsSetValue(slot, &value));
+    slots.push_back(slot);
+  }
+  EXPECT_EQ(slots.size(), 1088U);
+  EXPECT_TRUE(TlsFree(slots[700]));
+  EXPECT_FALSE(TlsFree(slots[700]));
+  EXPECT_FALSE(TlsSetValue(slots[700], &value));
+  EXPECT_EQ(TlsAlloc(), slots[700]);
+  EXPECT_EQ(TlsGetValue(slots[700]), nullptr);
+  EXPECT_EQ(TlsGetValue(slots[701]), &value);
+  TlsGetValue(TLS_OUT_OF_INDEXES);
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+}
+
+}  // namespace
