@@ -1,7 +1,6 @@
 // Letter case without the process's locale. Two letters are a case pair only when each is the other's single partner:
 // then comparing in lower and in upper case agree, and no character equals two others that differ (dotted I, long s,
 // final sigma).
-#include <clocale>
 #include <cwchar>
 #include <cwctype>
 #include <limits>

@@ -82,7 +82,7 @@ TEST(EventTest, ThreadsShareNamesWithoutLosingOne) {
     threads.emplace_back([] {
       for (int n = 0; n < 500; ++n) {
         const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, L"Zephor.Shared");
-        EXPECT_NE(OpenEventW(0, FALSE, L"Zephor.Shared"), nullptr);
+        EXPECT_TRUE(CloseHandle(OpenEventW(0, FALSE, L"Zephor.Shared")));
         EXPECT_TRUE(CloseHandle(event));
       }
     });

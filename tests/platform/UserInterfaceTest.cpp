@@ -1,0 +1,130 @@
+#include "platform/UserInterface.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+
+#include "platform/Messages.h"
+#include "platform/Paths.h"
+
+namespace {
+
+TEST(UserInterfaceTest, TheSilentOneDenies) {
+  struct Case {
+    UINT style;
+    int answer;
+  };
+  const Case cases[] = {
+      {MB_OK, IDOK},
+      {MB_OKCANCEL, IDCANCEL},
+      {MB_ABORTRETRYIGNORE, IDABORT},
+      {MB_YESNOCANCEL, IDNO},
+      {MB_YESNO, IDNO},
+      {MB_RETRYCANCEL, IDCANCEL},
+      {MB_YESNO | MB_ICONQUESTION | MB_SETFOREGROUND, IDNO},
+      {MB_RETRYCANCEL | MB_ICONHAND | MB_HELP, IDCANCEL},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(platform::denyingAnswer(c.style), c.answer) << c.style;
+    EXPECT_EQ(MessageBoxW(nullptr, L"text", L"caption", c.style), c.answer);
+  }
+  EXPECT_EQ(platform::userInterface().createProgressWindow(L"title", 500, 45), nullptr);
+  EXPECT_EQ(GetActiveWindow(), nullptr);
+}
+
+class RecordingUserInterface : public platform::IUserInterface {
+ public:
+  int messageBox(const platform::MessageBoxRequest& request) override {
+    last = request;
+    return IDRETRY;
+  }
+  std::unique_ptr<platform::IProgressWindow> createProgressWindow(const std::wstring& /*title*/, int /*width*/,
+                                                                  int /*height*/) override {
+    return nullptr;
+  }
+  int pixelDensity() const override { return 96; }
+  void setBusyCursor(bool /*busy*/) override {}
+  int open(const std::wstring& target) override {
+    opened = target;
+    return 33;
+  }
+
+  platform::MessageBoxRequest last;
+  std::wstring opened;
+};
+
+std::intptr_t shellExecute(const wchar_t* verb, const wchar_t* file) {
+  return reinterpret_cast<std::intptr_t>(ShellExecuteW(nullptr, verb, file, nullptr, nullptr, SW_SHOWNORMAL));
+}
+
+TEST(UserInterfaceTest, TheOneInPlaceIsAskedUntilTheOldOneReturns) {
+  RecordingUserInterface mine;
+  platform::IUserInterface* const before = platform::setUserInterface(&mine);
+  EXPECT_EQ(MessageBoxW(&mine, nullptr, L"caption", MB_RETRYCANCEL), IDRETRY);
+  EXPECT_EQ(mine.last.owner, &mine);
+  EXPECT_EQ(mine.last.text, L"");
+  EXPECT_EQ(mine.last.caption, L"caption");
+  EXPECT_EQ(shellExecute(L"Open", L"https://portal"), 33);
+  EXPECT_EQ(mine.opened, L"https://portal");
+  EXPECT_EQ(shellExecute(L"print", L"a.txt"), 31);
+  EXPECT_EQ(shellExecute(L"open", nullptr), 2);
+  EXPECT_EQ(platform::setUserInterface(nullptr), &mine);
+  EXPECT_EQ(&platform::userInterface(), before);
+}
+
+class OpenerTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (std::filesystem::temp_directory_path() / "zephor-opener-XXXXXX").string();
+    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
+    directory_ = pattern;
+    ::setenv("PATH", pattern.c_str(), 1);
+  }
+  void TearDown() override { std::filesystem::remove_all(directory_); }
+
+  /// An opener that tells its argument through a pipe in the file system.
+  void installOpener() const {
+    const std::filesystem::path script = directory_ / "xdg-open";
+    std::ofstream(script) << "#!/bin/sh\nprintf '%s:%s' \"$#\" \"$1\" > '" << pipe().string() << "'\n";
+    ASSERT_EQ(::chmod(script.c_str(), 0755), 0);
+    ASSERT_EQ(::mkfifo(pipe().c_str(), 0600), 0);
+  }
+  std::string argumentSeen() const {
+    std::ifstream in(pipe());
+    return {std::istreambuf_iterator<char>(in), {}};
+  }
+  std::filesystem::path pipe() const { return directory_ / "pipe"; }
+
+  std::filesystem::path directory_;
+};
+
+TEST_F(OpenerTest, TheTargetIsHandedAsOneArgument) {
+  installOpener();
+  const std::wstring link = L"https://portal/?token=a b&c=$(id);'\"";
+  EXPECT_GT(platform::openWithDesktop(link), 32);
+  EXPECT_EQ(argumentSeen(), "1:https://portal/?token=a b&c=$(id);'\"");
+  const std::filesystem::path document = directory_ / "-a file.txt";
+  std::ofstream(document) << "x";
+  EXPECT_GT(shellExecute(L"open", platform::libraryPath(document.string()).c_str()), 32);
+  EXPECT_EQ(argumentSeen(), "1:" + document.string());
+}
+
+TEST_F(OpenerTest, WhatCannotBeOpenedAnswersItsCode) {
+  EXPECT_EQ(platform::openWithDesktop(L"https://portal"), 31);
+  EXPECT_EQ(platform::openWithDesktop(platform::libraryPath((directory_ / "none").string())), 2);
+  EXPECT_EQ(platform::openWithDesktop(L""), 2);
+  const std::filesystem::path broken = directory_ / "xdg-open";
+  std::ofstream(broken) << "#!/no/such/interpreter\n";
+  ASSERT_EQ(::chmod(broken.c_str(), 0755), 0);
+  EXPECT_EQ(platform::openWithDesktop(L"https://portal"), 31);
+}
+
+}  // namespace
