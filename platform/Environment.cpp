@@ -22,7 +22,7 @@ std::optional<std::string> directoryVariable(const char* name) {
 
 std::optional<std::string> homeDirectory() {
   if (auto home = directoryVariable("HOME")) return home;
-  constexpr std::size_t kRecordSize = 16 * 1024;
+  constexpr std::size_t kRecordSize = std::size_t{16} * 1024;
   std::vector<char> buffer(kRecordSize);
   passwd record{};
   passwd* found = nullptr;

@@ -28,11 +28,13 @@ PLATFORM_API int WideCharToMultiByte(UINT codePage, DWORD flags, const wchar_t* 
                                      const char* defaultChar, BOOL* usedDefaultChar);
 PLATFORM_API int MultiByteToWideChar(UINT codePage, DWORD flags, const char* text, int length, wchar_t* out, int size);
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the names that the runtime has given them.
 /// Compare without regard to letter case, over simple one-to-one case pairs of all of Unicode, whatever the locale.
 PLATFORM_API int _wcsicmp(const wchar_t* a, const wchar_t* b);
 PLATFORM_API int _wcsnicmp(const wchar_t* a, const wchar_t* b, std::size_t count);
 /// Integer at the start of a text, as the runtime reads it: blanks, sign, digits; 0 without digits, saturating.
 PLATFORM_API int _wtoi(const wchar_t* text);
+// NOLINTEND(bugprone-reserved-identifier)
 #endif
 
 namespace platform {

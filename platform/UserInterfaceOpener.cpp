@@ -46,7 +46,7 @@ std::string findOpener() {
   std::string_view rest = list != nullptr ? list : "/usr/local/bin:/usr/bin:/bin";
   while (!rest.empty()) {
     const std::size_t length = std::min(rest.find(':'), rest.size());
-    const std::string candidate = std::string(rest.substr(0, length)) + '/' + kOpener;
+    std::string candidate = std::string(rest.substr(0, length)) + '/' + kOpener;
     // A relative entry would start whatever lies in the present directory.
     if (candidate.front() == '/' && length > 0 && ::access(candidate.c_str(), X_OK) == 0) return candidate;
     rest.remove_prefix(std::min(length + 1, rest.size()));

@@ -21,7 +21,7 @@ std::wstring textOf(DWORD flags, HMODULE module, DWORD code) {
   SetLastError(0);
   const DWORD length = FormatMessageW(flags | FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS, module,
                                       code, 1024, reinterpret_cast<wchar_t*>(&buffer), 0, nullptr);
-  const std::wstring text = length != 0 ? buffer : L"";
+  std::wstring text = length != 0 ? buffer : L"";
   EXPECT_EQ(text.size(), length);
   EXPECT_EQ(GetLastError(), length != 0 ? ERROR_SUCCESS : ERROR_MR_MID_NOT_FOUND);
   EXPECT_EQ(LocalFree(buffer), nullptr);

@@ -15,6 +15,7 @@ TEST(EventTest, AnAutomaticEventLetsOneWaiterPassForEachSignal) {
   const HANDLE passed = CreateEventW(nullptr, FALSE, FALSE, nullptr);
   std::atomic<int> count{0};
   std::vector<std::thread> waiters;
+  waiters.reserve(4);
   for (int i = 0; i < 4; ++i) {
     waiters.emplace_back([&] {
       EXPECT_EQ(WaitForSingleObject(event, INFINITE), WAIT_OBJECT_0);
@@ -36,6 +37,7 @@ TEST(EventTest, AnAutomaticEventLetsOneWaiterPassForEachSignal) {
 TEST(EventTest, AManualEventLetsAllPassUntilItIsReset) {
   const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   std::vector<std::thread> waiters;
+  waiters.reserve(4);
   for (int i = 0; i < 4; ++i) {
     waiters.emplace_back([&] { EXPECT_EQ(WaitForSingleObject(event, 60000), WAIT_OBJECT_0); });
   }
@@ -78,6 +80,7 @@ TEST(EventTest, WhatIsNoEventIsRefused) {
 
 TEST(EventTest, ThreadsShareNamesWithoutLosingOne) {
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([] {
       for (int n = 0; n < 500; ++n) {
