@@ -228,16 +228,16 @@ class Formatter {
   }
 
   bool appendFloating(const Conversion& conversion, const FormatArgument& argument) {
-    std::string specification = "%";
-    if (conversion.left) specification += '-';
-    if (conversion.plus) specification += '+';
-    if (conversion.blank) specification += ' ';
-    if (conversion.alternate) specification += '#';
-    if (conversion.zero) specification += '0';
-    if (conversion.width > 0) specification += std::to_string(conversion.width);
-    if (conversion.precision >= 0) specification += '.' + std::to_string(conversion.precision);
-    specification += static_cast<char>(conversion.type);
-    out_ += fromUtf8(fmt::sprintf(specification, argument.asFloating()));
+    std::string pattern = "%";
+    if (conversion.left) pattern += '-';
+    if (conversion.plus) pattern += '+';
+    if (conversion.blank) pattern += ' ';
+    if (conversion.alternate) pattern += '#';
+    if (conversion.zero) pattern += '0';
+    if (conversion.width > 0) pattern += std::to_string(conversion.width);
+    if (conversion.precision >= 0) pattern += '.' + std::to_string(conversion.precision);
+    pattern += static_cast<char>(conversion.type);
+    out_ += fromUtf8(fmt::sprintf(pattern, argument.asFloating()));
     return true;
   }
 
