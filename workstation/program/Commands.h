@@ -1,0 +1,28 @@
+// The commands of the program, each group in a file of its own. A group adds its commands to the parser; a command that
+// was given leaves in `selected` what is to be run.
+#pragma once
+
+#include <functional>
+
+#include "workstation/program/ExitCode.h"
+
+namespace CLI {
+class App;
+}
+
+namespace workstation::program {
+
+class Context;
+using Action = std::function<ExitCode(Context&)>;
+
+void addSetupCommands(CLI::App& app, Action& selected);
+void addTeamCommands(CLI::App& app, Action& selected);
+void addProjectCommands(CLI::App& app, Action& selected);
+void addObjectCommands(CLI::App& app, Action& selected);
+void addLockCommands(CLI::App& app, Action& selected);
+void addTransferCommands(CLI::App& app, Action& selected);
+void addStatusCommand(CLI::App& app, Action& selected);
+void addNotUploadedCommands(CLI::App& app, Action& selected);
+void addCompletionCommand(CLI::App& app, Action& selected);
+
+}  // namespace workstation::program

@@ -1,0 +1,104 @@
+#include "workstation/program/Context.h"
+
+#include "host/Project.h"
+#include "platform/Text.h"
+#include "platform/UserInterface.h"
+#include "workstation/Session.h"
+#include "workstation/store/CloudStore.h"
+#include "workstation/store/StoreContext.h"
+#include "workstation/ui/TerminalInterface.h"
+#include "zephor/Service.h"
+#include "zephor/Workgroup.h"
+
+namespace workstation::program {
+
+namespace {
+
+TerminalOptions terminalOptions(const GlobalOptions& options) {
+  TerminalOptions result;
+  result.quiet = options.quiet;
+  result.assumeYes = options.yes;
+  result.assumeNo = options.no;
+  return result;
+}
+
+}  // namespace
+
+std::wstring wide(const std::string& argument) {
+  if (!platform::isValidUtf8(argument)) {
+    throw CommandFailure{ExitCode::Usage, L"an argument is not UTF-8: " + platform::fromUtf8(argument)};
+  }
+  return platform::fromUtf8(argument);
+}
+
+Context::Context(const GlobalOptions& options)
+    : options_(options),
+      output_(options.json, options.quiet, options.verbosity),
+      terminal_(std::make_unique<TerminalInterface>(terminalOptions(options))) {
+  platform::setUserInterface(terminal_.get());
+}
+
+Context::~Context() {
+  if (serviceStarted_) Quorvel::FileAccess::WGO_Service_Uninitialize();
+  store_.reset();
+  if (started_) finish();
+  platform::setUserInterface(nullptr);
+}
+
+void Context::startWorkstation() {
+  if (started_) return;
+  StartOptions start;
+  start.directory = options_.workstation;
+  start.storeDirectory = options_.store;
+  start.language = options_.language;
+  if (options_.verbosity > 0) start.traceLevel = options_.verbosity - 1;
+  std::wstring error;
+  if (!workstation::start(start, error)) throw CommandFailure{ExitCode::NotLoggedIn, error};
+  started_ = true;
+}
+
+void Context::startOnline() {
+  startWorkstation();
+  CloudStatus status = 0;
+  std::wstring error;
+  store_ = currentStore(status, error);
+  if (!store_) throw CommandFailure{ExitCode::NotLoggedIn, error};
+  if (!Quorvel::FileAccess::WGO_SSOLogin(true)) {
+    throw CommandFailure{ExitCode::NotLoggedIn, identity().user.email + L" can't sign in to the store " +
+                                                    platform::fromUtf8(store_->directory()) + L": " +
+                                                    CloudStore::lastText()};
+  }
+  Quorvel::FileAccess::WGO_Service_Initialize(Quorvel::FileAccess::eWGOInit_Default);
+  serviceStarted_ = true;
+}
+
+void Context::startInProject() {
+  startOnline();
+  std::wstring error;
+  const bool open = options_.project.empty() ? reopenLastProject(error) : openProject(wide(options_.project), error);
+  if (!open) {
+    throw CommandFailure{
+        ExitCode::Failure,
+        error.empty() ? L"no project is open. Open one: zephor open PROJECT, or name it with --project" : error};
+  }
+  const PRJ project = get_ActivePrj();
+  const int result = Quorvel::FileAccess::WGO_InitForProjectOpen(project);
+  if (result == static_cast<int>(Quorvel::FileAccess::kNoCloudLogin)) {
+    throw CommandFailure{ExitCode::NotLoggedIn, L"no login to the cloud service"};
+  }
+  if (result != 0) {
+    throw CommandFailure{ExitCode::Failure, L"the project " + project.GetProjectDisplayName() +
+                                                L" can't be opened (code " + std::to_wstring(result) +
+                                                L"); the error log tells more"};
+  }
+}
+
+CloudStore& Context::store() {
+  return *store_;
+}
+
+StoreActor Context::actor() const {
+  return storeActor();
+}
+
+}  // namespace workstation::program

@@ -1,0 +1,75 @@
+// What every command is given: the options before the command, the output, and the session that it asks for.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "workstation/program/ExitCode.h"
+#include "workstation/program/Output.h"
+
+class PRJ;
+
+namespace workstation {
+class TerminalInterface;
+class CloudStore;
+struct StoreActor;
+}  // namespace workstation
+
+namespace workstation::program {
+
+/// The options before the command. A flag beats the environment (ZEPHOR_...), the environment beats the settings file.
+struct GlobalOptions {
+  std::string workstation;
+  std::string store;
+  std::string project;
+  std::string language;
+  bool json = false;
+  bool quiet = false;
+  int verbosity = 0;
+  bool dryRun = false;
+  bool yes = false;
+  bool no = false;
+};
+
+/// Ends a command early; its message has been written, or is written by the program's main function.
+struct CommandFailure {
+  ExitCode code = ExitCode::Failure;
+  std::wstring message;
+};
+
+class Context {
+ public:
+  explicit Context(const GlobalOptions& options);
+  ~Context();
+  Context(const Context&) = delete;
+  Context& operator=(const Context&) = delete;
+
+  const GlobalOptions& options() const { return options_; }
+  const Output& output() const { return output_; }
+
+  /// Starts the workstation of the options. Throws CommandFailure.
+  void startWorkstation();
+  /// Starts the workstation, signs in to its store and starts the library's service. Throws CommandFailure
+  /// (NotLoggedIn).
+  void startOnline();
+  /// As startOnline, with a project open: that of --project, otherwise the one that was open last. Throws
+  /// CommandFailure.
+  void startInProject();
+  /// The store behind this workstation, after startOnline.
+  CloudStore& store();
+  StoreActor actor() const;
+
+ private:
+  GlobalOptions options_;
+  Output output_;
+  std::unique_ptr<TerminalInterface> terminal_;
+  std::shared_ptr<CloudStore> store_;
+  bool started_ = false;
+  bool serviceStarted_ = false;
+};
+
+/// Wide text of an argument; an argument that is not UTF-8 ends the command with a usage failure.
+std::wstring wide(const std::string& argument);
+
+}  // namespace workstation::program

@@ -1,0 +1,192 @@
+// create, import, export: making objects and getting files in and out of them.
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "host/Files.h"
+#include "host/Locking.h"
+#include "host/Project.h"
+#include "host/Users.h"
+#include "platform/Files.h"
+#include "platform/Paths.h"
+#include "platform/Text.h"
+#include "workstation/Session.h"
+#include "workstation/objects/ObjectFile.h"
+#include "workstation/program/Arguments.h"
+#include "workstation/program/Commands.h"
+#include "workstation/program/Context.h"
+#include "workstation/program/Objects.h"
+
+namespace workstation::program {
+
+namespace {
+
+struct Arguments {
+  std::vector<std::string> files;
+  std::string type = "tb";
+  std::string into;
+  std::string name;
+  std::string object;
+  std::string target;
+  int number = 0;
+};
+
+ObjectAuthor author() {
+  return ObjectAuthor{lzbnum(), identity().user.name};
+}
+
+QuorvelFileType typeArgument(const std::string& text) {
+  const auto type = parseObjectType(wide(text));
+  if (!type) throw CommandFailure{ExitCode::Usage, wide(text) + L" is no kind of object (expected tb, pb or ze)"};
+  return *type;
+}
+
+void reportObject(const Context& context, const ObjectName& object, const wchar_t* outcome,
+                  const std::wstring& source) {
+  const std::wstring text = object.shortName() + L": " + outcome + (source.empty() ? L"" : L" from " + source);
+  context.output().result(text,
+                          {{"object", object.shortName()}, {"outcome", std::wstring(outcome)}, {"source", source}});
+}
+
+/// Makes one object under `number`, or the next free number of its kind when that is 0.
+ObjectName makeObject(const Context& context, QuorvelFileType type, int number, const std::wstring& name,
+                      const std::wstring& content) {
+  const std::wstring directory = lfinigC(1);
+  ObjectName object{type, number != 0 ? number : nextFreeNumber(directory, type)};
+  if (object.number == 0) {
+    throw CommandFailure{ExitCode::Failure, L"the project has no free number for this kind of object"};
+  }
+  if (context.options().dryRun) return object;
+  std::wstring path;
+  std::wstring error;
+  if (createObject(directory, type, object.number, name, content, author(), path, error) != 0) {
+    throw CommandFailure{ExitCode::Failure, error};
+  }
+  noteInDatabase(object);
+  return object;
+}
+
+ExitCode create(Context& context, const Arguments& arguments) {
+  const QuorvelFileType type = typeArgument(arguments.type);
+  context.startInProject();
+  const ObjectName object = makeObject(context, type, arguments.number, wide(arguments.name), L"");
+  reportObject(context, object, context.options().dryRun ? L"would be made" : L"made", L"");
+  return ExitCode::Done;
+}
+
+/// A warning only: what was changed without a lock stays here, and saving it is refused while somebody else holds the
+/// lock.
+void warnOfLock(const Context& context, const ObjectName& object) {
+  FileLockInfo info;
+  if (!getFileLockingManager().GetLockInfo(object.number, object.objectType(), info)) {
+    context.output().message(object.shortName() + L" is not locked; lock it before you save it");
+  } else if (!getFileLockingManager().IsLockedByCurrentUser(object.number, object.objectType())) {
+    context.output().message(object.shortName() + L" is locked by " + holderOf(info) +
+                             L"; it can't be saved while it is");
+  }
+}
+
+ExitCode importInto(Context& context, const Arguments& arguments) {
+  const auto object = parseObjectName(wide(arguments.into));
+  if (!object)
+    throw CommandFailure{ExitCode::Usage, wide(arguments.into) + L" names no object (expected tb12, pb3 or ze7)"};
+  if (arguments.files.size() != 1) throw CommandFailure{ExitCode::Usage, L"--into takes exactly one file"};
+  const std::wstring source = fileArgument(arguments.files.front());
+  warnOfLock(context, *object);
+  if (!context.options().dryRun) {
+    std::wstring error;
+    if (replaceContent(objectPath(*object), source, author(), error) != 0)
+      throw CommandFailure{ExitCode::Failure, error};
+    noteInDatabase(*object);
+  }
+  reportObject(context, *object, context.options().dryRun ? L"would be changed" : L"changed",
+               wide(arguments.files.front()));
+  return ExitCode::Done;
+}
+
+ExitCode import(Context& context, const Arguments& arguments) {
+  context.startInProject();
+  if (!arguments.into.empty()) return importInto(context, arguments);
+  const QuorvelFileType type = typeArgument(arguments.type);
+  if (arguments.files.size() > 1 && arguments.number != 0) {
+    throw CommandFailure{ExitCode::Usage, L"--number takes exactly one file"};
+  }
+  Tally tally;
+  int next = arguments.number;
+  for (const auto& file : arguments.files) {
+    try {
+      const std::wstring source = fileArgument(file);
+      const std::wstring name = arguments.name.empty() ? platform::fileNameOf(source) : wide(arguments.name);
+      ObjectName object = makeObject(context, type, next, name, source);
+      // In a dry run the free number is not taken up by a file, so it is counted on here.
+      if (context.options().dryRun) next = object.number + 1;
+      reportObject(context, object, context.options().dryRun ? L"would be made" : L"made", wide(file));
+      tally.done();
+    } catch (const CommandFailure& failure) {
+      context.output().error(wide(file) + L": " + failure.message);
+      tally.failed();
+    }
+  }
+  return tally.exitCode();
+}
+
+ExitCode exportObject(Context& context, const Arguments& arguments) {
+  const auto object = parseObjectName(wide(arguments.object));
+  if (!object)
+    throw CommandFailure{ExitCode::Usage, wide(arguments.object) + L" names no object (expected tb12, pb3 or ze7)"};
+  context.startInProject();
+  ObjectFileInfo info;
+  std::wstring error;
+  if (readObjectHeader(objectPath(*object), info, error) != 0) throw CommandFailure{ExitCode::Failure, error};
+  std::string target = arguments.target;
+  if (target.empty()) {
+    if (info.contentName.empty())
+      throw CommandFailure{ExitCode::Failure, object->shortName() + L" has no content to write"};
+    // The name comes out of the file: only its last component, and only where it is a harmless one.
+    const std::wstring name = platform::fileNameOf(info.contentName);
+    if (!platform::isSafeRelativeName(name)) {
+      throw CommandFailure{ExitCode::Failure, L"the content's name can't be used here; name the file to write"};
+    }
+    target = platform::toUtf8(name);
+  }
+  const std::wstring path = platform::libraryPath(absolutePath(target));
+  if (!context.options().dryRun && exportContent(objectPath(*object), path, error) != 0) {
+    throw CommandFailure{ExitCode::Failure, error};
+  }
+  const std::wstring shown = wide(target);
+  context.output().result(
+      object->shortName() + (context.options().dryRun ? L": would be written to " : L": written to ") + shown,
+      {{"object", object->shortName()}, {"file", shown}});
+  return ExitCode::Done;
+}
+
+}  // namespace
+
+void addObjectCommands(CLI::App& app, Action& selected) {
+  auto arguments = std::make_shared<Arguments>();
+  auto* createCommand = app.add_subcommand("create", "Make an empty object");
+  createCommand->add_option("KIND", arguments->type, "tb (Teilbild), pb (Plan) or ze (Zeichnung)")->required();
+  createCommand->add_option("NAME", arguments->name, "Name shown to people")->required();
+  createCommand->add_option("--number", arguments->number, "Number (default: the next free one)")
+      ->check(CLI::Range(1, 999999));
+  createCommand->callback(
+      [&selected, arguments] { selected = [arguments](Context& context) { return create(context, *arguments); }; });
+
+  auto* importCommand = app.add_subcommand("import", "Make an object of each file, or give an object a new content");
+  importCommand->add_option("FILE", arguments->files, "Files of any kind")->required();
+  importCommand->add_option("--as", arguments->type, "Kind of object: tb, pb, ze")->capture_default_str();
+  importCommand->add_option("--number", arguments->number, "Number (default: the next free one)")
+      ->check(CLI::Range(1, 999999));
+  importCommand->add_option("--name", arguments->name, "Name shown to people (default: the file's)");
+  importCommand->add_option("--into", arguments->into, "Object that takes the file as its new content");
+  importCommand->callback(
+      [&selected, arguments] { selected = [arguments](Context& context) { return import(context, *arguments); }; });
+
+  auto* exportCommand = app.add_subcommand("export", "Write an object's content to a file");
+  exportCommand->add_option("OBJECT", arguments->object)->required();
+  exportCommand->add_option("FILE", arguments->target, "Default: the name under which it was imported");
+  exportCommand->callback([&selected, arguments] {
+    selected = [arguments](Context& context) { return exportObject(context, *arguments); };
+  });
+}
+
+}  // namespace workstation::program

@@ -1,0 +1,127 @@
+// project create|list|members|add|remove, open, close.
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "host/Project.h"
+#include "platform/Paths.h"
+#include "platform/Text.h"
+#include "workstation/Session.h"
+#include "workstation/program/Commands.h"
+#include "workstation/program/Context.h"
+#include "workstation/program/People.h"
+#include "workstation/store/CloudStore.h"
+
+namespace workstation::program {
+
+namespace {
+
+ExitCode createProject(Context& context, const std::string& nameArgument, const std::string& teamArgument) {
+  context.startOnline();
+  const StoreTeam team = findTeam(context, wide(teamArgument));
+  const std::wstring name = wide(nameArgument);
+  std::wstring uuid;
+  if (!context.options().dryRun) check(context.store().createProject(context.actor(), team.uuid, name, uuid));
+  context.output().result((context.options().dryRun ? L"would make the project " : L"made the project ") + name +
+                              L" in the team " + team.name,
+                          {{"project", name}, {"team", team.name}, {"uuid", uuid}});
+  return ExitCode::Done;
+}
+
+ExitCode listProjects(Context& context) {
+  context.startOnline();
+  std::vector<StoreProject> projects;
+  check(context.store().projects(context.actor(), L"", false, projects));
+  Table table({{"project", L"PROJECT"}, {"team", L"TEAM"}, {"role", L"ROLE"}, {"uuid", L"UUID"}});
+  for (const auto& project : projects)
+    table.row({project.name, project.teamName, roleName(project.role), project.uuid});
+  table.print(context.output());
+  return ExitCode::Done;
+}
+
+ExitCode listMembers(Context& context) {
+  context.startInProject();
+  std::vector<StoreMember> members;
+  check(context.store().members(context.actor(), get_ActivePrj().GetOndrathProjectUuid(), members));
+  printMembers(context, members);
+  return ExitCode::Done;
+}
+
+ExitCode changeMember(Context& context, const std::string& person, const std::string& role) {
+  context.startInProject();
+  const PRJ project = get_ActivePrj();
+  const std::wstring uuid = project.GetOndrathProjectUuid();
+  if (!context.options().dryRun) {
+    check(role.empty() ? context.store().removeMember(context.actor(), uuid, wide(person))
+                       : context.store().addMember(context.actor(), uuid, wide(person), roleOf(role)));
+  }
+  reportMember(context, wide(person), project.GetProjectDisplayName(), wide(role));
+  return ExitCode::Done;
+}
+
+ExitCode open(Context& context, const std::string& project) {
+  context.startOnline();
+  std::wstring error;
+  if (!openProject(wide(project), error)) throw CommandFailure{ExitCode::Failure, error};
+  const PRJ opened = get_ActivePrj();
+  const std::wstring directory = platform::fromUtf8(platform::systemPath(opened.GetFullProjectPath(true)));
+  context.output().result(L"opened " + opened.GetProjectDisplayName() + L" in " + directory,
+                          {{"project", opened.GetProjectDisplayName()},
+                           {"uuid", opened.GetOndrathProjectUuid()},
+                           {"directory", directory}});
+  return ExitCode::Done;
+}
+
+ExitCode close(Context& context) {
+  context.startWorkstation();
+  std::wstring error;
+  if (!reopenLastProject(error)) throw CommandFailure{ExitCode::Failure, error.empty() ? L"no project is open" : error};
+  const std::wstring name = get_ActivePrj().GetProjectDisplayName();
+  closeProject();
+  context.output().result(L"closed " + name, {{"project", name}});
+  return ExitCode::Done;
+}
+
+}  // namespace
+
+void addProjectCommands(CLI::App& app, Action& selected) {
+  auto* project = app.add_subcommand("project", "Projects and their members")->require_subcommand(1);
+  struct Arguments {
+    std::string name;
+    std::string team;
+    std::string person;
+    std::string role = "editor";
+  };
+  auto arguments = std::make_shared<Arguments>();
+
+  auto* create = project->add_subcommand("create", "Make a project in a team; its maker owns it");
+  create->add_option("NAME", arguments->name)->required();
+  create->add_option("--team", arguments->team, "Name or UUID of the team")->required();
+  create->callback([&selected, arguments] {
+    selected = [arguments](Context& context) { return createProject(context, arguments->name, arguments->team); };
+  });
+  project->add_subcommand("list", "List this user's projects")->callback([&selected] { selected = listProjects; });
+  project->add_subcommand("members", "List the members of the project")->callback([&selected] {
+    selected = listMembers;
+  });
+  auto* add = project->add_subcommand("add", "Add a member, or change the role");
+  add->add_option("EMAIL", arguments->person)->required();
+  add->add_option("--role", arguments->role)
+      ->check(CLI::IsMember({"admin", "editor", "viewer"}))
+      ->capture_default_str();
+  add->callback([&selected, arguments] {
+    selected = [arguments](Context& context) { return changeMember(context, arguments->person, arguments->role); };
+  });
+  auto* remove = project->add_subcommand("remove", "Take a member out of the project");
+  remove->add_option("EMAIL", arguments->person)->required();
+  remove->callback([&selected, arguments] {
+    selected = [arguments](Context& context) { return changeMember(context, arguments->person, ""); };
+  });
+
+  auto* openCommand = app.add_subcommand("open", "Open a project: this and later commands work in it");
+  openCommand->add_option("PROJECT", arguments->name, "Name, team/name, or UUID")->required();
+  openCommand->callback(
+      [&selected, arguments] { selected = [arguments](Context& context) { return open(context, arguments->name); }; });
+  app.add_subcommand("close", "Close the project")->callback([&selected] { selected = close; });
+}
+
+}  // namespace workstation::program

@@ -1,0 +1,84 @@
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <exception>
+
+#include "platform/Text.h"
+#include "workstation/program/Commands.h"
+#include "workstation/program/Context.h"
+
+namespace {
+
+using workstation::program::Action;
+using workstation::program::CommandFailure;
+using workstation::program::Context;
+using workstation::program::ExitCode;
+using workstation::program::GlobalOptions;
+
+void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
+  app.add_option("-w,--workstation", options.workstation,
+                 "Directory of the workstation (default: the user's directories)")
+      ->envname("ZEPHOR_WORKSTATION");
+  app.add_option("--store", options.store, "Directory of the store, for this run")->envname("ZEPHOR_STORE");
+  app.add_option("-p,--project", options.project, "Project to work in, for this run")->envname("ZEPHOR_PROJECT");
+  app.add_option("--language", options.language, "Language of the messages: en, de")
+      ->envname("ZEPHOR_LANGUAGE")
+      ->check(CLI::IsMember({"en", "de"}));
+  app.add_flag("--json", options.json, "Results as one JSON object a line");
+  app.add_flag("-q,--quiet", options.quiet, "No messages, no progress");
+  app.add_flag("-v,--verbose", options.verbosity, "Say more; twice: trace");
+  app.add_flag("-n,--dry-run", options.dryRun, "Say what would be done and change nothing");
+  auto* yes = app.add_flag("-y,--yes", options.yes, "Answer every question with yes");
+  app.add_flag("--no", options.no, "Answer every question with no")->excludes(yes);
+}
+
+int run(int argc, char** argv) {
+  CLI::App app{"Shared CAD project work: save, fetch, lock and compare the objects of a project that a team shares.",
+               "zephor"};
+  app.set_version_flag("--version", "zephor " ZEPHOR_VERSION);
+  app.require_subcommand(1);
+  app.fallthrough();
+  app.footer(
+      "Exit codes: 0 done, 1 failure, 2 usage, 3 partly done, 4 locked by someone else, 5 not logged in.\n"
+      "The manual page zephor(1) tells more.");
+  GlobalOptions options;
+  addGlobalOptions(app, options);
+
+  Action selected;
+  workstation::program::addSetupCommands(app, selected);
+  workstation::program::addTeamCommands(app, selected);
+  workstation::program::addProjectCommands(app, selected);
+  workstation::program::addObjectCommands(app, selected);
+  workstation::program::addLockCommands(app, selected);
+  workstation::program::addTransferCommands(app, selected);
+  workstation::program::addStatusCommand(app, selected);
+  workstation::program::addNotUploadedCommands(app, selected);
+  workstation::program::addCompletionCommand(app, selected);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    const int code = app.exit(error);
+    return code == 0 ? 0 : static_cast<int>(ExitCode::Usage);
+  }
+
+  Context context(options);
+  try {
+    return static_cast<int>(selected(context));
+  } catch (const CommandFailure& failure) {
+    if (!failure.message.empty()) context.output().error(L"zephor: " + failure.message);
+    return static_cast<int>(failure.code);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A reader that goes away (`zephor status | head`) ends the output, not the work.
+  std::signal(SIGPIPE, SIG_IGN);
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "zephor: %s\n", error.what());
+    return static_cast<int>(ExitCode::Failure);
+  }
+}
