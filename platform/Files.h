@@ -27,8 +27,13 @@ constexpr DWORD FILE_END = 2;
 constexpr DWORD INVALID_FILE_SIZE = 0xFFFFFFFF;
 constexpr DWORD INVALID_SET_FILE_POINTER = 0xFFFFFFFF;
 constexpr DWORD MOVEFILE_REPLACE_EXISTING = 0x1;
+constexpr DWORD MOVEFILE_COPY_ALLOWED = 0x2;
 
-/// Opens or creates a file. Share modes are kept between the handles of this process and, advisory, between processes.
+/// Opens or creates a file. Share modes are kept between the handles of this process and, advisory, between processes;
+/// the file locks of other software are not looked at, and nothing ever waits. CREATE_ALWAYS and OPEN_ALWAYS set the
+/// last error to ERROR_ALREADY_EXISTS when the file was there and to 0 when it is new. CREATE_ALWAYS refuses a hidden or
+/// system file (ERROR_ACCESS_DENIED) unless the same attributes are given. A name with one of `<>:"|?*` is never created
+/// (ERROR_INVALID_NAME).
 /// @return the handle, or INVALID_HANDLE_VALUE
 PLATFORM_API HANDLE CreateFileW(const wchar_t* path, DWORD access, DWORD shareMode, void* security, DWORD disposition,
                                 DWORD flagsAndAttributes, HANDLE templateFile);
@@ -41,34 +46,45 @@ PLATFORM_API BOOL SetEndOfFile(HANDLE file);
 PLATFORM_API BOOL FlushFileBuffers(HANDLE file);
 PLATFORM_API DWORD GetFileSize(HANDLE file, DWORD* sizeHigh);
 PLATFORM_API BOOL GetFileTime(HANDLE file, FILETIME* creation, FILETIME* access, FILETIME* write);
-/// Sets the times that are not null. The creation time is kept in an attribute of the file where the system has none to set.
+/// Sets the times that are not null, exact to 100 ns; a time of 0 or of all ones leaves the file's as it is. The creation
+/// time is kept in an attribute of the file where the system has none to set.
 PLATFORM_API BOOL SetFileTime(HANDLE file, const FILETIME* creation, const FILETIME* access, const FILETIME* write);
 
 /// Copies content, write time and attributes; an existing target is replaced unless `failIfExists`. The target is never
-/// visible half-written under its name.
+/// visible half-written under its name. ERROR_ACCESS_DENIED for a target that is read-only or hidden,
+/// ERROR_SHARING_VIOLATION for one that is open without FILE_SHARE_DELETE and for the source itself, ERROR_FILE_EXISTS
+/// for one that is there and may not.
 PLATFORM_API BOOL CopyFileW(const wchar_t* from, const wchar_t* to, BOOL failIfExists);
 /// Moves a file or directory; an existing target is an error (ERROR_ALREADY_EXISTS), but a change of letter case is none.
+/// MoveFileW takes a file to another volume by a copy, MoveFileExW does so with MOVEFILE_COPY_ALLOWED. A file that is open
+/// without FILE_SHARE_DELETE answers ERROR_SHARING_VIOLATION.
 PLATFORM_API BOOL MoveFileW(const wchar_t* from, const wchar_t* to);
 PLATFORM_API BOOL MoveFileExW(const wchar_t* from, const wchar_t* to, DWORD flags);
-/// Deletes a file. A read-only file answers ERROR_ACCESS_DENIED, a directory too.
+/// Deletes a file, or a link to one. A read-only file answers ERROR_ACCESS_DENIED, a directory too; a file that is open
+/// without FILE_SHARE_DELETE answers ERROR_SHARING_VIOLATION.
 PLATFORM_API BOOL DeleteFileW(const wchar_t* path);
 PLATFORM_API DWORD GetFileAttributesW(const wchar_t* path);
 /// Hidden and system live in the extended attribute `user.DOSATTRIB`; read-only is the owner's write permission.
+/// A leading dot of a name does not hide the file. A file system that keeps no extended attributes answers
+/// ERROR_NOT_SUPPORTED to hidden and system.
 PLATFORM_API BOOL SetFileAttributesW(const wchar_t* path, DWORD attributes);
 PLATFORM_API BOOL CreateDirectoryW(const wchar_t* path, void* security);
 /// Creates a directory with all its parents.
-/// @return 0, ERROR_ALREADY_EXISTS when the directory was there, or the error; the last error is not changed
+/// @return 0, ERROR_ALREADY_EXISTS when the directory was there, ERROR_FILE_EXISTS when a file has its name,
+///         ERROR_BAD_PATHNAME for a relative path, or another error; the last error is not changed
 PLATFORM_API int SHCreateDirectoryExW(HWND owner, const wchar_t* path, const void* security);
 PLATFORM_API BOOL RemoveDirectoryW(const wchar_t* path);
 
 /// Begins a listing. The last component may hold `*` and `?`, matched without regard to case; `*.*` matches every name.
-/// A directory lists `.` and `..` first. Names that are not valid UTF-8 are passed over.
+/// As on Windows `?` also matches nothing before a point and at the end of a name. A directory lists `.` and `..` first, then
+/// by name without regard to case. Names that are not valid UTF-8 or hold a backslash are passed over, and so is what is
+/// neither file nor directory. A link has FILE_ATTRIBUTE_REPARSE_POINT beside attributes, size and times of its target.
 PLATFORM_API HANDLE FindFirstFileW(const wchar_t* pattern, WIN32_FIND_DATAW* data);
 PLATFORM_API BOOL FindNextFileW(HANDLE find, WIN32_FIND_DATAW* data);
 PLATFORM_API BOOL FindClose(HANDLE find);
 
 PLATFORM_API DWORD GetTempPathW(DWORD size, wchar_t* buffer);
-/// Path of the running program's file, as a library path.
+/// Path of the running program's file, as a library path. `module` must be null.
 PLATFORM_API DWORD GetModuleFileNameW(HMODULE module, wchar_t* buffer, DWORD size);
 
 // The runtime's file functions that the system uses beside them; they answer -1 and set errno as the runtime does.
@@ -100,11 +116,13 @@ PLATFORM_API FileStatus fileStatus(const std::wstring& path);
 /// @return 0, or the error; on an error the file is still where it was
 PLATFORM_API DWORD moveToTrash(const std::wstring& path);
 
-/// Removes a directory with everything below it; links are removed, never followed.
+/// Removes a directory with everything below it, read-only files too; links are removed, never followed. Goes on after a
+/// failure. The root of a drive is refused (ERROR_ACCESS_DENIED).
 /// @return 0, or the first error
 PLATFORM_API DWORD removeTree(const std::wstring& path);
 
-/// Writes a file whole or not at all: beside it, synced, then renamed onto its name.
+/// Writes a file whole or not at all: beside it, synced, then renamed onto its name. Permissions and attributes of a file
+/// that is replaced go on; a read-only one answers ERROR_ACCESS_DENIED.
 /// @return 0, or the error; the old content then stands unchanged
 PLATFORM_API DWORD writeFileAtomically(const std::wstring& path, const void* data, std::size_t size);
 

@@ -18,6 +18,12 @@ class HandleObject {
   virtual ~HandleObject() = default;
   HandleObject(const HandleObject&) = delete;
   HandleObject& operator=(const HandleObject&) = delete;
+
+  /// Ends the object while its errors can still be told; called by CloseHandle when nobody else uses the object.
+  /// @return 0, or the error
+  virtual DWORD close() { return ERROR_SUCCESS; }
+  /// False for the kinds that CloseHandle has to refuse.
+  virtual bool isClosedByCloseHandle() const { return true; }
 };
 
 HANDLE insertHandle(std::shared_ptr<HandleObject> object);
