@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <vector>
+
+#include "TemporaryDirectory.h"
+#include "platform/Files.h"
+
+namespace {
+
+using Names = std::vector<std::wstring>;
+
+class FindTest : public TemporaryDirectoryTest {
+ protected:
+  Names list(const std::wstring& pattern) const {
+    Names names;
+    WIN32_FIND_DATAW data;
+    const HANDLE find = FindFirstFileW(path(pattern).c_str(), &data);
+    if (find == INVALID_HANDLE_VALUE) return names;
+    do names.emplace_back(data.cFileName);
+    while (FindNextFileW(find, &data) != FALSE);
+    EXPECT_EQ(GetLastError(), ERROR_NO_MORE_FILES);
+    EXPECT_FALSE(CloseHandle(find)) << "a find is closed by FindClose only";
+    EXPECT_TRUE(FindClose(find));
+    EXPECT_FALSE(FindClose(find));
+    return names;
+  }
+  DWORD errorOf(const std::wstring& pattern) const {
+    WIN32_FIND_DATAW data;
+    EXPECT_EQ(FindFirstFileW(path(pattern).c_str(), &data), INVALID_HANDLE_VALUE) << testing::PrintToString(pattern);
+    return GetLastError();
+  }
+};
+
+TEST_F(FindTest, PatternsMatchAsOnAWindowsVolume) {
+  for (const char* name : {"d/tb000001.zdw", "d/TB12.ZDW", "d/tb0000001.zdw", "d/pb000001.zpl", "d/readme",
+                           "d/Ärger.txt", "d/a.b.txt", "d/zeta.txt.bak"}) {
+    write(name);
+  }
+  const Names all{
+      L".",        L"..",           L"a.b.txt",  L"pb000001.zpl", L"readme", L"tb0000001.zdw", L"tb000001.zdw",
+      L"TB12.ZDW", L"zeta.txt.bak", L"Ärger.txt"};
+  EXPECT_EQ(list(L"d\\*"), all);
+  EXPECT_EQ(list(L"D/*.*"), all);
+  EXPECT_EQ(list(L"d\\tb??????.zdw"), (Names{L"tb000001.zdw", L"TB12.ZDW"}));
+  EXPECT_EQ(list(L"d\\ä*"), (Names{L"Ärger.txt"}));
+  EXPECT_EQ(list(L"d\\*.txt"), (Names{L"a.b.txt", L"Ärger.txt"}));
+  EXPECT_EQ(list(L"d\\*.b*"), (Names{L"a.b.txt", L"zeta.txt.bak"}));
+  EXPECT_EQ(list(L"d\\*me.*"), (Names{L"readme"}));
+  EXPECT_EQ(list(L"d\\*a*a*a*a*a*x"), Names());
+}
+
+TEST_F(FindTest, AFileItselfIsFoundUnderItsNameOnTheDisk) {
+  write("Big.Bin");
+  std::filesystem::resize_file(root() / "Big.Bin", 0x1'2345'6789);
+  WIN32_FIND_DATAW data;
+  const HANDLE find = FindFirstFileW(path(L"bIG.bin").c_str(), &data);
+  ASSERT_NE(find, INVALID_HANDLE_VALUE);
+  EXPECT_STREQ(data.cFileName, L"Big.Bin");
+  EXPECT_EQ(data.nFileSizeHigh, 1U);
+  EXPECT_EQ(data.nFileSizeLow, 0x2345'6789U);
+  EXPECT_FALSE(FindNextFileW(find, &data));
+  FindClose(find);
+}
+
+TEST_F(FindTest, ErrorsTellTheMissingFileFromTheMissingDirectory) {
+  write("dir/file");
+  EXPECT_EQ(errorOf(L"dir\\none"), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(errorOf(L"dir\\*.none"), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(errorOf(L"dir\\"), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(errorOf(L"none\\file"), ERROR_PATH_NOT_FOUND);
+  EXPECT_EQ(errorOf(L"none\\*"), ERROR_PATH_NOT_FOUND);
+  EXPECT_EQ(errorOf(L"dir\\file\\*"), ERROR_DIRECTORY);
+  EXPECT_EQ(errorOf(L"d*\\file"), ERROR_INVALID_NAME);
+}
+
+TEST_F(FindTest, UnusableNamesArePassedOverAndLinksAreMarked) {
+  write("d/back\\slash");
+  write("d/bad\xFF");
+  write("target/file");
+  mkfifo((root() / "d/pipe").c_str(), 0600);
+  std::filesystem::create_directory_symlink(root() / "target", root() / "d/link");
+  EXPECT_EQ(list(L"d\\*"), (Names{L".", L"..", L"link"}));
+  EXPECT_EQ(GetFileAttributesW(path(L"d\\link").c_str()), FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY);
+}
+
+}  // namespace
