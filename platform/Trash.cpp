@@ -1,0 +1,241 @@
+// The desktop's trash, after the freedesktop.org Trash specification 1.0.
+//
+// A trash is a directory with `files/`, which holds what was thrown away, and `info/`, which tells for each of them
+// where it was. The info file comes first, and creating it reserves the name in both.
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Attributes.h"
+#include "platform/Errors.h"
+#include "platform/FileObject.h"
+#include "platform/Files.h"
+#include "platform/PathLookup.h"
+#include "platform/Paths.h"
+#include "platform/TemporaryFile.h"
+
+namespace platform {
+namespace {
+
+// Leaves room for a number and ".trashinfo" within the 255 bytes of a name.
+constexpr std::size_t kLongestBase = 230;
+constexpr int kMostNames = 100'000;
+
+struct Trash {
+  std::string directory;
+  std::string top;  // paths in the info files are relative to it; empty for the home trash, whose paths are absolute
+};
+
+std::string homeTrash() {
+  const char* data = std::getenv("XDG_DATA_HOME");
+  if (data != nullptr && data[0] == '/') return std::string(data) + "/Trash";
+  const char* home = std::getenv("HOME");
+  if (home != nullptr && home[0] == '/') return std::string(home) + "/.local/share/Trash";
+  passwd entry{};
+  passwd* found = nullptr;
+  std::array<char, 4096> buffer{};
+  ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found);
+  return found != nullptr ? std::string(found->pw_dir) + "/.local/share/Trash" : std::string();
+}
+
+/// @return 0, or errno
+int makeTrash(const std::string& directory) {
+  std::error_code error;
+  std::filesystem::create_directories(parentOf(directory), error);
+  for (const char* part : {"", "/files", "/info"}) {
+    if (::mkdir((directory + part).c_str(), 0700) != 0 && errno != EEXIST) return errno;
+  }
+  struct stat status {};
+  if (::lstat(directory.c_str(), &status) != 0) return errno;
+  // Somebody else's directory, or a link to one, must not get the user's files.
+  return S_ISDIR(status.st_mode) && status.st_uid == ::getuid() ? 0 : EACCES;
+}
+
+/// The trash of the volume that holds `path`.
+Trash volumeTrash(const std::string& path) {
+  struct stat status {};
+  std::string top = parentOf(path);
+  if (::stat(top.c_str(), &status) != 0) return {};
+  const dev_t device = status.st_dev;
+  while (top != "/" && ::stat(parentOf(top).c_str(), &status) == 0 && status.st_dev == device) top = parentOf(top);
+  const std::string prefix = top == "/" ? top : top + '/';
+  const std::string user = std::to_string(::getuid());
+  const std::string shared = prefix + ".Trash";
+  const bool isShared =
+      ::lstat(shared.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
+  return {isShared ? shared + '/' + user : prefix + ".Trash-" + user, top};
+}
+
+std::string percentEncoded(const std::string& path) {
+  static constexpr std::string_view kPlain =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.~/!$&'()*+,:=@";
+  static constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string result;
+  for (const char c : path) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (kPlain.find(c) != std::string_view::npos) {
+      result += c;
+    } else {
+      result += {'%', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
+    }
+  }
+  return result;
+}
+
+std::string infoText(const std::string& path, const Trash& trash) {
+  std::string shown = path;
+  if (!trash.top.empty()) shown = path.substr(trash.top == "/" ? 1 : trash.top.size() + 1);
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  ::localtime_r(&now, &local);
+  std::array<char, 32> date{};
+  const std::size_t length = std::strftime(date.data(), date.size(), "%Y-%m-%dT%H:%M:%S", &local);
+  return "[Trash Info]\nPath=" + percentEncoded(shown) + "\nDeletionDate=" + std::string(date.data(), length) + '\n';
+}
+
+/// @return 0, EEXIST when the name is taken, or another errno
+int writeInfo(const std::string& path, const std::string& text) {
+  Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (!file) return errno;
+  std::size_t done = 0;
+  if (writeFully(file.get(), text.data(), text.size(), done) && file.close()) return 0;
+  const int error = errno;
+  ::unlink(path.c_str());
+  return error;
+}
+
+int copyTree(const std::string& from, const std::string& to);
+
+int copyDirectory(const std::string& from, const EntryStatus& source, const std::string& to) {
+  if (::mkdir(to.c_str(), 0700) != 0) return errno;
+  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(from.c_str()), ::closedir);
+  if (!stream) return errno;
+  while (const dirent* entry = ::readdir(stream.get())) {
+    const std::string name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    if (const int error = copyTree(from + '/' + name, to + '/' + name)) return error;
+  }
+  const Descriptor directory(::open(to.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!directory) return errno;
+  writeAttributes(directory.get(), source.attributes);
+  ::fchmod(directory.get(), source.mode & 07777);
+  return writeTimes(directory.get(), nullptr, nullptr, &source.write);
+}
+
+int copyLink(const std::string& from, const std::string& to) {
+  std::error_code error;
+  const auto target = std::filesystem::read_symlink(from, error);
+  if (error) return error.value();
+  return ::symlink(target.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+/// Copies a file, a link or a directory with all that is in it; what came over before a failure is left to the caller.
+/// @return 0, or errno
+int copyTree(const std::string& from, const std::string& to) {
+  EntryStatus source;
+  if (const int error = readStatus(from, source)) return error;
+  if (source.isLink()) return copyLink(from, to);
+  if (source.isDirectory()) return copyDirectory(from, source, to);
+  if (!S_ISREG(source.mode)) return ENOTSUP;
+  const Descriptor in(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+  if (!in) return errno;
+  Descriptor out(::open(to.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  if (!out) return errno;
+  ::fchmod(out.get(), (source.mode & 07777) | S_IWUSR);
+  if (const int error = copyFileBody(in.get(), source, out.get())) return error;
+  if (::fsync(out.get()) != 0) return errno;
+  return out.close() ? 0 : errno;
+}
+
+/// @return 0, or a Windows code
+DWORD removeEntry(const std::string& path) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0) return ERROR_SUCCESS;
+  if (S_ISDIR(status.st_mode)) return removeSystemTree(path);
+  return ::unlink(path.c_str()) == 0 ? ERROR_SUCCESS : fromErrno(errno);
+}
+
+/// The last resort: the original goes only after the whole copy has arrived. What can't be removed then stays, beside
+/// its copy.
+DWORD copyAndRemove(const std::string& from, const std::string& to) {
+  if (const int error = copyTree(from, to)) {
+    removeEntry(to);
+    return fromErrno(error);
+  }
+  const DWORD error = removeEntry(from);
+  EntryStatus left;
+  const bool isUntouched =
+      error != ERROR_SUCCESS && readStatus(from, left) == 0 && (left.isLink() || !left.isDirectory());
+  if (isUntouched) removeEntry(to);
+  return error;
+}
+
+enum class Transport { Rename, Copy };
+
+DWORD throwInto(const Trash& trash, const std::string& path, Transport transport) {
+  if (const int error = makeTrash(trash.directory)) return fromErrno(error);
+  const std::string text = infoText(path, trash);
+  std::string base = nameOf(path);
+  if (base.size() > kLongestBase) {
+    // Never through the middle of a character.
+    std::size_t end = kLongestBase;
+    while (end > 0 && (static_cast<unsigned char>(base[end]) & 0xC0U) == 0x80U) --end;
+    base.resize(end);
+  }
+  for (int number = 1; number < kMostNames; ++number) {
+    const std::string name = number == 1 ? base : base + '.' + std::to_string(number);
+    const std::string info = trash.directory + "/info/" + name + ".trashinfo";
+    const std::string place = trash.directory + "/files/" + name;
+    const int infoError = writeInfo(info, text);
+    if (infoError == EEXIST) continue;
+    if (infoError != 0) return fromErrno(infoError);
+    struct stat status {};
+    const bool isTaken = ::lstat(place.c_str(), &status) == 0;  // a file that lost its info
+    const int renameError =
+        transport == Transport::Rename ? renameWithoutReplacing(path, place) : (isTaken ? EEXIST : 0);
+    DWORD error = fromErrno(renameError);
+    if (transport == Transport::Copy && renameError == 0) error = copyAndRemove(path, place);
+    if (error == ERROR_SUCCESS) return ERROR_SUCCESS;
+    // A copy that is whole keeps its info, though its original could not be removed.
+    if (transport == Transport::Rename || isTaken || ::lstat(place.c_str(), &status) != 0) ::unlink(info.c_str());
+    if (renameError != EEXIST) return error;
+  }
+  return ERROR_CANNOT_MAKE;
+}
+
+}  // namespace
+
+DWORD moveToTrash(const std::wstring& path) {
+  Location place;
+  if (const DWORD error = locate(path.c_str(), place)) return error;
+  if (splitPath(path).components.empty()) return ERROR_ACCESS_DENIED;
+  EntryStatus status;
+  if (const int error = readStatus(place.path, status)) return pathError(error, place.path);
+  if (!status.isDirectory() && isDeletingDenied(place.path)) return ERROR_SHARING_VIOLATION;
+  const Trash home{homeTrash(), {}};
+  DWORD error = ERROR_PATH_NOT_FOUND;
+  if (!home.directory.empty()) error = throwInto(home, place.path, Transport::Rename);
+  if (error == ERROR_SUCCESS) return error;
+  const Trash volume = volumeTrash(place.path);
+  if (!volume.directory.empty()) error = throwInto(volume, place.path, Transport::Rename);
+  if (error == ERROR_SUCCESS || home.directory.empty()) return error;
+  // Where nothing may be removed a copy is of no use.
+  if (::access(parentOf(place.path).c_str(), W_OK | X_OK) != 0) return fromErrno(errno);
+  return throwInto(home, place.path, Transport::Copy);
+}
+
+}  // namespace platform
