@@ -1,9 +1,9 @@
 // Files and directories under their Windows names: open, read, write, copy, move, find, attributes and times.
 //
-// Paths are library paths (`X:\dir\name`, `\dir\name`); platform/Paths.h says how they become paths of the system and how
-// names are looked up. Unless stated otherwise an operation that fails answers FALSE (or the stated value) and sets the
-// thread's last error, and one that succeeds leaves the last error alone. All operations may be called from any thread;
-// one open handle belongs to one thread at a time.
+// Paths are library paths (`X:\dir\name`, `\dir\name`); platform/Paths.h says how they become paths of the system and
+// how names are looked up. Unless stated otherwise an operation that fails answers FALSE (or the stated value) and sets
+// the thread's last error, and one that succeeds leaves the last error alone. All operations may be called from any
+// thread; one open handle belongs to one thread at a time.
 #pragma once
 
 #include "platform/WindowsTypes.h"
@@ -31,9 +31,9 @@ constexpr DWORD MOVEFILE_COPY_ALLOWED = 0x2;
 
 /// Opens or creates a file. Share modes are kept between the handles of this process and, advisory, between processes;
 /// the file locks of other software are not looked at, and nothing ever waits. CREATE_ALWAYS and OPEN_ALWAYS set the
-/// last error to ERROR_ALREADY_EXISTS when the file was there and to 0 when it is new. CREATE_ALWAYS refuses a hidden or
-/// system file (ERROR_ACCESS_DENIED) unless the same attributes are given. A name with one of `<>:"|?*` is never created
-/// (ERROR_INVALID_NAME).
+/// last error to ERROR_ALREADY_EXISTS when the file was there and to 0 when it is new. CREATE_ALWAYS refuses a hidden
+/// or system file (ERROR_ACCESS_DENIED) unless the same attributes are given. A name with one of `<>:"|?*` is never
+/// created (ERROR_INVALID_NAME).
 /// @return the handle, or INVALID_HANDLE_VALUE
 PLATFORM_API HANDLE CreateFileW(const wchar_t* path, DWORD access, DWORD shareMode, void* security, DWORD disposition,
                                 DWORD flagsAndAttributes, HANDLE templateFile);
@@ -46,8 +46,8 @@ PLATFORM_API BOOL SetEndOfFile(HANDLE file);
 PLATFORM_API BOOL FlushFileBuffers(HANDLE file);
 PLATFORM_API DWORD GetFileSize(HANDLE file, DWORD* sizeHigh);
 PLATFORM_API BOOL GetFileTime(HANDLE file, FILETIME* creation, FILETIME* access, FILETIME* write);
-/// Sets the times that are not null, exact to 100 ns; a time of 0 or of all ones leaves the file's as it is. The creation
-/// time is kept in an attribute of the file where the system has none to set.
+/// Sets the times that are not null, exact to 100 ns; a time of 0 or of all ones leaves the file's as it is. The
+/// creation time is kept in an attribute of the file where the system has none to set.
 PLATFORM_API BOOL SetFileTime(HANDLE file, const FILETIME* creation, const FILETIME* access, const FILETIME* write);
 
 /// Copies content, write time and attributes; an existing target is replaced unless `failIfExists`. The target is never
@@ -55,9 +55,9 @@ PLATFORM_API BOOL SetFileTime(HANDLE file, const FILETIME* creation, const FILET
 /// ERROR_SHARING_VIOLATION for one that is open without FILE_SHARE_DELETE and for the source itself, ERROR_FILE_EXISTS
 /// for one that is there and may not.
 PLATFORM_API BOOL CopyFileW(const wchar_t* from, const wchar_t* to, BOOL failIfExists);
-/// Moves a file or directory; an existing target is an error (ERROR_ALREADY_EXISTS), but a change of letter case is none.
-/// MoveFileW takes a file to another volume by a copy, MoveFileExW does so with MOVEFILE_COPY_ALLOWED. A file that is open
-/// without FILE_SHARE_DELETE answers ERROR_SHARING_VIOLATION.
+/// Moves a file or directory; an existing target is an error (ERROR_ALREADY_EXISTS), but a change of letter case is
+/// none. MoveFileW takes a file to another volume by a copy, MoveFileExW does so with MOVEFILE_COPY_ALLOWED. A file
+/// that is open without FILE_SHARE_DELETE answers ERROR_SHARING_VIOLATION.
 PLATFORM_API BOOL MoveFileW(const wchar_t* from, const wchar_t* to);
 PLATFORM_API BOOL MoveFileExW(const wchar_t* from, const wchar_t* to, DWORD flags);
 /// Deletes a file, or a link to one. A read-only file answers ERROR_ACCESS_DENIED, a directory too; a file that is open
@@ -76,9 +76,10 @@ PLATFORM_API int SHCreateDirectoryExW(HWND owner, const wchar_t* path, const voi
 PLATFORM_API BOOL RemoveDirectoryW(const wchar_t* path);
 
 /// Begins a listing. The last component may hold `*` and `?`, matched without regard to case; `*.*` matches every name.
-/// As on Windows `?` also matches nothing before a point and at the end of a name. A directory lists `.` and `..` first, then
-/// by name without regard to case. Names that are not valid UTF-8 or hold a backslash are passed over, and so is what is
-/// neither file nor directory. A link has FILE_ATTRIBUTE_REPARSE_POINT beside attributes, size and times of its target.
+/// As on Windows `?` also matches nothing before a point and at the end of a name. A directory lists `.` and `..`
+/// first, then by name without regard to case. Names that are not valid UTF-8 or hold a backslash are passed over, and
+/// so is what is neither file nor directory. A link has FILE_ATTRIBUTE_REPARSE_POINT beside attributes, size and times
+/// of its target.
 PLATFORM_API HANDLE FindFirstFileW(const wchar_t* pattern, WIN32_FIND_DATAW* data);
 PLATFORM_API BOOL FindNextFileW(HANDLE find, WIN32_FIND_DATAW* data);
 PLATFORM_API BOOL FindClose(HANDLE find);
@@ -88,8 +89,8 @@ PLATFORM_API DWORD GetTempPathW(DWORD size, wchar_t* buffer);
 PLATFORM_API DWORD GetModuleFileNameW(HMODULE module, wchar_t* buffer, DWORD size);
 
 // The runtime's file functions that the system uses beside them; they answer -1 and set errno as the runtime does.
-PLATFORM_API int _waccess(const wchar_t* path, int mode);
-PLATFORM_API int _wunlink(const wchar_t* path);
+PLATFORM_API int _waccess(const wchar_t* path, int mode);  // NOLINT(bugprone-reserved-identifier)
+PLATFORM_API int _wunlink(const wchar_t* path);            // NOLINT(bugprone-reserved-identifier)
 
 #endif
 
@@ -116,13 +117,13 @@ PLATFORM_API FileStatus fileStatus(const std::wstring& path);
 /// @return 0, or the error; on an error the file is still where it was
 PLATFORM_API DWORD moveToTrash(const std::wstring& path);
 
-/// Removes a directory with everything below it, read-only files too; links are removed, never followed. Goes on after a
-/// failure. The root of a drive is refused (ERROR_ACCESS_DENIED).
+/// Removes a directory with everything below it, read-only files too; links are removed, never followed. Goes on after
+/// a failure. The root of a drive is refused (ERROR_ACCESS_DENIED).
 /// @return 0, or the first error
 PLATFORM_API DWORD removeTree(const std::wstring& path);
 
-/// Writes a file whole or not at all: beside it, synced, then renamed onto its name. Permissions and attributes of a file
-/// that is replaced go on; a read-only one answers ERROR_ACCESS_DENIED.
+/// Writes a file whole or not at all: beside it, synced, then renamed onto its name. Permissions and attributes of a
+/// file that is replaced go on; a read-only one answers ERROR_ACCESS_DENIED.
 /// @return 0, or the error; the old content then stands unchanged
 PLATFORM_API DWORD writeFileAtomically(const std::wstring& path, const void* data, std::size_t size);
 

@@ -36,7 +36,7 @@ bool isReservedDevice(std::wstring_view component) {
 }
 
 bool isSafeCharacter(wchar_t c) {
-  const auto code = static_cast<std::uint32_t>(c);
+  const auto code = static_cast<char32_t>(c);
   if (code < 0x20 || (code >= 0x7F && code <= 0x9F)) return false;
   if (code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) return false;
   return !isReservedCharacter(c);
@@ -67,12 +67,11 @@ PathText splitPath(std::wstring_view path) {
     const std::wstring_view component = path.substr(0, end);
     path.remove_prefix(std::min(end + 1, path.size()));
     if (component.empty() || component == L".") continue;
+    const bool goesUp = component == L"..";
     const bool canGoUp = !result.components.empty() && result.components.back() != L"..";
-    if (component != L"..") {
-      result.components.emplace_back(component);
-    } else if (canGoUp) {
+    if (goesUp && canGoUp) {
       result.components.pop_back();
-    } else if (!result.isAbsolute) {
+    } else if (!goesUp || !result.isAbsolute) {
       result.components.emplace_back(component);
     }
   }

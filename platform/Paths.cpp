@@ -91,7 +91,8 @@ std::string lookUp(const std::string& root, const std::vector<std::string>& comp
     if (searching && (i == found || !exists(asWritten))) {
       const std::string entry = findEntry(path.empty() ? "/" : path, components[i]);
       searching = !entry.empty();
-      path = searching ? path + '/' + entry : asWritten;
+      path += '/';
+      path += searching ? entry : components[i];
     } else {
       path = asWritten;
     }

@@ -127,7 +127,8 @@ int copyDirectory(const std::string& from, const EntryStatus& source, const std:
   while (const dirent* entry = ::readdir(stream.get())) {
     const std::string name = entry->d_name;
     if (name == "." || name == "..") continue;
-    if (const int error = copyTree(from + '/' + name, to + '/' + name)) return error;
+    const std::string tail = '/' + name;
+    if (const int error = copyTree(from + tail, to + tail)) return error;
   }
   const Descriptor directory(::open(to.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!directory) return errno;

@@ -6,7 +6,10 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <thread>
+#include <vector>
 
 #include "TemporaryDirectory.h"
 #include "platform/Time.h"
@@ -144,6 +147,31 @@ TEST_F(FilesTest, ShareModesHoldBetweenHandlesAndProcesses) {
   waitpid(child, &status, 0);
   EXPECT_EQ(status, 0);
   EXPECT_EQ(remove(L"f"), ERROR_SUCCESS);
+}
+
+TEST_F(FilesTest, OfManyThreadsOneAtATimeHasTheFileForItself) {
+  std::atomic<int> holders = 0;
+  std::atomic<int> refused = 0;
+  std::vector<std::thread> threads;
+  threads.reserve(8);
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < 50; ++round) {
+        const HANDLE file = open(L"lock", GENERIC_READ | GENERIC_WRITE, 0, OPEN_ALWAYS);
+        if (file == INVALID_HANDLE_VALUE) {
+          ++refused;
+          EXPECT_EQ(GetLastError(), ERROR_SHARING_VIOLATION);
+          continue;
+        }
+        EXPECT_EQ(++holders, 1);
+        --holders;
+        EXPECT_TRUE(CloseHandle(file));
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_LT(refused, 400);
+  EXPECT_EQ(entryCount(), 1U);
 }
 
 TEST_F(FilesTest, AnOpenFileIsReplacedOnlyWhenItsHandleSharesDeleting) {
