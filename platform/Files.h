@@ -113,7 +113,7 @@ struct FileStatus {
 };
 PLATFORM_API FileStatus fileStatus(const std::wstring& path);
 
-/// Moves a file or directory into the user's trash (freedesktop.org Trash specification 1.0).
+/// Moves a file or directory into the user's trash (freedesktop.org Trash 1.0).
 /// @return 0, or the error; on an error the file is still where it was
 PLATFORM_API DWORD moveToTrash(const std::wstring& path);
 

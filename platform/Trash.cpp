@@ -1,4 +1,4 @@
-// The desktop's trash, after the freedesktop.org Trash specification 1.0.
+// The desktop's trash, after the freedesktop.org Trash 1.0.
 //
 // A trash is a directory with `files/`, which holds what was thrown away, and `info/`, which tells for each of them
 // where it was. The info file comes first, and creating it reserves the name in both.
