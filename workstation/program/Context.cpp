@@ -1,11 +1,17 @@
 #include "workstation/program/Context.h"
 
+#include <algorithm>
+#include <mutex>
+#include <vector>
+
 #include "host/Project.h"
 #include "platform/Text.h"
 #include "platform/UserInterface.h"
 #include "workstation/Session.h"
 #include "workstation/store/CloudStore.h"
 #include "workstation/store/StoreContext.h"
+#include "workstation/ui/ErrorLog.h"
+#include "workstation/ui/Terminal.h"
 #include "workstation/ui/TerminalInterface.h"
 #include "zephor/Service.h"
 #include "zephor/Workgroup.h"
@@ -13,6 +19,8 @@
 namespace workstation::program {
 
 namespace {
+
+constexpr std::size_t kMostErrorLines = 20;
 
 TerminalOptions terminalOptions(const GlobalOptions& options) {
   TerminalOptions result;
@@ -24,6 +32,12 @@ TerminalOptions terminalOptions(const GlobalOptions& options) {
 
 }  // namespace
 
+/// Lines of the error log, from any thread.
+struct Context::ErrorLines {
+  std::mutex mutex;
+  std::vector<std::wstring> lines;
+};
+
 std::wstring wide(const std::string& argument) {
   if (!platform::isValidUtf8(argument)) {
     throw CommandFailure{ExitCode::Usage, L"an argument is not UTF-8: " + platform::fromUtf8(argument)};
@@ -34,15 +48,27 @@ std::wstring wide(const std::string& argument) {
 Context::Context(const GlobalOptions& options)
     : options_(options),
       output_(options.json, options.quiet, options.verbosity),
-      terminal_(std::make_unique<TerminalInterface>(terminalOptions(options))) {
+      terminal_(std::make_unique<TerminalInterface>(standardTerminal(), terminalOptions(options))),
+      errorLines_(std::make_shared<ErrorLines>()) {
   platform::setUserInterface(terminal_.get());
+  setErrorLineListener([lines = errorLines_](const std::wstring& line) {
+    const std::lock_guard guard(lines->mutex);
+    const bool known = std::find(lines->lines.begin(), lines->lines.end(), line) != lines->lines.end();
+    if (!known && lines->lines.size() < kMostErrorLines) lines->lines.push_back(line);
+  });
 }
 
 Context::~Context() {
   if (serviceStarted_) Quorvel::FileAccess::WGO_Service_Uninitialize();
   store_.reset();
   if (started_) finish();
+  setErrorLineListener({});
   platform::setUserInterface(nullptr);
+}
+
+void Context::explain() const {
+  const std::lock_guard guard(errorLines_->mutex);
+  for (const auto& line : errorLines_->lines) output_.message(L"  " + line);
 }
 
 void Context::startWorkstation() {
@@ -89,7 +115,7 @@ void Context::startInProject() {
   if (result != 0) {
     throw CommandFailure{ExitCode::Failure, L"the project " + project.GetProjectDisplayName() +
                                                 L" can't be opened (code " + std::to_wstring(result) +
-                                                L"); the error log tells more"};
+                                                L")"};
   }
 }
 

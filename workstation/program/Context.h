@@ -59,11 +59,16 @@ class Context {
   /// The store behind this workstation, after startOnline.
   CloudStore& store();
   StoreActor actor() const;
+  /// Shows what the error log took up during this run, for a command that did not end well.
+  void explain() const;
 
  private:
+  struct ErrorLines;
+
   GlobalOptions options_;
   Output output_;
   std::unique_ptr<TerminalInterface> terminal_;
+  std::shared_ptr<ErrorLines> errorLines_;
   std::shared_ptr<CloudStore> store_;
   bool started_ = false;
   bool serviceStarted_ = false;

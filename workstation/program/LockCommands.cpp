@@ -41,7 +41,7 @@ ExitCode lockObjects(Context& context, const std::vector<std::string>& arguments
       report(context, object, L"locked by", holderOf(info));
       tally.locked();
     } else {
-      report(context, object, L"could not be locked", L"(the error log tells more)");
+      report(context, object, L"could not be locked", L"");
       tally.failed();
     }
   }
@@ -68,7 +68,7 @@ ExitCode unlockObjects(Context& context, const std::vector<std::string>& argumen
       report(context, object, L"unlocked", L"");
       tally.done();
     } else {
-      report(context, object, L"could not be unlocked", L"(the error log tells more)");
+      report(context, object, L"could not be unlocked", L"");
       tally.failed();
     }
   }
@@ -79,7 +79,7 @@ ExitCode listLocks(Context& context) {
   context.startInProject();
   std::vector<FileLockInfo> locks;
   if (getFileLockingManager().updateLockInfoEx(kgunit(), locks) == 0) {
-    throw CommandFailure{ExitCode::Failure, L"the locks of the project can't be read; the error log tells more"};
+    throw CommandFailure{ExitCode::Failure, L"the locks of the project can't be read"};
   }
   Table table(
       {{"object", L"OBJECT"}, {"user", L"LOCKED BY"}, {"workstation", L"WORKSTATION"}, {"since", L"SINCE (UTC)"}});

@@ -78,7 +78,7 @@ template <typename Header>
 void readStoredHeaders(Views& views, const PRJ& project, QuorvelFileType type) {
   std::vector<void*> headers;
   if (!Quorvel::FileAccess::WGO_DownloadAllHeaders(project, type, headers)) {
-    throw CommandFailure{ExitCode::Failure, L"the store can't be asked for its objects; the error log tells more"};
+    throw CommandFailure{ExitCode::Failure, L"the store can't be asked for its objects"};
   }
   for (const void* record : headers) {
     const auto& header = *static_cast<const Header*>(record);

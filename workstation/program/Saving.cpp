@@ -20,7 +20,7 @@ void saveObject(Context& context, const ObjectView& view, bool force, SyncBase& 
   FileLockInfo info;
   const bool locked = getFileLockingManager().GetLockInfo(object.number, object.objectType(), info);
   if (view.damagedHere) {
-    report(context, item, L"refused", L"the file here is damaged; the error log names the place");
+    report(context, item, L"refused", L"the file here is damaged");
     return tally.failed();
   }
   if (!view.here) {

@@ -53,7 +53,7 @@ ExitCode status(Context& context, const std::vector<std::string>& arguments) {
     if (view.damagedHere) {
       damaged = true;
       state = L"damaged here";
-      reason = L"the file is damaged or no object file; the error log names the place";
+      reason = L"the file is damaged or no object file";
     }
     table.row({view.object.shortName(), view.name, versionText(view.here), versionText(view.store),
                holder == holders.end() ? std::wstring() : holder->second, state, reason});

@@ -73,7 +73,7 @@ void saveFile(Context& context, const std::wstring& name, Tally& tally) {
   }
   const unsigned long result = Quorvel::FileAccess::WGO_uploadFile(project, name.c_str(), false);
   if (result != 0) {
-    report(context, name, L"not saved", platform::formatWide(L"code %lu; the error log tells more", result));
+    report(context, name, L"not saved", platform::formatWide(L"code %lu", result));
     return tally.failed();
   }
   report(context, name, L"saved", L"");
@@ -153,7 +153,7 @@ void fetchObject(Context& context, const ObjectView& view, const Arguments& argu
   const unsigned long result = download(object, overwrite);
   const ObjectView now = readLocal(object);
   if (result != 0 || !now.here) {
-    report(context, item, L"not fetched", platform::formatWide(L"code %lu; the error log tells more", result));
+    report(context, item, L"not fetched", platform::formatWide(L"code %lu", result));
     return tally.failed();
   }
   bases.put(object, *now.here);
@@ -171,7 +171,7 @@ void fetchFile(Context& context, const std::wstring& name, Tally& tally) {
   if (result != 0) {
     report(context, name, L"not fetched",
            result == kMissing ? L"the store has no such file"
-                              : platform::formatWide(L"code %lu; the error log tells more", result));
+                              : platform::formatWide(L"code %lu", result));
     return tally.failed();
   }
   report(context, name, L"fetched", L"");
@@ -206,7 +206,7 @@ void removeItem(Context& context, const std::wstring& item, const std::wstring& 
                                    ? Quorvel::FileAccess::WGO_deleteServerFile(object->number, object->type)
                                    : Quorvel::FileAccess::WGO_deleteServerFile(get_ActivePrj(), path.c_str());
   if (result != 0) {
-    report(context, item, L"not removed", platform::formatWide(L"code %lu; the error log tells more", result));
+    report(context, item, L"not removed", platform::formatWide(L"code %lu", result));
     return tally.failed();
   }
   if (platform::fileStatus(path).exists && !moveFileToWindowsRecycleBin(path)) {

@@ -63,9 +63,12 @@ int run(int argc, char** argv) {
 
   Context context(options);
   try {
-    return static_cast<int>(selected(context));
+    const ExitCode code = selected(context);
+    if (code != ExitCode::Done) context.explain();
+    return static_cast<int>(code);
   } catch (const CommandFailure& failure) {
     if (!failure.message.empty()) context.output().error(L"zephor: " + failure.message);
+    if (failure.code != ExitCode::Usage) context.explain();
     return static_cast<int>(failure.code);
   }
 }

@@ -1,0 +1,127 @@
+#include "tests/journeys/Program.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+namespace zephor_test {
+
+namespace {
+
+std::array<int, 2> makePipe() {
+  std::array<int, 2> ends{-1, -1};
+  if (::pipe(ends.data()) != 0) ADD_FAILURE() << "no pipe";
+  return ends;
+}
+
+void collect(int outEnd, int errEnd, Run& run) {
+  std::array<pollfd, 2> ends{pollfd{outEnd, POLLIN, 0}, pollfd{errEnd, POLLIN, 0}};
+  std::array<std::string*, 2> texts{&run.out, &run.err};
+  int open = 2;
+  while (open > 0 && ::poll(ends.data(), ends.size(), -1) > 0) {
+    for (std::size_t i = 0; i < ends.size(); ++i) {
+      if (ends[i].fd < 0 || ends[i].revents == 0) continue;
+      char buffer[4096];
+      const ssize_t size = ::read(ends[i].fd, buffer, sizeof buffer);
+      if (size > 0) {
+        texts[i]->append(buffer, static_cast<std::size_t>(size));
+      } else {
+        ends[i].fd = -1;
+        --open;
+      }
+    }
+  }
+}
+
+}  // namespace
+
+Office::Office() {
+  std::string name = (std::filesystem::temp_directory_path() / "zephor-journey-XXXXXX").string();
+  directory_ = ::mkdtemp(name.data());
+}
+
+Office::~Office() {
+  std::error_code ignored;
+  std::filesystem::remove_all(directory_, ignored);
+}
+
+Run Office::run(const std::string& user, const std::vector<std::string>& arguments) const {
+  const std::string workstation = (directory_ / user).string();
+  const std::string trash = (directory_ / (user + "-desktop")).string();
+  std::vector<std::string> words{ZEPHOR_PROGRAM, "--workstation", workstation};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char*> argv;
+  for (auto& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+  const auto out = makePipe();
+  const auto err = makePipe();
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::setenv("XDG_DATA_HOME", trash.c_str(), 1);
+    ::setenv("LANG", "C.UTF-8", 1);
+    ::dup2(out[1], STDOUT_FILENO);
+    ::dup2(err[1], STDERR_FILENO);
+    for (const int end : {out[0], out[1], err[0], err[1]}) ::close(end);
+    ::execv(argv[0], argv.data());
+    ::_exit(127);
+  }
+  ::close(out[1]);
+  ::close(err[1]);
+  Run result;
+  collect(out[0], err[0], result);
+  ::close(out[0]);
+  ::close(err[0]);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
+  return result;
+}
+
+std::string Office::must(const std::string& user, const std::vector<std::string>& arguments) const {
+  const Run result = run(user, arguments);
+  std::string command;
+  for (const auto& argument : arguments) command += " " + argument;
+  EXPECT_EQ(result.exitCode, 0) << user << command << "\n" << result.out << result.err;
+  return result.out;
+}
+
+void Office::found(const std::vector<std::string>& users) {
+  must("admin", {"store", "create", store().string()});
+  for (const auto& user : users) {
+    must(user, {"init", "--store", store().string(), "--name", user, "--email", user + "@example.org"});
+  }
+  must(users.front(), {"team", "create", "Office"});
+  must(users.front(), {"project", "create", "Library", "--team", "Office"});
+  must(users.front(), {"open", "Library"});
+  for (std::size_t i = 1; i < users.size(); ++i) {
+    must(users.front(), {"team", "add", "Office", users[i] + "@example.org"});
+    must(users.front(), {"project", "add", users[i] + "@example.org"});
+    must(users[i], {"open", "Library"});
+  }
+}
+
+std::filesystem::path Office::project(const std::string& user) const {
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(directory_ / user)) {
+    if (entry.is_directory() && entry.path().extension() == ".prj") return entry.path();
+  }
+  ADD_FAILURE() << user << " has no project";
+  return {};
+}
+
+std::filesystem::path Office::writeFile(const std::string& name, const std::string& content) const {
+  std::ofstream(path(name), std::ios::binary) << content;
+  return path(name);
+}
+
+std::string contentOf(const std::filesystem::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+}  // namespace zephor_test

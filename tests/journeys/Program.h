@@ -1,0 +1,43 @@
+// Running `zephor` in processes of their own: a store, workstations by their users' names, and what each call answered.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace zephor_test {
+
+/// What a run of the program answered.
+struct Run {
+  int exitCode = -1;
+  std::string out;
+  std::string err;
+};
+
+/// A temporary directory with a store and workstations, removed at the end.
+class Office {
+ public:
+  Office();
+  ~Office();
+  Office(const Office&) = delete;
+  Office& operator=(const Office&) = delete;
+
+  /// A store, and workstations of these users in a team with an open project "Library"; the first one owns it.
+  void found(const std::vector<std::string>& users);
+  Run run(const std::string& user, const std::vector<std::string>& arguments) const;
+  /// As run; a test failure when the exit code is not 0.
+  std::string must(const std::string& user, const std::vector<std::string>& arguments) const;
+
+  std::filesystem::path path(const std::string& name) const { return directory_ / name; }
+  std::filesystem::path store() const { return directory_ / "store"; }
+  /// Directory of the one project on a user's workstation.
+  std::filesystem::path project(const std::string& user) const;
+  std::filesystem::path writeFile(const std::string& name, const std::string& content) const;
+
+ private:
+  std::filesystem::path directory_;
+};
+
+std::string contentOf(const std::filesystem::path& file);
+
+}  // namespace zephor_test

@@ -1,0 +1,118 @@
+// What people expect of a command-line tool: streams, exit codes, dry runs, the order of flag, environment and file.
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "tests/journeys/Program.h"
+
+namespace zephor_test {
+namespace {
+
+using testing::HasSubstr;
+
+TEST(ProgramConventions, WrongUseAnswersTwoAndSaysWhatWasExpected) {
+  Office office;
+  office.found({"anna"});
+  const struct {
+    std::vector<std::string> arguments;
+    const char* said;
+  } cases[] = {
+      {{"no-such-command"}, "no-such-command"},
+      {{"lock"}, "OBJECT"},
+      {{"lock", "tb0"}, "tb0"},
+      {{"lock", "tb1234567"}, "tb1234567"},
+      {{"save", "../other/tb000001.zdw"}, "below the project's directory"},
+      {{"save", "C:\\x"}, "below the project's directory"},
+      {{"fetch"}, "--all"},
+      {{"import", "x", "y", "--into", "tb1"}, "exactly one file"},
+      {{"create", "zz", "Name"}, "expected tb, pb or ze"},
+      {{"--yes", "--no", "status"}, "--no"},
+  };
+  for (const auto& item : cases) {
+    const Run run = office.run("anna", item.arguments);
+    EXPECT_EQ(run.exitCode, 2) << item.arguments.front() << run.out << run.err;
+    EXPECT_THAT(run.err, HasSubstr(item.said));
+    EXPECT_EQ(run.out, "");
+  }
+}
+
+TEST(ProgramConventions, EveryResultIsOneJsonObjectALine) {
+  Office office;
+  office.found({"anna"});
+  const std::string file = office.writeFile("\xC3\xA4 \"quoted\".dxf", "x").string();
+  std::string out = office.must("anna", {"--json", "import", file});
+  for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{"lock", "tb1"},
+                                                                                         {"save", "tb1"},
+                                                                                         {"status"},
+                                                                                         {"locks"},
+                                                                                         {"team", "list"},
+                                                                                         {"project", "list"},
+                                                                                         {"store", "info"}}) {
+    std::vector<std::string> words{"--json"};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    out += office.must("anna", words);
+  }
+  std::istringstream lines(out);
+  std::string line;
+  int count = 0;
+  while (std::getline(lines, line)) {
+    ++count;
+    EXPECT_TRUE(nlohmann::json::accept(line)) << line;
+  }
+  EXPECT_EQ(count, 8);
+}
+
+TEST(ProgramConventions, DryRunChangesNothing) {
+  Office office;
+  office.found({"anna", "ben"});
+  office.must("anna", {"import", office.writeFile("a.dxf", "x").string()});
+  office.must("anna", {"lock", "tb1"});
+  const std::string before = office.must("anna", {"status", "--json"}) + office.must("anna", {"locks", "--json"});
+  office.must("anna", {"-n", "save", "tb1"});
+  office.must("anna", {"-n", "unlock", "tb1"});
+  office.must("anna", {"-n", "import", office.path("a.dxf").string(), office.path("a.dxf").string()});
+  office.must("anna", {"-n", "import", office.path("a.dxf").string(), "--into", "tb1"});
+  office.must("anna", {"-n", "remove", "tb1"});
+  office.must("anna", {"-n", "create", "pb", "Plan"});
+  office.must("anna", {"-n", "project", "create", "Other", "--team", "Office"});
+  office.must("anna", {"-n", "project", "remove", "ben@example.org"});
+  EXPECT_EQ(office.must("anna", {"status", "--json"}) + office.must("anna", {"locks", "--json"}), before);
+  EXPECT_THAT(office.must("anna", {"project", "members"}), HasSubstr("ben@example.org"));
+  EXPECT_THAT(office.must("anna", {"project", "list"}), Not(HasSubstr("Other")));
+}
+
+TEST(ProgramConventions, FlagBeatsTheEnvironment) {
+  Office office;
+  office.found({"anna"});
+  ::setenv("ZEPHOR_PROJECT", "None", 1);
+  EXPECT_EQ(office.run("anna", {"status"}).exitCode, 1);
+  EXPECT_EQ(office.run("anna", {"--project", "Library", "status"}).exitCode, 0);
+  ::setenv("ZEPHOR_STORE", "/nonexistent", 1);
+  EXPECT_EQ(office.run("anna", {"--project", "Library", "status"}).exitCode, 5);
+  EXPECT_EQ(office.run("anna", {"--project", "Library", "--store", office.store().string(), "status"}).exitCode, 0);
+}
+
+TEST(ProgramConventions, SomeDoneAndSomeRefusedIsPartlyDone) {
+  Office office;
+  office.found({"anna"});
+  office.must("anna", {"create", "tb", "One"});
+  office.must("anna", {"lock", "tb1"});
+  const Run run = office.run("anna", {"save", "tb1", "tb2"});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_THAT(run.out, HasSubstr("tb1: saved"));
+  EXPECT_THAT(run.out, HasSubstr("tb2: refused"));
+}
+
+TEST(ProgramConventions, WhoIsNotKnownOrNoMemberGetsNothing) {
+  Office office;
+  office.found({"anna"});
+  EXPECT_EQ(office.run("stranger", {"status"}).exitCode, 5);
+  office.must("carl", {"init", "--store", office.store().string(), "--name", "Carl", "--email", "carl@example.org"});
+  EXPECT_EQ(office.run("carl", {"open", "Library"}).exitCode, 1);
+  EXPECT_EQ(office.must("carl", {"project", "list"}), "");
+  EXPECT_EQ(office.run("carl", {"project", "create", "Mine", "--team", "Office"}).exitCode, 1);
+}
+
+}  // namespace
+}  // namespace zephor_test

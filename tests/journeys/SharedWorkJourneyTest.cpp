@@ -1,0 +1,187 @@
+// Two workstations, one project: what one saves reaches the other, and nothing that somebody did is lost on the way.
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include "tests/journeys/Program.h"
+
+namespace zephor_test {
+namespace {
+
+using std::filesystem::path;
+using testing::HasSubstr;
+
+TEST(SharedWork, SavedDrawingReachesTheOtherWorkstationByteForByte) {
+  Office office;
+  office.found({"anna", "ben"});
+  const path drawing = path(ZEPHOR_EXAMPLES) / "ground-floor.dxf";
+  const std::string binary = std::string("\0\xFF\r\n\x1A", 5) + std::string(5'000'000, '\x7F');
+  office.must("anna", {"import", drawing.string(), office.writeFile("big.bin", binary).string()});
+  office.must("anna", {"import", office.writeFile("empty.txt", "").string(), "--as", "pb"});
+  office.must("anna", {"import", drawing.string(), "--as", "ze", "--number", "7"});
+  office.must("anna", {"lock", "tb1", "tb2", "pb1", "ze7"});
+  office.must("anna", {"save", "tb1", "tb2", "pb1", "ze7"});
+
+  office.must("ben", {"fetch", "--all"});
+  const auto fetched = [&](const std::string& object) {
+    office.must("ben", {"export", object, office.path("out").string()});
+    return contentOf(office.path("out"));
+  };
+  EXPECT_EQ(fetched("tb1"), contentOf(drawing));
+  EXPECT_EQ(fetched("tb2"), binary);
+  EXPECT_EQ(fetched("pb1"), "");
+  EXPECT_EQ(fetched("ze7"), contentOf(drawing));
+  const std::string status = office.must("ben", {"status", "--json"});
+  EXPECT_THAT(status, Not(HasSubstr("changed")));
+  EXPECT_EQ(std::count(status.begin(), status.end(), '\n'), 4);
+}
+
+TEST(SharedWork, ChangesGoBackAndForthAndTheVersionRises) {
+  Office office;
+  office.found({"anna", "ben"});
+  office.must("anna", {"import", office.writeFile("a.dxf", "first").string()});
+  office.must("anna", {"lock", "tb1"});
+  office.must("anna", {"save", "tb1"});
+  office.must("anna", {"unlock", "tb1"});
+  for (int round = 0; round < 3; ++round) {
+    const std::string writer = round % 2 == 0 ? "ben" : "anna";
+    const std::string reader = round % 2 == 0 ? "anna" : "ben";
+    const std::string content = "round " + std::to_string(round);
+    office.must(writer, {"fetch", "tb1"});
+    office.must(writer, {"lock", "tb1"});
+    office.must(writer, {"import", office.writeFile("change.dxf", content).string(), "--into", "tb1"});
+    EXPECT_THAT(office.must(writer, {"status", "tb1"}), HasSubstr("changed here"));
+    office.must(writer, {"save", "tb1"});
+    office.must(writer, {"unlock", "tb1"});
+    EXPECT_THAT(office.must(reader, {"status", "tb1"}), HasSubstr("newer in the store"));
+    office.must(reader, {"fetch", "tb1"});
+    office.must(reader, {"export", "tb1", office.path("out").string()});
+    EXPECT_EQ(contentOf(office.path("out")), content);
+  }
+}
+
+TEST(SharedWork, ObjectThatSomebodyElseHoldsIsRefusedAndStaysAsItIs) {
+  Office office;
+  office.found({"anna", "ben"});
+  office.must("anna", {"import", office.writeFile("a.dxf", "anna's").string()});
+  office.must("anna", {"lock", "tb1"});
+  office.must("anna", {"save", "tb1"});
+  office.must("ben", {"fetch", "tb1"});
+  office.must("ben", {"import", office.writeFile("b.dxf", "ben's").string(), "--into", "tb1"});
+
+  const Run lock = office.run("ben", {"lock", "tb1"});
+  EXPECT_EQ(lock.exitCode, 4);
+  EXPECT_THAT(lock.out, HasSubstr("anna"));
+  EXPECT_EQ(office.run("ben", {"save", "tb1"}).exitCode, 4);
+  EXPECT_EQ(office.run("ben", {"remove", "tb1"}).exitCode, 4);
+  EXPECT_EQ(office.run("ben", {"unlock", "tb1"}).exitCode, 4);
+
+  office.must("ben", {"export", "tb1", office.path("out").string()});
+  EXPECT_EQ(contentOf(office.path("out")), "ben's");
+  office.must("anna", {"fetch", "tb1"});
+  office.must("anna", {"export", "tb1", office.path("out").string()});
+  EXPECT_EQ(contentOf(office.path("out")), "anna's");
+}
+
+TEST(SharedWork, SaveWithoutAnyLockIsRefused) {
+  Office office;
+  office.found({"anna"});
+  office.must("anna", {"import", office.writeFile("a.dxf", "x").string()});
+  const Run save = office.run("anna", {"save", "tb1"});
+  EXPECT_EQ(save.exitCode, 1);
+  EXPECT_THAT(save.err, HasSubstr("tb000001.zdw"));
+  EXPECT_THAT(office.must("anna", {"status", "tb1"}), HasSubstr("only here"));
+}
+
+TEST(SharedWork, FetchNeverOverwritesAChangeThatWasNotSaved) {
+  Office office;
+  office.found({"anna", "ben"});
+  office.must("anna", {"import", office.writeFile("a.dxf", "one").string()});
+  office.must("anna", {"lock", "tb1"});
+  office.must("anna", {"save", "tb1"});
+  office.must("ben", {"fetch", "tb1"});
+  office.must("ben", {"import", office.writeFile("b.dxf", "ben's").string(), "--into", "tb1"});
+  office.must("anna", {"import", office.writeFile("a.dxf", "two").string(), "--into", "tb1"});
+  office.must("anna", {"save", "tb1"});
+  office.must("anna", {"unlock", "tb1"});
+
+  EXPECT_EQ(office.run("ben", {"fetch", "tb1"}).exitCode, 1);
+  EXPECT_THAT(office.must("ben", {"status", "tb1"}), HasSubstr("changed on both sides"));
+  office.must("ben", {"lock", "tb1"});
+  EXPECT_EQ(office.run("ben", {"save", "tb1"}).exitCode, 1) << "saved over a version that was never seen";
+  office.must("ben", {"export", "tb1", office.path("out").string()});
+  EXPECT_EQ(contentOf(office.path("out")), "ben's");
+
+  office.must("ben", {"fetch", "tb1", "--force"});
+  office.must("ben", {"export", "tb1", office.path("out").string()});
+  EXPECT_EQ(contentOf(office.path("out")), "two");
+  EXPECT_FALSE(std::filesystem::is_empty(office.project("ben") / "Backup"));
+}
+
+TEST(SharedWork, FailedUploadAnsweredNoIsRememberedAndCaughtUp) {
+  Office office;
+  office.found({"anna", "ben"});
+  office.must("anna", {"import", office.writeFile("a.dxf", "kept").string()});
+  office.must("anna", {"lock", "tb1"});
+  const path incoming = office.store() / "incoming";
+  std::filesystem::rename(incoming, office.path("aside"));
+  office.writeFile("store/incoming", "no directory");
+  const Run failed = office.run("anna", {"--no", "save", "tb1"});
+  EXPECT_EQ(failed.exitCode, 1);
+  EXPECT_THAT(failed.err, HasSubstr("tb000001.zdw"));
+  EXPECT_THAT(office.must("anna", {"not-uploaded", "list", "--json"}), HasSubstr("tb000001.zdw"));
+  EXPECT_THAT(contentOf(office.project("anna") / "NotUploadedFiles.xml"),
+              HasSubstr("   <file type=TEILBILD number=1>"));
+  EXPECT_EQ(office.run("ben", {"fetch", "tb1"}).exitCode, 1);
+
+  std::filesystem::remove(incoming);
+  std::filesystem::rename(office.path("aside"), incoming);
+  office.must("anna", {"not-uploaded", "retry"});
+  EXPECT_EQ(office.must("anna", {"not-uploaded", "list"}), "");
+  EXPECT_FALSE(std::filesystem::exists(office.project("anna") / "NotUploadedFiles.xml"));
+  office.must("ben", {"fetch", "tb1"});
+  office.must("ben", {"export", "tb1", office.path("out").string()});
+  EXPECT_EQ(contentOf(office.path("out")), "kept");
+}
+
+TEST(SharedWork, TwoProcessesRacingForOneLockHaveOneWinner) {
+  Office office;
+  office.found({"anna", "ben"});
+  office.must("anna", {"create", "tb", "Contested"});
+  for (int round = 0; round < 5; ++round) {
+    int codes[2] = {-1, -1};
+    std::thread other([&] { codes[1] = office.run("ben", {"lock", "tb1"}).exitCode; });
+    codes[0] = office.run("anna", {"lock", "tb1"}).exitCode;
+    other.join();
+    EXPECT_EQ(codes[0] + codes[1], 4) << codes[0] << " and " << codes[1];
+    office.must(codes[0] == 0 ? "anna" : "ben", {"unlock", "tb1"});
+  }
+}
+
+TEST(SharedWork, RemovedObjectGoesToTheTrashAndIsToldToTheOthers) {
+  Office office;
+  office.found({"anna", "ben"});
+  office.must("anna", {"import", office.writeFile("a.dxf", "x").string()});
+  office.must("anna", {"lock", "tb1"});
+  office.must("anna", {"save", "tb1"});
+  office.must("anna", {"unlock", "tb1"});
+  office.must("ben", {"fetch", "--all"});
+  office.must("anna", {"remove", "tb1"});
+  EXPECT_TRUE(std::filesystem::exists(office.path("anna-desktop") / "Trash" / "files" / "tb000001.zdw"));
+  EXPECT_THAT(office.must("ben", {"status", "tb1"}), HasSubstr("removed from the store"));
+}
+
+TEST(SharedWork, OrdinaryFileTravelsByItsNameBelowTheProject) {
+  Office office;
+  office.found({"anna", "ben"});
+  std::filesystem::create_directories(office.project("anna") / "BIM");
+  office.writeFile("notes.txt", "hello");
+  std::filesystem::copy(office.path("notes.txt"), office.project("anna") / "BIM" / "notes.txt");
+  office.must("anna", {"save", "BIM/notes.txt"});
+  office.must("ben", {"fetch", "BIM\\notes.txt"});
+  EXPECT_EQ(contentOf(office.project("ben") / "BIM" / "notes.txt"), "hello");
+  EXPECT_EQ(office.run("ben", {"fetch", "BIM/none.txt"}).exitCode, 1);
+}
+
+}  // namespace
+}  // namespace zephor_test
