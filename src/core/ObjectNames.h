@@ -1,0 +1,37 @@
+// File names of numbered project objects: making and parsing them, and the two numberings of object types.
+//
+//   Teilbild   file type 0   object type 0   tb000001.zdw
+//   Zeichnung  file type 28  object type 1   ze000001.000
+//   Plan       file type 33  object type 2   pb000001.zpl
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "host/FileTypes.h"
+#include "zephor/FileTransfer.h"
+
+namespace Quorvel::FileAccess {
+
+/// File name of an object; empty for a type that is none.
+std::wstring objectFileName(ObjectType type, int number);
+
+/// Search pattern of all objects of a type, "tb??????.zdw"; empty for a type that is none.
+std::wstring objectFilePattern(ObjectType type);
+
+struct ObjectName {
+  ObjectType type;
+  int number;
+};
+
+/// Reads a plain file name, letter case ignored. Names with fewer than six digits, with anything around them, or with a
+/// number above the range of int are none; so is number 0.
+std::optional<ObjectName> parseObjectFileName(const std::wstring& name);
+
+/// Empty for every file type but the three of the table.
+std::optional<ObjectType> objectTypeOf(int fileType);
+
+/// eFileType_Unknown for a type that is none.
+QuorvelFileType fileTypeOf(ObjectType type);
+
+}  // namespace Quorvel::FileAccess

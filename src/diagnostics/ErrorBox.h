@@ -1,0 +1,22 @@
+// The error box of the transfers. At most one is up at a time; a storm of like failures asks once.
+#pragma once
+
+#include <string>
+
+#include "platform/WindowsTypes.h"
+
+namespace Quorvel::FileAccess::ConnectionLogger {
+
+/// Shows an error and answers the button's IDxxx value.
+///
+/// The answer of the last box is given again without asking when that box had the same style, was answered with
+/// Cancel, Abort or Ignore, and is up right now (on this thread or another) or ended less than a second ago. Retry is
+/// never repeated: each failure after it asks anew.
+///
+/// @param details  what the box's help shows; empty: no help is offered
+int ShowErrorBox(const std::wstring& text, const std::wstring& caption, UINT style, const std::wstring& details);
+
+/// The text behind the help button: caption and message text between marks, then the details; empty without details.
+std::wstring errorBoxDetails(const std::wstring& text, const std::wstring& caption, const std::wstring& details);
+
+}  // namespace Quorvel::FileAccess::ConnectionLogger

@@ -1,0 +1,163 @@
+#include "ftp/FtpConnection.h"
+
+#include <exception>
+
+#include "diagnostics/ConnectionLog.h"
+#include "ftp/UpdateVerdict.h"
+#include "host/System.h"
+#include "platform/Files.h"
+#include "zephor/Diagnostics.h"
+
+namespace Quorvel::FileAccess {
+
+using ConnectionLogger::traceFmt;
+
+namespace {
+
+/// A per-user number, written with its default when it is missing.
+int settingOr(const wchar_t* key, int byDefault) {
+  int value = byDefault;
+  if (!ZSYST_ZepRegGetNumber(L"HKCU", key, value)) ZSYST_ZepRegPutNumber(L"HKCU", key, byDefault);
+  return value;
+}
+
+RetrySettings defaultRetrySettings() {
+  RetrySettings settings;
+  settings.logErrors = getFileAccessTrace() > 1;
+  return settings;
+}
+
+const wchar_t* lineOf(VerdictReason reason) {
+  switch (reason) {
+    case VerdictReason::BothMissing:
+      return L"fileNeedsUpdate: <file is missing on both sides>: %s";
+    case VerdictReason::LocalMissing:
+      return L"fileNeedsUpdate: <local file does'nt exist>: %s";
+    case VerdictReason::ServerMissing:
+      return L"fileNeedsUpdate: <server file does'nt exist>: %s";
+    case VerdictReason::CountersDiffer:
+      return L"fileNeedsUpdate: <version counter different>: %s";
+    case VerdictReason::GuidsDiffer:
+      return L"fileNeedsUpdate: <GUIDs different>: %s";
+    case VerdictReason::ServerNewer:
+      return L"fileNeedsUpdate: <server file is newer>: %s";
+    case VerdictReason::LocalNewer:
+      return L"fileNeedsUpdate: <local file is newer>: %s";
+    case VerdictReason::Equal:
+      return L"fileNeedsUpdate: <files are equal>: %s";
+  }
+  return L"%s";
+}
+
+bool isDifference(VerdictReason reason) {
+  return reason == VerdictReason::CountersDiffer || reason == VerdictReason::GuidsDiffer;
+}
+
+/// Size and write time of one file. @return false when there is none
+bool findFile(const wchar_t* path, std::int64_t& size, FILETIME& time) {
+  WIN32_FIND_DATAW data{};
+  const HANDLE find = FindFirstFileW(path, &data);
+  if (find == INVALID_HANDLE_VALUE) return false;
+  FindClose(find);
+  auto bytes = static_cast<std::uint64_t>(data.nFileSizeHigh) << 32U;
+  if (data.nFileSizeLow != INVALID_FILE_SIZE) bytes |= data.nFileSizeLow;
+  size = static_cast<std::int64_t>(bytes);
+  time = data.ftLastWriteTime;
+  return true;
+}
+
+}  // namespace
+
+CZepFtpConnection::CZepFtpConnection()
+    : retrySettings_(defaultRetrySettings()),
+      listingCacheOn_(settingOr(L"Settings\\WGOUseDirectoryListingCache", 0) != 0) {}
+
+bool CZepFtpConnection::initialize(Initialize_forIZepInetFileTransfer& record) {
+  if (record.serverName == nullptr || *record.serverName == L'\0') {
+    initialised_ = false;
+    return false;
+  }
+  const CServerProperties properties(record.serverName);
+  RemoteConfiguration& configuration = remote_.configuration();
+  const bool hostChanged = configuration.take(properties);
+  setServerName(configuration.hostName.c_str());
+  remote_.setParentWindow(record.parentWindow);
+  if (!logRemoved_) {
+    ConnectionLogger::ResetConnectionLog();
+    logRemoved_ = true;
+  }
+  initialised_ = true;
+  if (hostChanged) configuration.reconnectRequired = true;
+  return true;
+}
+
+void CZepFtpConnection::shutdown() {
+  if (!initialised_) return;
+  initialised_ = false;
+  remote_.closeConnection();
+}
+
+void CZepFtpConnection::releaseThreadData() {
+  remote_.releaseThreadData();
+}
+
+void CZepFtpConnection::setDialogsSuppressed(bool suppressed) {
+  remote_.setDialogsSuppressed(suppressed);
+}
+
+bool CZepFtpConnection::getLocalFileSizeAndTime(std::int64_t& size, const wchar_t* path, FILETIME& time) {
+  size = 0;
+  time = FILETIME{};
+  if (path == nullptr) return false;
+  try {
+    return findFile(path, size, time);
+  } catch (const std::exception&) {
+    ConnectionLogger::InternetExceptionSetMessageText((std::wstring(L"getLocalFileSizeAndTime ") + path).c_str());
+    ConnectionLogger::InternetExceptionResolve();
+    return false;
+  }
+}
+
+UpdateVerdict CZepFtpConnection::objectNeedsUpdate(const int* objectNumber, const ObjectType* type, const int* pathNr,
+                                                   std::uint32_t localVersion, const GUID& localGuid,
+                                                   std::uint32_t serverVersion, const GUID& serverGuid,
+                                                   const CompareMode* mode) {
+  std::wstring name;
+  getObjectFileName(objectNumber, type, name, pathNr);
+  return fileNeedsUpdate(name.c_str(), type, localVersion, localGuid, serverVersion, serverGuid, mode);
+}
+
+UpdateVerdict CZepFtpConnection::fileNeedsUpdate(const wchar_t* name, const ObjectType* type,
+                                                 std::uint32_t localVersion, const GUID& localGuid,
+                                                 std::uint32_t serverVersion, const GUID& serverGuid,
+                                                 const CompareMode* mode) {
+  const VersionVerdict result =
+      compareVersions(FileVersion{localVersion, localGuid}, FileVersion{serverVersion, serverGuid}, wrapTestOf(type),
+                      mode != nullptr ? *mode : CompareMode{});
+  if (!verbose()) return result.verdict;
+  traceFmt(0, L"fileNeedsUpdate: VersLocal = %d, VersServer = %d", static_cast<std::int32_t>(localVersion),
+           static_cast<std::int32_t>(serverVersion));
+  traceFmt(0, lineOf(result.reason), name);
+  if (isDifference(result.reason)) traceFmt(0, lineOf(VerdictReason::ServerNewer), name);
+  return result.verdict;
+}
+
+void CZepFtpConnection::clearTransferRecords() {
+  transferRecords_.clear();
+}
+
+bool CZepFtpConnection::addTransferRecord(const TransferRecord& record) {
+  return transferRecords_.add(record);
+}
+
+std::size_t CZepFtpConnection::getTransferRecords(std::vector<TransferRecord>& out) {
+  out = transferRecords_.all();
+  return out.size();
+}
+
+bool CZepFtpConnection::getTransferRecord(int objectNumber, std::int32_t& state,
+                                          bool (*filter)(const TransferRecord&)) {
+  return transferRecords_.stateOf(objectNumber, state, filter);
+}
+
+}  // namespace Quorvel::FileAccess

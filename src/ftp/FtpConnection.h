@@ -1,0 +1,86 @@
+// The transfer object of the process: file traffic with an FTP server or a plain directory.
+#pragma once
+
+#include "core/InetFileTransfer.h"
+#include "ftp/RemoteFtp.h"
+#include "ftp/RetrySettings.h"
+#include "ftp/TransferRecords.h"
+
+namespace Quorvel::FileAccess {
+
+class CZepFtpConnection : public CZepInetFileTransfer {
+ public:
+  /// No network traffic; reads the settings.
+  CZepFtpConnection();
+
+  bool initialize(Initialize_forIZepInetFileTransfer& record) override;
+  void shutdown() override;
+  DWORD renameFile(const wchar_t* oldName, const wchar_t* newName, const wchar_t* dir, const int* pathNr) override;
+  DWORD downloadToOpenFile(int hostFile, const wchar_t* name, const wchar_t* dir, const int* serverPathNr,
+                           const int* localPathNr, int* number, int objectNumber, unsigned flags) override;
+  DWORD downloadFile(const wchar_t* name, const wchar_t* dir, const int* serverPathNr, const int* localPathNr,
+                     int* number, int objectNumber, unsigned flags) override;
+  DWORD uploadFreeFile(const wchar_t* fullPath, const wchar_t* dir, const int* pathNr, bool silent) override;
+  DWORD uploadFile(const wchar_t* name, const wchar_t* dir, const int* pathNr, bool silent) override;
+  bool deleteServerPath(const wchar_t* path) override;
+  DWORD deleteFile(const wchar_t* name, const wchar_t* dir, const int* pathNr) override;
+  CPartialDownload* openFile(const wchar_t* name, const wchar_t* dir, const int* pathNr) override;
+  int seekFile(CPartialDownload* record, long long offset, int origin) override;
+  std::size_t readFilePartial(CPartialDownload* record, void* buffer, std::size_t size) override;
+  DWORD closeFile(CPartialDownload* record) override;
+  bool existDirectory(const wchar_t* path) override;
+  bool existFile(const wchar_t* name) override;
+  bool getCRC(std::uint32_t& crc, const wchar_t* name, const wchar_t* dir, const int* pathNr) override;
+  DWORD getProjectDirectories(const wchar_t* project, std::vector<WIN32_FIND_DATAW>& out) override;
+  DWORD getServerFileInfos(const wchar_t* directory, const wchar_t* pattern, std::vector<RemoteFileEntry>& out,
+                           const WGO_ListOptions* options) override;
+  DWORD getServerFileNames(const wchar_t* directory, const wchar_t* pattern, std::vector<std::wstring>& out,
+                           const WGO_ListOptions* options) override;
+  DWORD getServerFiles(const wchar_t* directory, std::vector<RemoteFileEntry>& out) override;
+  bool getServerFileSizeAndTime(std::int64_t* size, const wchar_t* path, FILETIME* time) override;
+  bool getLocalFileSizeAndTime(std::int64_t& size, const wchar_t* path, FILETIME& time) override;
+  bool updateFileTime(const wchar_t* name, const wchar_t* dir, const int* pathNr,
+                      const RemoteFileEntry* entry) override;
+  UpdateVerdict objectNeedsUpdate(const int* objectNumber, const ObjectType* type, const int* pathNr,
+                                  std::uint32_t localVersion, const GUID& localGuid, std::uint32_t serverVersion,
+                                  const GUID& serverGuid, const CompareMode* mode) override;
+  UpdateVerdict fileNeedsUpdate(const wchar_t* name, const ObjectType* type, std::uint32_t localVersion,
+                                const GUID& localGuid, std::uint32_t serverVersion, const GUID& serverGuid,
+                                const CompareMode* mode) override;
+  UpdateVerdict fileNeedsUpdate(const wchar_t* name, const wchar_t* dir, const int* pathNr, unsigned flags,
+                                std::uint32_t* lockMask) override;
+  void clearTransferRecords() override;
+  bool addTransferRecord(const TransferRecord& record) override;
+  std::size_t getTransferRecords(std::vector<TransferRecord>& out) override;
+  bool getTransferRecord(int objectNumber, std::int32_t& state, bool (*filter)(const TransferRecord&)) override;
+  DWORD syncServerDirectory(const int* pathNr, const wchar_t* directory, const WGO_FileFilter* filter,
+                            int progress) override;
+  DWORD syncServerDirectoryTree(const wchar_t* directory, const int* pathNr, const WGO_FileFilter* filter, int progress,
+                                bool recursive) override;
+  DWORD deleteServerDirectory(const wchar_t* path, const wchar_t* dir, const int* pathNr) override;
+  bool getServerDirectories(const wchar_t* directory, int mode, std::vector<std::wstring>& out) override;
+  void setDialogsSuppressed(bool suppressed) override;
+
+  void releaseThreadData() override;
+  bool createServerDirectory(const wchar_t* path) override;
+
+  bool createLockFile(int objectNumber, const int* objectType, const wchar_t* name, const wchar_t* text) override;
+  bool deleteLockFile(int objectNumber, const int* objectType, const wchar_t* name) override;
+  bool readLockFile(const wchar_t* name, std::wstring& text) override;
+  bool lockFileExists(int objectNumber, const int* objectType, const wchar_t* name, const wchar_t* pattern) override;
+  std::size_t fillLockInfo(const wchar_t* project, std::vector<LockFileInfo>& out, int userFilter) override;
+  std::size_t fillLockInfo(const int* pathNr, int userFilter, std::vector<LockFileInfo>& out) override;
+
+  RemoteFtp& remote() { return remote_; }
+  bool isInitialised() const { return initialised_; }
+
+ private:
+  RetrySettingsStack retrySettings_;
+  RemoteFtp remote_;
+  bool listingCacheOn_;
+  bool initialised_ = false;
+  bool logRemoved_ = false;  ///< the log of the previous run is gone
+  TransferRecords transferRecords_;
+};
+
+}  // namespace Quorvel::FileAccess
