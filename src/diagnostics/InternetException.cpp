@@ -1,6 +1,7 @@
 #include <cerrno>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "diagnostics/DiagnosticsState.h"
 #include "diagnostics/ErrorTexts.h"
