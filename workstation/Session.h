@@ -1,5 +1,5 @@
-// One workstation in this process: where it keeps its things, who works at it, which store it is connected to, which project is
-// open. Everything of the host is set up by start() and torn down by finish(), on the main thread.
+// One workstation in this process: where it keeps its things, who works at it, which store it is connected to, which
+// project is open. Everything of the host is set up by start() and torn down by finish(), on the main thread.
 #pragma once
 
 #include <string>
@@ -11,7 +11,8 @@
 namespace workstation {
 
 struct StartOptions {
-  /// Directory of the workstation (a path of the system): `config`, `data`, `trash` below it. Empty: the user's XDG directories.
+  /// Directory of the workstation (a path of the system): `config`, `data`, `trash` below it. Empty: the user's XDG
+  /// directories.
   std::string directory;
   /// Store directory for this run; empty: as configured.
   std::string storeDirectory;
@@ -39,23 +40,26 @@ WORKSTATION_API const Identity& identity();
 struct WorkstationConfiguration {
   std::string storeDirectory;
   Identity identity;
-  std::string language;     ///< "en" or "de"; empty: from the locale
+  std::string language;  ///< "en" or "de"; empty: from the locale
   unsigned codePage = 1252;
 };
-/// Makes a workstation's configuration in `directory` (as StartOptions::directory); an existing one is only replaced with `replace`.
-WORKSTATION_API bool writeConfiguration(const std::string& directory, const WorkstationConfiguration& configuration, bool replace,
-                                        std::wstring& error);
-WORKSTATION_API bool readConfiguration(const std::string& directory, WorkstationConfiguration& out, std::wstring& error);
+/// Makes a workstation's configuration in `directory` (as StartOptions::directory); an existing one is only replaced
+/// with `replace`.
+WORKSTATION_API bool writeConfiguration(const std::string& directory, const WorkstationConfiguration& configuration,
+                                        bool replace, std::wstring& error);
+WORKSTATION_API bool readConfiguration(const std::string& directory, WorkstationConfiguration& out,
+                                       std::wstring& error);
 
-/// Makes the descriptor and the directory of a cloud project if they are missing and makes it the open project of this process and
-/// of the workstation's next start.
+/// Makes the descriptor and the directory of a cloud project if they are missing and makes it the open project of this
+/// process and of the workstation's next start.
 /// @param nameOrUuid  a project of the store that this user is a member of; "team/name" where a name alone is ambiguous
 WORKSTATION_API bool openProject(const std::wstring& nameOrUuid, std::wstring& error);
 /// Opens what was open last. @return false with an empty text when there is none
 WORKSTATION_API bool reopenLastProject(std::wstring& error);
 WORKSTATION_API void closeProject();
 
-/// Replaces the controllers that the library is given; null brings the embedded ones back. For start-up and for tests of faults.
+/// Replaces the controllers that the library is given; null brings the embedded ones back. For start-up and for tests
+/// of faults.
 WORKSTATION_API void setCloudController(ICloudController* controller);
 
 }  // namespace workstation

@@ -1,0 +1,22 @@
+// Changes in the open project's directory that the library handed back to the host. Any thread.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace workstation {
+
+struct DirectoryChange {
+  std::wstring path;
+  unsigned long action = 0;  ///< 1 added, 2 removed, 3 modified, 4 renamed from, 5 renamed to
+
+  bool operator==(const DirectoryChange&) const = default;
+};
+
+/// The changes so far, in the order in which they came; a change that only repeats the one before it is not kept.
+std::vector<DirectoryChange> directoryChanges();
+
+/// The same, and empties the list.
+std::vector<DirectoryChange> takeDirectoryChanges();
+
+}  // namespace workstation
