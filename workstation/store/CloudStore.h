@@ -1,0 +1,257 @@
+// The embedded cloud store: a directory that holds teams, projects, files with their headers, and locks, shared by all
+// processes that open it.
+//
+// Records live in an SQLite database, bodies in files named by their SHA-256. A file appears to others whole and
+// together with its header, or not at all; what was answered 0 survives a crash of the process and of the machine.
+// Every operation takes the actor and checks their role: who is no member of a project gets nothing of it, as if it did
+// not exist.
+//
+// All operations may be called from several threads and processes at once. Each answers a status of StoreStatus.h and
+// leaves, when it fails, a text in lastText() of the calling thread.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/Cloud.h"
+#include "platform/WindowsTypes.h"
+#include "workstation/Export.h"
+#include "workstation/store/StoreStatus.h"
+
+namespace workstation {
+
+/// Who asks, and from where.
+struct StoreActor {
+  CloudUser user;  ///< looked up by its uuid alone
+  std::wstring workstationName;
+  std::wstring workstationId;  ///< tells two workstations of one user apart
+};
+
+/// Roles in a team and in a project; a smaller number may do more. In a team an editor may found projects.
+enum class StoreRole : int { None = 0, Owner = 1, Admin = 2, Editor = 3, Viewer = 4 };
+
+struct StoreTeam {
+  std::wstring uuid;
+  std::wstring name;
+  StoreRole role = StoreRole::None;  ///< of the actor; None for one who is only in a project of the team
+};
+
+struct StoreProject {
+  std::wstring uuid;
+  std::wstring name;
+  std::wstring teamUuid;
+  std::wstring teamName;
+  std::wstring ownerName;
+  StoreRole role = StoreRole::None;  ///< of the actor
+  bool archived = false;
+  /// Grows with each upload, deletion and notification in the project.
+  std::int64_t changeCounter = 0;
+};
+
+struct StoreMember {
+  CloudUser user;
+  StoreRole role = StoreRole::None;
+  int number = 0;  ///< small number in the project, see CloudStore::memberNumber; 0 in a team
+};
+
+/// The one holder of an object.
+struct ObjectLock {
+  int objectType = 0;  ///< QuorvelFileType
+  int number = 0;
+  CloudUser holder;
+  int memberNumber = 0;
+  std::wstring workstationName;
+  std::wstring workstationId;
+  FILETIME since{};
+};
+
+/// Classes of stored files; the values are those of ShareFileTypeID.
+enum class FileClass : int { Resource = 0, Ordinary = 1, Teilbild = 2, Plan = 3, Bim = 4 };
+constexpr unsigned classBit(FileClass value) {
+  return 1U << static_cast<unsigned>(value);
+}
+constexpr unsigned kAllClasses = 0x1F;
+
+struct StoredFile {
+  std::wstring name;  ///< with backslashes, letter case of the last upload
+  FileClass fileClass = FileClass::Ordinary;
+  std::wstring uuid;  ///< of the file, the same for all its revisions
+  std::int64_t size = 0;
+  FILETIME created{};
+  FILETIME modified{};  ///< write time of the uploaded file, exact
+  FILETIME uploaded{};
+  std::wstring uploaderUuid;
+  std::wstring uploaderName;
+  std::int64_t revision = 0;  ///< grows by one with each upload and deletion
+  std::string sha256;         ///< 64 lower-case hexadecimal digits; empty for a deleted file
+  bool hasHeader = false;
+};
+
+/// One file of a group to put.
+struct FilePut {
+  std::wstring name;  ///< relative to the project
+  /// Open platform handle to read through; its position is restored. Null or INVALID_HANDLE_VALUE: read `path`.
+  HANDLE handle = nullptr;
+  std::wstring path;                 ///< library path of the source
+  std::vector<std::uint8_t> header;  ///< stored image, empty for none
+  std::vector<std::pair<std::wstring, std::wstring>> metadata;
+};
+
+struct SweepResult {
+  std::uint64_t bodies = 0;
+  std::uint64_t leftovers = 0;
+  std::uint64_t bytes = 0;
+};
+
+/// Shows how far a group is: files done, files in all, bytes so far.
+using StoreProgress = std::function<void(std::uint32_t done, std::uint32_t total, std::uint64_t bytes)>;
+
+class WORKSTATION_API CloudStore {
+ public:
+  /// Makes a store in `directory` (a path of the system, UTF-8), which is created when it is missing.
+  /// @return kStoreExists, and nothing is changed, when there is a store already
+  static CloudStatus create(const std::string& directory, std::wstring& error);
+  /// Opens a store. Null with a status and a text that names the path and what was expected when there is none, when it
+  /// is of a newer version (it is left as it is), is read-only, or stays locked for longer than ten seconds.
+  static std::shared_ptr<CloudStore> open(const std::string& directory, CloudStatus& status, std::wstring& error);
+  ~CloudStore();
+  CloudStore(const CloudStore&) = delete;
+  CloudStore& operator=(const CloudStore&) = delete;
+
+  /// Why the last failing operation of this thread failed.
+  static const std::wstring& lastText();
+  const std::string& directory() const;
+  /// A number of the store's settings ("session_timeout_seconds"), or `otherwise`.
+  std::int64_t setting(const std::string& key, std::int64_t otherwise);
+  CloudStatus setSetting(const std::string& key, std::int64_t value);
+  std::wstring textSetting(const std::string& key, const std::wstring& otherwise);
+  CloudStatus setTextSetting(const std::string& key, const std::wstring& value);
+
+  // Users. Whoever may write the directory may register.
+
+  /// Registers a user or brings name and e-mail up to date. An empty uuid is filled with a new one.
+  CloudStatus registerUser(CloudUser& user);
+  /// @param text  uuid, or e-mail address in any letter case
+  CloudStatus findUser(const std::wstring& text, CloudUser& user);
+  CloudStatus users(std::vector<CloudUser>& out);
+
+  // Teams.
+
+  CloudStatus createTeam(const StoreActor& actor, const std::wstring& name, std::wstring& uuid);
+  CloudStatus teams(const StoreActor& actor, std::vector<StoreTeam>& out);
+  CloudStatus teamMembers(const StoreActor& actor, const std::wstring& team, std::vector<StoreMember>& out);
+  /// Adds a member or changes their role; owners and admins may. `user` is a uuid or an e-mail address.
+  CloudStatus addTeamMember(const StoreActor& actor, const std::wstring& team, const std::wstring& user,
+                            StoreRole role);
+  /// Takes a member out of the team and of all its projects. The owner stays.
+  CloudStatus removeTeamMember(const StoreActor& actor, const std::wstring& team, const std::wstring& user);
+
+  // Projects.
+
+  CloudStatus createProject(const StoreActor& actor, const std::wstring& team, const std::wstring& name,
+                            std::wstring& uuid);
+  /// The actor's projects of a team (an empty text: of all teams), by name.
+  CloudStatus projects(const StoreActor& actor, const std::wstring& team, bool withArchived,
+                       std::vector<StoreProject>& out);
+  CloudStatus project(const StoreActor& actor, const std::wstring& uuid, StoreProject& out);
+  CloudStatus archiveProject(const StoreActor& actor, const std::wstring& uuid, bool archived);
+  /// Owners and admins may. The files are kept for `deleted_project_days` (30) days, out of everybody's sight.
+  CloudStatus deleteProject(const StoreActor& actor, const std::wstring& uuid);
+  CloudStatus members(const StoreActor& actor, const std::wstring& project, std::vector<StoreMember>& out);
+  /// Adds a member or changes their role; owners and admins may. A person new to the team becomes a viewer of it. The
+  /// owner's role can't be changed, and nobody becomes owner.
+  CloudStatus addMember(const StoreActor& actor, const std::wstring& project, const std::wstring& user, StoreRole role);
+  /// Owners and admins may, and everybody for themselves; the owner stays.
+  CloudStatus removeMember(const StoreActor& actor, const std::wstring& project, const std::wstring& user);
+  /// Number by which the host knows a member: 2 for the owner, then 3, 4, ...; never used for another person in the
+  /// project, not even after the member has left. 0 when the person never was a member.
+  int memberNumber(const std::wstring& project, const std::wstring& userUuid);
+  /// The reverse. @return an empty uuid for a number that nobody has
+  CloudUser memberByNumber(const std::wstring& project, int number);
+  /// Tells the other members that something changed.
+  CloudStatus notifyChange(const StoreActor& actor, const std::wstring& project);
+
+  // Locks of objects: one holder each, until it is given back.
+
+  /// Takes the lock. The holder on the same workstation gets it again; anybody else, and the holder on another
+  /// workstation, is refused with kStoreLocked.
+  CloudStatus lockObject(const StoreActor& actor, const std::wstring& project, int objectType, int number);
+  /// Gives it back; an object without lock is success. With `force` an owner or admin breaks another's lock.
+  CloudStatus unlockObject(const StoreActor& actor, const std::wstring& project, int objectType, int number,
+                           bool force = false);
+  CloudStatus lockOf(const StoreActor& actor, const std::wstring& project, int objectType, int number,
+                     std::optional<ObjectLock>& out);
+  CloudStatus locks(const StoreActor& actor, const std::wstring& project, std::vector<ObjectLock>& out);
+
+  // Locks of projects. Read is shared; Write has one holder beside readers; Exclusive has one holder alone. While
+  // somebody holds Write or Exclusive nobody else may put or delete files.
+
+  CloudStatus lockProject(const StoreActor& actor, const std::wstring& project, OndrathProjectLockType kind);
+  /// Takes the actor's own lock away; with `all`, which owners and admins may, everybody's.
+  CloudStatus unlockProject(const StoreActor& actor, const std::wstring& project, bool all);
+  CloudStatus projectLocks(const StoreActor& actor, const std::wstring& project, std::vector<LockUser>& out);
+
+  // Sessions.
+
+  /// Notes that the actor's process is there and has `project` (empty: none) open.
+  CloudStatus beat(const StoreActor& actor, const std::string& session, const std::wstring& project,
+                   const std::string& tokenSha256);
+  CloudStatus endSession(const std::string& session);
+  /// True when a session with a fresh heartbeat other than `session` has the project open.
+  /// @param ignoreOwn  sessions of the actor on any workstation do not count
+  CloudStatus isProjectInUse(const StoreActor& actor, const std::wstring& project, const std::string& session,
+                             bool ignoreOwn, bool& inUse);
+
+  // Files. Names are relative, `/` and one leading backslash are accepted; letter case does not tell names apart.
+
+  /// Puts a group: all that can be read goes in with its header in one transaction.
+  /// @param statuses  one for each file, in their order; kStoreInvalidName, kStoreInUse (changed while it was read),
+  ///                  kStoreLocked (another holds the object), or the error of reading
+  /// @return the first status that is not 0; when the store itself failed nothing went in and every file carries that
+  /// status
+  CloudStatus putFiles(const StoreActor& actor, const std::wstring& project, const std::vector<FilePut>& files,
+                       std::vector<CloudStatus>& statuses, const StoreProgress& progress = {});
+  CloudStatus findFile(const StoreActor& actor, const std::wstring& project, const std::wstring& name, StoredFile& out);
+  /// @param classes  bits of classBit
+  CloudStatus files(const StoreActor& actor, const std::wstring& project, unsigned classes,
+                    std::vector<StoredFile>& out);
+  CloudStatus deletedFiles(const StoreActor& actor, const std::wstring& project, unsigned classes,
+                           std::vector<StoredFile>& out);
+  /// Stored images by name; a file without header, or one that is not there, has an empty image.
+  CloudStatus headers(const StoreActor& actor, const std::wstring& project, const std::vector<std::wstring>& names,
+                      std::map<std::wstring, std::vector<std::uint8_t>>& out);
+  /// All images of a class, by the names of the files.
+  CloudStatus allHeaders(const StoreActor& actor, const std::wstring& project, FileClass fileClass,
+                         std::map<std::wstring, std::vector<std::uint8_t>>& out);
+  CloudStatus metadata(const StoreActor& actor, const std::wstring& project, const std::wstring& name,
+                       std::map<std::wstring, std::wstring>& out);
+  CloudStatus deleteFile(const StoreActor& actor, const std::wstring& project, const std::wstring& name);
+  /// Writes a file's content to `target`, a path of the system that is created or emptied, with the stored write time.
+  /// The content is checked against its hash on the way: a damaged body gives kStoreInvalidData, and nothing is left at
+  /// `target`.
+  CloudStatus copyOut(const StoreActor& actor, const std::wstring& project, const std::wstring& name,
+                      const std::string& target, StoredFile& out);
+
+  /// Removes bodies that no file refers to and leftovers of broken uploads, both when older than an hour, and the
+  /// records of projects deleted long ago. Happens by itself at most once a day when the store is opened.
+  CloudStatus sweep(SweepResult& result);
+
+ private:
+  struct Impl;
+  explicit CloudStore(std::unique_ptr<Impl> impl);
+  std::unique_ptr<Impl> impl_;
+};
+
+/// Relative name as the store keeps it: one leading backslash cut, `/` as backslash.
+/// @return false for a name that could leave the project or that not every workstation can hold
+WORKSTATION_API bool normaliseStoreName(const std::wstring& given, std::wstring& name);
+/// Class of a file by its (normalised) name.
+WORKSTATION_API FileClass classOfName(const std::wstring& name);
+
+}  // namespace workstation
