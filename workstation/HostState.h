@@ -1,0 +1,62 @@
+// What this process knows of its workstation: one record, reached through one function. The rooms of the host ask the
+// operations of host/; this record is for those who implement them.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "host/Project.h"
+#include "host/Users.h"
+#include "workstation/Session.h"
+#include "workstation/projects/DirChanges.h"
+#include "workstation/system/SettingsFile.h"
+
+namespace workstation {
+
+/// Where a workstation keeps its things, as paths of the system.
+struct Directories {
+  std::string configuration;
+  std::string data;
+  std::string logs;
+};
+
+/// `mutex` guards everything behind it; no call leaves the room while it is held.
+struct HostState {
+  // Set by start() and finish() on the main thread, while no other thread works.
+  bool started = false;
+  Directories directories;
+  std::unique_ptr<SettingsFile> settings;
+  Identity identity;
+  std::string storeDirectory;
+  int traceLevel = -1;  ///< of this run; -1: as configured
+
+  std::mutex mutex;
+  std::wstring currentServer;
+  std::wstring corPath;
+  std::map<int, std::wstring> paths;  ///< path numbers that were set, each with its backslash
+  PRJ activeProject;
+  std::wstring userDirectory;  ///< where `users` was read from
+  std::vector<QuorvelUser> users;
+  std::map<int, PRJ> temporaryUnits;
+  int nextUnit = 0;
+  std::vector<DirectoryChange> directoryChanges;
+  std::map<int, void*> openFiles;
+  int nextFile = 1;
+};
+
+HostState& hostState();
+
+/// The settings as they stand; built-in values before start(). Never null.
+std::shared_ptr<const SettingsValues> settings();
+
+/// Changes the settings; a failure goes to the error log.
+bool changeSettings(const std::function<void(SettingsValues&)>& edit);
+
+/// A per-user number, or `fallback` when it is not set.
+int settingsNumber(const wchar_t* key, int fallback);
+
+}  // namespace workstation

@@ -1,0 +1,18 @@
+// The folders of the workstation and how a server's name becomes the name of one.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace workstation {
+
+/// The cloud, a configured server of the older store, or this machine ("localhost"; an empty name means it too).
+bool isKnownHost(const std::wstring& host);
+
+/// A directory name that is different for different servers, whatever characters their names hold.
+std::wstring serverRootName(const std::wstring& host);
+
+/// Every folder that the workstation itself needs, as library paths.
+std::vector<std::wstring> workstationFolders();
+
+}  // namespace workstation
