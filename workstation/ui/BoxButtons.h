@@ -1,0 +1,30 @@
+// The buttons that a message box offers by its style. Pure.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/WindowsTypes.h"
+
+namespace workstation {
+
+struct BoxButton {
+  int answer = 0;      ///< an IDxxx value
+  std::wstring label;  ///< in the language in use, with its letter in brackets: "[Y]es"
+};
+
+/// In the order in which they are shown, at least one. An unknown style offers its denying answer.
+std::vector<BoxButton> boxButtons(UINT style);
+
+bool offersAnswer(UINT style, int answer);
+
+/// The answer that agrees: Yes, Retry or OK, whichever the style offers.
+int agreeingAnswer(UINT style);
+
+/// The label without brackets.
+std::wstring plainLabel(const std::wstring& label);
+
+/// True when a typed answer means this button: its letter or its whole word, in any case, with blanks around it.
+bool meansButton(const std::wstring& typed, const std::wstring& label);
+
+}  // namespace workstation
