@@ -1,8 +1,5 @@
 #include "core/ObjectNames.h"
 
-#include <cstdint>
-#include <limits>
-
 #include "platform/Text.h"
 
 namespace Quorvel::FileAccess {
@@ -31,17 +28,14 @@ const Row* rowOf(ObjectType type) {
 }
 
 std::optional<int> parseNumber(std::wstring_view digits) {
-  if (digits.size() < kDigits) return std::nullopt;
-  std::int64_t number = 0;
+  if (digits.size() != kDigits) return std::nullopt;
+  int number = 0;
   for (const wchar_t c : digits) {
     if (c < L'0' || c > L'9') return std::nullopt;
-    number = number * 10 + (c - L'0');
-    if (number > std::numeric_limits<int>::max()) return std::nullopt;
+    number = number * 10 + static_cast<int>(c - L'0');
   }
-  // A number that was filled up to more than six digits would not give this name back.
-  if (digits.size() > kDigits && digits.front() == L'0') return std::nullopt;
   if (number == 0) return std::nullopt;
-  return static_cast<int>(number);
+  return number;
 }
 
 }  // namespace

@@ -24,8 +24,7 @@ struct ObjectName {
   int number;
 };
 
-/// Reads a plain file name, letter case ignored. Names with fewer than six digits, with anything around them, or with a
-/// number above the range of int are none; so is number 0.
+/// Reads a plain file name, letter case ignored: the prefix, six digits other than 000000, the extension, nothing else.
 std::optional<ObjectName> parseObjectFileName(const std::wstring& name);
 
 /// Empty for every file type but the three of the table.

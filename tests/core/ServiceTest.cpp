@@ -1,0 +1,95 @@
+#include "zephor/Service.h"
+
+#include "core/ServiceState.h"
+#include "host/Project.h"
+#include "host/System.h"
+#include "tests/core/StartedWorkstation.h"
+#include "zephor/FileTransfer.h"
+
+namespace {
+
+using namespace Quorvel::FileAccess;
+
+class Service : public StartedWorkstation {
+ protected:
+  static std::wstring pathOf(int number) { return getInetFileManager().getPathFromNr(&number); }
+  static void putSetting(const wchar_t* key, int value) { ZSYST_ZepRegPutNumber(L"HKCU", key, value); }
+};
+
+TEST_F(Service, WithoutANetworkNothingIsSetUp) {
+  start("/nowhere");
+  putSetting(L"Settings\\Offline", 1);
+  EXPECT_TRUE(WGO_Service_Initialize(eWGOInit_Default));
+  EXPECT_EQ(serviceState().manager, nullptr);
+  EXPECT_EQ(serviceState().onlineProject, nullptr);
+  EXPECT_EQ(serviceState().traceLevel, kTraceLevelUnknown);
+}
+
+TEST_F(Service, AConfigurationWithoutServersReadsTheTraceLevelAlone) {
+  start("", -1, false);
+  putSetting(getTraceRegistrySection(5).c_str(), 2);
+  EXPECT_TRUE(WGO_Service_Initialize(eWGOInit_Default));
+  EXPECT_EQ(serviceState().traceLevel, 2);
+  EXPECT_EQ(serviceState().onlineProject, nullptr);
+  EXPECT_EQ(serviceState().manager, nullptr);
+}
+
+TEST_F(Service, AStartSetsServerAndRootsAndASecondOneKeepsTheProject) {
+  std::filesystem::create_directory(root() / "store");
+  start((root() / "store").string());
+  ASSERT_TRUE(WGO_Service_Initialize(eWGOInit_Default));
+  EXPECT_EQ(ZSYST_getCurrentWorkgroupServer(), L"ONDRATH");
+  wchar_t local[MAX_PATH];
+  wchar_t server[MAX_PATH];
+  ASSERT_TRUE(ZSYST_ZepRegGetSetupPath(L"LocalData", local));
+  ASSERT_TRUE(ZSYST_ZepRegGetSetupPath(L"Net", server));
+  EXPECT_EQ(pathOf(eLocalDataPath), local);
+  EXPECT_EQ(pathOf(eStdPath), local + std::wstring(L"\\Std"));
+  EXPECT_EQ(pathOf(eServerDataPath), server);
+
+  const PRJ* const project = serviceState().onlineProject.get();
+  ASSERT_NE(project, nullptr);
+  WGO_Service_Initialize(eWGOInit_Default);
+  EXPECT_EQ(serviceState().onlineProject.get(), project);
+}
+
+TEST_F(Service, WithoutItsServerTheProjectsDirectoryIsMade) {
+  start((root() / "gone").string());
+  wchar_t local[MAX_PATH];
+  ASSERT_TRUE(ZSYST_ZepRegGetSetupPath(L"LocalData", local));
+  const std::string projects = platform::systemPath(local + std::wstring(L"\\Prj"));
+  std::filesystem::remove_all(projects);
+  EXPECT_TRUE(WGO_Service_Initialize(eWGOInit_Default));
+  EXPECT_TRUE(std::filesystem::is_directory(projects));
+}
+
+TEST_F(Service, AnEndReleasesTheProjectAndLeavesADestroyedManagerAlone) {
+  start((root() / "store").string());
+  WGO_Service_Initialize(eWGOInit_Default);
+  WGO_Service_Uninitialize();
+  EXPECT_EQ(serviceState().onlineProject, nullptr);
+  WGO_Service_Uninitialize();
+
+  WGO_Service_Initialize(eWGOInit_Default);
+  serviceState().manager.reset();
+  serviceState().managerDestroyed = true;
+  WGO_Service_Uninitialize();
+  EXPECT_EQ(serviceState().manager, nullptr);
+  EXPECT_EQ(serviceState().onlineProject, nullptr);
+}
+
+TEST_F(Service, TheTraceMessageNamesTheServerOfAnOnlineConnection) {
+  start();
+  getInetFileManager().setServerName(L"wire");
+  auto& internals = dynamic_cast<IZepInetFileTransferInternal&>(getInetFileManager());
+  const std::pair<int, const wchar_t*> table[] = {
+      {0, L"fillLockInfo: /a/b"}, {1, L"fillLockInfo: ftp://wire/a/b"}, {2, L"before"}};
+  for (const auto& [type, expected] : table) {
+    internals.setConnectionType(&type);
+    std::wstring line = L"before";
+    WGO_Service_CreateIOTraceMsg(L"fillLockInfo", L"/a/b", line);
+    EXPECT_EQ(line, expected);
+  }
+}
+
+}  // namespace

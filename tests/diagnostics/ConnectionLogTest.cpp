@@ -1,0 +1,68 @@
+#include "diagnostics/ConnectionLog.h"
+
+#include <cstdlib>
+#include <regex>
+#include <thread>
+
+#include "tests/diagnostics/DiagnosticsFixture.h"
+
+namespace {
+
+constexpr const char* kLog = "Tarvendorf/QuorvelInetLog.log";
+
+class ConnectionLogTest : public DiagnosticsTest {
+ protected:
+  ConnectionLogTest() { useAppData(platform::libraryPath(root().string())); }
+  static void useAppData(const std::wstring& path) { setenv("APPDATA", platform::toUtf8(path).c_str(), 1); }
+};
+
+TEST_F(ConnectionLogTest, ALineIsStampedAndClosedByOneLineFeed) {
+  diag::AppendConnectionLog(L"connected");
+  diag::AppendConnectionLog(L"gone\n");
+  diag::AppendConnectionLog(L"");
+  diag::AppendConnectionLog(nullptr);
+  const std::string stamp = R"(<\d\d\.\d\d\.\d{4} - \d\d:\d\d:\d\d :: )";
+  EXPECT_TRUE(std::regex_match(read(kLog), std::regex(stamp + "connected>\n" + stamp + "gone>\n" + stamp + ">\n")))
+      << read(kLog);
+}
+
+TEST_F(ConnectionLogTest, ATextOf4096CharactersIsNotLogged) {
+  diag::AppendConnectionLog(std::wstring(4096, L'x').c_str());
+  EXPECT_FALSE(exists(kLog));
+  diag::AppendConnectionLog(std::wstring(4095, L'x').c_str());
+  EXPECT_NE(read(kLog).find(std::string(4095, 'x') + ">\n"), std::string::npos);
+}
+
+TEST_F(ConnectionLogTest, WithoutAPlaceNothingIsWritten) {
+  useAppData(path(L"missing\\deeper"));
+  diag::AppendConnectionLog(L"connected");
+  useAppData(path(L"") + std::wstring(8192, L'x'));
+  diag::AppendConnectionLog(L"connected");
+  EXPECT_EQ(entryCount(), 0U);
+}
+
+TEST_F(ConnectionLogTest, AResetDeletesTheLogAndBearsItsAbsence) {
+  diag::ResetConnectionLog();
+  diag::AppendConnectionLog(L"connected");
+  diag::ResetConnectionLog();
+  EXPECT_FALSE(exists(kLog));
+  EXPECT_TRUE(exists("Tarvendorf"));
+}
+
+TEST_F(ConnectionLogTest, LinesOfSeveralThreadsStayWhole) {
+  constexpr int kLines = 100;
+  const auto write = [](const wchar_t* text) {
+    for (int i = 0; i < kLines; ++i) diag::AppendConnectionLog(text);
+  };
+  {
+    const std::jthread first(write, L"aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa");
+    const std::jthread second(write, L"bbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbb");
+  }
+  const std::regex line("<[^>]* :: (a{32}|b{32})>\n");
+  const std::string content = read(kLog);
+  const auto matches =
+      std::distance(std::sregex_iterator(content.begin(), content.end(), line), std::sregex_iterator());
+  EXPECT_EQ(matches, 2 * kLines);
+}
+
+}  // namespace

@@ -1,0 +1,92 @@
+#include "diagnostics/ErrorBox.h"
+
+#include <thread>
+
+#include "tests/diagnostics/DiagnosticsFixture.h"
+
+namespace {
+
+constexpr UINT kStyle = MB_RETRYCANCEL | MB_ICONHAND;
+constexpr UINT kOtherStyle = MB_ABORTRETRYIGNORE | MB_ICONHAND;
+
+int showBox(UINT style = kStyle) {
+  return diag::ShowErrorBox(L"Failed", L"FTP Operation", style, L"");
+}
+
+TEST_F(DiagnosticsTest, AStormOfLikeFailuresAsksOnce) {
+  const struct {
+    const char* what;
+    int firstAnswer;
+    UINT firstStyle;
+    UINT secondStyle;
+    ULONGLONG later;
+    bool repeated;
+  } table[] = {
+      {"cancel, at once", IDCANCEL, kStyle, kStyle, 0, true},
+      {"cancel, just within", IDCANCEL, kStyle, kStyle, 999, true},
+      {"cancel, too late", IDCANCEL, kStyle, kStyle, 1000, false},
+      {"retry asks anew", IDRETRY, kStyle, kStyle, 0, false},
+      {"another style", IDCANCEL, MB_OKCANCEL, kStyle, 0, false},
+      {"abort", IDABORT, kOtherStyle, kOtherStyle, 10, true},
+      {"ignore", IDIGNORE, kOtherStyle, kOtherStyle, 10, true},
+      {"retry of three", IDRETRY, kOtherStyle, kOtherStyle, 10, false},
+      {"yes", IDYES, MB_YESNO, MB_YESNO, 10, false},
+  };
+  int firstAnswer = 0;
+  user.setResponder([&](const auto&) { return firstAnswer; });
+  for (const auto& row : table) {
+    now += 1'000'000;
+    firstAnswer = row.firstAnswer;
+    ASSERT_EQ(showBox(row.firstStyle), row.firstAnswer) << row.what;
+    const std::size_t before = user.boxes().size();
+    now += row.later;
+    const int second = showBox(row.secondStyle);
+    EXPECT_EQ(user.boxes().size() == before, row.repeated) << row.what;
+    EXPECT_TRUE(!row.repeated || second == row.firstAnswer) << row.what;
+  }
+}
+
+TEST_F(DiagnosticsTest, ABoxWithinABoxRepeatsTheAnswerBeforeItHoweverOld) {
+  user.answerWith(IDCANCEL);
+  showBox();
+  now += 1'000'000;
+  int inner = 0;
+  user.setResponder([&](const auto&) {
+    inner = showBox();
+    return IDRETRY;
+  });
+  EXPECT_EQ(showBox(), IDRETRY);
+  EXPECT_EQ(inner, IDCANCEL);
+  EXPECT_EQ(user.boxes().size(), 2U);
+}
+
+TEST_F(DiagnosticsTest, AThreadBehindABoxTakesItsAnswer) {
+  int second = 0;
+  std::thread behind;
+  user.setResponder([&](const auto&) {
+    behind = std::thread([&] { second = showBox(); });
+    // The answer is held back until the other thread waits behind this box.
+    while (diag::diagnosticsState().box.inside < 2) std::this_thread::yield();
+    return IDCANCEL;
+  });
+  EXPECT_EQ(showBox(), IDCANCEL);
+  behind.join();
+  EXPECT_EQ(second, IDCANCEL);
+  EXPECT_EQ(user.boxes().size(), 1U);
+}
+
+TEST_F(DiagnosticsTest, DetailsBringTheHelpButtonAndTheWholeStory) {
+  diag::ShowErrorBox(L"Failed", L"Get Files", kStyle, L"line 1\r\nline 2");
+  now += 5000;
+  diag::ShowErrorBox(L"Failed", L"Get Files", kStyle, L"");
+  const auto boxes = user.boxes();
+  ASSERT_EQ(boxes.size(), 2U);
+  EXPECT_EQ(boxes[0].style, kStyle | MB_HELP);
+  EXPECT_EQ(boxes[0].details,
+            L"MsgCaption:\r\nGet Files\r\n--MsgCaption\r\nMsgText:\r\nFailed\r\n--MsgText\r\nline 1\r\nline 2");
+  EXPECT_EQ(boxes[1].style, kStyle);
+  EXPECT_EQ(boxes[1].details, L"");
+  EXPECT_EQ(diag::errorBoxDetails(L"", L"", L"d"), L"d");
+}
+
+}  // namespace
