@@ -1,8 +1,9 @@
 // The Teilbilder and Plans that could not be uploaded: kept in memory, mirrored in "NotUploadedFiles.xml" of the open
 // project.
 //
-// Every path is judged by its file name alone; files of other types are refused without a word. On the main thread's
-// upload paths; the list has no lock. Nothing here reports an error.
+// Every path is judged by its file name alone; files of other types are refused without a word. What the file holds
+// from an earlier run is read before the list is changed, so that writing never forgets an entry. On the main thread's
+// upload paths; the list has no lock. Nothing here reports an error to its caller.
 #pragma once
 
 #include <string>
@@ -21,3 +22,6 @@ ZEPHOR_API void closeNotUploadedFilesList();
 /// Empties the list without writing.
 ZEPHOR_API void resetNotUploadedFilesList();
 ZEPHOR_API void deleteXMLFileOfNotUploadedFilesList(bool clearList);
+/// Writes the list as "NotUploadedFiles.txt" into the temporary directory and opens it for the user.
+/// @return false when the file could not be written or opened
+ZEPHOR_API bool showNotUploadedFilesList();

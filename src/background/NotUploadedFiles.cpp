@@ -1,0 +1,207 @@
+#include "zephor/NotUploadedFiles.h"
+
+#include <algorithm>
+#include <array>
+#include <cwchar>
+#include <set>
+#include <utility>
+
+#include "host/FileTypes.h"
+#include "host/Files.h"
+#include "host/Project.h"
+#include "host/Trace.h"
+#include "host/UserMessages.h"
+#include "platform/Files.h"
+#include "platform/Messages.h"
+#include "platform/Text.h"
+#include "platform/Time.h"
+
+namespace {
+
+constexpr const wchar_t* kListFile = L"NotUploadedFiles.xml";
+constexpr const wchar_t* kShownFile = L"NotUploadedFiles.txt";
+constexpr const wchar_t* kTypeMark = L"file type=";
+constexpr const wchar_t* kNumberMark = L"number=";
+constexpr const wchar_t* kTeilbildMark = L"TEILBILD";
+constexpr int kShownHeadingTextId = 2500124;
+constexpr std::size_t kLineBuffer = 1024;
+/// Object names have six digits.
+constexpr int kHighestNumber = 999999;
+
+struct Entry {
+  QuorvelFileType type = eFileType_Unknown;
+  int number = 0;
+  bool operator==(const Entry&) const = default;
+  auto operator<=>(const Entry&) const = default;
+};
+
+/// The list of the process; of the main thread.
+struct NotUploadedState {
+  std::vector<Entry> entries;
+  bool loaded = false;
+};
+
+NotUploadedState& state() {
+  static NotUploadedState notUploaded;
+  return notUploaded;
+}
+
+/// Full path of the list's file; empty when no project is open.
+std::wstring listPath() {
+  const std::wstring directory = lfinigC(1);
+  return directory.empty() ? std::wstring() : platform::formatWide(L"%s%s", directory, kListFile);
+}
+
+/// @return false for a path that the list does not take
+bool entryOf(const wchar_t* path, Entry& entry) {
+  if (path == nullptr) return false;
+  GetTypeFromFilePathName(path, entry.type, entry.number);
+  return entry.type == eFileType_Teilbild || entry.type == eFileType_Plan;
+}
+
+bool isListed(const Entry& entry) {
+  const std::vector<Entry>& entries = state().entries;
+  return std::find(entries.begin(), entries.end(), entry) != entries.end();
+}
+
+/// A line format with the looks of XML, which other tools of this system read; it is not well-formed.
+std::wstring listText(const std::vector<Entry>& entries) {
+  std::wstring text = L"< ? xml version = \"1.0\" encoding = \"utf-8\" ? >\n";
+  text += L"<Quorvel_NotUploadedFiles file version = \"1.0\">\n";
+  for (const Entry& entry : entries) {
+    text += platform::formatWide(L"   <file type=%s number=%d>\n",
+                                 entry.type == eFileType_Teilbild ? kTeilbildMark : L"PLAN", entry.number);
+  }
+  return text + L"</Quorvel_NotUploadedFiles>\n";
+}
+
+bool writeList() {
+  const std::wstring path = listPath();
+  if (path.empty()) return false;
+  if (state().entries.empty()) {
+    DeleteFileW(path.c_str());
+    return true;
+  }
+  const std::string bytes = platform::toUtf8(listText(state().entries));
+  return platform::writeFileAtomically(path, bytes.data(), bytes.size()) == ERROR_SUCCESS;
+}
+
+enum class LineKind { NoEntry, Entry, Broken };
+
+LineKind parseLine(const std::wstring& line, Entry& entry) {
+  const std::size_t type = line.find(kTypeMark);
+  if (type == std::wstring::npos) return LineKind::NoEntry;
+  const std::wstring behind = line.substr(type + std::wcslen(kTypeMark));
+  const std::size_t number = behind.find(kNumberMark);
+  if (number == std::wstring::npos) return LineKind::Broken;
+  entry.type = behind.starts_with(kTeilbildMark) ? eFileType_Teilbild : eFileType_Plan;
+  entry.number = _wtoi(behind.c_str() + number + std::wcslen(kNumberMark));
+  return entry.number > 0 && entry.number <= kHighestNumber ? LineKind::Entry : LineKind::Broken;
+}
+
+/// Reads the file behind what the list holds. Lines that can't be understood are told to the log and passed over.
+void loadOnce() {
+  NotUploadedState& list = state();
+  const std::wstring path = listPath();
+  if (list.loaded || path.empty()) return;
+  platform::TextFile file(path, L"r");
+  // A file that is there and can't be read now stays unread, so that closing the list does not delete it.
+  list.loaded = file.isOpen() || _waccess(path.c_str(), 0) != 0;
+  if (!file.isOpen()) return;
+  std::set<Entry> known(list.entries.begin(), list.entries.end());
+  std::wstring line;
+  for (int lineNumber = 1; file.readLine(line, kLineBuffer); ++lineNumber) {
+    Entry entry;
+    const LineKind kind = parseLine(line, entry);
+    if (kind == LineKind::Entry && known.insert(entry).second) list.entries.push_back(entry);
+    if (kind != LineKind::Broken) continue;
+    lfperrC(L"%s: \"%s\" line %d: expected a file type and a number from 1 to %d; the entry is left out\n",
+            L"getNotUploadedFilesList", path, lineNumber, kHighestNumber);
+  }
+}
+
+void clearList() {
+  state().entries.clear();
+  state().loaded = false;
+}
+
+std::wstring shownText(const std::vector<std::wstring>& names) {
+  SYSTEMTIME now{};
+  GetLocalTime(&now);
+  const std::wstring label = CQuoString().GetQuorvotParText(kShownHeadingTextId, nullptr, 0, 256).text();
+  std::wstring text = platform::formatWide(L"Quorvel: %02d.%02d.%4d - %02d:%02d\n%s: %s\n\n", int{now.wDay},
+                                           int{now.wMonth}, int{now.wYear}, int{now.wHour}, int{now.wMinute}, label,
+                                           get_ActivePrj().GetProjectDisplayName());
+  for (const std::wstring& name : names) text += name + L'\n';
+  return text;
+}
+
+bool writeShownFile(const std::wstring& path, const std::wstring& text) {
+  platform::TextFile file(path, L"w,ccs=UTF-8");
+  const bool written = file.isOpen() && file.write(text);
+  return file.close() && written;
+}
+
+}  // namespace
+
+void addEntryToNotUploadedFilesList(const wchar_t* path) {
+  Entry entry;
+  if (!entryOf(path, entry)) return;
+  loadOnce();
+  if (isListed(entry)) return;
+  state().entries.push_back(entry);
+  writeList();
+}
+
+void removeEntryFromNotUploadedFilesList(const wchar_t* path) {
+  Entry entry;
+  if (!entryOf(path, entry)) return;
+  loadOnce();
+  std::vector<Entry>& entries = state().entries;
+  const auto found = std::find(entries.begin(), entries.end(), entry);
+  if (found != entries.end()) entries.erase(found);
+}
+
+bool existsEntryInNotUploadedFilesList(const wchar_t* path) {
+  Entry entry;
+  return entryOf(path, entry) && isListed(entry);
+}
+
+std::size_t getNotUploadedFilesList(std::vector<std::wstring>& names) {
+  loadOnce();
+  names.clear();
+  for (const Entry& entry : state().entries) {
+    int error = 0;
+    names.push_back(lfznamC(entry.type, entry.number, 0, error));
+  }
+  return names.size();
+}
+
+void closeNotUploadedFilesList() {
+  // A list that nobody has looked at says nothing about its file, which may remember what an earlier run left.
+  if (state().loaded || !state().entries.empty()) writeList();
+  clearList();
+}
+
+void resetNotUploadedFilesList() {
+  clearList();
+}
+
+void deleteXMLFileOfNotUploadedFilesList(bool clearMemory) {
+  const std::wstring path = listPath();
+  if (!path.empty()) DeleteFileW(path.c_str());
+  if (clearMemory) clearList();
+}
+
+bool showNotUploadedFilesList() {
+  std::array<wchar_t, MAX_PATH + 1> directory{};
+  const DWORD length = GetTempPathW(static_cast<DWORD>(directory.size()), directory.data());
+  if (length == 0 || length >= directory.size()) return false;
+  std::vector<std::wstring> names;
+  getNotUploadedFilesList(names);
+  const std::wstring path = platform::formatWide(L"%s%s", directory.data(), kShownFile);
+  if (!writeShownFile(path, shownText(names))) return false;
+  constexpr std::intptr_t kHighestError = 32;
+  return reinterpret_cast<std::intptr_t>(
+             ShellExecuteW(nullptr, L"open", path.c_str(), nullptr, nullptr, SW_SHOWNORMAL)) > kHighestError;
+}
