@@ -12,20 +12,22 @@ class PRJ;
 
 namespace Quorvel::FileAccess {
 
-/// One server file as a listing line tells it. Texts are carried as they stand; the times stay 0 when a date can't be
-/// read.
+/// One server file as a listing line tells it. Texts are carried as they stand; a file time stays 0 when its date can't
+/// be read.
 struct CResourceInfo {
   std::wstring name;
   std::wstring text1;
-  std::wstring text2;
-  std::wstring text3;
+  std::wstring text2;  ///< date of creation
+  std::wstring text3;  ///< date of the last change
   std::wstring text4;
   std::wstring text5;
-  std::wstring text6;
+  std::wstring text6;  ///< never filled from a line
   HeaderBits header;
-  FILETIME createdTime{};
-  FILETIME modifiedTime{};
-  std::int32_t objectNumber = 0;
+  FILETIME createdTime{};         ///< UTC
+  FILETIME modifiedTime{};        ///< UTC
+  std::int32_t objectNumber = 0;  ///< the number in an object file's name; 0 in any other
+  SYSTEMTIME createdCalendar{};   ///< the dates as they were read, before any check
+  SYSTEMTIME modifiedCalendar{};
 };
 
 /// Logged in after asking the user if need be. @return 0; 1 when the connection fails; 0x8000FFFF when the session
@@ -47,5 +49,7 @@ ZEPHOR_API bool WGO_getBimPlInfo(const PRJ& prj, int number, CResourceInfo& out)
 ZEPHOR_API void WGO_getOndrathResourceFiles(const PRJ& prj, std::vector<CResourceInfo>& out, ShareFileTypeID type);
 ZEPHOR_API void WGO_getNewShareFilesMetadata(const PRJ& prj, std::vector<NewShareFileMetadata>& out,
                                              ShareFileTypeID type);
+/// Names of the files of one class that the server has deleted; empty when they can't be listed.
+ZEPHOR_API void WGO_getOndrathDeletedFiles(const PRJ& prj, std::vector<std::wstring>& out, ShareFileTypeID type);
 
 }  // namespace Quorvel::FileAccess

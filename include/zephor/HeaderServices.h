@@ -1,7 +1,7 @@
 // Headers of project objects, each service from one source: file, project database, cache, compressed file, server.
 //
-// A service clears its output before it looks: the record is all zero when it answers false. None shows anything to the
-// user.
+// A service clears its output before it looks: when it answers false the record is all zero but for the version
+// counter, which is kUnknownVersion. None shows anything to the user.
 #pragma once
 
 #include <cstdint>

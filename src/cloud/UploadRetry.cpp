@@ -1,0 +1,107 @@
+#include <algorithm>
+
+#include "cloud/CloudCall.h"
+#include "cloud/Ondrath_Services.h"
+#include "host/FileTypes.h"
+#include "host/ObjectFiles.h"
+#include "host/UserMessages.h"
+#include "platform/Messages.h"
+#include "platform/Text.h"
+#include "platform/UserInterface.h"
+#include "zephor/NotUploadedFiles.h"
+
+namespace Quorvel::FileAccess {
+namespace {
+
+constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::UploadFilesRetry";
+constexpr std::size_t kNamesShown = 10;
+constexpr UINT kQuestionStyle = MB_YESNO | MB_ICONQUESTION | MB_SETFOREGROUND;
+
+std::wstring systemText(CloudStatus status) {
+  wchar_t* buffer = nullptr;
+  const DWORD length = FormatMessageW(
+      FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM, nullptr,
+      statusCode(status), 0, reinterpret_cast<wchar_t*>(&buffer), 0, nullptr);  // NOLINT: the call's own convention
+  std::wstring text = length > 0 && buffer != nullptr ? std::wstring(buffer, length) : std::wstring(L"Unknown error.");
+  LocalFree(buffer);
+  if (text.ends_with(L'\n')) text.pop_back();
+  if (text.ends_with(L'\r')) text.pop_back();
+  return text;
+}
+
+std::wstring resourceText(int id, int count) {
+  return CQuoString().GetQuorvotParText(id, nullptr, count, 256).text();
+}
+
+bool userWantsRetry(CloudStatus status, const std::vector<std::wstring>& failed) {
+  const UploadQuestionTexts texts{resourceText(1502674, 1), resourceText(1501646, 0), resourceText(3201973, 0)};
+  const std::wstring question = uploadQuestion(texts, status, systemText(status), failed);
+  return MessageBoxW(nullptr, question.c_str(), L"Quorvel", kQuestionStyle) == IDYES;
+}
+
+/// Remembers the objects of a refused upload; files of other types have no place in the list.
+void rememberNotUploaded(const std::vector<QuorvFileInfo>& files) {
+  for (const QuorvFileInfo& file : files) {
+    QuorvelFileType type = eFileType_Unknown;
+    int number = -1;
+    GetTypeFromFilePathName(file.name, type, number);
+    if (type != eFileType_Teilbild && type != eFileType_Plan) continue;
+    addEntryToNotUploadedFilesList(file.name.c_str());
+    SetDataChangedInfo(type == eFileType_Teilbild ? 1 : 2, number, 1);
+  }
+}
+
+/// What the next pass sends: the files that the service named. When it named none of them, all of this pass count as
+/// failed, so that a Yes never sends nothing.
+std::vector<QuorvFileInfo> filesToResend(const std::vector<QuorvFileInfo>& all, const std::vector<std::wstring>& failed,
+                                         std::vector<QuorvFileInfo> lastPass) {
+  std::vector<QuorvFileInfo> next;
+  std::copy_if(all.begin(), all.end(), std::back_inserter(next), [&](const QuorvFileInfo& file) {
+    return std::find(failed.begin(), failed.end(), file.name) != failed.end();
+  });
+  return next.empty() ? std::move(lastPass) : next;
+}
+
+}  // namespace
+
+std::wstring uploadQuestion(const UploadQuestionTexts& texts, CloudStatus status, const std::wstring& statusText,
+                            const std::vector<std::wstring>& failed) {
+  std::wstring question = texts.heading + L'\n' + texts.error;
+  question += platform::formatWide(L": 0x%08lx \"%s\"", statusCode(status), statusText);
+  question += L"\n\n";
+  for (std::size_t index = 0; index < std::min(failed.size(), kNamesShown); ++index) question += failed[index] + L'\n';
+  if (failed.size() > kNamesShown) question += L"...\n";
+  return question + L'\n' + texts.question;
+}
+
+CloudStatus UploadFilesRetry(const std::wstring& project, const std::wstring& baseDirectory,
+                             const std::vector<QuorvFileInfo>& infos, std::uint32_t headerSize,
+                             const CloudTransferOptions& options) {
+  std::vector<QuorvFileInfo> working = infos;
+  CloudStatus status = 0;
+  for (;;) {
+    const CloudStatus previous = status;
+    std::vector<std::wstring> failed;
+    status = guardedCall(kFunction, [&] {
+      return QuorvelCloudController()->GetProjectService()->UploadFilesAndMetadata(project, baseDirectory, working,
+                                                                                   headerSize, options, failed);
+    });
+    if (status == 0) {
+      // After a retry the caller learns of the failure before it, and the list stays: a file that the user was asked
+      // about is only settled by an upload that goes through at once.
+      if (previous != 0) return previous;
+      for (const QuorvFileInfo& file : working) removeEntryFromNotUploadedFilesList(file.name.c_str());
+      return 0;
+    }
+    lfperrC(L"%s: uploading files and metadata from \"%s\" failed with 0x%08lx.\n", kFunction, baseDirectory,
+            statusCode(status));
+    if (Msg2usr_IsDeny()) return status;
+    if (!userWantsRetry(status, failed)) {
+      rememberNotUploaded(working);
+      return status;
+    }
+    working = filesToResend(infos, failed, std::move(working));
+  }
+}
+
+}  // namespace Quorvel::FileAccess
