@@ -1,0 +1,124 @@
+#include <algorithm>
+
+#include "cloud/Ondrath_Services.h"
+#include "core/ObjectNames.h"
+#include "host/Files.h"
+#include "host/ObjectFiles.h"
+#include "host/Project.h"
+#include "host/System.h"
+#include "host/Trace.h"
+#include "platform/Text.h"
+#include "services/DatabaseRow.h"
+#include "services/DisplayAllowed.h"
+#include "services/FileServicesState.h"
+#include "services/ObjectVersions.h"
+#include "services/ServedProject.h"
+#include "zephor/FileServices.h"
+#include "zephor/NotUploadedFiles.h"
+
+namespace Quorvel::FileAccess {
+namespace {
+
+bool isObject(int number, int type) {
+  return number > 0 && objectTypeOf(type).has_value();
+}
+
+/// True when the server's file has to come: it is newer, or there is none here.
+bool hasToCome(UpdateVerdict verdict) {
+  return verdict == eVerdict_ServerNewer || verdict == eVerdict_LocalMissing;
+}
+
+void traceModified(int number) {
+  const CConsoleTrace trace(
+      platform::formatWide(L"\n\nTB%d has been modified, therefore download will be skipped!\n\n", number), 1);
+}
+
+bool downloadToHandle(int handle, int number, int type) {
+  const void* const value = reinterpret_cast<const void*>(static_cast<std::intptr_t>(handle));
+  return WGO_DownloadToOpenFile(&value, number, static_cast<QuorvelFileType>(type));
+}
+
+bool downloadOpenObject(int handle, int number, int type) {
+  // Local changes that were not uploaded win over the server.
+  if (type == eFileType_Teilbild && lcfile_GetForUpload(handle)) {
+    traceModified(number);
+    return true;
+  }
+  return downloadToHandle(handle, number, type);
+}
+
+/// A local file that the download is about to replace goes to the backup first when its version can't be read, or when
+/// it holds work that has not gone up.
+void backUpUnsentWork(const std::wstring& name, int type, UpdateVerdict verdict) {
+  std::wstring path;
+  if (lffnamC(1, name, path) != 0 || CDirectoryUtility::GetFileSize(path) <= 0) return;
+  if (verdict != eVerdict_LocalMissing && !existsEntryInNotUploadedFilesList(path.c_str())) return;
+  autoBackup::createBackup(path, static_cast<QuorvelFileType>(type));
+}
+
+bool downloadClosedObject(int number, int type, bool acceptMissing) {
+  const UpdateVerdict verdict = objectVerdict(number, type);
+  if (!hasToCome(verdict)) return true;
+  const std::wstring name = transferObjectFileName(number, type);
+  backUpUnsentWork(name, type, verdict);
+  CloudStatus status = 0;
+  {
+    const ScopedDisplayAllowed display;
+    status = Ondrath_downloadFile(get_ActivePrj(), number, type, false);
+  }
+  if (status == ERROR_FILE_NOT_FOUND && acceptMissing) status = 0;
+  if (status == 0) noteDownloadedObject(number, type);
+  if (getFileAccessTrace() > 0) {
+    lfperrC(L"%s: downloaded file %s, error = (%d)\n", L"Quorvel::FileAccess::WGO_CheckLockAndDownloadFile", name,
+            status);
+  }
+  return status == 0;
+}
+
+bool downloadNewer(int handle, int number, int type) {
+  const std::wstring name = transferObjectFileName(number, type);
+  std::wstring text;
+  const CScopedDisplayInfo display(getlocalizedMessageTextForOndrath(text, name, 0, 0, 0, 0));
+  const CloudStatus status = Ondrath_downloadToOpenFile(handle, get_ActivePrj(), number, type);
+  if (status == 0) noteDownloadedObject(number, type);
+  if (getFileAccessTrace() > 0) {
+    lfperrC(L"%s: downloaded file %s, err = (%d)\n", L"Quorvel::FileAccess::WGO_DownloadToOpenFile", name, status);
+  }
+  return status == 0;
+}
+
+/// An object that the server has deleted is backed up and left to the host to remove.
+void markWhenDeleted(int number, QuorvelFileType type) {
+  const std::wstring name = transferObjectFileName(number, type);
+  std::vector<std::wstring> deleted;
+  WGO_getOndrathDeletedFiles(get_ActivePrj(), deleted, eShareFile_Teilbild);
+  const std::wstring upper = platform::toUpper(name);
+  const bool isDeleted = std::any_of(deleted.begin(), deleted.end(),
+                                     [&](const std::wstring& other) { return platform::toUpper(other) == upper; });
+  std::wstring path;
+  if (!isDeleted || lffnamC(1, name, path) != 0) return;
+  if (autoBackup::createBackup(path, type)) fileServicesState().markedForDelete.push_back(number);
+}
+
+}  // namespace
+
+bool WGO_CheckLockAndDownloadFile(int number, int type, bool acceptMissing) {
+  if (!ZSYST_IsOndrathConnection()) return true;
+  if (!isObject(number, type)) return false;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
+  int handle = 0;
+  if (tbvglk(type, number, handle)) return downloadOpenObject(handle, number, type);
+  return downloadClosedObject(number, type, acceptMissing);
+}
+
+bool WGO_DownloadToOpenFile(const void* const* handle, int number, QuorvelFileType type) {
+  if (WGO_isBlockedDownload() || !ZSYST_IsOndrathConnection()) return true;
+  if (!isObject(number, type)) return false;
+  const int unit = handle != nullptr ? static_cast<int>(reinterpret_cast<std::intptr_t>(*handle)) : 0;
+  const UpdateVerdict verdict = objectVerdict(number, type);
+  if (hasToCome(verdict)) return downloadNewer(unit, number, type);
+  if (verdict == eVerdict_ServerMissing) markWhenDeleted(number, type);
+  return true;
+}
+
+}  // namespace Quorvel::FileAccess

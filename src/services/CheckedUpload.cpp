@@ -1,0 +1,67 @@
+#include "core/ObjectNames.h"
+#include "host/Events.h"
+#include "host/Files.h"
+#include "host/Locking.h"
+#include "host/System.h"
+#include "host/Trace.h"
+#include "platform/UserInterface.h"
+#include "services/DisplayAllowed.h"
+#include "services/FileServicesState.h"
+#include "services/ServedProject.h"
+#include "zephor/FileServices.h"
+
+namespace Quorvel::FileAccess {
+namespace {
+
+constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::WGO_CheckLockAndUploadFile";
+constexpr int kNotLockedTextId = 1502500;
+
+/// Keeps an object's file for the time when the running data conversion has ended.
+void keepForLater(int number, int type) {
+  if (type != eFileType_Teilbild && type != eFileType_Plan) return;
+  int error = 0;
+  const std::wstring name = lfznamC(type, number, 0, error);
+  if (error != 0) return;
+  fileServicesState().convertedFiles.emplace(name, platform::formatWide(L"%s%s", lfinigC(1), name));
+}
+
+bool isWithoutLock(int number, ObjectType type) {
+  IZepFileLockingManager& locks = getFileLockingManager();
+  return !locks.IsLockingOff() && locks.GetLockOwner(number, type, 0) == -1;
+}
+
+void tellNotLocked(const std::wstring& name) {
+  lfperrC(L"%s: file is not locked, no upload possible %s\n", kFunction, name);
+  const std::wstring text = name + L'\n' + CQuoString().GetQuorvotParText(kNotLockedTextId, nullptr, 0, 256).text();
+  MessageBoxW(nullptr, text.c_str(), L"Quorvel", MB_ICONHAND);
+}
+
+}  // namespace
+
+unsigned long WGO_CheckLockAndUploadFile(int number, int type) {
+  if (globalEventManager::instance().get(kDatwaRunningEvent, nullptr)) {
+    keepForLater(number, type);
+    return ERROR_SUCCESS;
+  }
+  if (!ZSYST_IsOndrathServer(currentHost()) || number < 0) return ERROR_SUCCESS;
+  int error = 0;
+  const std::wstring name = lfznamC(type, number, 0, error);
+  if (error != 0) {
+    lfperrC(L"%s: could not get filename for type = %d nr = %d\n", kFunction, type, number);
+    return static_cast<unsigned long>(error);
+  }
+  const std::optional<ObjectType> objectType = objectTypeOf(type);
+  if (!objectType) {
+    lfperrC(L"%s: could not get wgoObjectType for type = %d\n", kFunction, type);
+    return 1;
+  }
+  const IZepFileLockingAgent::ScopedSuspend suspend;
+  if (isWithoutLock(number, *objectType)) {
+    tellNotLocked(name);
+    return 1;
+  }
+  const ScopedDisplayAllowed display;
+  return WGO_uploadFile(name.c_str());
+}
+
+}  // namespace Quorvel::FileAccess

@@ -1,0 +1,68 @@
+#include "cloud/CloudPaths.h"
+#include "cloud/Ondrath_Services.h"
+#include "core/ObjectNames.h"
+#include "host/Locking.h"
+#include "host/System.h"
+#include "host/Trace.h"
+#include "platform/WindowsTypes.h"
+#include "services/ServedProject.h"
+#include "zephor/FileServices.h"
+#include "zephor/Projects.h"
+#include "zephor/Workgroup.h"
+
+namespace Quorvel::FileAccess {
+namespace {
+
+constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::WGO_deleteServerFile";
+constexpr unsigned long kNotDeleted = 0x8000FFFF;
+
+unsigned long wrongParameter() {
+  lfperrC(L"%s: wrong parameter\n", kFunction);
+  return ERROR_INVALID_DATA;
+}
+
+unsigned long deleteIn(const PRJ& prj, const std::wstring& directory, const std::wstring& file) {
+  return Ondrath_deleteFile(prj, Ondrath_ResolveProjectPath(prj, directory, file)) ? ERROR_SUCCESS : kNotDeleted;
+}
+
+}  // namespace
+
+unsigned long WGO_deleteServerFile(const PRJ& prj, const wchar_t* file) {
+  if (!ZSYST_IsOndrathServer(prj.host)) return ERROR_INVALID_DATA;
+  if (file == nullptr || *file == L'\0') return wrongParameter();
+  return deleteIn(prj, prj.GetDirectoryName(), file);
+}
+
+unsigned long WGO_deleteServerFile(const wchar_t* host, const wchar_t* dir, const wchar_t* file) {
+  if (host == nullptr || dir == nullptr || file == nullptr) return wrongParameter();
+  if (!ZSYST_IsOndrathServer(host)) return ERROR_INVALID_DATA;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
+  // The texts may be the transfer object's own, which the next line changes.
+  const std::wstring server = host;
+  const std::wstring directory = WGO_BuildProjectDirectoryName(dir);
+  const std::wstring name = file;
+  const CScopedPrjSettings settings(server.c_str(), nullptr);
+  const std::optional<PRJ> active = activeProjectOn(server, kFunction);
+  return active ? deleteIn(*active, directory, name) : ERROR_INVALID_DATA;
+}
+
+unsigned long WGO_deleteServerFile(int number, int type) {
+  if (number < 0) return wrongParameter();
+  const std::optional<ObjectType> objectType = objectTypeOf(type);
+  if (!objectType) {
+    lfperrC(L"%s: object type unknown %d\n", kFunction, type);
+    return 1;
+  }
+  const std::wstring name = transferObjectFileName(number, type);
+  if (getFileLockingManager().LockObject(number, *objectType, 0) != 1) {
+    lfperrC(L"%s: lockFile failed %s\n", kFunction, name);
+    return 1;
+  }
+  const std::wstring host = currentHost();
+  const std::wstring directory = currentProjectDirectory();
+  const unsigned long result = WGO_deleteServerFile(host.c_str(), directory.c_str(), name.c_str());
+  getFileLockingManager().UnlockObject(number, *objectType, 0);
+  return result;
+}
+
+}  // namespace Quorvel::FileAccess

@@ -1,0 +1,32 @@
+#include "cloud/CloudPaths.h"
+#include "cloud/Ondrath_Services.h"
+#include "host/Project.h"
+#include "host/Trace.h"
+#include "platform/Text.h"
+#include "zephor/FileServices.h"
+#include "zephor/Service.h"
+
+namespace Quorvel::FileAccess {
+
+unsigned long WGO_downloadFile(const PRJ& prj, const wchar_t* file, bool /*ignored*/) {
+  if (WGO_isBlockedDownload()) return ERROR_SUCCESS;
+  if (file == nullptr) {
+    lfperrC(L"%s: wrong parameter\n", L"Quorvel::FileAccess::WGO_downloadFile");
+    return ERROR_INVALID_DATA;
+  }
+  if (!prj.IsOndrathProject()) return ERROR_SUCCESS;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
+  return static_cast<std::uint32_t>(Ondrath_downloadFile(prj, Ondrath_ResolveProjectPath(prj, {}, file), false));
+}
+
+unsigned long WGO_downloadFileEx(const PRJ& prj, const std::wstring& file, unsigned usePart) {
+  if (WGO_isBlockedDownload()) return ERROR_SUCCESS;
+  const CTimeTrace timer(WGO_GetTrace(),
+                         platform::formatWide(L"%s: %s", L"Quorvel::FileAccess::WGO_downloadFileEx", file), 1, false,
+                         true);
+  if (!prj.IsOndrathProject()) return ERROR_INVALID_DATA;
+  if (file.empty()) return ERROR_SUCCESS;
+  return static_cast<std::uint32_t>(Ondrath_downloadFile(prj, Ondrath_ResolveProjectPath(prj, {}, file), usePart != 0));
+}
+
+}  // namespace Quorvel::FileAccess

@@ -1,0 +1,26 @@
+// What the one-file services keep for the whole process. It outlives projects: nothing here is emptied when one is
+// closed.
+#pragma once
+
+#include <atomic>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Quorvel::FileAccess {
+
+/// Written by the host's main thread alone; the counts are read by background threads too.
+struct FileServicesState {
+  std::atomic<int> uploadBlocks{0};
+  std::atomic<int> downloadBlocks{0};
+  bool displayBusyCursor = true;
+  int busyCursors = 0;
+  /// Name and full path of the files that wait for the end of a data conversion.
+  std::set<std::pair<std::wstring, std::wstring>> convertedFiles;
+  std::vector<int> markedForDelete;
+};
+
+FileServicesState& fileServicesState();
+
+}  // namespace Quorvel::FileAccess

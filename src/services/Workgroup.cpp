@@ -1,0 +1,132 @@
+#include "zephor/Workgroup.h"
+
+#include <array>
+#include <mutex>
+
+#include "cloud/CloudCall.h"
+#include "core/ServiceState.h"
+#include "host/Locking.h"
+#include "host/Project.h"
+#include "host/System.h"
+#include "host/Trace.h"
+#include "host/Users.h"
+#include "platform/Text.h"
+#include "services/ServedProject.h"
+#include "services/TransferAim.h"
+#include "zephor/CloudFiles.h"
+#include "zephor/FileTransfer.h"
+
+namespace Quorvel::FileAccess {
+namespace {
+
+constexpr std::size_t kPathCharacters = 260;
+
+void setTransferPath(WGO_PathNr number, const std::wstring& path) {
+  const int pathNumber = number;
+  if (auto* transfer = dynamic_cast<IZepInetFileTransferInternal*>(&getInetFileManager())) {
+    transfer->setPathFromNr(path.c_str(), &pathNumber);
+  }
+}
+
+void setTransferUser() {
+  QuorvelUser user;
+  if (lz_GetCurrentUserInfo(user) != 0) return;
+  auto* transfer = dynamic_cast<IZepInetFileTransferInternal*>(&getInetFileManager());
+  if (transfer == nullptr) return;
+  transfer->setQuorvelUserID(user.number);
+  transfer->setQuorvelUserName(user.loginName);
+}
+
+bool isLoggedInFor(const std::wstring& host) {
+  constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::wgo_InitNormalOrOndrathWorkgroupServer";
+  if (!ZSYST_IsOndrathServer(host)) return true;
+  if (guardedCall(kFunction, [] { return QuorvelCloudController()->Login(false, false); }) == 0) return true;
+  lfperrC(L"%s: not logged in for ONDRATH server\n", kFunction);
+  return false;
+}
+
+bool wgo_InitNormalOrOndrathWorkgroupServer(const std::wstring& host) {
+  if (!isLoggedInFor(host)) return false;
+  Initialize_forIZepInetFileTransfer values = Initialize_forIZepInetFileTransfer::DefaultValues();
+  getInetFileManager().initialize(values);
+  setTransferUser();
+  getInetFileManager().setServerName(host.c_str());
+  if (host.empty()) return true;
+  const std::wstring path = globalHostsManager::instance().getHostPath(host);
+  if (path.empty()) {
+    const CConsoleTrace trace(
+        platform::formatWide(L"%s(\"%s\"): Host not found!\n",
+                             L"Quorvel::FileAccess::wgo_InitNormalOrOndrathWorkgroupServer", host),
+        1);
+    return false;
+  }
+  setTransferPath(eServerDataPath, path);
+  return true;
+}
+
+}  // namespace
+
+void aimTransferAt(const std::wstring& host, const std::wstring& projectDirectory) {
+  IZepInetFileTransfer& transfer = getInetFileManager();
+  transfer.setServerName(host.c_str());
+  const std::wstring path = host.empty() ? std::wstring() : globalHostsManager::instance().getHostPath(host);
+  if (!path.empty()) setTransferPath(eServerDataPath, path);
+  transfer.setProjectName(projectDirectory.c_str(), false);
+}
+
+bool WGO_initWorkgroup(const wchar_t* host) {
+  const std::lock_guard<std::recursive_mutex> lock(serviceLock());
+  std::array<wchar_t, kPathCharacters> program{};
+  if (ZSYST_getPrgDirectory(program.data(), program.size())) setTransferPath(ePrgPath, program.data());
+  setTransferPath(eTempPath, ZSYST_GetQuorvelFolderByTag(L"TMP"));
+  return wgo_InitNormalOrOndrathWorkgroupServer(host != nullptr ? host : L"");
+}
+
+bool WGO_FullInitWorkgroup(const std::wstring& host, const std::wstring& project, std::wstring& oldHost,
+                           std::wstring& oldProjectDirectory) {
+  // The caller may pass one text as both an argument and an output.
+  const std::wstring newHost = host;
+  const std::wstring newProject = project;
+  oldHost = currentHost();
+  oldProjectDirectory = currentProjectDirectory();
+  ZSYST_setCurrentWorkgroupServer(newHost);
+  if (!WGO_initWorkgroup(newHost.c_str())) {
+    lfperrC(L"%s: problem from WGO_initWorkgroup for %s\n", L"Quorvel::FileAccess::WGO_FullInitWorkgroup", newHost);
+    ZSYST_setCurrentWorkgroupServer(oldHost);
+    // Left at the host that failed, the transfer object would make every later upload of the open project a quiet
+    // success for a server that is not the cloud.
+    aimTransferAt(oldHost, oldProjectDirectory);
+    return false;
+  }
+  const IZepFileLockingAgent::ScopedSuspend suspend;
+  return getInetFileManager().setProjectName(newProject.c_str(), false) == 0 || ltbispC(newProject) != 0;
+}
+
+int WGO_InitForProjectOpen(const PRJ& prj) {
+  constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::WGO_InitForProjectOpen";
+  if (prj.IsOndrathProject()) {
+    const unsigned long error = WGO_OndrathLogin();
+    if (error != 0) {
+      const CConsoleTrace trace(
+          platform::formatWide(L"\n\n%s: access to ONDRATH database: can not open project %s::%s err=%d\n\n", kFunction,
+                               prj.host, prj.GetDirectoryName(), static_cast<int>(error)),
+          1);
+      return static_cast<int>(kNoCloudLogin);
+    }
+  }
+  std::wstring oldHost;
+  std::wstring oldProjectDirectory;
+  if (WGO_FullInitWorkgroup(prj.host, prj.GetDirectoryName(), oldHost, oldProjectDirectory)) return 0;
+  lfperrC(L"\n\n%s: init workgroup: can not open project %s::%s\n\n", kFunction, prj.host, prj.GetDirectoryName());
+  return kWorkgroupInitFailed;
+}
+
+bool WGO_checkProjectAccessState(PRJ* prj) {
+  return prj != nullptr;
+}
+
+bool WGO_IsProjectWithDownload(const PRJ& prj) {
+  return prj.IsOndrathProject();
+}
+
+}  // namespace Quorvel::FileAccess
