@@ -1,0 +1,220 @@
+// Making and opening a store, its settings and its users.
+#include "workstation/store/CloudStore.h"
+
+#include "platform/Text.h"
+#include "platform/Time.h"
+#include "workstation/store/DiskFiles.h"
+#include "workstation/store/Schema.h"
+#include "workstation/store/StoreImpl.h"
+
+namespace workstation {
+
+namespace {
+
+constexpr std::int64_t kSecondsOfDay = 86'400;
+constexpr std::size_t kLongestName = 200;
+
+std::wstring& lastTextOfThread() {
+  thread_local std::wstring text;
+  return text;
+}
+
+std::wstring storeText(const std::string& directory) {
+  return L"cloud store \"" + platform::fromUtf8(directory) + L"\"";
+}
+
+void requireStoreDirectory(const std::string& directory) {
+  const auto status = diskStatus(directory + "/.");
+  if (directory.empty() || !status) {
+    throw StoreError{kStoreNotFound, storeText(directory) + L": there is no such directory"};
+  }
+  const std::string database = directory + "/store.db";
+  if (!diskStatus(database) || !diskStatus(directory + "/bodies")) {
+    throw StoreError{kStoreInvalidData,
+                     storeText(directory) + L" is none: expected \"store.db\" and \"bodies\" in the directory"};
+  }
+  if (!mayWrite(directory) || !mayWrite(database) || !mayWrite(directory + "/bodies")) {
+    throw StoreError{kStoreAccessDenied, storeText(directory) +
+                                             L" is read-only: expected a directory in which this user may write "
+                                             L"\"store.db\" and \"bodies\""};
+  }
+}
+
+/// Claims today's sweep. @return false when another process did it less than a day ago
+bool claimSweep(Connection& connection) {
+  Statement claim(connection, "UPDATE meta SET value=?1 WHERE key='last_sweep' AND value NOT BETWEEN ?2 AND ?1");
+  claim << nowSeconds() << nowSeconds() - kSecondsOfDay;
+  claim.run();
+  return connection.changes() > 0;
+}
+
+}  // namespace
+
+void setLastStoreText(std::wstring text) {
+  lastTextOfThread() = std::move(text);
+}
+
+const std::wstring& CloudStore::lastText() {
+  return lastTextOfThread();
+}
+
+std::int64_t nowTicks() {
+  FILETIME now{};
+  GetSystemTimeAsFileTime(&now);
+  return ticksOf(now);
+}
+
+FILETIME timeOf(std::int64_t ticks) {
+  return platform::fromTicks(static_cast<std::uint64_t>(ticks));
+}
+
+std::wstring newUuid() {
+  std::string hex = randomHex(16);
+  hex[12] = '4';
+  hex[16] = "89ab"[static_cast<unsigned>(hex[16]) & 3U];
+  for (const std::size_t dash : {20U, 16U, 12U, 8U}) hex.insert(dash, 1, '-');
+  return platform::fromUtf8(hex);
+}
+
+void requireDisplayName(const std::wstring& name, const wchar_t* what) {
+  bool good = !name.empty() && name.size() <= kLongestName && name.front() != L' ' && name.back() != L' ';
+  for (const wchar_t c : name) good = good && c >= L' ';
+  if (!good) {
+    throw StoreError{kStoreInvalidName,
+                     platform::formatWide(L"the %s \"%s\" is not valid: expected 1 to 200 characters, no control "
+                                          L"characters, no blank at either end",
+                                          what, name)};
+  }
+}
+
+CloudStore::CloudStore(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+CloudStore::~CloudStore() = default;
+
+CloudStatus CloudStore::create(const std::string& directory, std::wstring& error) {
+  const CloudStatus status = answerOf([&] {
+    if (directory.empty()) throw StoreError{kStoreInvalidParameter, L"a cloud store needs a directory"};
+    makeDirectories(directory);
+    Bodies(directory).create();
+    Connection connection(directory + "/store.db", Connection::Mode::Create);
+    if (!createSchema(connection)) {
+      throw StoreError{kStoreExists, storeText(directory) + L" exists already"};
+    }
+    syncPath(directory);
+  });
+  if (status != kStoreOk) error = lastText();
+  return status;
+}
+
+std::shared_ptr<CloudStore> CloudStore::open(const std::string& directory, CloudStatus& status, std::wstring& error) {
+  std::shared_ptr<CloudStore> store;
+  bool sweepIsDue = false;
+  status = answerOf([&] {
+    requireStoreDirectory(directory);
+    auto impl = std::make_unique<Impl>(directory);
+    {
+      const ConnectionPool::Lease lease = impl->pool.take();
+      checkSchema(*lease, directory);
+      (*lease).makeDurable();
+      sweepIsDue = claimSweep(*lease);
+    }
+    store.reset(new CloudStore(std::move(impl)));  // NOLINT: the constructor is private
+  });
+  if (status != kStoreOk) {
+    error = lastText();
+    return nullptr;
+  }
+  SweepResult swept;
+  if (sweepIsDue) store->sweep(swept);
+  return store;
+}
+
+const std::string& CloudStore::directory() const {
+  return impl_->directory;
+}
+
+std::int64_t CloudStore::setting(const std::string& key, std::int64_t otherwise) {
+  std::int64_t value = otherwise;
+  answerOf([&] {
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    Statement statement(*lease, "SELECT value FROM meta WHERE key=?");
+    statement << key;
+    if (statement.row()) value = statement.number(0);
+  });
+  return value;
+}
+
+std::wstring CloudStore::textSetting(const std::string& key, const std::wstring& otherwise) {
+  std::wstring value = otherwise;
+  answerOf([&] {
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    Statement statement(*lease, "SELECT value FROM meta WHERE key=?");
+    statement << key;
+    if (statement.row()) value = statement.text(0);
+  });
+  return value;
+}
+
+CloudStatus CloudStore::setSetting(const std::string& key, std::int64_t value) {
+  return answerOf([&] {
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    Statement statement(*lease, "INSERT OR REPLACE INTO meta(key, value) VALUES(?, ?)");
+    (statement << key << value).run();
+  });
+}
+
+CloudStatus CloudStore::setTextSetting(const std::string& key, const std::wstring& value) {
+  return answerOf([&] {
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    Statement statement(*lease, "INSERT OR REPLACE INTO meta(key, value) VALUES(?, ?)");
+    (statement << key << value).run();
+  });
+}
+
+CloudUser requireUser(Connection& connection, const std::wstring& text) {
+  Statement statement(connection, "SELECT uuid, name, email FROM users WHERE uuid=?1 OR (email_key=?2 AND ?2<>'')");
+  statement << text << platform::toLower(text);
+  if (!statement.row()) throw StoreError{kStoreNotFound, L"no user \"" + text + L"\" is registered in the store"};
+  return {statement.text(0), statement.text(1), statement.text(2)};
+}
+
+CloudStatus CloudStore::registerUser(CloudUser& user) {
+  return answerOf([&] {
+    requireDisplayName(user.name, L"user name");
+    if (!user.email.empty()) requireDisplayName(user.email, L"e-mail address");
+    CloudUser wanted = user;
+    if (wanted.uuid.empty()) wanted.uuid = newUuid();
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    WriteTransaction transaction(*lease);
+    {
+      Statement other(*lease, "SELECT 1 FROM users WHERE email_key=?1 AND ?1<>'' AND uuid<>?2");
+      other << platform::toLower(wanted.email) << wanted.uuid;
+      if (other.row()) {
+        throw StoreError{kStoreExists, L"the e-mail address \"" + wanted.email + L"\" belongs to another user"};
+      }
+    }
+    Statement put(*lease,
+                  "INSERT INTO users(uuid, name, email, email_key) VALUES(?, ?, ?, ?) ON CONFLICT(uuid) DO UPDATE SET "
+                  "name=excluded.name, email=excluded.email, email_key=excluded.email_key");
+    (put << wanted.uuid << wanted.name << wanted.email << platform::toLower(wanted.email)).run();
+    transaction.commit();
+    user = wanted;
+  });
+}
+
+CloudStatus CloudStore::findUser(const std::wstring& text, CloudUser& user) {
+  return answerOf([&] {
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    user = requireUser(*lease, text);
+  });
+}
+
+CloudStatus CloudStore::users(std::vector<CloudUser>& out) {
+  return answerOf([&] {
+    out.clear();
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    Statement statement(*lease, "SELECT uuid, name, email FROM users ORDER BY name, uuid");
+    while (statement.row()) out.push_back({statement.text(0), statement.text(1), statement.text(2)});
+  });
+}
+
+}  // namespace workstation

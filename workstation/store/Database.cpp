@@ -1,0 +1,225 @@
+#include "workstation/store/Database.h"
+
+#include <sqlite3.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "platform/Text.h"
+#include "workstation/store/StoreError.h"
+
+namespace workstation {
+
+namespace {
+
+constexpr int kBusyMilliseconds = 10'000;
+constexpr std::size_t kIdleConnections = 8;
+
+CloudStatus statusOfCode(int extended, int systemError) {
+  if (systemError == ENOSPC || systemError == EDQUOT || systemError == EFBIG) return kStoreDiskFull;
+  switch (extended & 0xFF) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+      return kStoreTimeout;
+    case SQLITE_FULL:
+      return kStoreDiskFull;
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+      return kStoreAccessDenied;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+      return kStoreInvalidData;
+    case SQLITE_CANTOPEN:
+      return kStoreNotFound;
+    case SQLITE_NOMEM:
+      return statusOfError(ERROR_NOT_ENOUGH_MEMORY);
+    default:
+      return kStoreFailure;
+  }
+}
+
+std::wstring reasonOf(CloudStatus status, const char* said) {
+  if (status == kStoreTimeout) return L"another process has kept it locked for more than ten seconds";
+  return platform::fromUtf8(said);
+}
+
+}  // namespace
+
+Connection::Connection(const std::string& path, Mode mode) : path_(path) {
+  const int create = mode == Mode::Create ? SQLITE_OPEN_CREATE : 0;
+  const int code = sqlite3_open_v2(
+      path.c_str(), &handle_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE | create, nullptr);
+  try {
+    if (code != SQLITE_OK) fail(code);
+    sqlite3_busy_timeout(handle_, kBusyMilliseconds);
+    execute("PRAGMA foreign_keys=ON; PRAGMA trusted_schema=OFF; PRAGMA synchronous=FULL;");
+  } catch (...) {
+    sqlite3_close_v2(handle_);
+    throw;
+  }
+}
+
+Connection::~Connection() {
+  for (const auto& [sql, statement] : idle_) sqlite3_finalize(statement);
+  sqlite3_close_v2(handle_);
+}
+
+void Connection::fail(int code) const {
+  const int systemError = handle_ != nullptr ? sqlite3_system_errno(handle_) : 0;
+  const int base = code & 0xFF;
+  // The system's error stays behind from earlier calls; it tells something for these codes alone.
+  const bool fromSystem = base == SQLITE_IOERR || base == SQLITE_FULL || base == SQLITE_CANTOPEN;
+  const CloudStatus status = statusOfCode(code, fromSystem ? systemError : 0);
+  throw StoreError{status, L"cloud store \"" + platform::fromUtf8(path_) + L"\": " +
+                               reasonOf(status, handle_ != nullptr ? sqlite3_errmsg(handle_) : "not enough memory")};
+}
+
+void Connection::execute(const char* sql) {
+  const int code = sqlite3_exec(handle_, sql, nullptr, nullptr, nullptr);
+  if (code != SQLITE_OK) fail(code);
+}
+
+std::int64_t Connection::number(const char* sql) {
+  Statement statement(*this, sql);
+  return statement.row() ? statement.number(0) : 0;
+}
+
+int Connection::changes() const {
+  return sqlite3_changes(handle_);
+}
+
+void Connection::makeDurable() {
+  execute("PRAGMA journal_mode=WAL;");
+  execute("PRAGMA synchronous=FULL;");
+}
+
+sqlite3_stmt* Connection::take(const char* sql) {
+  if (const auto found = idle_.find(sql); found != idle_.end()) {
+    sqlite3_stmt* const statement = found->second;
+    idle_.erase(found);
+    return statement;
+  }
+  sqlite3_stmt* statement = nullptr;
+  const int code = sqlite3_prepare_v3(handle_, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
+  if (code != SQLITE_OK) fail(code);
+  return statement;
+}
+
+void Connection::giveBack(const char* sql, sqlite3_stmt* statement) {
+  sqlite3_reset(statement);
+  sqlite3_clear_bindings(statement);
+  if (!idle_.emplace(sql, statement).second) sqlite3_finalize(statement);
+}
+
+Statement::Statement(Connection& connection, const char* sql)
+    : connection_(connection), sql_(sql), statement_(connection.take(sql)) {}
+
+Statement::~Statement() {
+  connection_.giveBack(sql_, statement_);
+}
+
+void Statement::check(int code) {
+  if (code != SQLITE_OK) connection_.fail(code);
+}
+
+Statement& Statement::operator<<(std::int64_t value) {
+  check(sqlite3_bind_int64(statement_, ++bound_, value));
+  return *this;
+}
+
+Statement& Statement::operator<<(const std::wstring& value) {
+  return *this << std::string_view(platform::toUtf8(value));
+}
+
+Statement& Statement::operator<<(std::string_view value) {
+  check(sqlite3_bind_text64(statement_, ++bound_, value.data(), value.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
+  return *this;
+}
+
+Statement& Statement::operator<<(const std::vector<std::uint8_t>& blob) {
+  check(sqlite3_bind_blob64(statement_, ++bound_, blob.empty() ? "" : static_cast<const void*>(blob.data()),
+                            blob.size(), SQLITE_TRANSIENT));
+  return *this;
+}
+
+bool Statement::row() {
+  const int code = sqlite3_step(statement_);
+  if (code == SQLITE_ROW) return true;
+  if (code != SQLITE_DONE) connection_.fail(code);
+  return false;
+}
+
+void Statement::run() {
+  while (row()) {
+  }
+  sqlite3_reset(statement_);
+  bound_ = 0;
+}
+
+std::int64_t Statement::number(int column) const {
+  return sqlite3_column_int64(statement_, column);
+}
+
+std::string Statement::bytes(int column) const {
+  const auto* const text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+  return text == nullptr ? std::string()
+                         : std::string(text, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
+}
+
+std::wstring Statement::text(int column) const {
+  return platform::fromUtf8(bytes(column));
+}
+
+std::vector<std::uint8_t> Statement::blob(int column) const {
+  const auto* const data = static_cast<const std::uint8_t*>(sqlite3_column_blob(statement_, column));
+  if (data == nullptr) return {};
+  return {data, data + sqlite3_column_bytes(statement_, column)};
+}
+
+WriteTransaction::WriteTransaction(Connection& connection) : connection_(connection) {
+  connection_.execute("BEGIN IMMEDIATE");
+}
+
+WriteTransaction::~WriteTransaction() {
+  if (!open_) return;
+  try {
+    connection_.execute("ROLLBACK");
+  } catch (const StoreError&) {  // NOLINT(bugprone-empty-catch): the failure undid the transaction already
+  }
+}
+
+void WriteTransaction::commit() {
+  connection_.execute("COMMIT");
+  open_ = false;
+}
+
+ReadTransaction::ReadTransaction(Connection& connection) : connection_(connection) {
+  connection_.execute("BEGIN");
+}
+
+ReadTransaction::~ReadTransaction() {
+  try {
+    connection_.execute("COMMIT");
+  } catch (const StoreError&) {  // NOLINT(bugprone-empty-catch): nothing was written
+  }
+}
+
+ConnectionPool::Lease ConnectionPool::take() {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!idle_.empty()) {
+      std::unique_ptr<Connection> connection = std::move(idle_.back());
+      idle_.pop_back();
+      return {*this, std::move(connection)};
+    }
+  }
+  return {*this, std::make_unique<Connection>(path_, Connection::Mode::OpenExisting)};
+}
+
+ConnectionPool::Lease::~Lease() {
+  const std::lock_guard lock(pool_.mutex_);
+  if (pool_.idle_.size() < kIdleConnections) pool_.idle_.push_back(std::move(connection_));
+}
+
+}  // namespace workstation
