@@ -253,5 +253,7 @@ class WORKSTATION_API CloudStore {
 WORKSTATION_API bool normaliseStoreName(const std::wstring& given, std::wstring& name);
 /// Class of a file by its (normalised) name.
 WORKSTATION_API FileClass classOfName(const std::wstring& name);
+/// "21.11.2026 18:04:05", UTC; empty for a time that has no date.
+WORKSTATION_API std::wstring storeDateText(const FILETIME& time);
 
 }  // namespace workstation

@@ -40,6 +40,11 @@ void requireProjectUnlocked(Connection& connection, const StoreActor& actor, con
 StoreRole teamRole(Connection& connection, const StoreActor& actor, const std::wstring& team);
 /// Throws kStoreNotFound.
 CloudUser requireUser(Connection& connection, const std::wstring& text);
+/// Gives back all that a person who leaves holds in a project: nobody else could, but for an administrator.
+void releaseLocks(Connection& connection, const std::wstring& project, const std::wstring& user);
+/// Throws kStoreLocked when the object of that name is held by somebody else, or by the actor on another workstation.
+void requireObjectFree(Connection& connection, const StoreActor& actor, const std::wstring& project,
+                       const std::wstring& name);
 void countChange(Connection& connection, const std::wstring& project);
 
 /// Throws kStoreInvalidName for an empty name, one of more than 200 characters, or one with characters below blank.

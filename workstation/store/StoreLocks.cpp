@@ -44,15 +44,6 @@ void requireObject(int objectType, int number) {
   }
 }
 
-/// Text of a time as the listings show it.
-std::wstring timeText(std::int64_t ticks) {
-  const FILETIME time = timeOf(ticks);
-  SYSTEMTIME at{};
-  if (FileTimeToSystemTime(&time, &at) == FALSE) return {};
-  return platform::formatWide(L"%02d.%02d.%04d %02d:%02d:%02d", at.wDay, at.wMonth, at.wYear, at.wHour, at.wMinute,
-                              at.wSecond);
-}
-
 bool conflict(int held, int wanted) {
   if (held == eOndrathProjectLock_Exclusive || wanted == eOndrathProjectLock_Exclusive) return true;
   return held == eOndrathProjectLock_Write && wanted == eOndrathProjectLock_Write;
@@ -193,7 +184,7 @@ CloudStatus CloudStore::projectLocks(const StoreActor& actor, const std::wstring
     statement << project;
     while (statement.row()) {
       out.push_back({statement.text(0), statement.text(1), statement.text(2), statement.text(3),
-                     timeText(statement.number(4)), static_cast<int>(statement.number(5))});
+                     storeDateText(timeOf(statement.number(4))), static_cast<int>(statement.number(5))});
     }
   });
 }

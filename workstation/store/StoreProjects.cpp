@@ -79,6 +79,13 @@ void countChange(Connection& connection, const std::wstring& project) {
   (statement << project).run();
 }
 
+void releaseLocks(Connection& connection, const std::wstring& project, const std::wstring& user) {
+  Statement objects(connection, "DELETE FROM object_locks WHERE project=? AND user=?");
+  (objects << project << user).run();
+  Statement whole(connection, "DELETE FROM project_locks WHERE project=? AND user=?");
+  (whole << project << user).run();
+}
+
 CloudStatus CloudStore::createProject(const StoreActor& actor, const std::wstring& team, const std::wstring& name,
                                       std::wstring& uuid) {
   return answerOf([&] {
@@ -197,6 +204,7 @@ CloudStatus CloudStore::removeMember(const StoreActor& actor, const std::wstring
     if ((*lease).changes() == 0) {
       throw StoreError{kStoreAccessDenied, L"\"" + member.name + L"\" is the owner, or no member, of the project"};
     }
+    releaseLocks(*lease, project, member.uuid);
     transaction.commit();
   });
 }

@@ -1,0 +1,187 @@
+// Records of stored files: listings, headers, deleting, and taking a content out.
+#include "platform/Text.h"
+#include "workstation/store/DiskFiles.h"
+#include "workstation/store/StoreImpl.h"
+
+namespace workstation {
+
+namespace {
+
+/// A body whose record has been replaced meanwhile may be swept between reading the record and opening it.
+constexpr int kBodyTries = 3;
+
+constexpr const char* kListColumns =
+    "SELECT f.name, f.class, f.uuid, f.size, f.created, f.modified, f.uploaded, f.uploader, u.name, f.revision, "
+    "f.sha256, "
+    "length(f.header) FROM files f JOIN users u ON u.uuid=f.uploader WHERE f.project=?1 AND f.deleted=?2 AND "
+    "(1<<f.class)&?3 "
+    "ORDER BY f.name_key";
+constexpr const char* kFindColumns =
+    "SELECT f.name, f.class, f.uuid, f.size, f.created, f.modified, f.uploaded, f.uploader, u.name, f.revision, "
+    "f.sha256, "
+    "length(f.header) FROM files f JOIN users u ON u.uuid=f.uploader WHERE f.project=?1 AND f.name_key=?2 AND "
+    "f.deleted=0";
+
+StoredFile fileFrom(const Statement& statement) {
+  StoredFile file;
+  file.name = statement.text(0);
+  file.fileClass = static_cast<FileClass>(statement.number(1));
+  file.uuid = statement.text(2);
+  file.size = statement.number(3);
+  file.created = timeOf(statement.number(4));
+  file.modified = timeOf(statement.number(5));
+  file.uploaded = timeOf(statement.number(6));
+  file.uploaderUuid = statement.text(7);
+  file.uploaderName = statement.text(8);
+  file.revision = statement.number(9);
+  file.sha256 = statement.bytes(10);
+  file.hasHeader = statement.number(11) > 0;
+  return file;
+}
+
+std::vector<StoredFile> readFiles(Connection& connection, const StoreActor& actor, const std::wstring& project,
+                                  bool deleted, unsigned classes) {
+  const ReadTransaction transaction(connection);
+  requireRole(connection, actor, project, StoreRole::Viewer);
+  std::vector<StoredFile> found;
+  Statement statement(connection, kListColumns);
+  statement << project << (deleted ? 1 : 0) << static_cast<int>(classes);
+  while (statement.row()) found.push_back(fileFrom(statement));
+  return found;
+}
+
+std::wstring requireName(const std::wstring& given) {
+  std::wstring name;
+  if (!normaliseStoreName(given, name)) {
+    throw StoreError{kStoreInvalidName, L"\"" + given + L"\" is not a valid name of a file of a project"};
+  }
+  return name;
+}
+
+StoredFile requireFile(Connection& connection, const StoreActor& actor, const std::wstring& project,
+                       const std::wstring& name) {
+  requireRole(connection, actor, project, StoreRole::Viewer);
+  Statement statement(connection, kFindColumns);
+  statement << project << platform::toLower(name);
+  if (!statement.row()) throw StoreError{kStoreNotFound, L"the project has no file \"" + name + L"\""};
+  return fileFrom(statement);
+}
+
+}  // namespace
+
+CloudStatus CloudStore::findFile(const StoreActor& actor, const std::wstring& project, const std::wstring& name,
+                                 StoredFile& out) {
+  return answerOf([&] {
+    const std::wstring wanted = requireName(name);
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    out = requireFile(*lease, actor, project, wanted);
+  });
+}
+
+CloudStatus CloudStore::files(const StoreActor& actor, const std::wstring& project, unsigned classes,
+                              std::vector<StoredFile>& out) {
+  return answerOf([&] {
+    out.clear();
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    out = readFiles(*lease, actor, project, false, classes);
+  });
+}
+
+CloudStatus CloudStore::deletedFiles(const StoreActor& actor, const std::wstring& project, unsigned classes,
+                                     std::vector<StoredFile>& out) {
+  return answerOf([&] {
+    out.clear();
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    out = readFiles(*lease, actor, project, true, classes);
+  });
+}
+
+CloudStatus CloudStore::headers(const StoreActor& actor, const std::wstring& project,
+                                const std::vector<std::wstring>& names,
+                                std::map<std::wstring, std::vector<std::uint8_t>>& out) {
+  return answerOf([&] {
+    out.clear();
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    const ReadTransaction transaction(*lease);
+    requireRole(*lease, actor, project, StoreRole::Viewer);
+    Statement statement(*lease, "SELECT header FROM files WHERE project=? AND name_key=? AND deleted=0");
+    for (const std::wstring& given : names) {
+      std::vector<std::uint8_t>& image = out[given];
+      std::wstring name;
+      if (!normaliseStoreName(given, name)) continue;
+      statement << project << platform::toLower(name);
+      if (statement.row()) image = statement.blob(0);
+      statement.run();
+    }
+  });
+}
+
+CloudStatus CloudStore::allHeaders(const StoreActor& actor, const std::wstring& project, FileClass fileClass,
+                                   std::map<std::wstring, std::vector<std::uint8_t>>& out) {
+  return answerOf([&] {
+    out.clear();
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    const ReadTransaction transaction(*lease);
+    requireRole(*lease, actor, project, StoreRole::Viewer);
+    Statement statement(*lease, "SELECT name, header FROM files WHERE project=? AND class=? AND deleted=0");
+    statement << project << static_cast<int>(fileClass);
+    while (statement.row()) out[statement.text(0)] = statement.blob(1);
+  });
+}
+
+CloudStatus CloudStore::metadata(const StoreActor& actor, const std::wstring& project, const std::wstring& name,
+                                 std::map<std::wstring, std::wstring>& out) {
+  return answerOf([&] {
+    out.clear();
+    const std::wstring wanted = requireName(name);
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    const ReadTransaction transaction(*lease);
+    requireFile(*lease, actor, project, wanted);
+    Statement statement(*lease,
+                        "SELECT m.key, m.value FROM file_metadata m JOIN files f ON f.id=m.file WHERE f.project=? AND "
+                        "f.name_key=?");
+    statement << project << platform::toLower(wanted);
+    while (statement.row()) out[statement.text(0)] = statement.text(1);
+  });
+}
+
+CloudStatus CloudStore::deleteFile(const StoreActor& actor, const std::wstring& project, const std::wstring& name) {
+  return answerOf([&] {
+    const std::wstring wanted = requireName(name);
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    WriteTransaction transaction(*lease);
+    requireRole(*lease, actor, project, StoreRole::Editor);
+    requireProjectUnlocked(*lease, actor, project);
+    requireObjectFree(*lease, actor, project, wanted);
+    requireFile(*lease, actor, project, wanted);
+    Statement remove(*lease,
+                     "UPDATE files SET deleted=1, sha256='', header=x'', uploader=?, workstation=?, uploaded=?, "
+                     "revision=revision+1 WHERE project=? AND name_key=?");
+    (remove << actor.user.uuid << actor.workstationName << nowTicks() << project << platform::toLower(wanted)).run();
+    countChange(*lease, project);
+    transaction.commit();
+  });
+}
+
+CloudStatus CloudStore::copyOut(const StoreActor& actor, const std::wstring& project, const std::wstring& name,
+                                const std::string& target, StoredFile& out) {
+  return answerOf([&] {
+    const std::wstring wanted = requireName(name);
+    for (int tries = 0; tries < kBodyTries; ++tries) {
+      StoredFile file;
+      {
+        const ConnectionPool::Lease lease = impl_->pool.take();
+        file = requireFile(*lease, actor, project, wanted);
+      }
+      if (impl_->bodies.copyTo(file.sha256, target, file.modified)) {
+        out = std::move(file);
+        return;
+      }
+      out = std::move(file);
+    }
+    throw StoreError{kStoreInvalidData, L"\"" + platform::fromUtf8(impl_->bodies.pathOf(out.sha256)) +
+                                            L"\", the content of \"" + wanted + L"\", is missing in the store"};
+  });
+}
+
+}  // namespace workstation
