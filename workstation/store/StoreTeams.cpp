@@ -105,10 +105,19 @@ CloudStatus CloudStore::removeTeamMember(const StoreActor& actor, const std::wst
         throw StoreError{kStoreAccessDenied, L"the owner of a team, or of a project in it, can't leave the team"};
       }
     }
-    Statement projects(
-        *lease,
-        "UPDATE project_members SET role=0 WHERE user=? AND project IN (SELECT uuid FROM projects WHERE team=?)");
-    (projects << member.uuid << team).run();
+    std::vector<std::wstring> left;
+    {
+      Statement projects(
+          *lease,
+          "SELECT m.project FROM project_members m JOIN projects p ON p.uuid=m.project WHERE m.user=? AND p.team=?");
+      projects << member.uuid << team;
+      while (projects.row()) left.push_back(projects.text(0));
+    }
+    Statement leave(*lease, "UPDATE project_members SET role=0 WHERE user=? AND project=?");
+    for (const std::wstring& project : left) {
+      (leave << member.uuid << project).run();
+      releaseLocks(*lease, project, member.uuid);
+    }
     Statement remove(*lease, "DELETE FROM team_members WHERE team=? AND user=?");
     (remove << team << member.uuid).run();
     transaction.commit();
