@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/Events.h"
+#include "host/UserMessages.h"
+#include "workstation/ui/DisplayInfo.h"
+#include "workstation/ui/ErrorLog.h"
+#include "workstation/ui/HostInterface.h"
+#include "workstation/ui/ScriptedInterface.h"
+
+namespace {
+
+using workstation::ScriptedInterface;
+
+class MessagesTest : public testing::Test {
+ protected:
+  MessagesTest() {
+    workstation::setLanguage("en");
+    platform::setUserInterface(&ui_);
+  }
+  ~MessagesTest() override {
+    platform::setUserInterface(nullptr);
+    workstation::setDenied(false);
+  }
+
+  ScriptedInterface ui_;
+};
+
+TEST_F(MessagesTest, GuiMessageShowsItsTextWithParameters) {
+  sendGuiMessage(1500648, L" 0x5\x1eZ:\\data\\CloudSTD\\1\x1e\x1f");
+  ASSERT_EQ(ui_.boxes().size(), 1U);
+  EXPECT_EQ(ui_.boxes()[0].text, L"The standard resources could not be downloaded (error 0x5).\nZ:\\data\\CloudSTD\\1");
+  EXPECT_EQ(ui_.boxes()[0].style & MB_ICONMASK, MB_ICONINFORMATION);
+}
+
+TEST_F(MessagesTest, DeniedMessagesAreOnlyLogged) {
+  workstation::setDenied(true);
+  EXPECT_TRUE(Msg2usr_IsDeny());
+  sendGuiMessage(1500661, L" 0x5\x1e\x1f");
+  TBsLocked_MessageBox({3, 12});
+  EXPECT_TRUE(ui_.boxes().empty());
+  const auto lines = workstation::recentErrorLines();
+  ASSERT_EQ(lines.size(), 2U);
+  EXPECT_EQ(lines[0], L"The list of standard resources could not be read (error 0x5).");
+  EXPECT_NE(lines[1].find(L"3, 12"), std::wstring::npos);
+}
+
+TEST_F(MessagesTest, ScriptAnswersInOrderAndNeverWhatABoxDoesNotOffer) {
+  ui_.answerWith({IDYES, IDYES});
+  const auto ask = [](UINT style) { return MessageBoxW(nullptr, L"text", L"caption", style); };
+  EXPECT_EQ(ask(MB_YESNO), IDYES);
+  EXPECT_EQ(ask(MB_RETRYCANCEL), IDCANCEL);
+  EXPECT_EQ(ui_.unusableAnswers().size(), 1U);
+  EXPECT_EQ(ask(MB_YESNO), IDNO);
+  ui_.setResponder([](const ScriptedInterface::Box& box) { return box.caption == L"caption" ? IDYES : IDNO; });
+  EXPECT_EQ(ask(MB_YESNO), IDYES);
+  ASSERT_EQ(ui_.boxes().size(), 4U);
+  EXPECT_EQ(ui_.boxes()[1].answer, IDCANCEL);
+}
+
+TEST_F(MessagesTest, ScriptKeepsProgressAndOpenedTargets) {
+  auto window = platform::userInterface().createProgressWindow(L"Packing", 500, 45);
+  window->setRange(7);
+  window->show();
+  EXPECT_EQ(window->range(), 7U);
+  window.reset();
+  EXPECT_EQ(ui_.progressCalls(), (std::vector<std::wstring>{L"create Packing", L"range 7", L"show", L"close"}));
+  EXPECT_EQ(platform::userInterface().open(L"https://localhost/"), 33);
+  EXPECT_EQ(ui_.opened(), std::vector<std::wstring>{L"https://localhost/"});
+  ui_.refuseProgressWindows(true);
+  EXPECT_EQ(platform::userInterface().createProgressWindow(L"Packing", 500, 45), nullptr);
+}
+
+TEST(DisplayInfo, InnermostTextIsSeenWhileAllowed) {
+  std::vector<std::wstring> seen;
+  workstation::setDisplayInfoListener([&](const std::wstring& text) { seen.push_back(text); });
+  {
+    const CScopedDisplayInfo unseen(L"before");
+    EXPECT_TRUE(seen.empty());
+    setDisplayInfoWindowAllowed(1);
+    const CScopedDisplayInfo inner(L"inner");
+  }
+  setDisplayInfoWindowAllowed(0);
+  const CScopedDisplayInfo late(L"late");
+  workstation::setDisplayInfoListener({});
+  EXPECT_EQ(seen, (std::vector<std::wstring>{L"before", L"inner", L"before", L""}));
+}
+
+TEST(Events, AreSetUntilTheyAreReset) {
+  auto& events = globalEventManager::instance();
+  EXPECT_FALSE(events.get(kDatwaRunningEvent, nullptr));
+  std::jthread([&] { events.set(kDatwaRunningEvent, L"first"); }).join();
+  events.set(kDatwaRunningEvent, L"second");
+  std::wstring data;
+  EXPECT_TRUE(events.get(kDatwaRunningEvent, &data));
+  EXPECT_EQ(data, L"second");
+  events.reset(kDatwaRunningEvent);
+  events.reset(L"never set");
+  EXPECT_FALSE(events.get(kDatwaRunningEvent, &data));
+}
+
+}  // namespace

@@ -1,0 +1,228 @@
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <unistd.h>
+
+#include <future>
+#include <string>
+
+#include "workstation/ui/HostInterface.h"
+#include "workstation/ui/Terminal.h"
+#include "workstation/ui/TerminalInterface.h"
+#include "workstation/ui/TerminalProgress.h"
+
+namespace {
+
+using platform::MessageBoxRequest;
+using workstation::Terminal;
+using workstation::TerminalInterface;
+using workstation::TerminalOptions;
+
+/// A person at a terminal: types, and reads what the program writes.
+class PseudoTerminal {
+ public:
+  PseudoTerminal() {
+    if (openpty(&person_, &program_, nullptr, nullptr, nullptr) != 0) throw std::runtime_error("no pseudo terminal");
+  }
+  ~PseudoTerminal() {
+    close(person_);
+    close(program_);
+  }
+  PseudoTerminal(const PseudoTerminal&) = delete;
+  PseudoTerminal& operator=(const PseudoTerminal&) = delete;
+
+  int program() const { return program_; }
+  void type(const std::string& text) const {
+    ASSERT_EQ(write(person_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+  /// Everything on the screen once `text` has appeared on it; without it, what came within ten seconds.
+  std::string screenWith(const std::string& text) {
+    pollfd wait{person_, POLLIN, 0};
+    while (screen_.find(text) == std::string::npos && poll(&wait, 1, 10000) > 0) {
+      char buffer[1024];
+      const ssize_t got = read(person_, buffer, sizeof buffer);
+      if (got <= 0) break;
+      screen_.append(buffer, static_cast<std::size_t>(got));
+    }
+    return screen_;
+  }
+
+ private:
+  int person_ = -1;
+  int program_ = -1;
+  std::string screen_;
+};
+
+/// A program whose output goes to a pipe.
+class Pipe {
+ public:
+  Pipe() {
+    if (pipe(ends_) != 0) throw std::runtime_error("no pipe");
+  }
+  ~Pipe() {
+    closeReader();
+    closeWriter();
+  }
+  Pipe(const Pipe&) = delete;
+  Pipe& operator=(const Pipe&) = delete;
+
+  int writer() const { return ends_[1]; }
+  void closeReader() { closeEnd(ends_[0]); }
+  std::string everything() {
+    closeWriter();
+    std::string text;
+    char buffer[1024];
+    for (ssize_t got = 0; (got = read(ends_[0], buffer, sizeof buffer)) > 0;) {
+      text.append(buffer, static_cast<std::size_t>(got));
+    }
+    return text;
+  }
+
+ private:
+  static void closeEnd(int& end) {
+    if (end >= 0) close(end);
+    end = -1;
+  }
+  void closeWriter() { closeEnd(ends_[1]); }
+
+  int ends_[2] = {-1, -1};
+};
+
+MessageBoxRequest box(UINT style, const std::wstring& details = L"") {
+  MessageBoxRequest request;
+  request.caption = L"Quorvel";
+  request.text = L"Failed to get files\x1b[2J";
+  request.style = style;
+  request.details = details;
+  return request;
+}
+
+bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+class TerminalTest : public testing::Test {
+ protected:
+  TerminalTest() { workstation::setLanguage("en"); }
+
+  std::future<int> ask(const MessageBoxRequest& request, const TerminalOptions& options = {}) {
+    return std::async(std::launch::async, [this, request, options] {
+      Terminal terminal(screen_.program(), screen_.program());
+      TerminalInterface ui(terminal, options);
+      return ui.messageBox(request);
+    });
+  }
+
+  PseudoTerminal screen_;
+};
+
+TEST_F(TerminalTest, QuestionIsRepeatedUntilItIsUnderstood) {
+  auto answer = ask(box(MB_RETRYCANCEL | MB_ICONHAND));
+  const std::string asked = screen_.screenWith("? ");
+  EXPECT_TRUE(contains(asked, "Quorvel: Failed to get files\\x1b[2J\r\n"));
+  EXPECT_TRUE(contains(asked, "[R]etry/[C]ancel? "));
+  screen_.type("perhaps\n");
+  screen_.screenWith("letters in brackets");
+  screen_.type(" r \n");
+  EXPECT_EQ(answer.get(), IDRETRY);
+}
+
+TEST_F(TerminalTest, WholeWordsOfTheLanguageAnswer) {
+  workstation::setLanguage("de");
+  auto answer = ask(box(MB_YESNO));
+  EXPECT_TRUE(contains(screen_.screenWith("? "), "[J]a/[N]ein? "));
+  screen_.type("JA\n");
+  EXPECT_EQ(answer.get(), IDYES);
+}
+
+TEST_F(TerminalTest, EndOfInputDenies) {
+  auto answer = ask(box(MB_YESNO));
+  screen_.screenWith("? ");
+  screen_.type("\x04");
+  EXPECT_EQ(answer.get(), IDNO);
+}
+
+TEST_F(TerminalTest, HelpShowsTheDetailsAndAsksAgain) {
+  auto answer = ask(box(MB_RETRYCANCEL | MB_HELP, L"550 No such directory"));
+  EXPECT_TRUE(contains(screen_.screenWith("? "), "/[H]elp? "));
+  screen_.type("h\n");
+  screen_.screenWith("550 No such directory");
+  screen_.type("c\n");
+  EXPECT_EQ(answer.get(), IDCANCEL);
+}
+
+TEST_F(TerminalTest, PlainBoxIsPrintedAndNotAsked) {
+  EXPECT_EQ(ask(box(MB_OK)).get(), IDOK);
+  EXPECT_TRUE(contains(screen_.screenWith("files"), "Quorvel: Failed to get files"));
+}
+
+TEST_F(TerminalTest, ProgressIsRedrawnInPlaceAndGoesBeforeABox) {
+  Terminal terminal(screen_.program(), screen_.program());
+  TerminalInterface ui(terminal, {});
+  const auto progress = ui.createProgressWindow(L"Uploading", 500, 45);
+  progress->setRange(4);
+  progress->setPosition(1);
+  progress->show();
+  EXPECT_TRUE(contains(screen_.screenWith("Uploading"), "\r\x1b[K 25 %  Uploading"));
+  ui.messageBox(box(MB_OK));
+  EXPECT_TRUE(contains(screen_.screenWith("Failed"), "Uploading\r\x1b[KQuorvel: Failed"));
+}
+
+TEST(TerminalWithoutPerson, DeniesAndSaysSo) {
+  workstation::setLanguage("en");
+  Pipe output;
+  Terminal terminal(STDIN_FILENO, output.writer());
+  TerminalInterface ui(terminal, {});
+  EXPECT_EQ(ui.messageBox(box(MB_YESNO)), IDNO);
+  EXPECT_EQ(ui.messageBox(box(MB_RETRYCANCEL)), IDCANCEL);
+  const std::string text = output.everything();
+  EXPECT_TRUE(contains(text, "Quorvel: Failed to get files\\x1b[2J\n"));
+  EXPECT_TRUE(contains(text, "There is no terminal to ask on. Answered: No\n"));
+}
+
+TEST(TerminalWithoutPerson, ProgressIsNotRedrawnAndNotWrittenInAHurry) {
+  Pipe output;
+  Terminal terminal(STDIN_FILENO, output.writer());
+  TerminalInterface ui(terminal, {});
+  const auto progress = ui.createProgressWindow(L"Uploading", 500, 45);
+  progress->show();
+  progress->setPosition(50);
+  EXPECT_EQ(output.everything(), "  0 %  Uploading\n");
+
+  const std::chrono::steady_clock::time_point never{};
+  const auto first = never + std::chrono::hours(1);
+  EXPECT_TRUE(workstation::isDrawingDue(never, first, workstation::kPlainInterval));
+  EXPECT_FALSE(workstation::isDrawingDue(first, first + std::chrono::milliseconds(4999), workstation::kPlainInterval));
+  EXPECT_TRUE(workstation::isDrawingDue(first, first + std::chrono::seconds(5), workstation::kPlainInterval));
+}
+
+TEST(TerminalOptions, AnswerWithoutAsking) {
+  Pipe output;
+  Terminal terminal(STDIN_FILENO, output.writer());
+  TerminalInterface agreeing(terminal, {.assumeYes = true});
+  EXPECT_EQ(agreeing.messageBox(box(MB_YESNOCANCEL)), IDYES);
+  EXPECT_EQ(agreeing.messageBox(box(MB_OKCANCEL)), IDOK);
+  TerminalInterface denying(terminal, {.assumeYes = true, .assumeNo = true, .quiet = true});
+  EXPECT_EQ(denying.messageBox(box(MB_YESNO)), IDNO);
+  EXPECT_EQ(denying.createProgressWindow(L"Uploading", 500, 45), nullptr);
+  EXPECT_TRUE(contains(output.everything(), "Failed to get files"));
+}
+
+TEST(TerminalOptions, AgreeingToTheSameRetryHasAnEnd) {
+  Pipe output;
+  Terminal terminal(STDIN_FILENO, output.writer());
+  TerminalInterface ui(terminal, {.assumeYes = true});
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(ui.messageBox(box(MB_RETRYCANCEL)), IDRETRY);
+  EXPECT_EQ(ui.messageBox(box(MB_RETRYCANCEL)), IDCANCEL);
+}
+
+TEST(Terminal, SurvivesAnOutputThatIsGone) {
+  Pipe output;
+  output.closeReader();
+  Terminal terminal(STDIN_FILENO, output.writer());
+  terminal.write(L"nobody reads this\n");
+  TerminalInterface ui(terminal, {});
+  EXPECT_EQ(ui.messageBox(box(MB_YESNO)), IDNO);
+}
+
+}  // namespace
