@@ -4,6 +4,7 @@
 #include <spdlog/sinks/rotating_file_sink.h>
 
 #include <atomic>
+#include <cerrno>
 #include <deque>
 #include <filesystem>
 #include <memory>
@@ -19,7 +20,7 @@
 namespace workstation {
 namespace {
 
-constexpr std::size_t kFileSize = 5U * 1024 * 1024;
+constexpr std::size_t kFileSize = std::size_t{5} * 1024 * 1024;
 /// Files kept beside the one that is being written.
 constexpr std::size_t kOlderFiles = 2;
 constexpr std::size_t kRecentLines = 200;
@@ -75,6 +76,18 @@ void tellListener(const std::shared_ptr<const LineListener>& listener, const std
   telling = false;
 }
 
+/// Callers log first and look at errno then.
+class KeptErrno {
+ public:
+  KeptErrno() = default;
+  ~KeptErrno() { errno = value_; }
+  KeptErrno(const KeptErrno&) = delete;
+  KeptErrno& operator=(const KeptErrno&) = delete;
+
+ private:
+  const int value_ = errno;
+};
+
 }  // namespace
 
 void startDiagnostics(const std::string& logDirectory, int traceLevel) {
@@ -106,6 +119,7 @@ void stopDiagnostics() {
 }
 
 void writeErrorLine(const std::wstring& line) {
+  const KeptErrno keptErrno;
   const std::wstring text = logText(line);
   Diagnostics& all = diagnostics();
   Logger logger;
@@ -123,6 +137,7 @@ void writeErrorLine(const std::wstring& line) {
 }
 
 void writeTraceText(const std::wstring& text) {
+  const KeptErrno keptErrno;
   Diagnostics& all = diagnostics();
   Logger logger;
   {

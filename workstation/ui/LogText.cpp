@@ -102,13 +102,15 @@ std::wstring withVisibleControls(std::wstring_view text) {
   constexpr std::wstring_view kDigits = L"0123456789abcdef";
   std::wstring result;
   result.reserve(text.size());
-  for (const wchar_t c : text) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const wchar_t c = text[i];
+    if (c == L'\r' && (i + 1 == text.size() || text[i + 1] == L'\n')) continue;
     const bool control = c < L' ' ? c != L'\n' && c != L'\t' : c >= L'\x7f' && c < L'\xa0';
     if (!control) {
       result += c;
       continue;
     }
-    const auto code = static_cast<unsigned>(c);
+    const auto code = static_cast<unsigned>(c & 0xff);
     result.append(L"\\x").append(1, kDigits[(code >> 4U) & 0xFU]).append(1, kDigits[code & 0xFU]);
   }
   return result;

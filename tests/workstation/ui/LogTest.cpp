@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -51,17 +54,22 @@ TEST(LogText, HidesSecrets) {
   for (const Case& c : cases) EXPECT_EQ(workstation::withoutSecrets(c.text), c.written);
 }
 
+TEST(LogText, ShowsControlCharacters) {
+  EXPECT_EQ(workstation::withVisibleControls(L"550 no\r\n\tdir\x1b[2J\x9b\r2\x7f\r"),
+            L"550 no\n\tdir\\x1b[2J\\x9b\\x0d2\\x7f");
+}
+
 TEST_F(LogTest, ErrorLinesReachTheFileAsUtf8) {
   workstation::startDiagnostics(directory_.path("log"), 0);
   lfperrC(L"%s: %d\n",
           L"\x00dc"
-          L"berlauf \x1b[31m\r",
+          L"berlauf \x1b[31m\r\n",
           7);
   lfperrText(L"token=abc");
   CConsoleTrace(L"not traced", 1);
   EXPECT_TRUE(contains(errorLog(),
                        "\xc3\x9c"
-                       "berlauf \\x1b[31m\\x0d: 7\n"));
+                       "berlauf \\x1b[31m\n: 7\n"));
   EXPECT_TRUE(contains(errorLog(), "token=***"));
   EXPECT_FALSE(std::filesystem::exists(directory_.path("log/zephor-trace.log")));
 }
@@ -86,10 +94,10 @@ TEST_F(LogTest, TraceTextsAreWrittenUpToTheLevel) {
 
 TEST_F(LogTest, FullFileMovesAside) {
   workstation::startDiagnostics(directory_.path("log"), 0);
-  const std::wstring line(64U * 1024, L'x');
+  const std::wstring line(std::size_t{64} * 1024, L'x');
   for (int i = 0; i < 100; ++i) lfperrText(line);
   EXPECT_TRUE(std::filesystem::exists(directory_.path("log/zephor-error.1.log")));
-  EXPECT_LE(std::filesystem::file_size(directory_.path("log/zephor-error.1.log")), 5U * 1024 * 1024);
+  EXPECT_LE(std::filesystem::file_size(directory_.path("log/zephor-error.1.log")), std::uintmax_t{5} * 1024 * 1024);
 }
 
 TEST_F(LogTest, LogThatCannotBeWrittenLosesTheFileOnly) {
@@ -98,9 +106,9 @@ TEST_F(LogTest, LogThatCannotBeWrittenLosesTheFileOnly) {
   workstation::startDiagnostics(directory_.path("log"), 0);
   lfperrText(L"still heard\n");
   const auto lines = workstation::recentErrorLines();
-  ASSERT_EQ(lines.size(), 2U);
-  EXPECT_NE(lines[0].find(L"can't be written"), std::wstring::npos);
-  EXPECT_EQ(lines[1], L"still heard");
+  ASSERT_GE(lines.size(), 2U);
+  EXPECT_NE(lines[lines.size() - 2].find(L"can't be written"), std::wstring::npos);
+  EXPECT_EQ(lines.back(), L"still heard");
 }
 
 TEST_F(LogTest, RecentLinesAreTheLastTwoHundred) {
@@ -122,6 +130,7 @@ TEST_F(LogTest, ListenerHearsLinesOfEveryThreadButItsOwn) {
   workstation::startDiagnostics(directory_.path("log"), 0);
   {
     std::vector<std::jthread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
       threads.emplace_back([] {
         for (int j = 0; j < 25; ++j) lfperrC(L"line %d\n", j);

@@ -43,9 +43,9 @@ TEST_F(MessagesTest, DeniedMessagesAreOnlyLogged) {
   TBsLocked_MessageBox({3, 12});
   EXPECT_TRUE(ui_.boxes().empty());
   const auto lines = workstation::recentErrorLines();
-  ASSERT_EQ(lines.size(), 2U);
-  EXPECT_EQ(lines[0], L"The list of standard resources could not be read (error 0x5).");
-  EXPECT_NE(lines[1].find(L"3, 12"), std::wstring::npos);
+  ASSERT_GE(lines.size(), 2U);
+  EXPECT_EQ(lines[lines.size() - 2], L"The list of standard resources could not be read (error 0x5).");
+  EXPECT_NE(lines.back().find(L"3, 12"), std::wstring::npos);
 }
 
 TEST_F(MessagesTest, ScriptAnswersInOrderAndNeverWhatABoxDoesNotOffer) {
