@@ -15,7 +15,7 @@
 namespace zephor_test {
 namespace {
 
-constexpr std::uint64_t kLargestFile = 256U * 1024 * 1024;
+constexpr std::uint64_t kLargestFile = std::uint64_t{256} * 1024 * 1024;
 
 [[noreturn]] void fail(const std::string& what, const std::wstring& why) {
   throw std::runtime_error(what + ": " + platform::toUtf8(why));
