@@ -55,7 +55,8 @@ using ZP_PrjDBTeilbildRecordData = ProjectRow<TeilbildHeader>;
 using ZP_PrjDBPlanRecordData = ProjectRow<PlanHeader>;
 using ZP_PrjDBZeichnungRecordData = ProjectRow<ZeichnungHeader>;
 
-/// What the row sets share. One connection to the project's database, closed by the destructor.
+/// What the row sets share. All sets of a database in this process work through one connection, which stays open so
+/// that the header cache sees changes of other processes.
 class HOST_API ProjectRowSetBase {
  public:
   explicit ProjectRowSetBase(int unit);
@@ -80,10 +81,16 @@ class HOST_API ZP_ProjectDBTeilbildSets : public ProjectRowSetBase {
   int getTeilbildRecord(unsigned number, TeilbildHeader& out);
   int getTeilbildRecordFromCache(unsigned number, TeilbildHeader& out);
   int getTeilbildRecordFromDataBase(unsigned number, TeilbildHeader& out);
+  /// Replaces `out` by the rows in ascending order; without `all` those with a pending state stay out. @return rows
   int getTeilbildRecords(std::vector<TeilbildHeader>& out, bool all);
+  /// Appends rows of a range. @param limit  rows at most, negative for no limit
+  int getTeilbildRecords(std::vector<ZP_PrjDBTeilbildRecordData>& out, int first, int last, int limit);
   /// Inserts or replaces a row. @return 1, or -1
   int setTeilbildRecord(unsigned number, const TeilbildHeader& header);
+  /// Writes new and changed rows, removes deleted ones, in one transaction; the rows are then unchanged.
+  /// @return rows written and removed
   int applyTeilbildRecordChanges(std::vector<ZP_PrjDBTeilbildRecordData>& rows);
+  /// Removes the rows that setDelete marked. @return rows removed
   int deleteTeilbildRecords(const std::vector<ZP_PrjDBTeilbildRecordData>& rows);
 };
 
@@ -91,9 +98,16 @@ class HOST_API ZP_ProjectDBPlanSets : public ProjectRowSetBase {
  public:
   using ProjectRowSetBase::ProjectRowSetBase;
   int getPlanRecord(unsigned number, PlanHeader& out);
+  /// Replaces `out` by the rows in ascending order; without `all` those with a pending state stay out. @return rows
   int getPlanRecords(std::vector<PlanHeader>& out, bool all);
+  /// Appends rows of a range. @param limit  rows at most, negative for no limit
+  int getPlanRecords(std::vector<ZP_PrjDBPlanRecordData>& out, int first, int last, int limit);
+  /// Inserts or replaces a row. @return 1, or -1
   int setPlanRecord(unsigned number, const PlanHeader& header);
+  /// Writes new and changed rows, removes deleted ones, in one transaction; the rows are then unchanged.
+  /// @return rows written and removed
   int applyPlanRecordChanges(std::vector<ZP_PrjDBPlanRecordData>& rows);
+  /// Removes the rows that setDelete marked. @return rows removed
   int deletePlanRecords(const std::vector<ZP_PrjDBPlanRecordData>& rows);
 };
 
@@ -101,9 +115,16 @@ class HOST_API ZP_ProjectDBZeichnungSets : public ProjectRowSetBase {
  public:
   using ProjectRowSetBase::ProjectRowSetBase;
   int getZeichnungRecord(unsigned number, ZeichnungHeader& out);
+  /// Replaces `out` by the rows in ascending order; without `all` those with a pending state stay out. @return rows
   int getZeichnungRecords(std::vector<ZeichnungHeader>& out, bool all);
+  /// Appends rows of a range. @param limit  rows at most, negative for no limit
+  int getZeichnungRecords(std::vector<ZP_PrjDBZeichnungRecordData>& out, int first, int last, int limit);
+  /// Inserts or replaces a row. @return 1, or -1
   int setZeichnungRecord(unsigned number, const ZeichnungHeader& header);
+  /// Writes new and changed rows, removes deleted ones, in one transaction; the rows are then unchanged.
+  /// @return rows written and removed
   int applyZeichnungRecordChanges(std::vector<ZP_PrjDBZeichnungRecordData>& rows);
+  /// Removes the rows that setDelete marked. @return rows removed
   int deleteZeichnungRecords(const std::vector<ZP_PrjDBZeichnungRecordData>& rows);
 };
 

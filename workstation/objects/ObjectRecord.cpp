@@ -9,7 +9,7 @@ namespace workstation {
 static_assert(std::endian::native == std::endian::little, "the record images are little-endian");
 static_assert(sizeof(ZeichnungHeader) == 576 && offsetof(ZeichnungHeader, contentName) == 320);
 static_assert(offsetof(PlanHeader, opaque) + sizeof(PlanHeader::opaque) == sizeof(PlanHeader));
-static_assert(offsetof(TeilbildHeader, name) == 80 && offsetof(TeilbildHeader, opaque) == 712);
+static_assert(offsetof(TeilbildHeader, name) == 72 && offsetof(TeilbildHeader, opaque) == 712);
 
 namespace {
 
