@@ -21,23 +21,23 @@ constexpr const char* kSchema =
 
 }  // namespace
 
-Statement::Statement(sqlite3* database, const std::string& sql) {
+RowStatement::RowStatement(sqlite3* database, const std::string& sql) {
   sqlite3_prepare_v2(database, sql.c_str(), static_cast<int>(sql.size()), &statement_, nullptr);
 }
 
-Statement::~Statement() {
+RowStatement::~RowStatement() {
   sqlite3_finalize(statement_);
 }
 
-void Statement::bind(int index, std::int64_t value) {
+void RowStatement::bind(int index, std::int64_t value) {
   sqlite3_bind_int64(statement_, index, value);
 }
 
-void Statement::bind(int index, const std::vector<std::uint8_t>& blob) {
+void RowStatement::bind(int index, const std::vector<std::uint8_t>& blob) {
   sqlite3_bind_blob64(statement_, index, blob.data(), blob.size(), SQLITE_TRANSIENT);
 }
 
-Statement::Step Statement::step() {
+RowStatement::Step RowStatement::step() {
   if (statement_ == nullptr) return Step::Failed;
   const int result = sqlite3_step(statement_);
   if (result == SQLITE_ROW) return Step::Row;
@@ -46,11 +46,11 @@ Statement::Step Statement::step() {
   return result == SQLITE_DONE ? Step::Done : Step::Failed;
 }
 
-std::int64_t Statement::integer(int column) {
+std::int64_t RowStatement::integer(int column) {
   return sqlite3_column_int64(statement_, column);
 }
 
-std::vector<std::uint8_t> Statement::blob(int column) {
+std::vector<std::uint8_t> RowStatement::blob(int column) {
   const auto* bytes = static_cast<const std::uint8_t*>(sqlite3_column_blob(statement_, column));
   const auto size = static_cast<std::size_t>(sqlite3_column_bytes(statement_, column));
   return bytes == nullptr ? std::vector<std::uint8_t>() : std::vector<std::uint8_t>(bytes, bytes + size);
@@ -82,8 +82,8 @@ int DatabaseConnection::changedRows() const {
 }
 
 std::int64_t DatabaseConnection::pragma(const char* sql) {
-  Statement statement(database_, sql);
-  if (statement.step() != Statement::Step::Row) return -1;
+  RowStatement statement(database_, sql);
+  if (statement.step() != RowStatement::Step::Row) return -1;
   return statement.integer(0);
 }
 

@@ -14,12 +14,12 @@ struct sqlite3_stmt;
 namespace workstation {
 
 /// A prepared statement that begins anew with each use.
-class Statement {
+class RowStatement {
  public:
-  Statement(sqlite3* database, const std::string& sql);
-  ~Statement();
-  Statement(const Statement&) = delete;
-  Statement& operator=(const Statement&) = delete;
+  RowStatement(sqlite3* database, const std::string& sql);
+  ~RowStatement();
+  RowStatement(const RowStatement&) = delete;
+  RowStatement& operator=(const RowStatement&) = delete;
 
   bool isPrepared() const { return statement_ != nullptr; }
   void bind(int index, std::int64_t value);

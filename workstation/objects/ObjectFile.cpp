@@ -42,14 +42,14 @@ ContentWriter contentOfFile(const std::wstring& content) {
   return [content](const BlockFile& target, std::uint64_t position, WrittenContent& written, std::wstring& error) {
     BlockFile source;
     if (const DWORD code = source.openForReading(content))
-      return fail(code, content, platform::formatWide(L"can't be opened (error %u)", code), error);
+      return failure(code, content, platform::formatWide(L"can't be opened (error %u)", code), error);
     const DWORD code = copyBlocks(
         source, target, position, UINT64_MAX,
         [&](const std::uint8_t* block, std::size_t size) { written.crc = crc32Of(block, size, written.crc); },
         written.size);
     return code == ERROR_SUCCESS
                ? code
-               : fail(code, content, platform::formatWide(L"can't be copied (error %u)", code), error);
+               : failure(code, content, platform::formatWide(L"can't be copied (error %u)", code), error);
   };
 }
 
@@ -110,10 +110,10 @@ DWORD writeSections(const BlockFile& file, NewObject& object, std::wstring& erro
 DWORD writeObject(const std::wstring& path, NewObject& object, std::wstring& error) {
   BlockFile file;
   if (const DWORD code = file.create(path))
-    return fail(code, path, platform::formatWide(L"can't be created (error %u)", code), error);
+    return failure(code, path, platform::formatWide(L"can't be created (error %u)", code), error);
   if (const DWORD code = writeSections(file, object, error)) return code;
   const DWORD code = file.close();
-  return code == ERROR_SUCCESS ? code : fail(code, path, L"can't be closed", error);
+  return code == ERROR_SUCCESS ? code : failure(code, path, L"can't be closed", error);
 }
 
 /// Puts a complete new version in the place of the old one; `temporary` is used up.
@@ -125,7 +125,7 @@ DWORD commitVersion(TemporaryFileGuard& temporary, const std::wstring& path, std
   }
   if (MoveFileExW(temporary.path().c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) == FALSE) {
     const DWORD code = GetLastError();
-    return fail(code, path, platform::formatWide(L"can't be replaced (error %u)", code), error);
+    return failure(code, path, platform::formatWide(L"can't be replaced (error %u)", code), error);
   }
   temporary.release();
   return ERROR_SUCCESS;
@@ -188,7 +188,7 @@ DWORD createObject(const std::wstring& directory, QuorvelFileType type, int numb
                    const std::wstring& content, const ObjectAuthor& author, std::wstring& path, std::wstring& error) {
   if (const DWORD code = checkNewObject(type, number, name, error)) return code;
   const std::wstring target = platform::joinPath(directory, objectFileName(type, number));
-  if (platform::fileStatus(target).exists) return fail(ERROR_FILE_EXISTS, target, L"exists already", error);
+  if (platform::fileStatus(target).exists) return failure(ERROR_FILE_EXISTS, target, L"exists already", error);
   const std::wstring contentName = content.empty() ? std::wstring() : platform::fileNameOf(content);
   NewObject object{firstVersion(type, number, name.empty() ? contentName : name, author), contentName, {}};
   std::visit([&](auto& header) { setMember(header.contentName, contentName); }, object.record);
@@ -198,7 +198,7 @@ DWORD createObject(const std::wstring& directory, QuorvelFileType type, int numb
   // A move that refuses an existing target, so that of two makers of one number only one succeeds.
   if (MoveFileW(temporary.path().c_str(), target.c_str()) == FALSE) {
     const DWORD code = GetLastError();
-    return fail(code, target, platform::formatWide(L"can't be put in place (error %u)", code), error);
+    return failure(code, target, platform::formatWide(L"can't be put in place (error %u)", code), error);
   }
   temporary.release();
   path = target;
@@ -207,7 +207,7 @@ DWORD createObject(const std::wstring& directory, QuorvelFileType type, int numb
 
 DWORD replaceContent(const std::wstring& path, const std::wstring& content, const ObjectAuthor& author,
                      std::wstring& error) {
-  if (content.empty()) return fail(ERROR_INVALID_PARAMETER, path, L"no content was given", error);
+  if (content.empty()) return failure(ERROR_INVALID_PARAMETER, path, L"no content was given", error);
   const std::lock_guard saving(savingMutex());
   recoverInterruptedReplace(path);
   ObjectFileInfo info;
@@ -250,7 +250,7 @@ DWORD touchVersion(const std::wstring& path, const ObjectAuthor& author, std::ws
   if (old.info.compressed) {
     std::get<TeilbildHeader>(object.record).compressedMark = 1;
     if (const DWORD code = writeCompressedWithRecord(old, object.record, temporary.path()))
-      return fail(code, path, platform::formatWide(L"the new version can't be written (error %u)", code), error);
+      return failure(code, path, platform::formatWide(L"the new version can't be written (error %u)", code), error);
   } else {
     object.writeContent = contentOfObject(path, old);
     if (const DWORD code = writeObject(temporary.path(), object, error)) return code;
@@ -264,11 +264,11 @@ DWORD exportContent(const std::wstring& path, const std::wstring& target, std::w
   OpenedObject object;
   if (const DWORD code = openObject(path, object, error)) return code;
   if (object.info.compressed)
-    return fail(ERROR_NOT_SUPPORTED, path, L"is compressed; decompress it before its content is exported", error);
+    return failure(ERROR_NOT_SUPPORTED, path, L"is compressed; decompress it before its content is exported", error);
   TemporaryFileGuard temporary(temporaryBeside(target));
   BlockFile file;
   if (const DWORD code = file.create(temporary.path()))
-    return fail(code, target, platform::formatWide(L"can't be created (error %u)", code), error);
+    return failure(code, target, platform::formatWide(L"can't be created (error %u)", code), error);
   if (const DWORD code = readContent(path, object, &file, 0, error)) return code;
   DWORD code = file.finish(object.layout.contentSize);
   if (code == ERROR_SUCCESS) code = file.close();
@@ -276,7 +276,7 @@ DWORD exportContent(const std::wstring& path, const std::wstring& target, std::w
       MoveFileExW(temporary.path().c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING) == FALSE)
     code = GetLastError();
   if (code != ERROR_SUCCESS)
-    return fail(code, target, platform::formatWide(L"can't be written (error %u)", code), error);
+    return failure(code, target, platform::formatWide(L"can't be written (error %u)", code), error);
   temporary.release();
   return ERROR_SUCCESS;
 }

@@ -25,7 +25,7 @@ constexpr std::size_t kArchivePosition = 46;
 DWORD failRead(DWORD code, const std::wstring& path, const wchar_t* section, std::uint64_t position, std::uint64_t size,
                std::wstring& error) {
   const DWORD answer = code == ERROR_HANDLE_EOF ? ERROR_INVALID_DATA : code;
-  return fail(
+  return failure(
       answer, path,
       platform::formatWide(L"%s: %llu bytes at %llu can't be read (error %u)", section,
                            static_cast<unsigned long long>(size), static_cast<unsigned long long>(position), code),
@@ -38,7 +38,7 @@ DWORD readCompressed(const std::wstring& path, OpenedObject& object, std::wstrin
     return failRead(code, path, L"compressed head", 0, header.size(), error);
   const std::uint8_t* bytes = header.data();
   if (bytes[packed::kFormat] != 1)
-    return fail(
+    return failure(
         ERROR_INVALID_DATA, path,
         platform::formatWide(L"compressed head, offset 4: format %u, expected 1; %s", unsigned{bytes[packed::kFormat]},
                              bytes[packed::kFormat] > 1 ? L"written by a newer program" : L"damaged"),
@@ -48,11 +48,12 @@ DWORD readCompressed(const std::wstring& path, OpenedObject& object, std::wstrin
   if (getLittleEndian<std::uint16_t>(bytes, packed::kRecordPosition) != kCompressedRecordPosition ||
       getLittleEndian<std::uint16_t>(bytes, packed::kRecordSize) != size ||
       archive < kCompressedRecordPosition + size || archive > object.fileSize)
-    return fail(ERROR_INVALID_DATA, path,
-                platform::formatWide(L"compressed head, offset 34: expected the record at 48 with 1576 bytes and the "
-                                     L"archive behind it within %llu bytes",
-                                     static_cast<unsigned long long>(object.fileSize)),
-                error);
+    return failure(
+        ERROR_INVALID_DATA, path,
+        platform::formatWide(L"compressed head, offset 34: expected the record at 48 with 1576 bytes and the "
+                             L"archive behind it within %llu bytes",
+                             static_cast<unsigned long long>(object.fileSize)),
+        error);
   std::vector<std::uint8_t> image(size);
   if (const DWORD code = object.file.readAt(kCompressedRecordPosition, image.data(), size))
     return failRead(code, path, L"compressed record", kCompressedRecordPosition, size, error);
@@ -71,10 +72,10 @@ DWORD readSection(const std::wstring& path, const OpenedObject& object, const wc
     return failRead(code, path, section, position, size, error);
   const std::uint32_t found = crc32Of(out.data(), size);
   if (found == crc) return ERROR_SUCCESS;
-  return fail(ERROR_INVALID_DATA, path,
-              platform::formatWide(L"%s at %llu: CRC-32 %08x, expected %08x", section,
-                                   static_cast<unsigned long long>(position), found, crc),
-              error);
+  return failure(ERROR_INVALID_DATA, path,
+                 platform::formatWide(L"%s at %llu: CRC-32 %08x, expected %08x", section,
+                                      static_cast<unsigned long long>(position), found, crc),
+                 error);
 }
 
 DWORD readUncompressed(const std::wstring& path, OpenedObject& object, std::wstring& error) {
@@ -84,21 +85,22 @@ DWORD readUncompressed(const std::wstring& path, OpenedObject& object, std::wstr
     return failRead(code, path, L"head", 0, available, error);
   std::wstring problem;
   ObjectLayout& layout = object.layout;
-  if (!decodeHead(head.data(), available, layout, problem)) return fail(ERROR_INVALID_DATA, path, problem, error);
+  if (!decodeHead(head.data(), available, layout, problem)) return failure(ERROR_INVALID_DATA, path, problem, error);
   if (layout.fileSize() != object.fileSize)
-    return fail(ERROR_INVALID_DATA, path,
-                platform::formatWide(L"%s at %llu bytes, expected %llu",
-                                     object.fileSize < layout.fileSize() ? L"cut" : L"something stands behind the end",
-                                     static_cast<unsigned long long>(object.fileSize),
-                                     static_cast<unsigned long long>(layout.fileSize())),
-                error);
+    return failure(
+        ERROR_INVALID_DATA, path,
+        platform::formatWide(L"%s at %llu bytes, expected %llu",
+                             object.fileSize < layout.fileSize() ? L"cut" : L"something stands behind the end",
+                             static_cast<unsigned long long>(object.fileSize),
+                             static_cast<unsigned long long>(layout.fileSize())),
+        error);
   std::vector<std::uint8_t> section;
   if (const DWORD code = readSection(path, object, L"tables", layout.tablesPosition(), layout.tablesSize,
                                      layout.tablesCrc, section, error))
     return code;
   std::vector<ContentEntry> entries;
   if (!decodeTables(section.data(), section.size(), layout.contentSize, entries, problem))
-    return fail(ERROR_INVALID_DATA, path, problem, error);
+    return failure(ERROR_INVALID_DATA, path, problem, error);
   if (const DWORD code = readSection(path, object, L"record", layout.recordPosition(), recordSize(layout.type),
                                      layout.recordCrc, section, error))
     return code;
@@ -113,24 +115,24 @@ DWORD applyFileName(const std::wstring& path, ObjectFileInfo& info, std::wstring
   const auto name = parseObjectFileName(platform::fileNameOf(path));
   if (!name) return ERROR_SUCCESS;
   if (name->type != info.type)
-    return fail(ERROR_INVALID_DATA, path,
-                platform::formatWide(L"head, offset 10: kind %d, expected %d by the file's name",
-                                     static_cast<int>(info.type), static_cast<int>(name->type)),
-                error);
+    return failure(ERROR_INVALID_DATA, path,
+                   platform::formatWide(L"head, offset 10: kind %d, expected %d by the file's name",
+                                        static_cast<int>(info.type), static_cast<int>(name->type)),
+                   error);
   std::visit([&](auto& header) { header.number = name->number; }, info.record);
   return ERROR_SUCCESS;
 }
 
 }  // namespace
 
-DWORD fail(DWORD code, const std::wstring& path, const std::wstring& problem, std::wstring& error) {
+DWORD failure(DWORD code, const std::wstring& path, const std::wstring& problem, std::wstring& error) {
   error = path + L": " + problem;
   return code;
 }
 
 DWORD openObject(const std::wstring& path, OpenedObject& out, std::wstring& error) {
   if (const DWORD code = out.file.openForReading(path))
-    return fail(code, path, platform::formatWide(L"can't be opened (error %u)", code), error);
+    return failure(code, path, platform::formatWide(L"can't be opened (error %u)", code), error);
   if (const DWORD code = out.file.size(out.fileSize)) return failRead(code, path, L"file", 0, 0, error);
   std::uint8_t magic[sizeof kCompressedMagic] = {};
   if (out.fileSize >= packed::kHeaderSize) {
@@ -158,15 +160,16 @@ DWORD readContent(const std::wstring& path, const OpenedObject& object, const Bl
     crc = crc32Of(block.data(), got, crc);
     if (target != nullptr) {
       if (const DWORD failed = target->writeAt(position + done, block.data(), got))
-        return fail(failed, path, platform::formatWide(L"content can't be written out (error %u)", failed), error);
+        return failure(failed, path, platform::formatWide(L"content can't be written out (error %u)", failed), error);
     }
     done += got;
   }
   if (crc == layout.contentCrc) return ERROR_SUCCESS;
-  return fail(ERROR_INVALID_DATA, path,
-              platform::formatWide(L"content at %llu: CRC-32 %08x, expected %08x",
-                                   static_cast<unsigned long long>(layout.contentPosition()), crc, layout.contentCrc),
-              error);
+  return failure(
+      ERROR_INVALID_DATA, path,
+      platform::formatWide(L"content at %llu: CRC-32 %08x, expected %08x",
+                           static_cast<unsigned long long>(layout.contentPosition()), crc, layout.contentCrc),
+      error);
 }
 
 }  // namespace workstation

@@ -26,7 +26,7 @@ DWORD readContent(const std::wstring& path, const OpenedObject& object, const Bl
                   std::wstring& error);
 
 /// Sets `error` to "path: problem" and answers the code.
-DWORD fail(DWORD code, const std::wstring& path, const std::wstring& problem, std::wstring& error);
+DWORD failure(DWORD code, const std::wstring& path, const std::wstring& problem, std::wstring& error);
 
 /// Position and size of the record in a compressed Teilbild.
 constexpr std::uint64_t kCompressedRecordPosition = 48;

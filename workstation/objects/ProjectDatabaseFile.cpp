@@ -85,12 +85,12 @@ int ProjectDatabaseFile::read(RowTable table, int number, std::size_t size, RowI
   const std::lock_guard lock(mutex_);
   // Before the row is read: a change that comes between the two then empties the cache at the next look.
   dropOutdatedCache();
-  Statement statement(connection_->handle(), statementOn(table, "SELECT header FROM ", " WHERE number=?"));
+  RowStatement statement(connection_->handle(), statementOn(table, "SELECT header FROM ", " WHERE number=?"));
   if (!statement.isPrepared()) return failed(L"a row can't be read");
   statement.bind(1, number);
-  const Statement::Step step = statement.step();
-  if (step == Statement::Step::Failed) return failed(L"a row can't be read");
-  if (step == Statement::Step::Done) return 0;
+  const RowStatement::Step step = statement.step();
+  if (step == RowStatement::Step::Failed) return failed(L"a row can't be read");
+  if (step == RowStatement::Step::Done) return 0;
   RowImage image = statement.blob(0);
   if (image.size() != size) {
     lfperrC(L"%s: table %s, row %d: %llu bytes, expected %llu\n", path_, platform::fromUtf8(tableName(table)), number,
@@ -105,9 +105,9 @@ int ProjectDatabaseFile::read(RowTable table, int number, std::size_t size, RowI
 int ProjectDatabaseFile::readRange(RowTable table, const RowRange& range, std::size_t size,
                                    std::vector<NumberedRow>& out) {
   const std::lock_guard lock(mutex_);
-  Statement statement(connection_->handle(),
-                      statementOn(table, "SELECT number, header FROM ",
-                                  " WHERE number BETWEEN ? AND ? AND (?<>0 OR state=0) ORDER BY number LIMIT ?"));
+  RowStatement statement(connection_->handle(),
+                         statementOn(table, "SELECT number, header FROM ",
+                                     " WHERE number BETWEEN ? AND ? AND (?<>0 OR state=0) ORDER BY number LIMIT ?"));
   if (!statement.isPrepared()) return failed(L"rows can't be read");
   statement.bind(1, range.first);
   statement.bind(2, range.last);
@@ -115,9 +115,9 @@ int ProjectDatabaseFile::readRange(RowTable table, const RowRange& range, std::s
   statement.bind(4, range.limit);
   std::vector<NumberedRow> rows;
   for (;;) {
-    const Statement::Step step = statement.step();
-    if (step == Statement::Step::Done) break;
-    if (step == Statement::Step::Failed) return failed(L"rows can't be read");
+    const RowStatement::Step step = statement.step();
+    if (step == RowStatement::Step::Done) break;
+    if (step == RowStatement::Step::Failed) return failed(L"rows can't be read");
     NumberedRow row{static_cast<int>(statement.integer(0)), statement.blob(1)};
     if (row.header.size() == size) {
       rows.push_back(std::move(row));
@@ -135,11 +135,11 @@ int ProjectDatabaseFile::applyOne(RowTable table, const RowChange& change) {
   const std::string sql = change.remove
                               ? statementOn(table, "DELETE FROM ", " WHERE number=?")
                               : statementOn(table, "INSERT OR REPLACE INTO ", "(number, header) VALUES(?, ?)");
-  Statement statement(connection_->handle(), sql);
+  RowStatement statement(connection_->handle(), sql);
   if (!statement.isPrepared()) return -1;
   statement.bind(1, change.number);
   if (!change.remove) statement.bind(2, change.header);
-  return statement.step() == Statement::Step::Done ? connection_->changedRows() : -1;
+  return statement.step() == RowStatement::Step::Done ? connection_->changedRows() : -1;
 }
 
 int ProjectDatabaseFile::apply(RowTable table, const std::vector<RowChange>& changes) {
