@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "workstation/Export.h"
+
 namespace workstation {
 
 struct DirectoryChange {
@@ -14,9 +16,9 @@ struct DirectoryChange {
 };
 
 /// The changes so far, in the order in which they came; a change that only repeats the one before it is not kept.
-std::vector<DirectoryChange> directoryChanges();
+WORKSTATION_API std::vector<DirectoryChange> directoryChanges();
 
 /// The same, and empties the list.
-std::vector<DirectoryChange> takeDirectoryChanges();
+WORKSTATION_API std::vector<DirectoryChange> takeDirectoryChanges();
 
 }  // namespace workstation

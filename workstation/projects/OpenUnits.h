@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/Project.h"
+#include "workstation/Export.h"
 
 namespace workstation {
 
@@ -14,10 +15,10 @@ constexpr int kOpenProjectUnit = 1;
 constexpr int kFirstTemporaryUnit = 1000;
 
 /// Descriptor of the project behind a number; empty when nothing is open under it.
-std::optional<PRJ> projectOfUnit(int unit);
+WORKSTATION_API std::optional<PRJ> projectOfUnit(int unit);
 
 /// Directory of the project behind a number, a library path without a backslash at its end; empty when nothing is open
 /// under it.
-std::wstring directoryOfUnit(int unit);
+WORKSTATION_API std::wstring directoryOfUnit(int unit);
 
 }  // namespace workstation

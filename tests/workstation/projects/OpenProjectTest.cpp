@@ -1,0 +1,163 @@
+#include <gtest/gtest.h>
+
+#include "host/Files.h"
+#include "host/Project.h"
+#include "host/System.h"
+#include "host/Users.h"
+#include "platform/Text.h"
+#include "tests/support/TestWorkstation.h"
+#include "workstation/Session.h"
+#include "workstation/projects/DirChanges.h"
+#include "workstation/projects/OpenUnits.h"
+
+namespace {
+
+using workstation::openProject;
+using zephor_test::TestWorkstation;
+
+class OpenProject : public testing::Test {
+ protected:
+  TestWorkstation workstation_;
+  std::wstring error_;
+};
+
+TEST_F(OpenProject, MakesDirectoryAndDescriptorAndIsOpenAgainAtTheNextStart) {
+  const std::wstring uuid = workstation_.createTeamAndProject(L"House");
+  const PRJ prj = get_ActivePrj();
+  EXPECT_TRUE(prj.IsOndrathProject());
+  EXPECT_STREQ(prj.host, L"ONDRATH");
+  EXPECT_EQ(prj.GetDirectoryName(), uuid);
+  EXPECT_EQ(prj.GetOndrathProjectName(), L"House");
+  EXPECT_EQ(prj.GetOndrathTeamName(), L"Team");
+  EXPECT_EQ(prj.formatNumber, 586);
+  EXPECT_EQ(prj.mainRelease, get_InternMainRelease());
+  EXPECT_EQ(prj.owner, 2) << "the store's number of a project's owner";
+  EXPECT_TRUE(prj.isMember(2));
+  EXPECT_EQ(lfinigC(1), L"C:\\Data\\Prj\\ONDRATH\\" + uuid + L".prj\\");
+  EXPECT_TRUE(workstation_.exists(workstation_.projectPath(L"BIM")));
+  const std::string descriptor = workstation_.readFile(workstation_.projectPath(L"Project1.Dat.xml"));
+  EXPECT_FALSE(descriptor.empty());
+
+  workstation::closeProject();
+  EXPECT_EQ(lfinigC(1), L"");
+  EXPECT_EQ(kgunit(), -1);
+  ASSERT_TRUE(workstation::reopenLastProject(error_)) << platform::toUtf8(error_);
+  EXPECT_EQ(get_ActivePrj().GetOndrathProjectUuid(), uuid);
+  EXPECT_EQ(workstation_.readFile(workstation_.projectPath(L"Project1.Dat.xml")), descriptor);
+
+  Prj_RemoveEntryFromRecentListByName(uuid, L"ONDRATH");
+  workstation::closeProject();
+  EXPECT_FALSE(workstation::reopenLastProject(error_));
+  EXPECT_EQ(error_, L"");
+}
+
+TEST_F(OpenProject, TakesNameUuidOrTeamWithName) {
+  const std::wstring uuid = workstation_.createTeamAndProject(L"House");
+  for (const std::wstring& text : {std::wstring(L"House"), platform::toUpper(uuid), std::wstring(L"Team/House")}) {
+    workstation::closeProject();
+    EXPECT_TRUE(openProject(text, error_)) << platform::toUtf8(text + L": " + error_);
+    EXPECT_EQ(get_ActivePrj().GetOndrathProjectUuid(), uuid);
+  }
+  for (const wchar_t* text : {L"", L"house", L"Other", L"Team/"}) {
+    EXPECT_FALSE(openProject(text, error_)) << platform::toUtf8(text);
+    EXPECT_FALSE(error_.empty());
+    EXPECT_EQ(get_ActivePrj().GetOndrathProjectUuid(), uuid) << "the open project stays open";
+  }
+}
+
+TEST_F(OpenProject, AsksWhichOneIsMeantByANameOfSeveralTeams) {
+  const std::wstring first = workstation_.createTeamAndProject(L"House");
+  std::wstring team;
+  std::wstring second;
+  ASSERT_EQ(workstation_.store().createTeam(workstation_.actor(), L"Other", team), 0);
+  ASSERT_EQ(workstation_.store().createProject(workstation_.actor(), team, L"House", second), 0);
+  EXPECT_FALSE(openProject(L"House", error_));
+  EXPECT_NE(error_.find(L"Team/House"), std::wstring::npos);
+  EXPECT_NE(error_.find(L"Other/House"), std::wstring::npos);
+  ASSERT_TRUE(openProject(L"Other/House", error_)) << platform::toUtf8(error_);
+  EXPECT_EQ(get_ActivePrj().GetOndrathProjectUuid(), second);
+}
+
+TEST_F(OpenProject, IsNotFoundByWhoIsNoMember) {
+  const auto colleague = workstation_.addColleague(L"Anna");
+  std::wstring team;
+  std::wstring secret;
+  ASSERT_EQ(workstation_.store().createTeam(colleague, L"Hers", team), 0);
+  ASSERT_EQ(workstation_.store().createProject(colleague, team, L"Secret", secret), 0);
+  EXPECT_FALSE(openProject(secret, error_));
+  EXPECT_FALSE(workstation_.exists(L"C:\\Data\\Prj\\ONDRATH\\" + secret + L".prj"));
+}
+
+TEST_F(OpenProject, RefusesADamagedOrForeignDescriptorAndKeepsIt) {
+  const std::wstring uuid = workstation_.createTeamAndProject(L"House");
+  const std::wstring file = workstation_.projectPath(L"Project1.Dat.xml");
+  const std::string own = workstation_.readFile(file);
+  workstation::closeProject();
+  const std::string foreign =
+      "<Project version=\"1\"><Host>ONDRATH</Host><UUID>11111111-2222-4333-8444-555555555555</UUID></Project>";
+  for (const std::string& text : {own.substr(0, own.size() / 2), std::string(), foreign}) {
+    workstation_.writeFile(file, text);
+    EXPECT_FALSE(openProject(uuid, error_));
+    EXPECT_NE(error_.find(file), std::wstring::npos) << platform::toUtf8(error_);
+    EXPECT_EQ(workstation_.readFile(file), text);
+    EXPECT_STREQ(get_ActivePrj().directoryName, L"");
+  }
+  workstation_.writeFile(file, own);
+  EXPECT_TRUE(openProject(uuid, error_)) << platform::toUtf8(error_);
+}
+
+TEST_F(OpenProject, KnowsItsUsersByTheirListAndOtherwiseByTheStore) {
+  workstation_.createTeamAndProject(L"House");
+  workstation_.addColleague(L"Anna");
+  EXPECT_EQ(lzbnum(), 2);
+  EXPECT_EQ(lz_GetUserNameFromUserId(3), L"Anna");
+  QuorvelUser own;
+  ASSERT_EQ(lz_GetCurrentUserInfo(own), 0);
+  EXPECT_STREQ(own.loginName, L"_BIM_002");
+  own.number = 17;
+  QuorvelUser other;
+  other.number = 5;
+  wcscpy(other.lastName, L"Listed");
+  const std::wstring directory = workstation_.projectPath(L"Net");
+  ASSERT_EQ(ldirmkc(directory), 0);
+  ASSERT_EQ(lzWriteAllUsers_fromVector_to_Path({own, other}, directory), 0);
+  EXPECT_EQ(lzbnum(), 17);
+  EXPECT_EQ(lzbext(), L"u017");
+  ASSERT_TRUE(lz_uInitRAW(directory, own));
+  ASSERT_EQ(lfilrmC(directory + L"\\user.cfg"), 0);
+  EXPECT_EQ(lzbnum(), 17) << "as it was loaded";
+  EXPECT_EQ(lz_GetUserNameFromUserId(5), L"Listed");
+  EXPECT_EQ(lz_GetUserNameFromUserId(99), L"#99");
+}
+
+TEST_F(OpenProject, HasANumberForTheDatabaseAsLongAsItIsOpen) {
+  workstation_.createTeamAndProject(L"House");
+  const PRJ house = get_ActivePrj();
+  EXPECT_EQ(kgunit(), workstation::kOpenProjectUnit);
+  EXPECT_EQ(workstation::directoryOfUnit(kgunit()), get_ActPrjPath());
+  ASSERT_TRUE(ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\OpenDatabase", 0));
+  EXPECT_EQ(kgunit(), -1);
+  ZP_Header_Project header;
+  header.SetInfo(house);
+  const int unit = tempProjectOpen(header);
+  EXPECT_GE(unit, workstation::kFirstTemporaryUnit);
+  workstation::closeProject();
+  EXPECT_EQ(workstation::projectOfUnit(unit)->GetOndrathProjectUuid(), house.GetOndrathProjectUuid());
+  tempProjectClose(unit);
+  EXPECT_FALSE(workstation::projectOfUnit(unit).has_value());
+  PRJ missing(L"t", L"t", L"Missing", L"11111111-2222-4333-8444-555555555555", true);
+  header.SetInfo(missing);
+  EXPECT_EQ(tempProjectOpen(header), -1);
+}
+
+TEST_F(OpenProject, NotesTheChangesThatTheLibraryHandsBack) {
+  workstation_.createTeamAndProject(L"House");
+  ltbproC_updateDirChanges(L"C:\\a", 1);
+  ltbproC_updateDirChanges(L"C:\\a", 3);
+  ltbproC_updateDirChanges(L"C:\\a", 3);
+  const std::vector<workstation::DirectoryChange> expected = {{L"C:\\a", 1}, {L"C:\\a", 3}};
+  EXPECT_EQ(workstation::takeDirectoryChanges(), expected);
+  EXPECT_TRUE(workstation::directoryChanges().empty());
+}
+
+}  // namespace

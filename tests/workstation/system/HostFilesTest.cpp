@@ -1,0 +1,131 @@
+// Path numbers, the file layer and GUIDs.
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "host/Files.h"
+#include "host/Guid.h"
+#include "host/System.h"
+#include "platform/Files.h"
+#include "tests/support/TestWorkstation.h"
+
+namespace {
+
+using Quorvel::Cad::Service::ZP_GUIDValueProvider;
+using zephor_test::TestWorkstation;
+using zephor_test::TestWorkstationOptions;
+
+const TestWorkstationOptions kOffline{.withStore = false};
+
+TEST(PathNumbers, ReadAsTheHostHasThem) {
+  TestWorkstation workstation(kOffline);
+  EXPECT_EQ(lfinigC(1), L"");
+  EXPECT_EQ(lfinigC(8), L"C:\\Data\\Net\\");
+  EXPECT_EQ(lfinigC(18), L"C:\\Data\\Net\\");
+  EXPECT_EQ(lfinigC(29), L"C:\\Data\\Std\\");
+  EXPECT_EQ(lfinigC(30), L"");
+  EXPECT_EQ(lfinigC(41), L"C:\\Data\\Prj\\ONDRATH");
+  for (const int number : {8, 29, 41}) EXPECT_TRUE(platform::fileStatus(lfinigC(number)).isDirectory) << number;
+  lfinipC(30, L"C:\\Elsewhere");
+  EXPECT_EQ(lfinigC(30), L"C:\\Elsewhere\\");
+}
+
+TEST(PathNumbers, AScopeIsSeenByItsThreadAlone) {
+  TestWorkstation workstation(kOffline);
+  std::wstring inOther;
+  const ScopedPathPut outer(18, L"C:\\Outer");
+  std::thread([&inOther] {
+    const ScopedPathPut own(29, L"C:\\Own\\");
+    inOther = lfinigC(18) + lfinigC(29);
+  }).join();
+  EXPECT_EQ(inOther, L"C:\\Data\\Net\\C:\\Own\\");
+  EXPECT_EQ(lfinigC(18), L"C:\\Outer\\");
+  EXPECT_EQ(lfinigC(29), L"C:\\Data\\Std\\");
+}
+
+TEST(PathNumbers, ScopesNestAndWhatIsSetWithinEndsWithThem) {
+  TestWorkstation workstation(kOffline);
+  {
+    const ScopedPathPut outer(18, L"C:\\Outer");
+    {
+      const ScopedPathPut inner(18, L"C:\\Inner");
+      lfinipC(18, L"C:\\Set");
+      EXPECT_EQ(lfinigC(18), L"C:\\Set\\");
+    }
+    EXPECT_EQ(lfinigC(18), L"C:\\Outer\\");
+  }
+  EXPECT_EQ(lfinigC(18), L"C:\\Data\\Net\\");
+}
+
+TEST(FileLayer, NamesStayInTheirDirectory) {
+  TestWorkstation workstation(kOffline);
+  std::wstring path = L"untouched";
+  for (const wchar_t* name : {L"", L"..\\x", L"\\x", L"C:\\x", L"a\\..\\x", L"a\tb"}) {
+    EXPECT_NE(lffnamC(8, name, path), 0) << name;
+  }
+  EXPECT_NE(lffnamC(1, L"x", path), 0) << "no project is open";
+  EXPECT_EQ(path, L"untouched");
+  EXPECT_EQ(lffnamC(8, L"BIM\\x.xml", path), 0);
+  EXPECT_EQ(path, L"C:\\Data\\Net\\BIM\\x.xml");
+}
+
+TEST(FileLayer, TreesAreCopiedWholeAndNeverIntoThemselves) {
+  TestWorkstation workstation(kOffline);
+  workstation.writeFile(L"C:\\from\\a\\b.txt", "b");
+  EXPECT_EQ(ldircpRAW(L"C:\\from", L"C:\\to", 0), 0);
+  EXPECT_EQ(workstation.readFile(L"C:\\to\\a\\b.txt"), "b");
+  EXPECT_NE(ldircpRAW(L"C:\\from", L"C:\\from\\a\\again", 0), 0);
+  EXPECT_NE(ldircpRAW(L"C:\\from", L"C:\\FROM", 0), 0);
+  EXPECT_NE(ldircpRAW(L"C:\\missing", L"C:\\to", 0), 0);
+  EXPECT_EQ(ldirrmc(L"C:\\from\\"), 0);
+  EXPECT_FALSE(workstation.exists(L"C:\\from"));
+  for (const wchar_t* root : {L"", L"C:", L"C:\\", L"\\", L"C:\\to\\.."}) EXPECT_NE(ldirrmc(root), 0) << root;
+  EXPECT_TRUE(workstation.exists(L"C:\\to"));
+}
+
+TEST(FileLayer, MovesOverAnExistingFileAndReportsAMissingOne) {
+  TestWorkstation workstation(kOffline);
+  workstation.writeFile(L"C:\\user.cfg", "new");
+  workstation.writeFile(L"C:\\user.cfg.old", "old");
+  EXPECT_EQ(lfilmvC(L"C:\\user.cfg", L"C:\\user.cfg.old"), 0);
+  EXPECT_EQ(workstation.readFile(L"C:\\user.cfg.old"), "new");
+  EXPECT_EQ(lfilmvC(L"C:\\user.cfg", L"C:\\x"), 2);
+  int handle = 0;
+  ASSERT_EQ(lfilopC(L"C:\\user.cfg.old", 0, handle), 0);
+  EXPECT_EQ(lfilclC(handle), 0);
+  EXPECT_NE(lfilclC(handle), 0);
+  EXPECT_EQ(ldirmkc(L"C:\\a\\b"), 0);
+  EXPECT_EQ(ldirmkc(L"C:\\a\\b\\"), 0) << "one that is there is as good";
+  EXPECT_NE(ldirmkc(L"C:\\user.cfg.old"), 0) << "a file is in its place";
+}
+
+TEST(Guid, IsReadInEveryFormAndPrintedInOne) {
+  GUID guid{};
+  const std::wstring printed = L"00112233-4455-6677-8899-aabbccddeeff";
+  for (const wchar_t* text : {L"00112233-4455-6677-8899-aabbccddeeff", L"{00112233-4455-6677-8899-AABBCCDDEEFF}"}) {
+    ASSERT_TRUE(ZP_GUIDValueProvider::scanGUID(text, guid));
+    EXPECT_EQ(ZP_GUIDValueProvider::printGUID(guid), printed);
+  }
+  EXPECT_EQ(guid.Data1, 0x00112233U);
+  EXPECT_EQ(guid.Data3, 0x6677U);
+  for (const wchar_t* text : {L"", L"0011223344556677-8899-aabbccddeeff----", L"{00112233-4455-6677-8899-aabbccddeeff",
+                              L"00112233-4455-6677-8899-aabbccddeefg", L"00112233-4455-6677-8899-aabbccddeeff0"}) {
+    EXPECT_FALSE(ZP_GUIDValueProvider::scanGUID(text, guid)) << text;
+  }
+  EXPECT_EQ(ZP_GUIDValueProvider::printGUID(guid), printed) << "a refused text changes nothing";
+}
+
+TEST(Guid, SurvivesAsTwoDoublesWhateverItsBits) {
+  GUID signalling{};
+  ASSERT_TRUE(ZP_GUIDValueProvider::scanGUID(L"00000001-0000-7ff0-0100-00000000f07f", signalling));
+  double first = 0;
+  double second = 0;
+  GetTwoDoublesFromGUID(signalling, first, second);
+  EXPECT_TRUE(ZP_GUIDValueProvider::IsEqualGUID(GetGUIDFromTwoDoubles(first, second), signalling));
+  const GUID fresh = GetGUID();
+  EXPECT_EQ(ZP_GUIDValueProvider::printGUID(fresh)[14], L'4');
+  EXPECT_FALSE(ZP_GUIDValueProvider::IsEqualGUID(fresh, GetGUID()));
+}
+
+}  // namespace
