@@ -177,6 +177,10 @@ class WORKSTATION_API CloudStore {
   /// Tells the other members that something changed.
   CloudStatus notifyChange(const StoreActor& actor, const std::wstring& project);
 
+  /// Notes a model of a project, which is known by its display name alone; the model's uuid is new with each call.
+  CloudStatus createModel(const StoreActor& actor, const std::wstring& title, int number,
+                          const std::wstring& projectName, std::wstring& uuid);
+
   // Locks of objects: one holder each, until it is given back.
 
   /// Takes the lock. The holder on the same workstation gets it again; anybody else, and the holder on another

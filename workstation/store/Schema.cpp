@@ -49,6 +49,9 @@ CREATE TABLE project_locks(
 CREATE TABLE sessions(
   id TEXT PRIMARY KEY, user TEXT NOT NULL REFERENCES users, workstation_id TEXT NOT NULL, workstation TEXT NOT NULL,
   project TEXT NOT NULL, token_sha256 TEXT NOT NULL, started INTEGER NOT NULL, heartbeat INTEGER NOT NULL) WITHOUT ROWID;
+CREATE TABLE models(
+  uuid TEXT PRIMARY KEY, title TEXT NOT NULL, number INTEGER NOT NULL, project_name TEXT NOT NULL,
+  creator TEXT NOT NULL REFERENCES users, created INTEGER NOT NULL) WITHOUT ROWID;
 INSERT INTO meta(key, value) VALUES('session_timeout_seconds', 120), ('deleted_project_days', 30), ('last_sweep', 0);
 )sql";
 

@@ -243,4 +243,28 @@ CloudStatus CloudStore::notifyChange(const StoreActor& actor, const std::wstring
   });
 }
 
+CloudStatus CloudStore::createModel(const StoreActor& actor, const std::wstring& title, int number,
+                                    const std::wstring& projectName, std::wstring& uuid) {
+  return answerOf([&] {
+    const std::wstring made = newUuid();
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    WriteTransaction transaction(*lease);
+    {
+      Statement member(
+          *lease,
+          "SELECT 1 FROM projects p JOIN project_members m ON m.project=p.uuid WHERE p.name_key=? AND p.state=0 "
+          "AND m.user=? AND m.role BETWEEN 1 AND 3");
+      member << platform::toLower(projectName) << actor.user.uuid;
+      if (!member.row()) {
+        throw StoreError{kStoreAccessDenied, L"this user may not change a project \"" + projectName + L"\""};
+      }
+    }
+    Statement put(*lease,
+                  "INSERT INTO models(uuid, title, number, project_name, creator, created) VALUES(?, ?, ?, ?, ?, ?)");
+    (put << made << title << number << projectName << actor.user.uuid << nowTicks()).run();
+    transaction.commit();
+    uuid = made;
+  });
+}
+
 }  // namespace workstation

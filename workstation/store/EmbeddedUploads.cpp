@@ -1,0 +1,87 @@
+// The service's uploads.
+#include <algorithm>
+
+#include "host/Project.h"
+#include "platform/Paths.h"
+#include "platform/Text.h"
+#include "workstation/store/EmbeddedProjectService.h"
+#include "workstation/store/StoreError.h"
+#include "workstation/store/StoredHeader.h"
+#include "workstation/store/TransferSteps.h"
+
+namespace workstation {
+
+namespace {
+
+constexpr std::uint32_t kTeilbildHeaderSize = sizeof(TeilbildHeader);
+constexpr std::uint32_t kPlanHeaderSize = sizeof(PlanHeader);
+
+std::wstring withBackslashes(std::wstring path) {
+  std::replace(path.begin(), path.end(), L'/', L'\\');
+  return path;
+}
+
+/// What stands behind the base directory in a full path below it; any other name as it is.
+std::wstring relativeTo(const std::wstring& base, const std::wstring& name) {
+  std::wstring prefix = withBackslashes(base);
+  while (!prefix.empty() && prefix.back() == L'\\') prefix.pop_back();
+  prefix += L'\\';
+  const std::wstring normal = withBackslashes(name);
+  return prefix.size() > 1 && platform::startsWithIgnoreCase(normal, prefix) ? normal.substr(prefix.size()) : normal;
+}
+
+FilePut putOf(const std::wstring& base, const QuorvFileInfo& file, std::uint32_t headerSize) {
+  FilePut put;
+  put.name = relativeTo(base, file.name);
+  put.path = platform::joinPath(base, put.name);
+  if (file.fileHandle != -1) put.handle = reinterpret_cast<HANDLE>(file.fileHandle);  // NOLINT: carried as a number
+  put.header = storedImageOf(file.header, headerSize);
+  put.metadata.assign(file.metadata.begin(), file.metadata.end());
+  return put;
+}
+
+}  // namespace
+
+CloudStatus EmbeddedProjectService::UploadFilesAndMetadata(
+    const std::wstring& project, const std::wstring& baseDirectory, const std::vector<QuorvFileInfo>& files,
+    std::uint32_t headerSize, const CloudTransferOptions& options, std::vector<std::wstring>& failed) {
+  failed.clear();
+  std::vector<CloudStatus> statuses;
+  const CloudStatus status = run(L"UploadFilesAndMetadata", [&](CloudStore& store, const StoreActor& actor) {
+    if (headerSize != 0 && headerSize != kTeilbildHeaderSize && headerSize != kPlanHeaderSize) {
+      setLastStoreText(platform::formatWide(L"a header of %u bytes; expected 0, %u or %u", headerSize, kPlanHeaderSize,
+                                            kTeilbildHeaderSize));
+      return kStoreInvalidParameter;
+    }
+    std::vector<FilePut> puts;
+    puts.reserve(files.size());
+    for (const QuorvFileInfo& file : files) puts.push_back(putOf(baseDirectory, file, headerSize));
+    return store.putFiles(actor, project, puts, statuses, transferSteps(options));
+  });
+  if (status == kStoreOk) return status;
+  statuses.resize(files.size(), status);
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    if (statuses[i] != kStoreOk) failed.push_back(files[i].name);
+  }
+  return status;
+}
+
+CloudStatus EmbeddedProjectService::UploadProjectFile(const std::wstring& project, const std::wstring& name) {
+  return run(L"UploadProjectFile", [&](CloudStore& store, const StoreActor& actor) {
+    StoreProject found;
+    const CloudStatus status = store.project(actor, project, found);
+    if (status != kStoreOk) return status;
+    std::wstring directory;
+    const int error = make_prj_dir(PRJ(found.teamUuid, found.teamName, found.name, found.uuid, true), directory);
+    if (error != 0) {
+      setLastStoreText(L"the project \"" + found.name + L"\" has no directory at this workstation");
+      return statusOfError(ERROR_PATH_NOT_FOUND);
+    }
+    QuorvFileInfo file;
+    file.name = name;
+    std::vector<CloudStatus> statuses;
+    return store.putFiles(actor, project, {putOf(directory, file, 0)}, statuses);
+  });
+}
+
+}  // namespace workstation

@@ -1,0 +1,50 @@
+// A directory of this workstation to which files of a project are brought: finds their places without regard to letter
+// case, keeps them inside, and replaces a file only by a whole one.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "host/Cloud.h"
+
+namespace workstation {
+
+/// Where one file goes.
+struct LocalPlace {
+  std::string directory;  ///< path of the system
+  std::string name;       ///< as it is on the disk already, or as the project has it
+  std::wstring path;      ///< library path
+  bool exists = false;
+
+  std::string systemPath() const { return directory + "/" + name; }
+};
+
+/// One thread at a time. Failures are thrown as StoreError.
+class LocalTree {
+ public:
+  explicit LocalTree(const std::wstring& root);
+
+  /// Finds the place of a relative name (normalised) and makes its directory. Refuses, with kStoreAccessDenied, a place
+  /// that a link takes out of the tree, a directory, and a read-only file.
+  LocalPlace place(const std::wstring& relative);
+  /// Path beside a place under a name that is not in use.
+  static std::string besides(const LocalPlace& place);
+  /// Puts a whole file, written beside, onto its place. Attributes of the file before it stay.
+  static void replace(const std::string& from, const LocalPlace& place);
+
+ private:
+  struct Directory {
+    std::string path;
+    bool isListed = false;
+    std::map<std::wstring, std::string> names;  // lower case to the name on the disk
+  };
+  Directory& directoryOf(const std::wstring& relative);
+  static const std::string* find(Directory& directory, const std::string& name);
+
+  std::wstring root_;
+  std::string canonicalRoot_;
+  std::map<std::wstring, Directory> directories_;  // by relative path in lower case, "" the root
+};
+
+}  // namespace workstation
