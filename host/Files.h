@@ -12,6 +12,7 @@
 /// standard, 30 a second administration path, 41 the root below which cloud project descriptors live (41 alone has no
 /// backslash at its end).
 HOST_API std::wstring lfinigC(int pathNumber);
+/// Sets a path number for the process; within a scope of ScopedPathPut for that number, for the scope.
 HOST_API void lfinipC(int pathNumber, const std::wstring& path);
 
 /// Makes a host path number read as another path on this thread, until the scope ends. Scopes nest.
@@ -40,6 +41,7 @@ HOST_API int ldirrmc(const std::wstring& directory);
 HOST_API int ldircpRAW(const std::wstring& from, const std::wstring& to, int flags);
 
 /// Files through the host's layer; 0 is success. lfilopC gives a handle that lfilclC closes.
+/// @param mode  0 reads, 1 writes into an existing file, 2 makes the file anew
 HOST_API int lfilopC(const std::wstring& path, int mode, int& handle);
 HOST_API int lfilclC(int handle);
 HOST_API int lfilrmC(const std::wstring& path);

@@ -52,7 +52,7 @@ bool makeFolders(const HostState& state, std::wstring& error) {
   return true;
 }
 
-/// Forgets everything but the directory changes and files that nobody can reach any more.
+/// Forgets everything but the open files, which their callers still close.
 void clearState(HostState& state) {
   platform::setDrive(kDataDrive, {});
   state.started = false;

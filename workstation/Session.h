@@ -11,7 +11,7 @@
 namespace workstation {
 
 struct StartOptions {
-  /// Directory of the workstation (a path of the system): `config`, `data`, `trash` below it. Empty: the user's XDG
+  /// Directory of the workstation (a path of the system): `config`, `data`, `log` below it. Empty: the user's XDG
   /// directories.
   std::string directory;
   /// Store directory for this run; empty: as configured.

@@ -77,9 +77,7 @@ bool writeConfiguration(const std::string& directory, const WorkstationConfigura
   Directories directories;
   if (!findDirectories(directory, directories, error)) return false;
   std::error_code problem;
-  const bool isNew = std::filesystem::create_directories(directories.configuration, problem);
-  // The settings may hold the passwords of servers.
-  if (isNew) std::filesystem::permissions(directories.configuration, std::filesystem::perms::owner_all, problem);
+  std::filesystem::create_directories(directories.configuration, problem);
   if (problem) {
     error = platform::formatWide(L"%s: the directory can't be made: %s", platform::fromUtf8(directories.configuration),
                                  platform::fromUtf8(problem.message()));

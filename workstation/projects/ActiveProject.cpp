@@ -36,7 +36,7 @@ PRJ get_ActiveProject() {
 
 void set_ActivePrj(const PRJ& prj) {
   const std::wstring directoryName = textOf(prj.directoryName);
-  if (isOpen(prj) && !workstation::isSafeDirectoryName(workstation::withoutProjectEnding(directoryName))) {
+  if (isOpen(prj) && !workstation::isSafeDirectoryName(directoryName)) {
     lfperrC(L"set_ActivePrj: expected the name of one directory, not \"%s\"\n", directoryName);
     return;
   }

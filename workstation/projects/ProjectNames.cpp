@@ -17,8 +17,9 @@ constexpr std::size_t kLongestDirectoryName = 50;
 }  // namespace
 
 bool isSafeDirectoryName(const std::wstring& name) {
-  return name.size() <= kLongestDirectoryName && name.find_first_of(L"\\/") == std::wstring::npos &&
-         platform::isSafeRelativeName(name);
+  const bool isShort = name.size() <= kLongestDirectoryName && name.find_first_of(L"\\/") == std::wstring::npos;
+  const bool isEndingAlone = platform::equalsIgnoreCase(name, kEnding);
+  return isShort && !isEndingAlone && platform::isSafeRelativeName(withoutProjectEnding(name));
 }
 
 std::wstring withProjectEnding(const std::wstring& name) {
@@ -31,7 +32,7 @@ std::wstring withoutProjectEnding(const std::wstring& name) {
 }
 
 std::wstring projectDirectory(const std::wstring& host, const std::wstring& directoryName) {
-  if (!isSafeDirectoryName(withoutProjectEnding(directoryName))) return {};
+  if (!isSafeDirectoryName(directoryName)) return {};
   return platform::formatWide(L"%s\\Prj\\%s\\%s", ZSYST_getLocalDataDirectory(), serverRootName(host),
                               withProjectEnding(directoryName));
 }
@@ -39,7 +40,8 @@ std::wstring projectDirectory(const std::wstring& host, const std::wstring& dire
 }  // namespace workstation
 
 int make_prj_dir(const PRJ& prj, std::wstring& out) {
-  const std::wstring host = workstation::textOf(prj.host);
+  std::wstring host = workstation::textOf(prj.host);
+  if (host.empty()) host = workstation::kLocalHost;
   if (!workstation::isKnownHost(host)) return static_cast<int>(ERROR_PATH_NOT_FOUND);
   const std::wstring directory = workstation::projectDirectory(host, workstation::textOf(prj.directoryName));
   if (directory.empty()) return static_cast<int>(ERROR_INVALID_NAME);

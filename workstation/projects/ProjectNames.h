@@ -11,6 +11,7 @@ constexpr const wchar_t* kDescriptorFile = L"Project1.Dat.xml";
 constexpr const wchar_t* kUserFile = L"user.cfg";
 
 /// True for the name of one directory: no separator, no `..`, no control character, at most 50 characters.
+/// An ending ".prj" may be there.
 bool isSafeDirectoryName(const std::wstring& name);
 
 /// The name with ".prj" behind it unless it ends so in any letter case, and the reverse.

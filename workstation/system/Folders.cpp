@@ -13,7 +13,6 @@
 namespace workstation {
 namespace {
 
-constexpr const wchar_t* kLocalHost = L"localhost";
 constexpr std::size_t kPathSize = 260;
 
 std::wstring withoutTrailingSeparators(std::wstring path) {
@@ -59,8 +58,7 @@ std::uint32_t nameHash(const std::wstring& name) {
 }  // namespace
 
 bool isKnownHost(const std::wstring& host) {
-  return host.empty() || platform::equalsIgnoreCase(host, kLocalHost) || ZSYST_IsOndrathServer(host) ||
-         ZSYST_IsInetServer(host);
+  return platform::equalsIgnoreCase(host, kLocalHost) || ZSYST_IsOndrathServer(host) || ZSYST_IsInetServer(host);
 }
 
 std::wstring serverRootName(const std::wstring& host) {

@@ -6,7 +6,10 @@
 
 namespace workstation {
 
-/// The cloud, a configured server of the older store, or this machine ("localhost"; an empty name means it too).
+/// The host of projects that are on no server.
+constexpr const wchar_t* kLocalHost = L"localhost";
+
+/// The cloud, a configured server of the older store, or this machine.
 bool isKnownHost(const std::wstring& host);
 
 /// A directory name that is different for different servers, whatever characters their names hold.

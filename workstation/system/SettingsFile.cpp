@@ -1,5 +1,7 @@
 #include "workstation/system/SettingsFile.h"
 
+#include <filesystem>
+
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Synchronisation.h"
@@ -148,8 +150,17 @@ bool SettingsFile::create(const SettingsValues& values, bool replace, std::wstri
   }
   const std::string after = renderSettings(before, merged);
   const DWORD code = platform::writeFileAtomically(path_, after.data(), after.size());
-  if (code != 0) error = failureText(path_, L"the settings can't be written", code);
-  return code == 0;
+  if (code != 0) {
+    error = failureText(path_, L"the settings can't be written", code);
+    return false;
+  }
+  // The settings may hold the passwords of servers; a later write keeps the permissions.
+  using std::filesystem::perms;
+  std::error_code problem;
+  std::filesystem::permissions(platform::systemPath(path_), perms::owner_read | perms::owner_write, problem);
+  if (problem)
+    error = failureText(path_, L"the settings can't be kept from others", static_cast<DWORD>(problem.value()));
+  return !problem;
 }
 
 }  // namespace workstation

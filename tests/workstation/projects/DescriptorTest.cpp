@@ -15,6 +15,13 @@ using Quorvel::Cad::Service::ZP_GUIDValueProvider;
 using zephor_test::TestWorkstation;
 using zephor_test::TestWorkstationOptions;
 
+/// A workstation that is connected to no store.
+TestWorkstationOptions offline() {
+  TestWorkstationOptions options;
+  options.withStore = false;
+  return options;
+}
+
 constexpr const wchar_t* kUuid = L"11111111-2222-4333-8444-555555555555";
 constexpr const wchar_t* kFile = L"C:\\Temp\\Project1.Dat.xml";
 
@@ -34,7 +41,7 @@ PRJ cloudProject() {
 
 class Descriptor : public testing::Test {
  protected:
-  TestWorkstation workstation_{TestWorkstationOptions{.withStore = false}};
+  TestWorkstation workstation_{offline()};
 };
 
 TEST_F(Descriptor, OfACloudProjectComesBackWhole) {
@@ -101,7 +108,7 @@ TEST_F(Descriptor, ThatIsDamagedGivesAnErrorWithFileAndPlaceAndStays) {
       {"<Other/>", L"line 1", L"the element Project"},
       {"<Project version=\"2\"/>", L"line 1", L"version 1"},
       {"<Project version=\"1\">\n\n  <Owner>two</Owner></Project>", L"line 3", L"in Owner"},
-      {"<Project version=\"1\"><MainRelease>256</MainRelease></Project>", L"column 22", L"from 0 to 255"},
+      {"<Project version=\"1\"><MainRelease>256</MainRelease></Project>", L"column 23", L"from 0 to 255"},
       {"<Project version=\"1\"><Members>0000001</Members></Project>", L"line 1", L"hexadecimal"},
       {"<Project version=\"1\"><AdditionalAdmins>1 -2</AdditionalAdmins></Project>", L"line 1", L"user numbers"},
       {"<Project version=\"1\"><DirectoryName>..\\x</DirectoryName></Project>", L"line 1", L"name of one directory"},

@@ -10,6 +10,13 @@ namespace {
 using zephor_test::TestWorkstation;
 using zephor_test::TestWorkstationOptions;
 
+/// A workstation that is connected to no store.
+TestWorkstationOptions offline() {
+  TestWorkstationOptions options;
+  options.withStore = false;
+  return options;
+}
+
 constexpr const wchar_t* kDirectory = L"C:\\Temp";
 constexpr const wchar_t* kFile = L"C:\\Temp\\user.cfg";
 
@@ -23,7 +30,7 @@ QuorvelUser user(int number, const wchar_t* login, const wchar_t* uuid = L"") {
 
 class UserFile : public testing::Test {
  protected:
-  TestWorkstation workstation_{TestWorkstationOptions{.withStore = false}};
+  TestWorkstation workstation_{offline()};
 };
 
 TEST_F(UserFile, ComesBackWholeWithTheFirstOfEachNumber) {

@@ -16,10 +16,15 @@ using Quorvel::Cad::Service::ZP_GUIDValueProvider;
 using zephor_test::TestWorkstation;
 using zephor_test::TestWorkstationOptions;
 
-const TestWorkstationOptions kOffline{.withStore = false};
+/// A workstation that is connected to no store.
+TestWorkstationOptions offline() {
+  TestWorkstationOptions options;
+  options.withStore = false;
+  return options;
+}
 
 TEST(PathNumbers, ReadAsTheHostHasThem) {
-  TestWorkstation workstation(kOffline);
+  TestWorkstation workstation(offline());
   EXPECT_EQ(lfinigC(1), L"");
   EXPECT_EQ(lfinigC(8), L"C:\\Data\\Net\\");
   EXPECT_EQ(lfinigC(18), L"C:\\Data\\Net\\");
@@ -32,7 +37,7 @@ TEST(PathNumbers, ReadAsTheHostHasThem) {
 }
 
 TEST(PathNumbers, AScopeIsSeenByItsThreadAlone) {
-  TestWorkstation workstation(kOffline);
+  TestWorkstation workstation(offline());
   std::wstring inOther;
   const ScopedPathPut outer(18, L"C:\\Outer");
   std::thread([&inOther] {
@@ -45,7 +50,7 @@ TEST(PathNumbers, AScopeIsSeenByItsThreadAlone) {
 }
 
 TEST(PathNumbers, ScopesNestAndWhatIsSetWithinEndsWithThem) {
-  TestWorkstation workstation(kOffline);
+  TestWorkstation workstation(offline());
   {
     const ScopedPathPut outer(18, L"C:\\Outer");
     {
@@ -59,7 +64,7 @@ TEST(PathNumbers, ScopesNestAndWhatIsSetWithinEndsWithThem) {
 }
 
 TEST(FileLayer, NamesStayInTheirDirectory) {
-  TestWorkstation workstation(kOffline);
+  TestWorkstation workstation(offline());
   std::wstring path = L"untouched";
   for (const wchar_t* name : {L"", L"..\\x", L"\\x", L"C:\\x", L"a\\..\\x", L"a\tb"}) {
     EXPECT_NE(lffnamC(8, name, path), 0) << name;
@@ -71,7 +76,7 @@ TEST(FileLayer, NamesStayInTheirDirectory) {
 }
 
 TEST(FileLayer, TreesAreCopiedWholeAndNeverIntoThemselves) {
-  TestWorkstation workstation(kOffline);
+  TestWorkstation workstation(offline());
   workstation.writeFile(L"C:\\from\\a\\b.txt", "b");
   EXPECT_EQ(ldircpRAW(L"C:\\from", L"C:\\to", 0), 0);
   EXPECT_EQ(workstation.readFile(L"C:\\to\\a\\b.txt"), "b");
@@ -85,7 +90,7 @@ TEST(FileLayer, TreesAreCopiedWholeAndNeverIntoThemselves) {
 }
 
 TEST(FileLayer, MovesOverAnExistingFileAndReportsAMissingOne) {
-  TestWorkstation workstation(kOffline);
+  TestWorkstation workstation(offline());
   workstation.writeFile(L"C:\\user.cfg", "new");
   workstation.writeFile(L"C:\\user.cfg.old", "old");
   EXPECT_EQ(lfilmvC(L"C:\\user.cfg", L"C:\\user.cfg.old"), 0);

@@ -15,6 +15,13 @@ using zephor_test::contentOf;
 using zephor_test::TestWorkstation;
 using zephor_test::TestWorkstationOptions;
 
+/// A workstation that is connected to no store.
+TestWorkstationOptions offline() {
+  TestWorkstationOptions options;
+  options.withStore = false;
+  return options;
+}
+
 /// A workstation that knows an FTP server, one in a directory, and one with an awkward name.
 class Servers : public testing::Test {
  protected:
@@ -32,7 +39,7 @@ class Servers : public testing::Test {
     std::ofstream(file, std::ios::trunc) << servers << before.substr(1);
   }
 
-  TestWorkstation workstation_{TestWorkstationOptions{.withStore = false}};
+  TestWorkstation workstation_{offline()};
 };
 
 TEST_F(Servers, AreToldApartByNameAndKind) {
@@ -75,6 +82,7 @@ TEST_F(Servers, HaveADirectoryOfTheirOwnWhateverTheyAreCalled) {
   EXPECT_EQ(hosts.getHostPath(L"Office"), L"C:\\Data\\Prj\\Office");
   EXPECT_EQ(hosts.getHostPath(L"localhost"), L"C:\\Data\\Prj\\localhost");
   EXPECT_EQ(hosts.getHostPath(L"nobody"), L"");
+  EXPECT_EQ(hosts.getHostPath(L""), L"");
   const std::wstring awkward = ZSYST_getLocalDataServerRoot(L"ftp://a/b");
   EXPECT_EQ(awkward.find_first_of(L"\\/:"), std::wstring::npos);
   EXPECT_NE(awkward, ZSYST_getLocalDataServerRoot(L"ftp://a_b"));
@@ -89,6 +97,12 @@ TEST(Cloud, IsAvailableWhileItsStoreIs) {
   EXPECT_TRUE(ZSYST_IsOndrathConnection());
   std::filesystem::remove_all(workstation.directory() + "/store");
   EXPECT_EQ(IsHostAvailable(L"ONDRATH", 0), 0);
+}
+
+TEST(Programs, AreFoundByTheirWholeName) {
+  EXPECT_TRUE(isAppRunning(L"zephor_system_tests"));
+  EXPECT_FALSE(isAppRunning(L"zephor_system_test")) << "the system keeps the same first letters of both";
+  EXPECT_FALSE(isAppRunning(L""));
 }
 
 }  // namespace

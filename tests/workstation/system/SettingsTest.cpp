@@ -17,6 +17,14 @@ namespace {
 using zephor_test::contentOf;
 using zephor_test::TemporaryDirectory;
 using zephor_test::TestWorkstation;
+using zephor_test::TestWorkstationOptions;
+
+/// A workstation that is connected to no store.
+TestWorkstationOptions offline() {
+  TestWorkstationOptions options;
+  options.withStore = false;
+  return options;
+}
 
 void replaceContent(const std::string& file, const std::string& text) {
   std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
@@ -121,8 +129,26 @@ TEST(Settings, ADirectoryWithoutAWorkstationIsNotTakenForOne) {
   EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
 }
 
+TEST(Settings, WithoutADirectoryAreTheUsersOwn) {
+  const TemporaryDirectory home;
+  for (const auto& [variable, name] :
+       {std::pair{"XDG_CONFIG_HOME", "c"}, {"XDG_DATA_HOME", "d"}, {"XDG_STATE_HOME", "s"}}) {
+    setenv(variable, home.path(name).c_str(), 1);  // NOLINT(concurrency-mt-unsafe): the process has one thread
+  }
+  std::wstring error;
+  ASSERT_TRUE(workstation::writeConfiguration("", someConfiguration(), false, error)) << platform::toUtf8(error);
+  EXPECT_FALSE(workstation::writeConfiguration("", someConfiguration(), false, error)) << "it is there already";
+  ASSERT_TRUE(workstation::start(optionsFor(""), error)) << platform::toUtf8(error);
+  EXPECT_FALSE(workstation::identity().workstationId.empty());
+  EXPECT_TRUE(ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\A", 1));
+  EXPECT_TRUE(std::filesystem::is_directory(home.path("d/zephor/Data/Prj/ONDRATH")));
+  workstation::finish();
+  const auto permissions = std::filesystem::status(home.path("c/zephor/settings.json")).permissions();
+  EXPECT_EQ(permissions, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+}
+
 TEST(Settings, AWriteKeepsWhatItDoesNotKnow) {
-  TestWorkstation workstation({.withStore = false});
+  TestWorkstation workstation(offline());
   const std::string before = contentOf(settingsFile(workstation));
   replaceContent(settingsFile(workstation),
                  "{\"remark\": [\"by hand\"], \"setupPaths\": {\"Net\": \"Z:\\\\srv\"}," + before.substr(1));
@@ -135,7 +161,7 @@ TEST(Settings, AWriteKeepsWhatItDoesNotKnow) {
 }
 
 TEST(Settings, WhatAnotherProcessWroteIsReadAtOnce) {
-  TestWorkstation workstation({.withStore = false});
+  TestWorkstation workstation(offline());
   EXPECT_TRUE(lfnetg());
   ASSERT_TRUE(ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\Offline", 0));
   EXPECT_TRUE(lfnetg());
@@ -147,7 +173,7 @@ TEST(Settings, WhatAnotherProcessWroteIsReadAtOnce) {
 }
 
 TEST(Settings, DamageAtWorkIsReportedAndLeavesTheFileAndTheLastValues) {
-  TestWorkstation workstation({.withStore = false});
+  TestWorkstation workstation(offline());
   ASSERT_TRUE(ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\Offline", 1));
   replaceContent(settingsFile(workstation), "{ \"format\": 1,");
   EXPECT_FALSE(ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\Offline", 0));
@@ -157,7 +183,7 @@ TEST(Settings, DamageAtWorkIsReportedAndLeavesTheFileAndTheLastValues) {
 }
 
 TEST(Settings, OnlyTheUsersHiveHoldsNumbers) {
-  TestWorkstation workstation({.withStore = false});
+  TestWorkstation workstation(offline());
   int value = 7;
   EXPECT_FALSE(ZSYST_ZepRegPutNumber(L"HKLM", L"Settings\\A", 1));
   EXPECT_FALSE(ZSYST_ZepRegGetNumber(L"HKCU", L"Settings\\A", value));
