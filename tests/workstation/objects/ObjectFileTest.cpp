@@ -1,0 +1,308 @@
+#include "workstation/objects/ObjectFile.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "host/Headers.h"
+#include "host/ObjectFiles.h"
+#include "platform/Text.h"
+#include "tests/support/TemporaryDirectory.h"
+#include "workstation/objects/ObjectLayout.h"
+
+namespace {
+
+using workstation::ObjectFileInfo;
+
+std::string randomBytes(std::size_t size) {
+  std::mt19937 random(static_cast<unsigned>(size));
+  std::string bytes(size, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(random());
+  return bytes;
+}
+
+class ObjectFileTest : public testing::Test {
+ protected:
+  std::wstring path(const std::wstring& name) const { return directory_.libraryPath() + L"\\" + name; }
+  std::string read(const std::string& name) const { return zephor_test::contentOf(directory_.path(name)); }
+  void write(const std::string& name, const std::string& bytes) const {
+    std::ofstream(directory_.path(name), std::ios::binary) << bytes;
+  }
+  /// A Teilbild 1 around `bytes`; its path.
+  std::wstring create(const std::string& bytes) {
+    write("plan.dwg", bytes);
+    std::wstring made;
+    EXPECT_EQ(workstation::createObject(directory_.libraryPath(), eFileType_Teilbild, 1, L"Ground floor",
+                                        path(L"plan.dwg"), author_, made, error_),
+              ERROR_SUCCESS)
+        << platform::toUtf8(error_);
+    return made;
+  }
+  TeilbildHeader header(const std::wstring& objectPath) {
+    ObjectFileInfo info;
+    EXPECT_EQ(workstation::readObjectHeader(objectPath, info, error_), ERROR_SUCCESS) << platform::toUtf8(error_);
+    return std::get<TeilbildHeader>(info.record);
+  }
+
+  zephor_test::TemporaryDirectory directory_;
+  workstation::ObjectAuthor author_{7, L"Ada"};
+  std::wstring error_;
+};
+
+TEST_F(ObjectFileTest, ContentComesOutByteForByte) {
+  for (const std::size_t size : {0UL, 1UL, 1048576UL, 4 * 1048576UL + 17}) {
+    const std::string bytes = randomBytes(size);
+    const std::wstring object = create(bytes);
+    EXPECT_EQ(workstation::exportContent(object, path(L"out.bin"), error_), ERROR_SUCCESS) << platform::toUtf8(error_);
+    EXPECT_EQ(read("out.bin"), bytes) << size;
+    std::filesystem::remove(directory_.path("tb000001.zdw"));
+  }
+}
+
+TEST_F(ObjectFileTest, EveryKindCarriesItsRecord) {
+  write("a.txt", "abc");
+  for (const QuorvelFileType type : {eFileType_Teilbild, eFileType_Plan, eFileType_Zeichnung}) {
+    std::wstring made;
+    ASSERT_EQ(workstation::createObject(directory_.libraryPath(), type, 12, L"", path(L"a.txt"), author_, made, error_),
+              ERROR_SUCCESS)
+        << platform::toUtf8(error_);
+    ObjectFileInfo info;
+    ASSERT_EQ(workstation::readObjectHeader(made, info, error_), ERROR_SUCCESS) << platform::toUtf8(error_);
+    EXPECT_EQ(info.type, type);
+    EXPECT_EQ(workstation::numberOf(info.record), 12);
+    EXPECT_EQ(workstation::versionOf(info.record), 1U);
+    EXPECT_EQ(workstation::nameOf(info.record), L"a.txt");
+    EXPECT_EQ(info.contentName, L"a.txt");
+    EXPECT_NE(std::visit([](const auto& h) { return h.guidFirst; }, info.record), 0);
+  }
+}
+
+TEST_F(ObjectFileTest, ImpossibleObjectsAreRefused) {
+  write("a.txt", "abc");
+  create("old");
+  const std::string before = read("tb000001.zdw");
+  std::wstring made;
+  const auto attempt = [&](QuorvelFileType type, int number, const std::wstring& name, const std::wstring& content) {
+    return workstation::createObject(directory_.libraryPath(), type, number, name, content, author_, made, error_);
+  };
+  EXPECT_EQ(attempt(eFileType_Teilbild, 0, L"a", path(L"a.txt")), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(attempt(eFileType_Teilbild, 10000, L"a", path(L"a.txt")), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(attempt(eFileType_ResourceA, 1, L"a", path(L"a.txt")), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(attempt(eFileType_Plan, 1, std::wstring(128, L'n'), path(L"a.txt")), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(attempt(eFileType_Plan, 1, L"a", path(L"none.txt")), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(attempt(eFileType_Teilbild, 1, L"a", path(L"a.txt")), ERROR_FILE_EXISTS);
+  EXPECT_EQ(read("tb000001.zdw"), before);
+  const auto files = std::distance(std::filesystem::directory_iterator(directory_.path()), {});
+  EXPECT_EQ(files, 3) << "something was left behind";
+}
+
+TEST_F(ObjectFileTest, SavingKeepsGuidAndCreationAndRaisesTheVersion) {
+  const std::wstring object = create("first");
+  const TeilbildHeader first = header(object);
+  write("new name.dwg", "second, longer");
+  ASSERT_EQ(workstation::replaceContent(object, path(L"new name.dwg"), {9, L"Bo"}, error_), ERROR_SUCCESS);
+  const TeilbildHeader second = header(object);
+  EXPECT_EQ(second.versionCounter, first.versionCounter + 1);
+  EXPECT_EQ(std::memcmp(&second.guidFirst, &first.guidFirst, 16), 0);
+  EXPECT_EQ(second.createdTime, first.createdTime);
+  EXPECT_GE(second.modifiedTime, first.modifiedTime);
+  EXPECT_EQ(second.creator, 7);
+  EXPECT_EQ(second.lastUser, 9);
+  EXPECT_EQ(second.contentSize, 14);
+  EXPECT_EQ(workstation::textOfMember(second.userName), L"Bo");
+  EXPECT_EQ(workstation::textOfMember(second.contentName), L"new name.dwg");
+  ASSERT_EQ(workstation::touchVersion(object, author_, error_), ERROR_SUCCESS);
+  EXPECT_EQ(header(object).versionCounter, first.versionCounter + 2);
+  EXPECT_EQ(workstation::exportContent(object, path(L"out"), error_), ERROR_SUCCESS);
+  EXPECT_EQ(read("out"), "second, longer");
+}
+
+TEST_F(ObjectFileTest, FailedSaveLeavesTheOldVersion) {
+  const std::wstring object = create("first");
+  const std::string before = read("tb000001.zdw");
+  EXPECT_EQ(workstation::replaceContent(object, path(L"missing"), author_, error_), ERROR_FILE_NOT_FOUND);
+  EXPECT_NE(error_.find(L"missing"), std::wstring::npos);
+  EXPECT_EQ(read("tb000001.zdw"), before);
+}
+
+TEST_F(ObjectFileTest, NoDamagedByteAndNoCutFilePasses) {
+  const std::wstring object = create("content that is worth a day of work");
+  const std::string whole = read("tb000001.zdw");
+  for (std::size_t i = 0; i < whole.size(); ++i) {
+    std::string damaged = whole;
+    damaged[i] = static_cast<char>(damaged[i] ^ 0x41);
+    write("tb000001.zdw", damaged);
+    error_.clear();
+    EXPECT_EQ(workstation::verifyObject(object, error_), ERROR_INVALID_DATA) << "byte " << i;
+    EXPECT_NE(error_.find(L"tb000001.zdw"), std::wstring::npos);
+  }
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    write("tb000001.zdw", whole.substr(0, size));
+    EXPECT_EQ(workstation::verifyObject(object, error_), ERROR_INVALID_DATA) << "cut at " << size;
+  }
+  write("tb000001.zdw", whole + "x");
+  EXPECT_EQ(workstation::verifyObject(object, error_), ERROR_INVALID_DATA);
+  EXPECT_EQ(workstation::replaceContent(object, path(L"plan.dwg"), author_, error_), ERROR_INVALID_DATA);
+  EXPECT_EQ(read("tb000001.zdw"), whole + "x");
+}
+
+TEST_F(ObjectFileTest, DamagedContentNeverReachesTheTarget) {
+  const std::wstring object = create("content");
+  std::string damaged = read("tb000001.zdw");
+  damaged.back() = '#';
+  write("tb000001.zdw", damaged);
+  write("out", "what stood there");
+  EXPECT_EQ(workstation::exportContent(object, path(L"out"), error_), ERROR_INVALID_DATA);
+  EXPECT_NE(error_.find(L"content"), std::wstring::npos);
+  EXPECT_EQ(read("out"), "what stood there");
+}
+
+/// A head whose checksum is right, whatever it says.
+std::string withChecksum(std::string head) {
+  const std::uint32_t crc = workstation::crc32Of(head.data(), 124);
+  std::memcpy(head.data() + 124, &crc, sizeof crc);
+  return head;
+}
+
+TEST_F(ObjectFileTest, HostileFieldsUnderARightChecksumAreRefused) {
+  const std::wstring object = create("content");
+  const std::string whole = read("tb000001.zdw");
+  struct Case {
+    std::size_t offset;
+    std::uint64_t value;
+    std::size_t width;
+    const wchar_t* says;
+  };
+  const Case cases[] = {{8, 2, 2, L"newer"},
+                        {8, 0, 2, L"offset 8"},
+                        {10, 3, 2, L"kind"},
+                        {10, 28, 2, L"expected"},
+                        {12, 64, 4, L"offset 12"},
+                        {16, ~0ULL, 8, L"offset 16"},
+                        {24, 0xFFFFFFFF, 4, L"offset 24"},
+                        {24, 0, 4, L"offset 24"},
+                        {32, 1, 8, L"offset 32"},
+                        {40, 0, 4, L"offset 40"},
+                        {48, ~0ULL, 8, L"offset 48"},
+                        {56, ~0ULL, 8, L"offset 56"},
+                        {56, 0x7FFFFFFFFFFE0000ULL, 8, L"cut"},
+                        {56, 0, 8, L"behind the end"}};
+  for (const Case& c : cases) {
+    std::string hostile = whole;
+    std::memcpy(hostile.data() + c.offset, &c.value, c.width);
+    write("tb000001.zdw", withChecksum(hostile));
+    ObjectFileInfo info;
+    EXPECT_EQ(workstation::readObjectHeader(object, info, error_), ERROR_INVALID_DATA) << c.offset;
+    EXPECT_NE(error_.find(c.says), std::wstring::npos) << platform::toUtf8(error_);
+  }
+}
+
+TEST_F(ObjectFileTest, ForeignFileIsNamedAsSuch) {
+  write("tb000001.zdw", std::string(300, 'z'));
+  ObjectFileInfo info;
+  EXPECT_EQ(workstation::readObjectHeader(path(L"tb000001.zdw"), info, error_), ERROR_INVALID_DATA);
+  EXPECT_NE(error_.find(L"not an object file"), std::wstring::npos);
+  EXPECT_EQ(workstation::readObjectHeader(path(L"tb000002.zdw"), info, error_), ERROR_FILE_NOT_FOUND);
+}
+
+TEST_F(ObjectFileTest, CompressedTeilbildGivesItsRecordAndCanBeSaved) {
+  TeilbildHeader record = clearedHeader<TeilbildHeader>();
+  record.number = 99;
+  record.guidFirst = 1.5;
+  record.compressedMark = 1;
+  record.versionCounter = 41;
+  std::fill(std::begin(record.name), std::end(record.name), u'n');
+  std::string bytes("QVPK\1", 5);
+  bytes.resize(48);
+  const std::uint16_t fields[] = {48, 48, 1576, 1624, 128, 1752, 50, 1802};
+  std::memcpy(bytes.data() + 32, fields, sizeof fields);
+  bytes.append(reinterpret_cast<const char*>(&record), sizeof record);
+  bytes.append(178 + 300, '!');
+  write("tb000005.zdw", bytes);
+  const std::wstring object = path(L"tb000005.zdw");
+  const TeilbildHeader found = header(object);
+  EXPECT_EQ(found.number, 5) << "the name of the file decides";
+  EXPECT_EQ(found.versionCounter, 41U);
+  EXPECT_EQ(workstation::textOfMember(found.name).size(), 127U);
+  EXPECT_EQ(workstation::exportContent(object, path(L"out"), error_), ERROR_NOT_SUPPORTED);
+
+  ASSERT_EQ(workstation::touchVersion(object, author_, error_), ERROR_SUCCESS) << platform::toUtf8(error_);
+  EXPECT_EQ(header(object).versionCounter, 42U);
+  EXPECT_EQ(header(object).compressedMark, 1);
+  EXPECT_EQ(read("tb000005.zdw").substr(1624), bytes.substr(1624));
+
+  for (const auto& [offset, value] : {std::pair<std::size_t, char>{4, 2}, {34, 47}, {36, 0}, {47, 0}, {47, 0x7F}}) {
+    std::string damaged = bytes;
+    damaged[offset] = value;
+    write("tb000006.zdw", damaged);
+    ObjectFileInfo info;
+    EXPECT_EQ(workstation::readObjectHeader(path(L"tb000006.zdw"), info, error_), ERROR_INVALID_DATA) << offset;
+  }
+
+  write("a.txt", "abc");
+  ASSERT_EQ(workstation::replaceContent(object, path(L"a.txt"), author_, error_), ERROR_SUCCESS);
+  EXPECT_EQ(header(object).compressedMark, 0);
+  EXPECT_EQ(header(object).guidFirst, 1.5);
+}
+
+TEST_F(ObjectFileTest, SectionsAreNeverAnsweredOutsideTheBuffer) {
+  create("content");
+  const std::string whole = read("tb000001.zdw");
+  const std::size_t headSize = HEAD_t_GetSizeOfSectionFileHead();
+  std::size_t tablesEnd = 0;
+  for (std::size_t size = 0; size <= whole.size(); ++size) {
+    const std::vector<std::uint8_t> buffer(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+    EXPECT_EQ(HEAD_t_IsValidHead(buffer.data(), size), size >= headSize);
+    const std::size_t position = HEAD_t_GetPosOfSectionFileTables(buffer.data(), size);
+    const std::size_t length = HEAD_t_GetSizeOfSectionFileTables(buffer.data(), size);
+    ASSERT_LE(position + length, size);
+    if (length != 0 && tablesEnd == 0) tablesEnd = size;
+  }
+  EXPECT_GT(tablesEnd, headSize);
+  std::string hostile = whole;
+  std::memset(hostile.data() + 24, 0xFF, 4);
+  hostile = withChecksum(hostile);
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(hostile.data());
+  EXPECT_FALSE(HEAD_t_IsValidHead(bytes, hostile.size()));
+  EXPECT_EQ(HEAD_t_GetPosOfSectionFileTables(bytes, hostile.size()), 0U);
+  EXPECT_EQ(HEAD_t_GetSizeOfSectionFileTables(nullptr, 500), 0U);
+}
+
+TEST(VersionCounter, WrapsPastTheUnknownValue) {
+  EXPECT_EQ(workstation::nextVersion(1), 2U);
+  EXPECT_EQ(workstation::nextVersion(0xFFFFFFFE), 0U);
+  EXPECT_EQ(workstation::nextVersion(kUnknownVersion), 0U);
+  struct Case {
+    std::uint32_t a;
+    std::uint32_t b;
+    bool wrapped;
+  };
+  const Case cases[] = {{0, 0xFFFFFFFE, true},
+                        {5, 0xFFFFFF00, true},
+                        {0, 0x80000000, false},
+                        {0, 0x80000001, true},
+                        {1, 2, false},
+                        {2, 1, false},
+                        {7, 7, false},
+                        {0xFFFFFFFE, 0, false},
+                        {3, kUnknownVersion, false},
+                        {0x7FFFFFFF, 0xFFFFFFFE, false},
+                        {0x7FFFFFFD, 0xFFFFFFFE, true}};
+  for (const Case& c : cases) {
+    EXPECT_EQ(ZP_Header_TBFileBase::IsVersionCounterWrap(c.a, c.b) > 0, c.wrapped) << c.a << " " << c.b;
+    EXPECT_EQ(ZP_Header_PLFileBase::IsVersionCounterWrap(c.a, c.b) > 0, c.wrapped) << c.a << " " << c.b;
+  }
+}
+
+TEST(ObjectRecord, LongTextIsCutBehindAWholeCharacter) {
+  char16_t member[4];
+  workstation::setMember(member, L"ab\U0001F600");
+  EXPECT_EQ(workstation::textOfMember(member), L"ab");
+  workstation::setMember(member, L"a\U0001F600");
+  EXPECT_EQ(workstation::textOfMember(member), L"a\U0001F600");
+}
+
+}  // namespace

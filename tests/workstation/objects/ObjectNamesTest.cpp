@@ -1,0 +1,118 @@
+#include "workstation/objects/ObjectNames.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "host/Files.h"
+#include "platform/Text.h"
+#include "platform/WindowsTypes.h"
+#include "tests/support/TemporaryDirectory.h"
+#include "workstation/objects/FolderListing.h"
+#include "workstation/objects/LockNames.h"
+
+TEST(ObjectNames, KnownNamesTellKindAndNumber) {
+  struct Case {
+    const wchar_t* path;
+    QuorvelFileType type;
+    int number;
+  };
+  const Case cases[] = {
+      {L"tb000001.zdw", eFileType_Teilbild, 1},
+      {L"X:\\prj\\a.prj\\TB009999.ZDW", eFileType_Teilbild, 9999},
+      {L"ze000007.000", eFileType_Zeichnung, 7},
+      {L"Ze999999.000", eFileType_Zeichnung, 999999},
+      {L"/a/b/pb123456.zpl", eFileType_Plan, 123456},
+      {L"QuorvelBim.xml", eFileType_QuorvelBim, 0},
+      {L"\\p\\quorvellayout.XML", eFileType_QuorvelLayout, 0},
+      {L"marks.zra", eFileType_ResourceA, 0},
+      {L"marks.ZRB", eFileType_ResourceB, 0},
+  };
+  for (const Case& c : cases) {
+    QuorvelFileType type = eFileType_Unknown;
+    int number = -1;
+    EXPECT_TRUE(GetTypeFromFilePathName(c.path, type, number)) << platform::toUtf8(c.path);
+    EXPECT_EQ(type, c.type) << platform::toUtf8(c.path);
+    EXPECT_EQ(number, c.number) << platform::toUtf8(c.path);
+  }
+}
+
+TEST(ObjectNames, OtherNamesAreNoObjects) {
+  for (const wchar_t* path :
+       {L"", L"tb000000.zdw", L"tb010000.zdw", L"tb00001.zdw", L"tb0000001.zdw", L"tb-00001.zdw", L"tb+00001.zdw",
+        L"tb 00001.zdw", L"tb000001.zdw ", L" tb000001.zdw", L"tb000001.zdw.part", L"xtb000001.zdw", L"tb000001.zpl",
+        L"pb000000.zpl", L"ze000001.zdw", L"tb00000\x0661.zdw", L"tb000001.zdw\\", L".zra", L"QuorvelBim.xml.bak"}) {
+    QuorvelFileType type = eFileType_Plan;
+    int number = 5;
+    EXPECT_FALSE(GetTypeFromFilePathName(path, type, number)) << platform::toUtf8(path);
+    EXPECT_EQ(type, eFileType_Unknown);
+    EXPECT_EQ(number, -1);
+  }
+}
+
+TEST(ObjectNames, NamesAreMadeForPossibleNumbersOnly) {
+  struct Case {
+    int type;
+    int number;
+    const wchar_t* name;
+  };
+  const Case cases[] = {{0, 1, L"tb000001.zdw"},
+                        {0, 9999, L"tb009999.zdw"},
+                        {28, 999999, L"ze999999.000"},
+                        {33, 12, L"pb000012.zpl"},
+                        {0, 0, L""},
+                        {0, 10000, L""},
+                        {33, 1000000, L""},
+                        {28, -1, L""},
+                        {3, 1, L""}};
+  for (const Case& c : cases) {
+    int error = -1;
+    EXPECT_EQ(lfznamC(c.type, c.number, 0, error), c.name);
+    EXPECT_EQ(error, *c.name != L'\0' ? 0 : 87) << c.type << " " << c.number;
+  }
+}
+
+TEST(LockNames, NameTellsObjectUserAndWorkstation) {
+  const std::wstring name = workstation::lockFileName({0, 12, 7, L"3F2A90C1-7a0e-4c1e"});
+  EXPECT_EQ(name, L"tb000012.zdw.0007-3f2a90c1.lck");
+  // Two extensions cut give the object's own name.
+  EXPECT_EQ(name.substr(0, name.rfind(L'.', name.rfind(L'.') - 1)), L"tb000012.zdw");
+  const auto lock = workstation::parseLockName(L"PB000003.ZPL.123456-ABC.LCK");
+  ASSERT_TRUE(lock);
+  EXPECT_EQ(lock->objectType, 2);
+  EXPECT_EQ(lock->number, 3);
+  EXPECT_EQ(lock->userNumber, 123456);
+  EXPECT_EQ(lock->workstation, L"abc");
+  EXPECT_TRUE(workstation::parseLockName(L"ze000001.000.0002.lck"));
+  EXPECT_TRUE(workstation::lockFileName({0, 10000, 7, L""}).empty());
+  EXPECT_TRUE(workstation::lockFileName({3, 1, 7, L""}).empty());
+  EXPECT_TRUE(workstation::lockFileName({0, 1, -1, L""}).empty());
+}
+
+TEST(LockNames, OtherNamesAreNoLocks) {
+  for (const wchar_t* name :
+       {L"", L".lck", L"tb000001.zdw.lck", L"tb000001.zdw.007.lck", L"tb000001.zdw.0007", L"tb000001.zdw.0007.lckx",
+        L"tb000000.zdw.0007.lck", L"tb000001.zdw.00x7.lck", L"tb000001.zdw.0007-.lck", L"tb000001.zdw.0007-a_b.lck",
+        L"tb000001.zdw.0007-123456789.lck", L"tb000001.zdw.9999999999.lck", L"d\\tb000001.zdw.0007.lck",
+        L"note.0007.lck"}) {
+    EXPECT_FALSE(workstation::parseLockName(name)) << platform::toUtf8(name);
+  }
+}
+
+TEST(FolderListing, FindsTheObjectsOfOneKindAndTheFirstFreeNumber) {
+  const zephor_test::TemporaryDirectory directory;
+  for (const char* name : {"tb000001.zdw", "TB000002.ZDW", "tb000004.zdw", "tb000004.zdw.1-1.part", "pb000003.zpl",
+                           "tb010000.zdw", "ze000009.000"})
+    std::ofstream(directory.path(name)) << "x";
+  std::set<int> numbers;
+  EXPECT_EQ(workstation::listObjectNumbers(directory.libraryPath(), eFileType_Teilbild, numbers), ERROR_SUCCESS);
+  EXPECT_EQ(numbers, (std::set<int>{1, 2, 4}));
+  EXPECT_EQ(workstation::nextFreeNumber(directory.libraryPath(), eFileType_Teilbild), 3);
+  EXPECT_EQ(workstation::nextFreeNumber(directory.libraryPath(), eFileType_Plan), 1);
+  EXPECT_EQ(workstation::nextFreeNumber(directory.libraryPath(), eFileType_ResourceA), 0);
+
+  // A directory that can't be listed never passes for an empty one.
+  EXPECT_NE(workstation::listObjectNumbers(directory.libraryPath() + L"\\none", eFileType_Plan, numbers),
+            ERROR_SUCCESS);
+  EXPECT_EQ(numbers.size(), 3U);
+}

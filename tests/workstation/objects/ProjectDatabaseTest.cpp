@@ -1,0 +1,237 @@
+#include "host/ProjectDatabase.h"
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "host/Headers.h"
+#include "host/Project.h"
+#include "host/System.h"
+#include "platform/Files.h"
+#include "platform/Paths.h"
+#include "tests/support/TestWorkstation.h"
+#include "workstation/objects/ObjectFile.h"
+#include "workstation/objects/ProjectDatabaseFile.h"
+
+namespace {
+
+TeilbildHeader teilbild(int number, std::uint32_t version) {
+  auto header = clearedHeader<TeilbildHeader>();
+  header.number = number;
+  header.versionCounter = version;
+  return header;
+}
+
+class ProjectDatabaseTest : public testing::Test {
+ protected:
+  ProjectDatabaseTest() { workstation_.createTeamAndProject(L"House"); }
+
+  std::wstring databasePath() const { return workstation_.projectPath(L"QuorvelProjectDB.db3"); }
+  /// Works on the database as another process does: through a connection of its own.
+  void asOther(const char* sql) const {
+    sqlite3* other = nullptr;
+    ASSERT_EQ(sqlite3_open(platform::systemPath(databasePath()).c_str(), &other), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(other, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(other);
+    sqlite3_close(other);
+  }
+
+  zephor_test::TestWorkstation workstation_;
+};
+
+TEST_F(ProjectDatabaseTest, RowsComeBackAsTheyWereSet) {
+  ZP_ProjectDBTeilbildSets sets(kgunit());
+  TeilbildHeader header = teilbild(12, 5);
+  header.opaque[858] = 7;
+  EXPECT_EQ(sets.setTeilbildRecord(12, header), 1);
+  EXPECT_EQ(sets.setTeilbildRecord(3, teilbild(4, 6)), 1) << "the header's own number does not matter";
+  TeilbildHeader found{};
+  EXPECT_EQ(sets.getTeilbildRecord(12, found), 1);
+  EXPECT_EQ(std::memcmp(&found, &header, sizeof found), 0);
+  EXPECT_EQ(sets.getTeilbildRecord(13, found), 0);
+  std::vector<TeilbildHeader> all;
+  EXPECT_EQ(sets.getTeilbildRecords(all, true), 2);
+  EXPECT_EQ(all[0].number, 3);
+  for (const unsigned number : {0U, 10000U, 0xFFFFFFFFU}) EXPECT_EQ(sets.setTeilbildRecord(number, header), -1);
+
+  ZP_ProjectDBPlanSets plans(kgunit());
+  auto plan = clearedHeader<PlanHeader>();
+  plan.hostMember = 99;
+  EXPECT_EQ(plans.setPlanRecord(20000, plan), 1);
+  EXPECT_EQ(plans.getPlanRecord(20000, plan), 1);
+  EXPECT_EQ(plan.hostMember, 99);
+  EXPECT_TRUE(sets.requiresServerUpdates());
+  EXPECT_FALSE(sets.isClientServer());
+  ASSERT_NE(sets.getProjectInfo(), nullptr);
+  EXPECT_EQ(sets.getProjectInfo()->projectNumber, get_ActPrjNumber());
+}
+
+TEST_F(ProjectDatabaseTest, CacheIsInvalidAsSoonAsAnotherConnectionChangesARow) {
+  ZP_ProjectDBTeilbildSets sets(kgunit());
+  sets.setTeilbildRecord(1, teilbild(1, 5));
+  TeilbildHeader found{};
+  EXPECT_EQ(sets.getTeilbildRecordFromCache(1, found), 0) << "nothing was read yet";
+  EXPECT_EQ(sets.getTeilbildRecord(1, found), 1);
+  EXPECT_EQ(ZP_ProjectDBTeilbildSets(kgunit()).getTeilbildRecordFromCache(1, found), 1) << "shared by all sets";
+
+  asOther("UPDATE teilbild SET header=(SELECT zeroblob(1576)) WHERE number=1");
+  EXPECT_EQ(sets.getTeilbildRecordFromCache(1, found), 0);
+  EXPECT_EQ(sets.getTeilbildRecord(1, found), 1);
+  EXPECT_EQ(found.versionCounter, 0U);
+
+  EXPECT_EQ(sets.setTeilbildRecord(1, teilbild(1, 8)), 1);
+  EXPECT_EQ(sets.getTeilbildRecordFromCache(1, found), 0) << "an own change counts too";
+  EXPECT_EQ(sets.getTeilbildRecordFromDataBase(1, found), 1);
+  EXPECT_EQ(found.versionCounter, 8U);
+}
+
+TEST_F(ProjectDatabaseTest, ChangesAreAppliedByTheirState) {
+  struct Case {
+    const char* name;
+    bool isThere;
+    std::uint32_t state;
+    int count;
+    std::uint32_t versionAfter;  ///< kUnknownVersion: no row
+  };
+  const Case cases[] = {{"unchanged", true, kRowUnchanged, 0, 1},
+                        {"changed", true, kRowChanged, 1, 2},
+                        {"changed but gone", false, kRowChanged, 1, 2},
+                        {"new", false, kRowNew, 1, 2},
+                        {"new and changed", false, kRowNew | kRowChanged, 1, 2},
+                        {"deleted", true, kRowDeleted, 1, kUnknownVersion},
+                        {"deleted and gone", false, kRowDeleted, 0, kUnknownVersion}};
+  ZP_ProjectDBTeilbildSets sets(kgunit());
+  int number = 0;
+  for (const Case& c : cases) {
+    ++number;
+    if (c.isThere) sets.setTeilbildRecord(static_cast<unsigned>(number), teilbild(number, 1));
+    std::vector<ZP_PrjDBTeilbildRecordData> rows{ZP_PrjDBTeilbildRecordData(teilbild(number, 2))};
+    rows[0].setState(c.state);
+    EXPECT_EQ(sets.applyTeilbildRecordChanges(rows), c.count) << c.name;
+    EXPECT_EQ(rows[0].state(), kRowUnchanged) << c.name;
+    rows[0].restorePreviousState();
+    EXPECT_EQ(rows[0].state(), kRowUnchanged) << c.name;
+    TeilbildHeader found = teilbild(number, kUnknownVersion);
+    sets.getTeilbildRecord(static_cast<unsigned>(number), found);
+    EXPECT_EQ(found.versionCounter, c.versionAfter) << c.name;
+  }
+}
+
+TEST_F(ProjectDatabaseTest, ChangesAreAppliedAllOrNone) {
+  ZP_ProjectDBTeilbildSets sets(kgunit());
+  std::vector<ZP_PrjDBTeilbildRecordData> rows{ZP_PrjDBTeilbildRecordData(teilbild(1, 1)),
+                                               ZP_PrjDBTeilbildRecordData(teilbild(10000, 1))};
+  for (auto& row : rows) row.setState(kRowNew);
+  EXPECT_EQ(sets.applyTeilbildRecordChanges(rows), -1);
+  EXPECT_EQ(rows[0].state(), kRowNew) << "still to be done";
+  std::vector<TeilbildHeader> all;
+  EXPECT_EQ(sets.getTeilbildRecords(all, true), 0);
+}
+
+TEST_F(ProjectDatabaseTest, QueryIsLimitedToItsRangeAndDeletionToMarkedRows) {
+  ZP_ProjectDBZeichnungSets sets(kgunit());
+  for (const unsigned number : {2U, 5U, 7U, 900000U}) sets.setZeichnungRecord(number, clearedHeader<ZeichnungHeader>());
+  std::vector<ZP_PrjDBZeichnungRecordData> rows;
+  ZP_PrjDBZeichnungRecordQuery query(sets, rows, 32776, -1);
+  query.setRangeFilter(3, 900000);
+  ASSERT_EQ(getZeichnungRecords(query), 3);
+  EXPECT_EQ(rows[0].number(), 5);
+  rows[1].setDelete();
+  EXPECT_EQ(sets.deleteZeichnungRecords(rows), 1);
+  std::vector<ZeichnungHeader> all;
+  EXPECT_EQ(sets.getZeichnungRecords(all, true), 3);
+  ZP_PrjDBZeichnungRecordQuery two(sets, rows, 2, 2);
+  EXPECT_EQ(getZeichnungRecords(two), 2);
+  EXPECT_EQ(rows.size(), 5U) << "rows are appended";
+}
+
+TEST_F(ProjectDatabaseTest, NewerBrokenAndForeignDatabasesAreRefusedAndKept) {
+  struct Case {
+    const char* name;
+    const char* sql;  ///< null: the file holds no database at all
+    const wchar_t* says;
+  };
+  const Case cases[] = {{"newer", "PRAGMA user_version=2", L"schema version 2, expected 1"},
+                        {"foreign", "CREATE TABLE things(a)", L"without a schema version"},
+                        {"broken", nullptr, L"not a database"}};
+  for (const Case& c : cases) {
+    workstation::closeProjectDatabases();
+    for (const wchar_t* ending : {L"", L"-wal", L"-shm"})
+      std::filesystem::remove(platform::systemPath(databasePath() + ending));
+    if (c.sql != nullptr) {
+      asOther(c.sql);
+    } else {
+      workstation_.writeFile(databasePath(), std::string(5000, 'b'));
+    }
+    const std::string before = workstation_.readFile(databasePath());
+    ZP_ProjectDBTeilbildSets sets(kgunit());
+    TeilbildHeader header = teilbild(1, 1);
+    std::vector<TeilbildHeader> all;
+    EXPECT_EQ(sets.getTeilbildRecord(1, header), -1) << c.name;
+    EXPECT_EQ(sets.getTeilbildRecords(all, true), -1) << c.name;
+    EXPECT_EQ(sets.setTeilbildRecord(1, header), -1) << c.name;
+    EXPECT_EQ(sets.getProjectInfo(), nullptr) << c.name;
+    EXPECT_EQ(workstation_.readFile(databasePath()), before) << c.name;
+    EXPECT_TRUE(workstation_.hasErrorLine(c.says)) << c.name;
+    EXPECT_TRUE(workstation_.hasErrorLine(L"QuorvelProjectDB.db3")) << c.name;
+  }
+}
+
+TEST_F(ProjectDatabaseTest, DatabaseOfARemovedProjectIsNotRemembered) {
+  TeilbildHeader found = teilbild(1, 1);
+  ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(1, found);
+  for (const wchar_t* ending : {L"", L"-wal", L"-shm"})
+    std::filesystem::remove(platform::systemPath(databasePath() + ending));
+  EXPECT_EQ(ZP_ProjectDBTeilbildSets(kgunit()).getTeilbildRecord(1, found), 0);
+}
+
+TEST_F(ProjectDatabaseTest, SetsAreUsedFromManyThreads) {
+  constexpr unsigned kThreads = 4;
+  constexpr unsigned kRows = 20;
+  {
+    std::vector<std::jthread> threads;
+    for (unsigned t = 0; t < kThreads; ++t) {
+      threads.emplace_back([t] {
+        ZP_ProjectDBTeilbildSets sets(kgunit());
+        for (unsigned i = 0; i < kRows; ++i) {
+          const unsigned number = 1 + t * kRows + i;
+          EXPECT_EQ(sets.setTeilbildRecord(number, teilbild(static_cast<int>(number), i)), 1);
+          TeilbildHeader found{};
+          EXPECT_EQ(sets.getTeilbildRecord(number, found), 1);
+        }
+      });
+    }
+  }
+  std::vector<TeilbildHeader> all;
+  EXPECT_EQ(ZP_ProjectDBTeilbildSets(kgunit()).getTeilbildRecords(all, true), static_cast<int>(kThreads * kRows));
+}
+
+TEST_F(ProjectDatabaseTest, SetsOfAnUnknownUnitAnswerMinusOne) {
+  ZP_ProjectDBPlanSets sets(-1);
+  PlanHeader header{};
+  EXPECT_EQ(sets.getPlanRecord(1, header), -1);
+  EXPECT_EQ(sets.setPlanRecord(1, header), -1);
+  EXPECT_EQ(sets.getProjectInfo(), nullptr);
+  EXPECT_FALSE(sets.requiresServerUpdates());
+}
+
+TEST_F(ProjectDatabaseTest, HeaderIsReadFromTheFileOfThePathNumber) {
+  workstation_.writeFile(workstation_.path(L"a.txt"), "abc");
+  std::wstring made;
+  std::wstring error;
+  ASSERT_EQ(workstation::createObject(workstation_.projectPath(), eFileType_Plan, 8, L"", workstation_.path(L"a.txt"),
+                                      {}, made, error),
+            ERROR_SUCCESS);
+  ZP_Header_Plan plan;
+  EXPECT_EQ(plan.CheckOpenAndReadInfo(1, 8, true), 0);
+  EXPECT_EQ(plan.GetInfo().contentSize, 3);
+  ZeichnungHeader zeichnung{};
+  EXPECT_EQ(ZP_Header_Zeichnung::CheckOpenAndReadInfo(1, 8, zeichnung), 2);
+  workstation_.writeFile(workstation_.projectPath(L"tb000001.zdw"), "no object");
+  TeilbildHeader teilbildHeader = teilbild(77, 1);
+  EXPECT_EQ(ZP_Header_Teilbild::CheckOpenAndReadInfo(1, 1, teilbildHeader, true), 13);
+  EXPECT_EQ(teilbildHeader.number, 77) << "an output is untouched after a failure";
+}
+
+}  // namespace
