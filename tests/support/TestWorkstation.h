@@ -22,7 +22,7 @@ struct TestWorkstationOptions {
   /// Without one the workstation is offline.
   bool withStore = true;
   /// Directory of a store that is already there; empty: a fresh one of this workstation.
-  std::string storeDirectory;
+  std::string storeDirectory{};
   std::string language = "en";
   /// As in a batch run: the host forbids any dialog.
   bool deny = false;
