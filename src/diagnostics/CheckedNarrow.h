@@ -1,7 +1,6 @@
 // Narrowing of integers that says where it failed instead of cutting bits off.
 #pragma once
 
-#include <source_location>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -11,20 +10,16 @@ namespace Quorvel::FileAccess {
 /// The text names source file and line, "ProgressBar.cpp(57): ...".
 class NarrowingError : public std::range_error {
  public:
-  explicit NarrowingError(const std::source_location& where)
-      : std::range_error(fileOf(where) + "(" + std::to_string(where.line()) + "): number out of range") {}
-
- private:
-  static std::string fileOf(const std::source_location& where) {
-    const std::string path = where.file_name();
-    return path.substr(path.find_last_of("/\\") + 1);
-  }
+  NarrowingError(const std::string& path, int line)
+      : std::range_error(path.substr(path.find_last_of("/\\") + 1) + "(" + std::to_string(line) +
+                         "): number out of range") {}
 };
 
+/// @param file, line  the caller's place
 /// @throws NarrowingError when `value` is no value of `To`
 template <typename To, typename From>
-constexpr To checkedNarrow(From value, const std::source_location& where = std::source_location::current()) {
-  if (!std::in_range<To>(value)) throw NarrowingError(where);
+constexpr To checkedNarrow(From value, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+  if (!std::in_range<To>(value)) throw NarrowingError(file, line);
   return static_cast<To>(value);
 }
 
