@@ -17,6 +17,9 @@ constexpr std::size_t kIdleConnections = 8;
 
 CloudStatus statusOfCode(int extended, int systemError) {
   if (systemError == ENOSPC || systemError == EDQUOT || systemError == EFBIG) return kStoreDiskFull;
+  // The memory that the processes share grows on the disk, too.
+  if (extended == SQLITE_IOERR_SHMSIZE) return kStoreDiskFull;
+  if (extended == SQLITE_IOERR_WRITE || extended == SQLITE_IOERR_FSYNC) return statusOfError(ERROR_WRITE_FAULT);
   switch (extended & 0xFF) {
     case SQLITE_BUSY:
     case SQLITE_LOCKED:

@@ -23,6 +23,8 @@ FileClass classOfName(const std::wstring& name) {
   QuorvelFileType type = eFileType_Unknown;
   int number = -1;
   if (!GetTypeFromFilePathName(name, type, number)) return FileClass::Ordinary;
+  // Objects lie in the project's directory itself; a copy of one in a folder is a file like any other.
+  if (number > 0 && name.find(L'\\') != std::wstring::npos) return FileClass::Ordinary;
   if (type == eFileType_Teilbild) return FileClass::Teilbild;
   return type == eFileType_Plan ? FileClass::Plan : FileClass::Resource;
 }

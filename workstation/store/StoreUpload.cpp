@@ -147,6 +147,7 @@ void requireObjectFree(Connection& connection, const StoreActor& actor, const st
                        const std::wstring& name) {
   QuorvelFileType type = eFileType_Unknown;
   int number = -1;
+  if (name.find(L'\\') != std::wstring::npos) return;
   if (!GetTypeFromFilePathName(name, type, number) || number <= 0) return;
   Statement statement(
       connection,

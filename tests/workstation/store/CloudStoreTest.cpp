@@ -1,0 +1,186 @@
+// People, locks, sessions and sweeping of the store.
+#include "workstation/store/CloudStore.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+
+#include "host/FileTypes.h"
+#include "tests/workstation/store/StoreWorld.h"
+
+namespace zephor_test {
+namespace {
+
+using namespace workstation;  // NOLINT(google-build-using-namespace): the room under test
+
+class CloudStoreTest : public ::testing::Test, protected StoreWorld {
+ protected:
+  std::shared_ptr<CloudStore> store = open();
+};
+
+TEST_F(CloudStoreTest, RegisteringIsOncePerAddress) {
+  CloudUser other{L"", L"Second Olga", L"OLGA@house.example"};
+  EXPECT_EQ(store->registerUser(other), kStoreExists);
+  CloudUser renamed = owner.user;
+  renamed.name = L"Olga B.";
+  EXPECT_EQ(store->registerUser(renamed), 0);
+  CloudUser found;
+  EXPECT_EQ(store->findUser(L"olga@HOUSE.example", found), 0);
+  EXPECT_EQ(found.uuid, owner.user.uuid);
+  EXPECT_EQ(found.name, L"Olga B.");
+  EXPECT_EQ(store->findUser(L"", found), kStoreNotFound);
+  std::wstring uuid;
+  EXPECT_EQ(store->createTeam({{L"nobody", L"", L""}, L"", L""}, L"Team", uuid), kStoreNotFound);
+}
+
+TEST_F(CloudStoreTest, MemberNumbersStayWithThePerson) {
+  EXPECT_EQ(store->memberNumber(project, owner.user.uuid), 2);
+  EXPECT_EQ(store->memberNumber(project, viewer.user.uuid), 5);
+  EXPECT_EQ(store->removeMember(admin, project, viewer.user.uuid), 0);
+  EXPECT_EQ(store->addMember(admin, project, stranger.user.email, StoreRole::Viewer), 0);
+  EXPECT_EQ(store->memberNumber(project, stranger.user.uuid), 6);
+  EXPECT_EQ(store->addMember(admin, project, viewer.user.uuid, StoreRole::Editor), 0);
+  EXPECT_EQ(store->memberNumber(project, viewer.user.uuid), 5);
+  EXPECT_EQ(store->memberByNumber(project, 6).uuid, stranger.user.uuid);
+  EXPECT_TRUE(store->memberByNumber(project, 99).uuid.empty());
+  std::vector<StoreMember> list;
+  EXPECT_EQ(store->members(viewer, project, list), 0);
+  EXPECT_EQ(list.size(), 5U);
+}
+
+TEST_F(CloudStoreTest, OwnersStayAndNobodyGrantsWhatTheyDoNotHave) {
+  EXPECT_EQ(store->removeMember(owner, project, owner.user.uuid), kStoreAccessDenied);
+  EXPECT_EQ(store->addMember(admin, project, owner.user.uuid, StoreRole::Viewer), kStoreAccessDenied);
+  EXPECT_EQ(store->addMember(owner, project, stranger.user.uuid, StoreRole::Owner), kStoreInvalidParameter);
+  EXPECT_EQ(store->addMember(editor, project, stranger.user.uuid, StoreRole::Viewer), kStoreAccessDenied);
+  EXPECT_EQ(store->addMember(stranger, project, stranger.user.uuid, StoreRole::Viewer), kStoreNotFound);
+  EXPECT_EQ(store->removeTeamMember(owner, team, owner.user.uuid), kStoreAccessDenied);
+  std::wstring uuid;
+  EXPECT_EQ(store->createProject(viewer, team, L"Another", uuid), kStoreAccessDenied);
+  EXPECT_EQ(store->createProject(owner, team, L"NORTH PIER", uuid), kStoreExists);
+  EXPECT_EQ(store->createProject(owner, team, L" blank", uuid), kStoreInvalidName);
+}
+
+TEST_F(CloudStoreTest, LeavingTheTeamLeavesItsProjectsAndLocks) {
+  EXPECT_EQ(store->lockObject(editor, project, eFileType_Teilbild, 1), 0);
+  EXPECT_EQ(store->removeTeamMember(owner, team, editor.user.uuid), 0);
+  EXPECT_EQ(put(*store, editor, L"a.txt", "a"), kStoreNotFound);
+  EXPECT_EQ(store->lockObject(admin, project, eFileType_Teilbild, 1), 0);
+}
+
+TEST_F(CloudStoreTest, ArchivedProjectIsReadOnlyAndOutOfTheList) {
+  EXPECT_EQ(put(*store, editor, L"a.txt", "a"), 0);
+  EXPECT_EQ(store->archiveProject(editor, project, true), kStoreAccessDenied);
+  EXPECT_EQ(store->archiveProject(owner, project, true), 0);
+  EXPECT_EQ(put(*store, editor, L"a.txt", "b"), kStoreAccessDenied);
+  EXPECT_EQ(get(*store, viewer, L"a.txt"), "a");
+  std::vector<StoreProject> list;
+  EXPECT_EQ(store->projects(owner, team, false, list), 0);
+  EXPECT_TRUE(list.empty());
+  EXPECT_EQ(store->projects(owner, team, true, list), 0);
+  EXPECT_EQ(list.size(), 1U);
+}
+
+TEST_F(CloudStoreTest, ObjectHasOneHolder) {
+  const StoreActor elsewhere = at(editor, L"second");
+  EXPECT_EQ(store->lockObject(viewer, project, eFileType_Plan, 7), kStoreAccessDenied);
+  EXPECT_EQ(store->lockObject(editor, project, eFileType_Plan, 7), 0);
+  EXPECT_EQ(store->lockObject(editor, project, eFileType_Plan, 7), 0);
+  EXPECT_EQ(store->lockObject(elsewhere, project, eFileType_Plan, 7), kStoreLocked);
+  EXPECT_EQ(store->lockObject(admin, project, eFileType_Plan, 7), kStoreLocked);
+  EXPECT_THAT(CloudStore::lastText(), ::testing::HasSubstr(L"Edda"));
+  EXPECT_EQ(store->lockObject(admin, project, eFileType_Teilbild, 7), 0);
+  std::optional<ObjectLock> lock;
+  EXPECT_EQ(store->lockOf(viewer, project, eFileType_Plan, 7, lock), 0);
+  ASSERT_TRUE(lock.has_value());
+  EXPECT_EQ(lock->memberNumber, 4);
+  EXPECT_EQ(lock->workstationName, L"Edda-pc");
+  std::vector<ObjectLock> all;
+  EXPECT_EQ(store->locks(viewer, project, all), 0);
+  EXPECT_EQ(all.size(), 2U);
+  EXPECT_EQ(store->unlockObject(elsewhere, project, eFileType_Plan, 7), kStoreLocked);
+  EXPECT_EQ(store->unlockObject(editor, project, eFileType_Teilbild, 7, true), kStoreAccessDenied);
+  EXPECT_EQ(store->unlockObject(admin, project, eFileType_Plan, 7, true), 0);
+  EXPECT_EQ(store->unlockObject(editor, project, eFileType_Plan, 7), 0);
+  EXPECT_EQ(store->lockObject(elsewhere, project, eFileType_Plan, 7), 0);
+  EXPECT_EQ(store->lockObject(editor, project, eFileType_Plan, 0), kStoreInvalidParameter);
+}
+
+TEST_F(CloudStoreTest, LockedObjectKeepsOthersWritesOut) {
+  EXPECT_EQ(store->lockObject(editor, project, eFileType_Teilbild, 1), 0);
+  std::vector<FilePut> files(2);
+  files[0].name = L"TB000001.zdw";
+  files[1].name = L"tb000002.zdw";
+  for (FilePut& file : files) file.path = local("source", "new");
+  std::vector<CloudStatus> statuses;
+  EXPECT_EQ(store->putFiles(admin, project, files, statuses), kStoreLocked);
+  EXPECT_THAT(statuses, ::testing::ElementsAre(kStoreLocked, kStoreOk));
+  EXPECT_EQ(get(*store, admin, L"tb000002.zdw"), "new");
+  EXPECT_EQ(put(*store, editor, L"tb000001.zdw", "own"), 0);
+  EXPECT_EQ(store->deleteFile(at(editor, L"second"), project, L"tb000001.zdw"), kStoreLocked);
+  EXPECT_EQ(store->deleteFile(editor, project, L"tb000001.zdw"), 0);
+}
+
+TEST_F(CloudStoreTest, ProjectIsInUseWhileASessionIsFresh) {
+  bool inUse = true;
+  EXPECT_EQ(store->isProjectInUse(owner, project, "one", false, inUse), 0);
+  EXPECT_FALSE(inUse);
+  EXPECT_EQ(store->beat(owner, "one", project, "hash"), 0);
+  EXPECT_EQ(store->beat(owner, "two", project, "hash"), 0);
+  EXPECT_EQ(store->isProjectInUse(owner, project, "one", false, inUse), 0);
+  EXPECT_TRUE(inUse);
+  EXPECT_EQ(store->isProjectInUse(owner, project, "one", true, inUse), 0);
+  EXPECT_FALSE(inUse);
+  EXPECT_EQ(store->isProjectInUse(editor, project, "three", true, inUse), 0);
+  EXPECT_TRUE(inUse);
+  EXPECT_EQ(store->setSetting("session_timeout_seconds", -1), 0);
+  EXPECT_EQ(store->isProjectInUse(editor, project, "three", true, inUse), 0);
+  EXPECT_FALSE(inUse);
+  EXPECT_EQ(store->isProjectInUse(stranger, project, "four", true, inUse), kStoreNotFound);
+}
+
+TEST_F(CloudStoreTest, SweepTakesOldOrphansAlone) {
+  EXPECT_EQ(put(*store, editor, L"kept.txt", "kept"), 0);
+  EXPECT_EQ(put(*store, editor, L"twin.txt", "shared"), 0);
+  EXPECT_EQ(put(*store, editor, L"other.txt", "shared"), 0);
+  EXPECT_EQ(put(*store, editor, L"gone.txt", "gone"), 0);
+  EXPECT_EQ(store->deleteFile(editor, project, L"gone.txt"), 0);
+  EXPECT_EQ(store->deleteFile(editor, project, L"twin.txt"), 0);
+  std::ofstream(storePath + "/incoming/0123") << "half";
+  SweepResult result;
+  EXPECT_EQ(store->sweep(result), 0);
+  EXPECT_EQ(result.bodies + result.leftovers, 0U) << "all are younger than the grace";
+  const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::hours(2);
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(storePath)) {
+    if (entry.is_regular_file() && entry.path().filename() != "store.db") std::filesystem::last_write_time(entry, old);
+  }
+  EXPECT_EQ(store->sweep(result), 0);
+  EXPECT_EQ(result.bodies, 1U);
+  EXPECT_EQ(result.leftovers, 1U);
+  EXPECT_EQ(get(*store, viewer, L"kept.txt") + get(*store, viewer, L"other.txt"), "keptshared");
+}
+
+TEST_F(CloudStoreTest, RevisionAndMetadataFollowTheLastUpload) {
+  FilePut file;
+  file.name = L"a.txt";
+  file.path = local("a", "1");
+  file.metadata = {{L"key", L"one"}, {L"old", L"x"}};
+  std::vector<CloudStatus> statuses;
+  EXPECT_EQ(store->putFiles(editor, project, {file}, statuses), 0);
+  file.metadata = {{L"key", L"two"}};
+  EXPECT_EQ(store->putFiles(admin, project, {file}, statuses), 0);
+  std::map<std::wstring, std::wstring> metadata;
+  EXPECT_EQ(store->metadata(viewer, project, L"A.TXT", metadata), 0);
+  EXPECT_THAT(metadata, ::testing::ElementsAre(std::pair(L"key", L"two")));
+  StoredFile stored;
+  EXPECT_EQ(store->findFile(viewer, project, L"a.txt", stored), 0);
+  EXPECT_EQ(stored.revision, 2);
+  EXPECT_EQ(stored.uploaderName, L"Adam");
+  EXPECT_EQ(stored.sha256, "6b86b273ff34fce19d6b804eff5a3f5747ada4eaa22f1d49c01e52ddb7875b4b");
+}
+
+}  // namespace
+}  // namespace zephor_test

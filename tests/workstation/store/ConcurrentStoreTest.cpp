@@ -1,0 +1,70 @@
+// One store used by many threads of a process at once.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "platform/Paths.h"
+#include "tests/workstation/store/StoreWorld.h"
+#include "workstation/store/EmbeddedController.h"
+
+namespace zephor_test {
+namespace {
+
+TEST(ConcurrentStore, TransfersOfManyThreadsDoNotDisturbEachOther) {
+  const StoreWorld world;
+  const auto controller = workstation::makeEmbeddedController(world.storePath, world.editor);
+  ASSERT_EQ(controller->Login(false, false), 0);
+  constexpr int kThreads = 4;
+  constexpr int kFiles = 12;
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([&, thread] {
+      ICloudProjectService& service = *controller->GetProjectService();
+      const std::string folder = "t" + std::to_string(thread);
+      const std::wstring base = platform::directoryOf(world.local(folder + "/x", ""));
+      const std::wstring in = platform::libraryPath(world.directory.path("in" + folder));
+      for (int i = 0; i < kFiles; ++i) {
+        const std::string content(static_cast<std::size_t>(1000 * i + thread), static_cast<char>('a' + thread));
+        world.local(folder + "/own" + std::to_string(i), content);
+        world.local(folder + "/shared", content);
+        std::vector<QuorvFileInfo> files(2);
+        files[0].name = L"own" + std::to_wstring(i);
+        files[1].name = L"shared";
+        std::vector<std::wstring> failed;
+        EXPECT_EQ(service.UploadFilesAndMetadata(world.project, base, files, 0, {}, failed), 0);
+        EXPECT_EQ(service.DownloadFile(world.project, in, L"shared", L""), 0);
+        const std::string shared = contentOf(world.directory.path("in" + folder + "/shared"));
+        EXPECT_EQ(shared.find_first_not_of(shared.substr(0, 1)), std::string::npos);
+        std::vector<std::wstring> lines;
+        EXPECT_EQ(service.GetProjectFileInfos(world.project, lines, kCloudKindWholeProject), 0);
+        bool inUse = false;
+        EXPECT_EQ(service.IsProjectInUse(world.team, world.project, true, inUse), 0);
+        std::wstring token;
+        controller->GetAccessToken(token);
+        EXPECT_FALSE(token.empty());
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  std::vector<std::wstring> names;
+  EXPECT_EQ(controller->GetProjectService()->GetQuorvelProjectResourceFiles(world.project, names, 5), 0);
+  EXPECT_EQ(names.size(), static_cast<std::size_t>(kFiles + 1));
+}
+
+TEST(ConcurrentStore, LoginFromManyThreadsMakesOneSession) {
+  const StoreWorld world;
+  const auto controller = workstation::makeEmbeddedController(world.storePath, world.editor);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] { EXPECT_EQ(controller->Login(false, true), 0); });
+  }
+  for (std::thread& thread : threads) thread.join();
+  const auto other = workstation::makeEmbeddedController(world.storePath, world.admin);
+  ASSERT_EQ(other->Login(false, true), 0);
+  bool inUse = true;
+  EXPECT_EQ(other->GetProjectService()->IsProjectInUse(world.team, world.project, true, inUse), 0);
+  EXPECT_FALSE(inUse);
+}
+
+}  // namespace
+}  // namespace zephor_test

@@ -1,0 +1,160 @@
+// Stores that are none, that are newer, damaged or full.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "platform/Text.h"
+#include "tests/workstation/store/StoreWorld.h"
+
+namespace zephor_test {
+namespace {
+
+using namespace workstation;  // NOLINT(google-build-using-namespace): the room under test
+
+std::string refusal(const std::string& directory, CloudStatus& status) {
+  std::wstring error;
+  EXPECT_EQ(CloudStore::open(directory, status, error), nullptr);
+  return platform::toUtf8(error);
+}
+
+void sql(const std::string& directory, const char* statements) {
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open((directory + "/store.db").c_str(), &database), SQLITE_OK);
+  EXPECT_EQ(sqlite3_exec(database, statements, nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_close(database);
+}
+
+TEST(StoreOpening, WhatIsNoStoreIsNamedWithItsPath) {
+  const TemporaryDirectory directory;
+  CloudStatus status = 0;
+  EXPECT_THAT(refusal(directory.path("none"), status), ::testing::HasSubstr(directory.path("none")));
+  EXPECT_EQ(status, kStoreNotFound);
+  EXPECT_THAT(refusal(directory.path(), status), ::testing::HasSubstr("expected \"store.db\""));
+  EXPECT_EQ(status, kStoreInvalidData);
+  std::filesystem::create_directories(directory.path("bodies"));
+  std::ofstream(directory.path("store.db")) << std::string(5000, '?');
+  EXPECT_THAT(refusal(directory.path(), status), ::testing::HasSubstr(directory.path()));
+  EXPECT_EQ(status, kStoreInvalidData);
+  std::filesystem::remove(directory.path("store.db"));
+  sql(directory.path(), "CREATE TABLE other(x)");
+  EXPECT_THAT(refusal(directory.path(), status), ::testing::HasSubstr("something else"));
+  std::wstring error;
+  EXPECT_EQ(CloudStore::create(directory.path(), error), kStoreExists);
+}
+
+TEST(StoreOpening, NewerStoreIsRefusedAndLeftAsItIs) {
+  const StoreWorld world;
+  sql(world.storePath, "PRAGMA user_version=7; PRAGMA wal_checkpoint(TRUNCATE)");
+  const std::string before = contentOf(world.storePath + "/store.db");
+  CloudStatus status = 0;
+  const std::string text = refusal(world.storePath, status);
+  EXPECT_EQ(status, kStoreNewerVersion);
+  EXPECT_THAT(text, ::testing::AllOf(::testing::HasSubstr(world.storePath), ::testing::HasSubstr("version 7"),
+                                     ::testing::HasSubstr("up to 1")));
+  EXPECT_EQ(contentOf(world.storePath + "/store.db"), before);
+}
+
+TEST(StoreOpening, InterruptedCreationIsTakenUp) {
+  const TemporaryDirectory directory;
+  std::filesystem::create_directories(directory.path("store/bodies"));
+  std::ofstream(directory.path("store/store.db")).flush();
+  std::wstring error;
+  EXPECT_EQ(CloudStore::create(directory.path("store"), error), 0) << platform::toUtf8(error);
+  CloudStatus status = 0;
+  EXPECT_NE(CloudStore::open(directory.path("store"), status, error), nullptr);
+}
+
+TEST(StoreDamage, DamagedBodyIsRefusedUntilItsContentComesAgain) {
+  const StoreWorld world;
+  const auto store = world.open();
+  ASSERT_EQ(world.put(*store, world.editor, L"a.txt", "content"), 0);
+  StoredFile file;
+  ASSERT_EQ(store->findFile(world.viewer, world.project, L"a.txt", file), 0);
+  const std::string body = world.storePath + "/bodies/" + file.sha256.substr(0, 2) + "/" + file.sha256;
+  std::ofstream(body) << "cOntent";
+  EXPECT_EQ(world.get(*store, world.viewer, L"a.txt"), "<13>");
+  EXPECT_FALSE(std::filesystem::exists(world.directory.path("got")));
+  EXPECT_THAT(platform::toUtf8(CloudStore::lastText()), ::testing::HasSubstr(body));
+  std::ofstream(body) << "cut";
+  EXPECT_EQ(world.put(*store, world.editor, L"b.txt", "content"), 0);
+  EXPECT_EQ(world.get(*store, world.viewer, L"a.txt"), "content");
+  std::filesystem::remove(body);
+  EXPECT_EQ(world.get(*store, world.viewer, L"a.txt"), "<13>");
+}
+
+/// Limits the size of the files that the process writes, as a full disk does.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit{bytes, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  rlimit before_{};
+};
+
+TEST(StoreDamage, FullDiskLeavesTheStoreAsItWas) {
+  const StoreWorld world;
+  const auto store = world.open();
+  ASSERT_EQ(world.put(*store, world.editor, L"a.txt", "before"), 0);
+  std::vector<FilePut> files(2);
+  files[0].name = L"a.txt";
+  files[0].path = world.local("small", "after");
+  files[1].name = L"b.txt";
+  files[1].path = world.local("big", std::string(4'000'000, 'b'));
+  std::vector<CloudStatus> statuses;
+  {
+    const FileSizeLimit inTheBody(3'000'000);
+    EXPECT_EQ(store->putFiles(world.editor, world.project, files, statuses), kStoreDiskFull);
+    EXPECT_THAT(statuses, ::testing::ElementsAre(kStoreDiskFull, kStoreDiskFull));
+  }
+  files.pop_back();
+  {
+    const FileSizeLimit inTheDatabase(10);
+    EXPECT_EQ(store->putFiles(world.editor, world.project, files, statuses), statusOfError(ERROR_WRITE_FAULT))
+        << "the database knows one cause of a full disk by its name, and this limit is none";
+  }
+  EXPECT_EQ(world.get(*store, world.viewer, L"a.txt"), "before");
+  EXPECT_EQ(world.get(*store, world.viewer, L"b.txt"), "<2>");
+  const auto incoming = std::filesystem::directory_iterator(world.storePath + "/incoming");
+  EXPECT_EQ(std::distance(incoming, {}), 1) << "the lock alone";
+  EXPECT_EQ(store->putFiles(world.editor, world.project, files, statuses), 0);
+  EXPECT_EQ(world.get(*store, world.viewer, L"a.txt"), "after");
+}
+
+TEST(StoreDamage, SourceThatKeepsChangingIsNotTaken) {
+  const StoreWorld world;
+  const auto store = world.open();
+  const std::string path = world.directory.path("local/big");
+  FilePut file;
+  file.name = L"a.txt";
+  file.path = world.local("big", std::string(20'000'000, 'b'));
+  std::atomic<bool> done{false};
+  std::thread writer([&] {
+    std::ofstream out(path, std::ios::app);
+    while (!done) out << "more" << std::flush;
+  });
+  std::vector<CloudStatus> statuses;
+  const CloudStatus status = store->putFiles(world.editor, world.project, {file}, statuses);
+  done = true;
+  writer.join();
+  EXPECT_EQ(status, kStoreInUse);
+  EXPECT_EQ(world.get(*store, world.viewer, L"a.txt"), "<2>");
+}
+
+}  // namespace
+}  // namespace zephor_test
