@@ -11,7 +11,7 @@
 namespace workstation {
 namespace {
 
-constexpr std::uint64_t kLargestFile = 4U * 1024 * 1024;
+constexpr std::uint64_t kLargestFile = std::uint64_t{4} * 1024 * 1024;
 
 struct StringWriter final : pugi::xml_writer {
   std::string text;

@@ -1,5 +1,7 @@
 // Files and directories through the host's layer.
 
+#include <utility>
+
 #include "host/Files.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
@@ -129,9 +131,10 @@ bool lfSplitPath(const std::wstring& path, std::wstring& directory, std::wstring
   const std::size_t separator = path.find_last_of(L"\\/");
   const std::size_t begin = separator == std::wstring::npos ? 0 : separator + 1;
   if (begin == path.size()) return false;
-  const std::wstring whole = path;  // an output may be the input
-  directory = whole.substr(0, begin);
-  name = whole.substr(begin);
+  // An output may be the input: the head is taken before the name is set.
+  std::wstring head = path.substr(0, begin);
+  name = path.substr(begin);
+  directory = std::move(head);
   return true;
 }
 

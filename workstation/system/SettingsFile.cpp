@@ -10,7 +10,7 @@
 namespace workstation {
 namespace {
 
-constexpr std::uint64_t kLargestFile = 4U * 1024 * 1024;
+constexpr std::uint64_t kLargestFile = std::uint64_t{4} * 1024 * 1024;
 constexpr ULONGLONG kLockLimitMilliseconds = 10'000;
 // File systems count time in steps; two writes within one step carry the same time.
 constexpr std::uint64_t kSettleTicks = 2ULL * 10'000'000;
