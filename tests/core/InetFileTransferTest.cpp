@@ -78,6 +78,8 @@ TEST_F(InetFileTransfer, ProjectAndBimDirectoriesAreComputed) {
   setPath(L"C:\\Data", 2);
   manager().setProjectName(L"House", false);
   EXPECT_EQ(pathOf(3), L"C:\\Data\\Prj");
+  manager().setServerName(L"unknown");
+  EXPECT_EQ(pathOf(3), L"");
   EXPECT_EQ(pathOf(4), L"");
 
   manager().setServerName(L"wire");

@@ -1,8 +1,11 @@
 #include "zephor/Service.h"
 
+#include <cstdlib>
+
 #include "core/ServiceState.h"
 #include "host/Project.h"
 #include "host/System.h"
+#include "platform/Messages.h"
 #include "tests/core/StartedWorkstation.h"
 #include "zephor/FileTransfer.h"
 
@@ -76,6 +79,26 @@ TEST_F(Service, AnEndReleasesTheProjectAndLeavesADestroyedManagerAlone) {
   WGO_Service_Uninitialize();
   EXPECT_EQ(serviceState().manager, nullptr);
   EXPECT_EQ(serviceState().onlineProject, nullptr);
+}
+
+TEST_F(Service, TheManagerEndsWithTheProcess) {
+  start();
+  const auto endAProcess = [] {
+    // Hooks run in the reverse order of their registration: this one runs after the manager's.
+    std::atexit([] { _exit(serviceState().managerDestroyed && serviceState().manager == nullptr ? 7 : 8); });
+    getInetFileManager();
+    std::exit(9);
+  };
+  EXPECT_EXIT(endAProcess(), testing::ExitedWithCode(7), "");
+}
+
+TEST_F(Service, TheLanguagesResourcesLieBesideTheProgram) {
+  start();
+  const HMODULE resources = LoadResourcesForInetExtensions();
+  ASSERT_NE(resources, nullptr);
+  wchar_t text[200];
+  EXPECT_GT(LoadStringW(resources, 1000, text, 200), 0);
+  FreeLibrary(resources);
 }
 
 TEST_F(Service, TheTraceMessageNamesTheServerOfAnOnlineConnection) {
