@@ -27,10 +27,4 @@ TEST(AccessObject, TheOldOneEndsWhenTheNewOneIsInPlace) {
   EXPECT_EQ(currentWGOAccess(), expected);
 }
 
-TEST(AccessObject, TheLibrarysOwnStandsUntilAnotherIsSet) {
-  EXPECT_NE(dynamic_cast<WGOAccess*>(currentWGOAccess()), nullptr);
-  SetWGOAccess(nullptr);
-  EXPECT_NE(currentWGOAccess(), nullptr);
-}
-
 }  // namespace

@@ -113,23 +113,4 @@ TEST_F(InetFileTransfer, AProjectNameIsTakenWhenItsDirectoryIsThere) {
   }
 }
 
-TEST_F(InetFileTransfer, AnObjectIsNamedByNumberOrPattern) {
-  start();
-  const ObjectType plan = eObject_Plan;
-  const int number = 3;
-  std::wstring name;
-  manager().getObjectFileName(&number, &plan, name, nullptr);
-  EXPECT_EQ(name, L"pb000003.zpl");
-  manager().getObjectFileName(nullptr, &plan, name, nullptr);
-  EXPECT_EQ(name, L"pb??????.zpl");
-}
-
-TEST_F(InetFileTransfer, TheCurrentNameFallsBackToTheRoot) {
-  start();
-  EXPECT_EQ(std::wstring(internals().getCurrentName()), L"/");
-  internals().setCurrentName(L"/a");
-  internals().setCurrentName(nullptr);
-  EXPECT_EQ(std::wstring(internals().getCurrentName()), L"/");
-}
-
 }  // namespace

@@ -34,10 +34,4 @@ TEST_F(TraceLevel, TheDetailCountsOnlyWhenTheSwitchIsOn) {
   EXPECT_EQ(WGO_GetTrace(), -3);
 }
 
-TEST_F(TraceLevel, WithoutADetailTheSwitchIsTheLevel) {
-  start();
-  WGO_SetTrace(2);
-  EXPECT_EQ(WGO_GetTrace(), 2);
-}
-
 }  // namespace

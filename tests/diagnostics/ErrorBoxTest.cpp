@@ -16,21 +16,21 @@ int showBox(UINT style = kStyle) {
 TEST_F(DiagnosticsTest, AStormOfLikeFailuresAsksOnce) {
   const struct {
     const char* what;
+    ULONGLONG later;
     int firstAnswer;
     UINT firstStyle;
     UINT secondStyle;
-    ULONGLONG later;
     bool repeated;
   } table[] = {
-      {"cancel, at once", IDCANCEL, kStyle, kStyle, 0, true},
-      {"cancel, just within", IDCANCEL, kStyle, kStyle, 999, true},
-      {"cancel, too late", IDCANCEL, kStyle, kStyle, 1000, false},
-      {"retry asks anew", IDRETRY, kStyle, kStyle, 0, false},
-      {"another style", IDCANCEL, MB_OKCANCEL, kStyle, 0, false},
-      {"abort", IDABORT, kOtherStyle, kOtherStyle, 10, true},
-      {"ignore", IDIGNORE, kOtherStyle, kOtherStyle, 10, true},
-      {"retry of three", IDRETRY, kOtherStyle, kOtherStyle, 10, false},
-      {"yes", IDYES, MB_YESNO, MB_YESNO, 10, false},
+      {"cancel, at once", 0, IDCANCEL, kStyle, kStyle, true},
+      {"cancel, just within", 999, IDCANCEL, kStyle, kStyle, true},
+      {"cancel, too late", 1000, IDCANCEL, kStyle, kStyle, false},
+      {"retry asks anew", 0, IDRETRY, kStyle, kStyle, false},
+      {"another style", 0, IDCANCEL, MB_OKCANCEL, kStyle, false},
+      {"abort", 10, IDABORT, kOtherStyle, kOtherStyle, true},
+      {"ignore", 10, IDIGNORE, kOtherStyle, kOtherStyle, true},
+      {"retry of three", 10, IDRETRY, kOtherStyle, kOtherStyle, false},
+      {"yes", 10, IDYES, MB_YESNO, MB_YESNO, false},
   };
   int firstAnswer = 0;
   user.setResponder([&](const auto&) { return firstAnswer; });

@@ -21,13 +21,6 @@ TEST_F(DiagnosticsTest, EachRangeOfCodesHasItsSource) {
   for (const auto& row : table) EXPECT_EQ(std::wstring(diag::getLastErrorString(row.code)), row.text) << row.code;
 }
 
-TEST_F(DiagnosticsTest, AServersTextIsCutToTheBuffer) {
-  platform::setLastInternetResponse(std::wstring(5000, L'x'));
-  const std::wstring text = diag::getLastErrorString(12100);
-  EXPECT_LT(text.size(), 1024U);
-  EXPECT_EQ(text.find_first_not_of(L'x'), std::wstring::npos);
-}
-
 TEST_F(DiagnosticsTest, AnErrorTextComesFromTheSystemThenFromTheModules) {
   std::wstring text;
   diag::WGO_GetErrorString(2, text);

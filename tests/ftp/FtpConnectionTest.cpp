@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 
-#include "host/System.h"
 #include "platform/Time.h"
 #include "tests/core/StartedWorkstation.h"
 
@@ -18,14 +17,6 @@ class FtpConnection : public StartedWorkstation {
     return connection.initialize(record);
   }
 };
-
-TEST(RemoteConfiguration, TheProtocolDecidesTheConnectionType) {
-  EXPECT_EQ(connectionTypeOf(L"FTP", false), RemoteConnectionType::Ftp);
-  EXPECT_EQ(connectionTypeOf(L"FTP", true), RemoteConnectionType::FtpExplicitTls);
-  EXPECT_EQ(connectionTypeOf(L"FTPS", true), RemoteConnectionType::Ftps);
-  EXPECT_EQ(connectionTypeOf(L"ftp", false), RemoteConnectionType::NotSet);
-  EXPECT_EQ(connectionTypeOf(L"", false), RemoteConnectionType::NotSet);
-}
 
 TEST_F(FtpConnection, AServerNameBecomesAConfiguration) {
   start();
@@ -74,14 +65,6 @@ TEST_F(FtpConnection, TheLogOfTheRunBeforeIsRemovedOnce) {
   write("appdata/Tarvendorf/QuorvelInetLog.log");
   initialise(connection, L"wire");
   EXPECT_TRUE(exists("appdata/Tarvendorf/QuorvelInetLog.log"));
-}
-
-TEST_F(FtpConnection, TheListingCacheSettingIsWrittenWhenItIsMissing) {
-  start();
-  const CZepFtpConnection connection;
-  int value = -1;
-  EXPECT_TRUE(ZSYST_ZepRegGetNumber(L"HKCU", L"Settings\\WGOUseDirectoryListingCache", value));
-  EXPECT_EQ(value, 0);
 }
 
 TEST_F(FtpConnection, ALocalFileHasSizeAndWriteTime) {

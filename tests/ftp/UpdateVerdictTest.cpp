@@ -15,27 +15,27 @@ TEST(UpdateVerdict, TwoVersionsGiveOneVerdict) {
   const struct {
     const char* what;
     std::uint32_t local, server;
-    bool sameGuid;
     int type;
     CompareMode mode;
     UpdateVerdict verdict;
     VerdictReason reason;
+    bool sameGuid;
   } table[] = {
-      {"missing twice", kNone, kNone, true, 0, eCompare_Strict, eVerdict_BothMissing, VerdictReason::BothMissing},
-      {"missing here", kNone, 0, true, 0, eCompare_Ordered, eVerdict_LocalMissing, VerdictReason::LocalMissing},
-      {"missing there", kLast, kNone, true, 0, kAny, eVerdict_ServerMissing, VerdictReason::ServerMissing},
-      {"strict, equal", 5, 5, true, 0, eCompare_Strict, eVerdict_Equal, VerdictReason::Equal},
-      {"strict, local ahead", 6, 5, true, 0, eCompare_Strict, eVerdict_ServerNewer, VerdictReason::CountersDiffer},
-      {"strict, other GUID", 5, 5, false, 0, eCompare_Strict, eVerdict_ServerNewer, VerdictReason::GuidsDiffer},
-      {"ordered, other GUID", 5, 5, false, 0, eCompare_Ordered, eVerdict_Equal, VerdictReason::Equal},
-      {"ordered, local ahead", 6, 5, true, 1, eCompare_Ordered, eVerdict_LocalNewer, VerdictReason::LocalNewer},
-      {"ordered, server ahead", 5, 6, true, 0, eCompare_Ordered, eVerdict_ServerNewer, VerdictReason::ServerNewer},
-      {"ordered, unsigned", 5, 0x90000000, true, 1, eCompare_Ordered, eVerdict_ServerNewer, VerdictReason::ServerNewer},
-      {"Teilbild wrapped", 0, kLast, true, 0, eCompare_Ordered, eVerdict_LocalNewer, VerdictReason::LocalNewer},
-      {"Plan wrapped", 3, kLast - 2, true, 2, eCompare_Ordered, eVerdict_LocalNewer, VerdictReason::LocalNewer},
-      {"Zeichnung does not wrap", 0, kLast, true, 1, eCompare_Ordered, eVerdict_ServerNewer,
-       VerdictReason::ServerNewer},
-      {"any other mode", 1, 9, false, 0, kAny, eVerdict_Equal, VerdictReason::Equal},
+      {"missing twice", kNone, kNone, 0, eCompare_Strict, eVerdict_BothMissing, VerdictReason::BothMissing, true},
+      {"missing here", kNone, 0, 0, eCompare_Ordered, eVerdict_LocalMissing, VerdictReason::LocalMissing, true},
+      {"missing there", kLast, kNone, 0, kAny, eVerdict_ServerMissing, VerdictReason::ServerMissing, true},
+      {"strict, equal", 5, 5, 0, eCompare_Strict, eVerdict_Equal, VerdictReason::Equal, true},
+      {"strict, local ahead", 6, 5, 0, eCompare_Strict, eVerdict_ServerNewer, VerdictReason::CountersDiffer, true},
+      {"strict, other GUID", 5, 5, 0, eCompare_Strict, eVerdict_ServerNewer, VerdictReason::GuidsDiffer, false},
+      {"ordered, other GUID", 5, 5, 0, eCompare_Ordered, eVerdict_Equal, VerdictReason::Equal, false},
+      {"ordered, local ahead", 6, 5, 1, eCompare_Ordered, eVerdict_LocalNewer, VerdictReason::LocalNewer, true},
+      {"ordered, server ahead", 5, 6, 0, eCompare_Ordered, eVerdict_ServerNewer, VerdictReason::ServerNewer, true},
+      {"ordered, unsigned", 5, 0x90000000, 1, eCompare_Ordered, eVerdict_ServerNewer, VerdictReason::ServerNewer, true},
+      {"Teilbild wrapped", 0, kLast, 0, eCompare_Ordered, eVerdict_LocalNewer, VerdictReason::LocalNewer, true},
+      {"Plan wrapped", 3, kLast - 2, 2, eCompare_Ordered, eVerdict_LocalNewer, VerdictReason::LocalNewer, true},
+      {"Zeichnung does not wrap", 0, kLast, 1, eCompare_Ordered, eVerdict_ServerNewer, VerdictReason::ServerNewer,
+       true},
+      {"any other mode", 1, 9, 0, kAny, eVerdict_Equal, VerdictReason::Equal, false},
   };
   const GUID guid{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
   GUID otherGuid = guid;
