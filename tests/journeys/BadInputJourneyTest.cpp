@@ -20,11 +20,11 @@ TEST(BadInput, DamagedOrForeignObjectFileIsNamedAndNeverSaved) {
   for (const std::string& bad : {std::string(), std::string("AC1009 no object"), good.substr(0, good.size() / 2)}) {
     std::filesystem::remove(file);
     office.writeFile(std::filesystem::relative(file, office.path("")).string(), bad);
-    const Run status = office.run("anna", {"status", "tb1"});
+    const ProgramRun status = office.run("anna", {"status", "tb1"});
     EXPECT_EQ(status.exitCode, 3);
     EXPECT_THAT(status.out, HasSubstr("damaged here"));
     EXPECT_EQ(office.run("anna", {"save", "tb1"}).exitCode, 1);
-    const Run exported = office.run("anna", {"export", "tb1", office.path("out").string()});
+    const ProgramRun exported = office.run("anna", {"export", "tb1", office.path("out").string()});
     EXPECT_EQ(exported.exitCode, 1);
     EXPECT_THAT(exported.err, HasSubstr("tb000001.zdw"));
     EXPECT_EQ(contentOf(file), bad) << "a damaged file is left for a person to look at";
@@ -38,7 +38,7 @@ TEST(BadInput, MissingOrForeignOrNewerStoreIsToldWithItsPath) {
   Office office;
   office.found({"anna"});
   std::filesystem::rename(office.store(), office.path("elsewhere"));
-  Run run = office.run("anna", {"status"});
+  ProgramRun run = office.run("anna", {"status"});
   EXPECT_EQ(run.exitCode, 5);
   EXPECT_THAT(run.err, HasSubstr(office.store().string()));
   EXPECT_FALSE(std::filesystem::exists(office.store())) << "a missing store must not come into being by looking at it";
@@ -71,7 +71,7 @@ TEST(BadInput, BrokenDescriptorIsToldWithItsNameAndKept) {
   const std::string whole = contentOf(descriptor);
   for (const std::string& bad : {whole.substr(0, whole.size() / 2), std::string("not XML"), std::string()}) {
     office.writeFile(std::filesystem::relative(descriptor, office.path("")).string(), bad);
-    const Run run = office.run("anna", {"status"});
+    const ProgramRun run = office.run("anna", {"status"});
     EXPECT_EQ(run.exitCode, 1) << bad;
     EXPECT_THAT(run.err, HasSubstr("Project1.Dat.xml"));
     EXPECT_EQ(contentOf(descriptor), bad);
@@ -102,7 +102,7 @@ TEST(BadInput, ImpossibleNumbersAndMissingFilesChangeNothing) {
   EXPECT_EQ(office.run("anna", {"export", "tb1"}).exitCode, 1);
   EXPECT_EQ(office.must("anna", {"status"}), "");
   office.must("anna", {"import", file, "--number", "9999"});
-  const Run again = office.run("anna", {"import", file, "--number", "9999"});
+  const ProgramRun again = office.run("anna", {"import", file, "--number", "9999"});
   EXPECT_EQ(again.exitCode, 1);
   EXPECT_THAT(again.err, HasSubstr("tb009999.zdw"));
 }

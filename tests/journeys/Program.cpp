@@ -20,7 +20,7 @@ std::array<int, 2> makePipe() {
   return ends;
 }
 
-void collect(int outEnd, int errEnd, Run& run) {
+void collect(int outEnd, int errEnd, ProgramRun& run) {
   std::array<pollfd, 2> ends{pollfd{outEnd, POLLIN, 0}, pollfd{errEnd, POLLIN, 0}};
   std::array<std::string*, 2> texts{&run.out, &run.err};
   int open = 2;
@@ -51,7 +51,7 @@ Office::~Office() {
   std::filesystem::remove_all(directory_, ignored);
 }
 
-Run Office::run(const std::string& user, const std::vector<std::string>& arguments) const {
+ProgramRun Office::run(const std::string& user, const std::vector<std::string>& arguments) const {
   const std::string workstation = (directory_ / user).string();
   const std::string trash = (directory_ / (user + "-desktop")).string();
   std::vector<std::string> words{ZEPHOR_PROGRAM, "--workstation", workstation};
@@ -73,7 +73,7 @@ Run Office::run(const std::string& user, const std::vector<std::string>& argumen
   }
   ::close(out[1]);
   ::close(err[1]);
-  Run result;
+  ProgramRun result;
   collect(out[0], err[0], result);
   ::close(out[0]);
   ::close(err[0]);
@@ -84,7 +84,7 @@ Run Office::run(const std::string& user, const std::vector<std::string>& argumen
 }
 
 std::string Office::must(const std::string& user, const std::vector<std::string>& arguments) const {
-  const Run result = run(user, arguments);
+  const ProgramRun result = run(user, arguments);
   std::string command;
   for (const auto& argument : arguments) command += " " + argument;
   EXPECT_EQ(result.exitCode, 0) << user << command << "\n" << result.out << result.err;

@@ -8,7 +8,7 @@
 namespace zephor_test {
 
 /// What a run of the program answered.
-struct Run {
+struct ProgramRun {
   int exitCode = -1;
   std::string out;
   std::string err;
@@ -24,7 +24,7 @@ class Office {
 
   /// A store, and workstations of these users in a team with an open project "Library"; the first one owns it.
   void found(const std::vector<std::string>& users);
-  Run run(const std::string& user, const std::vector<std::string>& arguments) const;
+  ProgramRun run(const std::string& user, const std::vector<std::string>& arguments) const;
   /// As run; a test failure when the exit code is not 0.
   std::string must(const std::string& user, const std::vector<std::string>& arguments) const;
 

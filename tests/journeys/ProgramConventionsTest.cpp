@@ -30,7 +30,7 @@ TEST(ProgramConventions, WrongUseAnswersTwoAndSaysWhatWasExpected) {
       {{"--yes", "--no", "status"}, "--no"},
   };
   for (const auto& item : cases) {
-    const Run run = office.run("anna", item.arguments);
+    const ProgramRun run = office.run("anna", item.arguments);
     EXPECT_EQ(run.exitCode, 2) << item.arguments.front() << run.out << run.err;
     EXPECT_THAT(run.err, HasSubstr(item.said));
     EXPECT_EQ(run.out, "");
@@ -98,7 +98,7 @@ TEST(ProgramConventions, SomeDoneAndSomeRefusedIsPartlyDone) {
   office.found({"anna"});
   office.must("anna", {"create", "tb", "One"});
   office.must("anna", {"lock", "tb1"});
-  const Run run = office.run("anna", {"save", "tb1", "tb2"});
+  const ProgramRun run = office.run("anna", {"save", "tb1", "tb2"});
   EXPECT_EQ(run.exitCode, 3);
   EXPECT_THAT(run.out, HasSubstr("tb1: saved"));
   EXPECT_THAT(run.out, HasSubstr("tb2: refused"));

@@ -69,7 +69,7 @@ TEST(SharedWork, ObjectThatSomebodyElseHoldsIsRefusedAndStaysAsItIs) {
   office.must("ben", {"fetch", "tb1"});
   office.must("ben", {"import", office.writeFile("b.dxf", "ben's").string(), "--into", "tb1"});
 
-  const Run lock = office.run("ben", {"lock", "tb1"});
+  const ProgramRun lock = office.run("ben", {"lock", "tb1"});
   EXPECT_EQ(lock.exitCode, 4);
   EXPECT_THAT(lock.out, HasSubstr("anna"));
   EXPECT_EQ(office.run("ben", {"save", "tb1"}).exitCode, 4);
@@ -87,7 +87,7 @@ TEST(SharedWork, SaveWithoutAnyLockIsRefused) {
   Office office;
   office.found({"anna"});
   office.must("anna", {"import", office.writeFile("a.dxf", "x").string()});
-  const Run save = office.run("anna", {"save", "tb1"});
+  const ProgramRun save = office.run("anna", {"save", "tb1"});
   EXPECT_EQ(save.exitCode, 1);
   EXPECT_THAT(save.err, HasSubstr("tb000001.zdw"));
   EXPECT_THAT(office.must("anna", {"status", "tb1"}), HasSubstr("only here"));
@@ -126,7 +126,7 @@ TEST(SharedWork, FailedUploadAnsweredNoIsRememberedAndCaughtUp) {
   const path incoming = office.store() / "incoming";
   std::filesystem::rename(incoming, office.path("aside"));
   office.writeFile("store/incoming", "no directory");
-  const Run failed = office.run("anna", {"--no", "save", "tb1"});
+  const ProgramRun failed = office.run("anna", {"--no", "save", "tb1"});
   EXPECT_EQ(failed.exitCode, 1);
   EXPECT_THAT(failed.err, HasSubstr("tb000001.zdw"));
   EXPECT_THAT(office.must("anna", {"not-uploaded", "list", "--json"}), HasSubstr("tb000001.zdw"));
