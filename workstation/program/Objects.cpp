@@ -92,7 +92,7 @@ void readStoredHeaders(Views& views, const PRJ& project, QuorvelFileType type) {
 
 void readStoredZeichnungen(Views& views, const PRJ& project) {
   std::vector<Quorvel::FileAccess::CResourceInfo> files;
-  Quorvel::FileAccess::WGO_getOndrathResourceFiles(project, files, eShareFile_Ordinary);
+  Quorvel::FileAccess::WGO_getOndrathResourceFiles(project, files, eShareFile_Resource);
   for (const auto& file : files) {
     QuorvelFileType type = eFileType_Unknown;
     int number = 0;
