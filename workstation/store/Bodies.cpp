@@ -88,6 +88,15 @@ std::string sha256Of(const std::string& text) {
   return hash.finish();
 }
 
+std::string sha256OfFile(const std::string& path) {
+  std::optional<DiskFile> file = DiskFile::openToRead(path);
+  if (!file) return {};
+  Sha256 hash;
+  std::vector<std::uint8_t>& buffer = block();
+  while (const std::size_t got = file->read(buffer.data(), buffer.size())) hash.add(buffer.data(), got);
+  return hash.finish();
+}
+
 void Bodies::create() const {
   makeDirectory(incoming());
   makeDirectory(directory_ + "/bodies");

@@ -4,6 +4,7 @@
 #include "host/ObjectFiles.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
+#include "workstation/store/Bodies.h"
 #include "workstation/store/DiskFiles.h"
 #include "workstation/store/EmbeddedProjectService.h"
 #include "workstation/store/LocalTree.h"
@@ -29,36 +30,37 @@ bool isOpenInHost(const LocalPlace& place) {
   throw StoreError{status, CloudStore::lastText()};
 }
 
-/// True when the file on the disk is, by size and exact time, what the store has.
-bool isSame(const LocalPlace& place, const StoredFile& stored) {
+/// How a file on the disk is found to be what the store has: its time and size are believed, or its content is read,
+/// too. Reading is still much cheaper than replacing a file by its like.
+enum class Compare : std::uint8_t { Time, Content };
+
+bool isSame(const LocalPlace& place, const StoredFile& stored, Compare compare) {
   if (!place.exists) return false;
   const platform::FileStatus status = platform::fileStatus(place.path);
-  return status.exists && static_cast<std::int64_t>(status.size) == stored.size &&
-         ticksOf(status.writeTime) == ticksOf(stored.modified);
+  if (!status.exists || static_cast<std::int64_t>(status.size) != stored.size) return false;
+  if (ticksOf(status.writeTime) != ticksOf(stored.modified)) return false;
+  return compare == Compare::Time || sha256OfFile(place.systemPath()) == stored.sha256;
 }
 
 /// Brings many files to one directory. A file that fails does not keep the others back.
 class BulkDownload {
  public:
-  BulkDownload(CloudStore& store, const StoreActor& actor, const std::wstring& project, const std::wstring& root)
-      : store_(store), actor_(actor), project_(project), tree_(root) {}
+  BulkDownload(CloudStore& store, const StoreActor& actor, const std::wstring& project, const std::wstring& root,
+               Compare compare)
+      : store_(store), actor_(actor), project_(project), tree_(root), compare_(compare) {}
   ~BulkDownload() {
     for (const Waiting& waiting : waiting_) removeFile(waiting.from);
   }
   BulkDownload(const BulkDownload&) = delete;
   BulkDownload& operator=(const BulkDownload&) = delete;
 
-  void skipSame() { skipSame_ = true; }
-
   /// @param failed  names that did not come, as they were given
   /// @return the first failure
-  CloudStatus fetch(const std::vector<std::wstring>& names, const std::map<std::wstring, StoredFile>& known,
-                    const StoreProgress& progress, std::vector<std::wstring>& failed) {
+  CloudStatus fetch(const std::vector<std::wstring>& names, const StoreProgress& progress,
+                    std::vector<std::wstring>& failed) {
     std::uint64_t bytes = 0;
     for (std::size_t i = 0; i < names.size(); ++i) {
-      const auto stored = known.find(names[i]);
-      const CloudStatus status =
-          answerOf([&] { bytes += fetchOne(names[i], stored == known.end() ? nullptr : &stored->second); });
+      const CloudStatus status = answerOf([&] { bytes += fetchOne(names[i]); });
       note(status, names[i], failed);
       if (waiting_.size() >= kGroup) settle(failed);
       if (progress) progress(static_cast<std::uint32_t>(i + 1), static_cast<std::uint32_t>(names.size()), bytes);
@@ -84,16 +86,19 @@ class BulkDownload {
     }
   }
 
-  std::uint64_t fetchOne(const std::wstring& given, const StoredFile* stored) {
+  std::uint64_t fetchOne(const std::wstring& given) {
     std::wstring name;
     if (!normaliseStoreName(given, name)) {
       throw StoreError{kStoreInvalidName, L"\"" + given + L"\" is not a valid name of a file of a project"};
     }
     Waiting waiting{given, {}, tree_.place(name)};
-    if (skipSame_ && stored != nullptr && isSame(waiting.place, *stored)) return 0;
+    StoredFile file;
+    if (waiting.place.exists && store_.findFile(actor_, project_, name, file) == kStoreOk &&
+        isSame(waiting.place, file, compare_)) {
+      return 0;
+    }
     if (isOpenInHost(waiting.place)) throw StoreError{kStoreInUse, L"\"" + waiting.place.path + L"\" is open"};
     waiting.from = LocalTree::besides(waiting.place);
-    StoredFile file;
     const CloudStatus status = store_.copyOut(actor_, project_, name, waiting.from, file);
     if (status != kStoreOk) throwLast(status);
     waiting_.push_back(std::move(waiting));
@@ -126,7 +131,7 @@ class BulkDownload {
   const StoreActor& actor_;
   const std::wstring& project_;
   LocalTree tree_;
-  bool skipSame_ = false;
+  Compare compare_;
   std::vector<Waiting> waiting_;
   CloudStatus first_ = kStoreOk;
   std::wstring firstText_;
@@ -159,6 +164,7 @@ CloudStatus EmbeddedProjectService::DownloadFile(const std::wstring& project, co
       LocalTree tree(localRoot);
       const LocalPlace place = tree.place(normal);
       const bool stays = isOpenInHost(place);
+      if (!stays && isSame(place, file, Compare::Content)) return;
       if (stays && suffix.empty()) throw StoreError{kStoreInUse, L"\"" + place.path + L"\" is open"};
       const std::string target = suffix.empty() ? LocalTree::besides(place) : tree.place(besides).systemPath();
       asked = store.copyOut(actor, project, normal, target, file);
@@ -177,7 +183,7 @@ CloudStatus EmbeddedProjectService::DownloadFile(const std::wstring& project, co
 }
 
 CloudStatus EmbeddedProjectService::fetchClasses(const wchar_t* operation, const std::wstring& project,
-                                                 const std::wstring& directory, unsigned classes, bool skipSame,
+                                                 const std::wstring& directory, unsigned classes, bool believeTimes,
                                                  const CloudTransferOptions& options,
                                                  std::vector<std::wstring>& failed) {
   failed.clear();
@@ -189,14 +195,10 @@ CloudStatus EmbeddedProjectService::fetchClasses(const wchar_t* operation, const
       status = store.files(actor, project, classes, files);
       if (status != kStoreOk) return;
       std::vector<std::wstring> names;
-      std::map<std::wstring, StoredFile> known;
-      for (const StoredFile& file : files) {
-        names.push_back(file.name);
-        if (skipSame) known.emplace(file.name, file);
-      }
-      BulkDownload download(store, actor, project, directory);
-      if (skipSame) download.skipSame();
-      status = download.fetch(names, known, transferSteps(options), failed);
+      names.reserve(files.size());
+      for (const StoredFile& file : files) names.push_back(file.name);
+      BulkDownload download(store, actor, project, directory, believeTimes ? Compare::Time : Compare::Content);
+      status = download.fetch(names, transferSteps(options), failed);
     });
     return thrown != kStoreOk ? thrown : status;
   });
@@ -234,9 +236,9 @@ CloudStatus EmbeddedProjectService::DownloadFiles(const std::wstring& project, c
       StoreProject membership;
       status = store.project(actor, project, membership);
       if (status != kStoreOk) return;
-      BulkDownload download(store, actor, project, directory);
+      BulkDownload download(store, actor, project, directory, Compare::Content);
       std::vector<std::wstring> failed;
-      status = download.fetch({names.begin(), names.end()}, {}, transferSteps(options), failed);
+      status = download.fetch({names.begin(), names.end()}, transferSteps(options), failed);
     });
     return thrown != kStoreOk ? thrown : status;
   });

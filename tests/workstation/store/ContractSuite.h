@@ -7,8 +7,8 @@
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -35,11 +35,17 @@ class CloudWorld {
   virtual std::wstring project() const = 0;
 };
 
-using CloudWorldFactory = std::function<std::unique_ptr<CloudWorld>()>;
+struct CloudWorldFactory {
+  const char* store;
+  std::unique_ptr<CloudWorld> (*make)();
+};
+inline void PrintTo(const CloudWorldFactory& factory, std::ostream* out) {
+  *out << factory.store;
+}
 
 class CloudContract : public ::testing::TestWithParam<CloudWorldFactory> {
  protected:
-  CloudContract() : world(GetParam()()), project(world->project()), team(world->team()) {}
+  CloudContract() : world(GetParam().make()), project(world->project()), team(world->team()) {}
 
   ICloudProjectService& as(Person person, int workstation = 1) {
     return *world->controller(person, workstation).GetProjectService();

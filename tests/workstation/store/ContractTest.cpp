@@ -25,8 +25,11 @@ class EmbeddedWorld : public CloudWorld {
   std::map<std::pair<Person, int>, std::unique_ptr<ICloudController>> controllers_;
 };
 
-INSTANTIATE_TEST_SUITE_P(Embedded, CloudContract,
-                         ::testing::Values(CloudWorldFactory([] { return std::make_unique<EmbeddedWorld>(); })));
+std::unique_ptr<CloudWorld> makeEmbeddedWorld() {
+  return std::make_unique<EmbeddedWorld>();
+}
+
+INSTANTIATE_TEST_SUITE_P(Embedded, CloudContract, ::testing::Values(CloudWorldFactory{"embedded", &makeEmbeddedWorld}));
 
 }  // namespace
 }  // namespace zephor_test
