@@ -4,6 +4,7 @@
 #include <array>
 #include <cwchar>
 #include <set>
+#include <tuple>
 #include <utility>
 
 #include "host/FileTypes.h"
@@ -32,7 +33,7 @@ struct Entry {
   QuorvelFileType type = eFileType_Unknown;
   int number = 0;
   bool operator==(const Entry&) const = default;
-  auto operator<=>(const Entry&) const = default;
+  bool operator<(const Entry& other) const { return std::tie(type, number) < std::tie(other.type, other.number); }
 };
 
 /// The list of the process; of the main thread.

@@ -64,6 +64,21 @@ bool wgo_InitNormalOrOndrathWorkgroupServer(const std::wstring& host) {
   return true;
 }
 
+bool aimAt(const std::wstring& host, const std::wstring& project, const std::wstring& oldHost,
+           const std::wstring& oldProjectDirectory) {
+  ZSYST_setCurrentWorkgroupServer(host);
+  if (!WGO_initWorkgroup(host.c_str())) {
+    lfperrC(L"%s: problem from WGO_initWorkgroup for %s\n", L"Quorvel::FileAccess::WGO_FullInitWorkgroup", host);
+    ZSYST_setCurrentWorkgroupServer(oldHost);
+    // Left at the host that failed, the transfer object would make every later upload of the open project a quiet
+    // success for a server that is not the cloud.
+    aimTransferAt(oldHost, oldProjectDirectory);
+    return false;
+  }
+  const IZepFileLockingAgent::ScopedSuspend suspend;
+  return getInetFileManager().setProjectName(project.c_str(), false) == 0 || ltbispC(project) != 0;
+}
+
 }  // namespace
 
 void aimTransferAt(const std::wstring& host, const std::wstring& projectDirectory) {
@@ -84,22 +99,13 @@ bool WGO_initWorkgroup(const wchar_t* host) {
 
 bool WGO_FullInitWorkgroup(const std::wstring& host, const std::wstring& project, std::wstring& oldHost,
                            std::wstring& oldProjectDirectory) {
-  // The caller may pass one text as both an argument and an output.
-  const std::wstring newHost = host;
-  const std::wstring newProject = project;
-  oldHost = currentHost();
-  oldProjectDirectory = currentProjectDirectory();
-  ZSYST_setCurrentWorkgroupServer(newHost);
-  if (!WGO_initWorkgroup(newHost.c_str())) {
-    lfperrC(L"%s: problem from WGO_initWorkgroup for %s\n", L"Quorvel::FileAccess::WGO_FullInitWorkgroup", newHost);
-    ZSYST_setCurrentWorkgroupServer(oldHost);
-    // Left at the host that failed, the transfer object would make every later upload of the open project a quiet
-    // success for a server that is not the cloud.
-    aimTransferAt(oldHost, oldProjectDirectory);
-    return false;
-  }
-  const IZepFileLockingAgent::ScopedSuspend suspend;
-  return getInetFileManager().setProjectName(newProject.c_str(), false) == 0 || ltbispC(newProject) != 0;
+  const std::wstring hostBefore = currentHost();
+  const std::wstring projectBefore = currentProjectDirectory();
+  const bool aimed = aimAt(host, project, hostBefore, projectBefore);
+  // Last, since a caller may pass one text as both an argument and an output.
+  oldHost = hostBefore;
+  oldProjectDirectory = projectBefore;
+  return aimed;
 }
 
 int WGO_InitForProjectOpen(const PRJ& prj) {
