@@ -1,0 +1,241 @@
+// A cloud in memory that records what it is asked and fails on command.
+//
+//   FakeCloud cloud;                                  // the library's controller while it lives
+//   cloud.script("UploadFilesAndMetadata", {kRefused, 0});
+//   ...
+//   EXPECT_EQ(cloud.calls(), (Calls{L"UploadProjectFile notes.txt"}));
+//
+// An operation answers its next scripted status, then 0. What it gives out stands in the public members.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host/Cloud.h"
+#include "workstation/Session.h"
+
+namespace zephor_test {
+
+using Calls = std::vector<std::wstring>;
+
+/// A status that the system has a text for.
+constexpr CloudStatus kRefused = 5;
+
+class FakeCloud final : public ICloudController, public ICloudProjectService {
+ public:
+  FakeCloud() { workstation::setCloudController(this); }
+  ~FakeCloud() override { workstation::setCloudController(nullptr); }
+  FakeCloud(const FakeCloud&) = delete;
+  FakeCloud& operator=(const FakeCloud&) = delete;
+
+  void script(const std::string& operation, std::initializer_list<CloudStatus> statuses) {
+    const std::lock_guard lock(mutex_);
+    scripts_[operation].assign(statuses);
+  }
+  /// One text a call: the operation's name and its arguments, without the project. Logins are not among them.
+  Calls calls() const {
+    const std::lock_guard lock(mutex_);
+    return calls_;
+  }
+  Calls logins() const {
+    const std::lock_guard lock(mutex_);
+    return logins_;
+  }
+
+  std::set<std::wstring> files;                            ///< what HasFile finds
+  std::map<int, std::vector<std::wstring>> lines;          ///< listing lines by kind
+  std::map<int, std::vector<std::wstring>> resourceFiles;  ///< names by kind, deleted ones from 32
+  HeaderMap headers;                                       ///< what the header operations give out
+  std::deque<std::vector<std::wstring>> failedNames;       ///< for each upload in turn
+  std::function<void(const std::wstring&)> onDownload;     ///< with the local path that has to appear
+  std::vector<std::vector<QuorvFileInfo>> uploads;         ///< files of each upload
+  std::vector<std::vector<std::uint8_t>> uploadedHeaders;  ///< of each file with a header, in order
+
+  CloudStatus Login(bool interactive, bool silent) override {
+    {
+      const std::lock_guard lock(mutex_);
+      logins_.push_back(std::wstring(interactive ? L"interactive" : L"quiet") + (silent ? L" silent" : L""));
+    }
+    return statusOf("Login");
+  }
+  void GetAccessToken(std::wstring& token) override { token = L"token"; }
+  void GetPortalUrl(std::wstring& url) override { url = L"https://portal.example.org"; }
+  void GetTeamContext(std::wstring& first, std::wstring& second) override { first = second = L""; }
+  ICloudProjectService* GetProjectService() override { return this; }
+
+  CloudStatus UploadProjectFile(const std::wstring&, const std::wstring& name) override {
+    return record("UploadProjectFile", {name});
+  }
+  CloudStatus UploadFilesAndMetadata(const std::wstring&, const std::wstring&, const std::vector<QuorvFileInfo>& infos,
+                                     std::uint32_t headerSize, const CloudTransferOptions&,
+                                     std::vector<std::wstring>& failed) override {
+    uploads.push_back(infos);
+    std::wstring names;
+    for (const QuorvFileInfo& info : infos) {
+      names += (names.empty() ? L"" : L",") + info.name;
+      const auto* bytes = static_cast<const std::uint8_t*>(info.header);
+      if (bytes != nullptr) uploadedHeaders.emplace_back(bytes, bytes + headerSize);
+    }
+    if (!failedNames.empty()) {
+      failed = failedNames.front();
+      failedNames.pop_front();
+    }
+    return record("UploadFilesAndMetadata", {names, std::to_wstring(headerSize)});
+  }
+  CloudStatus DownloadFile(const std::wstring&, const std::wstring& root, const std::wstring& name,
+                           const std::wstring& suffix) override {
+    const CloudStatus status = record("DownloadFile", {name + suffix});
+    if (status == 0 && onDownload) onDownload(root + L'\\' + name + suffix);
+    return status;
+  }
+  CloudStatus GetFileHeaders(const std::wstring&, HeaderMap& out, std::uint32_t bits) override {
+    std::wstring names;
+    for (auto& [name, header] : out) {
+      names += (names.empty() ? L"" : L",") + name;
+      if (const auto found = headers.find(name); found != headers.end()) header = found->second;
+    }
+    return record("GetFileHeaders", {names, std::to_wstring(bits)});
+  }
+  CloudStatus GetAllFileHeaders(const std::wstring&, HeaderMap& out, std::uint32_t, int kind) override {
+    out = headers;
+    return record("GetAllFileHeaders", {std::to_wstring(kind)});
+  }
+  CloudStatus DeleteFile(const std::wstring&, const std::wstring& name) override {
+    return record("DeleteFile", {name});
+  }
+  CloudStatus HasFile(const std::wstring&, const std::wstring& name, bool& found) override {
+    found = files.contains(name);
+    return record("HasFile", {name});
+  }
+  CloudStatus GetProjectFileInfos(const std::wstring&, std::vector<std::wstring>& out, int kind) override {
+    out = lines[kind];
+    return record("GetProjectFileInfos", {std::to_wstring(kind)});
+  }
+  CloudStatus GetQuorvelProjectResourceFiles(const std::wstring&, std::vector<std::wstring>& out, int kind) override {
+    out = resourceFiles[kind];
+    return record("GetQuorvelProjectResourceFiles", {std::to_wstring(kind)});
+  }
+  CloudStatus DownloadFiles(const std::wstring&, const std::wstring&, const std::set<std::wstring>& names,
+                            const CloudTransferOptions& options) override {
+    std::wstring text;
+    for (const std::wstring& name : names) text += (text.empty() ? L"" : L",") + name;
+    return record("DownloadFiles", {text, std::to_wstring(options.count)});
+  }
+  CloudStatus GetSessionState(std::wstring&, bool&, bool&) override { return record("GetSessionState", {}); }
+
+  // The rest records its name and answers its script.
+  CloudStatus GetCurrentUser(CloudUser&) override { return record("GetCurrentUser", {}); }
+  CloudStatus GetProjectInfo(const std::wstring&, std::wstring&, std::wstring&, std::wstring&) override {
+    return record("GetProjectInfo", {});
+  }
+  CloudStatus GetProjectMembers(const std::wstring&, std::vector<CloudProjectMember>&) override {
+    return record("GetProjectMembers", {});
+  }
+  CloudStatus CheckProjectAccess(const std::wstring&, std::wstring&) override {
+    return record("CheckProjectAccess", {});
+  }
+  CloudStatus GetNewShareFilesMetadata(const std::wstring&, std::vector<NewShareFileMetadata>&,
+                                       ShareFileTypeID) override {
+    return record("GetNewShareFilesMetadata", {});
+  }
+  CloudStatus DownloadQuorvelProjectBaseFiles(const std::wstring&, const std::wstring&, int,
+                                              const CloudTransferOptions&) override {
+    return record("DownloadQuorvelProjectBaseFiles", {});
+  }
+  CloudStatus DownloadQuorvelProjectFiles(const std::wstring&, const std::wstring&, int,
+                                          const CloudTransferOptions&) override {
+    return record("DownloadQuorvelProjectFiles", {});
+  }
+  CloudStatus GetTeams(std::vector<SimpleCloudObject>&, int) override { return record("GetTeams", {}); }
+  CloudStatus IsCurrentUserInRole(bool&, std::wstring, int) override { return record("IsCurrentUserInRole", {}); }
+  CloudStatus GetProjects(const std::wstring&, std::vector<CloudProjectEntry>&, int, int) override {
+    return record("GetProjects", {});
+  }
+  CloudStatus DeleteProject(const std::wstring&) override { return record("DeleteProject", {}); }
+  CloudStatus CreateModel(const std::wstring&, int, const std::wstring&, std::wstring&) override {
+    return record("CreateModel", {});
+  }
+  CloudStatus GetProjectLocks(const std::wstring&, const std::wstring&, std::vector<LockUser>&) override {
+    return record("GetProjectLocks", {});
+  }
+  CloudStatus RemoveProjectLock(const std::wstring&, const std::wstring&, const std::wstring&, bool) override {
+    return record("RemoveProjectLock", {});
+  }
+  CloudStatus SetProjectLock(const std::wstring&, const std::wstring&, OndrathProjectLockType) override {
+    return record("SetProjectLock", {});
+  }
+  CloudStatus IsProjectInUse(const std::wstring&, const std::wstring&, bool, bool&) override {
+    return record("IsProjectInUse", {});
+  }
+  CloudStatus DownloadQuorvelProjectBwsFiles(const std::wstring&, const std::wstring&, bool, std::vector<std::wstring>&,
+                                             const CloudTransferOptions&) override {
+    return record("DownloadQuorvelProjectBwsFiles", {});
+  }
+  CloudStatus TriggerProjectItemChangedNotification(const std::wstring&, const std::wstring& name) override {
+    return record("TriggerProjectItemChangedNotification", {name});
+  }
+  CloudStatus GetCORTeams(std::vector<SimpleCloudObject>&) override { return record("GetCORTeams", {}); }
+  CloudStatus CreateSTD(const std::wstring&, const std::wstring&, std::wstring&) override {
+    return record("CreateSTD", {});
+  }
+  CloudStatus DeleteSTD(const std::wstring&) override { return record("DeleteSTD", {}); }
+  CloudStatus GetStdResContainers(std::map<std::wstring, StdResContainer>&) override {
+    return record("GetStdResContainers", {});
+  }
+  CloudStatus GetTeamUuidByCORUuid(const std::wstring&, std::wstring&) override {
+    return record("GetTeamUuidByCORUuid", {});
+  }
+  CloudStatus ConnectResourcesContainerWithLocalPath(const std::wstring&, const std::wstring&) override {
+    return record("ConnectResourcesContainerWithLocalPath", {});
+  }
+  CloudStatus CheckLockCOR(const std::wstring&, const std::wstring&, bool&) override {
+    return record("CheckLockCOR", {});
+  }
+  CloudStatus CanUnlockCOR(const std::wstring&, const std::wstring&, bool&) override {
+    return record("CanUnlockCOR", {});
+  }
+  CloudStatus LockResourcesContainer(const std::wstring&, int) override { return record("LockResourcesContainer", {}); }
+  CloudStatus UnlockResourcesContainer(bool) override { return record("UnlockResourcesContainer", {}); }
+  CloudStatus ForceUnlockCOR(const std::wstring&) override { return record("ForceUnlockCOR", {}); }
+  CloudStatus UploadResourcesContainer(const ContainerUploadRequest&) override {
+    return record("UploadResourcesContainer", {});
+  }
+  CloudStatus DownloadSTDResContainer(const std::wstring&, const std::wstring&, const CloudTransferOptions&) override {
+    return record("DownloadSTDResContainer", {});
+  }
+  CloudStatus SubscribeCOR(const std::wstring&, const std::wstring&) override { return record("SubscribeCOR", {}); }
+  CloudStatus UnsubscribeCOR() override { return record("UnsubscribeCOR", {}); }
+  CloudStatus RefreshProjectCache(const std::wstring&, bool&) override { return record("RefreshProjectCache", {}); }
+
+ private:
+  CloudStatus record(const std::string& operation, std::initializer_list<std::wstring> arguments) {
+    {
+      const std::lock_guard lock(mutex_);
+      std::wstring call(operation.begin(), operation.end());
+      for (const std::wstring& argument : arguments) call += L' ' + argument;
+      calls_.push_back(call);
+    }
+    return statusOf(operation);
+  }
+
+  CloudStatus statusOf(const std::string& operation) {
+    const std::lock_guard lock(mutex_);
+    std::deque<CloudStatus>& waiting = scripts_[operation];
+    if (waiting.empty()) return 0;
+    const CloudStatus status = waiting.front();
+    waiting.pop_front();
+    return status;
+  }
+
+  mutable std::mutex mutex_;
+  std::map<std::string, std::deque<CloudStatus>> scripts_;
+  Calls calls_;
+  Calls logins_;
+};
+
+}  // namespace zephor_test
