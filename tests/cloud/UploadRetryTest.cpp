@@ -1,0 +1,111 @@
+#include "cloud/Ondrath_Services.h"
+#include "tests/support/CloudFixture.h"
+#include "workstation/objects/CoreObjects.h"
+#include "zephor/NotUploadedFiles.h"
+
+namespace Quorvel::FileAccess {
+namespace {
+
+using zephor_test::Calls;
+using zephor_test::kRefused;
+
+std::vector<QuorvFileInfo> filesNamed(const std::vector<std::wstring>& names) {
+  std::vector<QuorvFileInfo> files;
+  for (const std::wstring& name : names) files.emplace_back().name = name;
+  return files;
+}
+
+TEST(UploadQuestion, ShowsTenNamesAndAMarkForMore) {
+  const UploadQuestionTexts texts{L"Head", L"Error", L"More?"};
+  EXPECT_EQ(uploadQuestion(texts, static_cast<CloudStatus>(0x80070005), L"Denied", {L"a", L"b"}),
+            L"Head\nError: 0x80070005 \"Denied\"\n\na\nb\n\nMore?");
+  const std::vector<std::wstring> ten(10, L"n");
+  const std::vector<std::wstring> eleven(11, L"n");
+  EXPECT_EQ(uploadQuestion(texts, 5, L"", ten).find(L"..."), std::wstring::npos);
+  const std::wstring question = uploadQuestion(texts, 5, L"", eleven);
+  EXPECT_EQ(std::count(question.begin(), question.end(), L'n'), 10);
+  EXPECT_NE(question.find(L"n\n...\n\nMore?"), std::wstring::npos);
+}
+
+class UploadRetry : public zephor_test::CloudFixture {
+ protected:
+  CloudStatus send(const std::vector<std::wstring>& names) {
+    return UploadFilesRetry(uuid, L"Z:\\base\\", filesNamed(names), 0, {});
+  }
+  std::vector<std::wstring> listed() {
+    std::vector<std::wstring> names;
+    getNotUploadedFilesList(names);
+    return names;
+  }
+};
+
+TEST_F(UploadRetry, SuccessAtOnceSettlesTheNotUploadedFiles) {
+  addEntryToNotUploadedFilesList(L"tb000012.zdw");
+  EXPECT_EQ(send({L"tb000012.zdw", L"a.txt"}), 0);
+  EXPECT_TRUE(listed().empty());
+  EXPECT_TRUE(ui().boxes().empty());
+}
+
+TEST_F(UploadRetry, YesResendsWhatFailedAndTheAnswerStaysTheFirstFailure) {
+  addEntryToNotUploadedFilesList(L"tb000002.zdw");
+  cloud.script("UploadFilesAndMetadata", {kRefused, 0});
+  cloud.failedNames = {{L"b", L"TB000002.zdw", L"tb000002.zdw"}};
+  ui().answerWith(IDYES);
+  EXPECT_EQ(send({L"a", L"tb000002.zdw", L"b", L"c"}), kRefused);
+  EXPECT_EQ(cloud.calls(),
+            (Calls{L"UploadFilesAndMetadata a,tb000002.zdw,b,c 0", L"UploadFilesAndMetadata tb000002.zdw,b 0"}));
+  EXPECT_EQ(listed(), (std::vector<std::wstring>{L"tb000002.zdw"})) << "the list is left alone";
+  ASSERT_EQ(ui().boxes().size(), 1U);
+  const auto box = ui().boxes()[0];
+  EXPECT_EQ(box.caption, L"Quorvel");
+  EXPECT_EQ(box.style, 0x10024U);
+  EXPECT_NE(box.text.find(L"Error: 0x00000005 \""), std::wstring::npos) << platform::toUtf8(box.text);
+  EXPECT_NE(box.text.find(L"\"\n\nb\nTB000002.zdw\ntb000002.zdw\n\nDo you want to try again?"), std::wstring::npos);
+  EXPECT_TRUE(
+      desk.hasErrorLine(L"UploadFilesRetry: uploading files and metadata from \"Z:\\base\\\" failed with 0x00000005."));
+}
+
+TEST_F(UploadRetry, TheLastOfSeveralFailuresIsTheAnswer) {
+  cloud.script("UploadFilesAndMetadata", {kRefused, 32, 0});
+  cloud.failedNames = {{L"a", L"b"}, {L"b"}};
+  ui().answerWith({IDYES, IDYES});
+  EXPECT_EQ(send({L"a", L"b"}), 32);
+  EXPECT_EQ(cloud.uploads.back().size(), 1U);
+}
+
+TEST_F(UploadRetry, AFailureThatNamesNothingResendsThePass) {
+  cloud.script("UploadFilesAndMetadata", {kRefused, 0});
+  ui().answerWith(IDYES);
+  EXPECT_EQ(send({L"a", L"b"}), kRefused);
+  EXPECT_EQ(cloud.calls(), (Calls{L"UploadFilesAndMetadata a,b 0", L"UploadFilesAndMetadata a,b 0"}));
+}
+
+TEST_F(UploadRetry, NoListsTheObjectsOfThePass) {
+  cloud.script("UploadFilesAndMetadata", {kRefused, kRefused});
+  cloud.failedNames = {{L"tb000012.zdw", L"pb000007.zpl", L"a.txt"}, {L"a.txt"}};
+  ui().answerWith({IDYES, IDNO});
+  EXPECT_EQ(send({L"tb000001.zdw", L"tb000012.zdw", L"a.txt", L"pb000007.zpl"}), kRefused);
+  EXPECT_EQ(listed(), (std::vector<std::wstring>{L"tb000012.zdw", L"pb000007.zpl"}));
+  EXPECT_EQ(::workstation::dataChanges(), (std::vector<::workstation::DataChange>{{1, 12, 1}, {2, 7, 1}}));
+}
+
+class UploadRetryDenied : public zephor_test::CloudFixture {
+ protected:
+  static zephor_test::TestWorkstationOptions denying() {
+    zephor_test::TestWorkstationOptions options;
+    options.deny = true;
+    return options;
+  }
+  UploadRetryDenied() : CloudFixture(denying()) {}
+};
+
+TEST_F(UploadRetryDenied, AsksNobodyAndListsNothing) {
+  cloud.script("UploadFilesAndMetadata", {kRefused});
+  cloud.failedNames = {{L"tb000012.zdw"}};
+  EXPECT_EQ(UploadFilesRetry(uuid, L"", filesNamed({L"tb000012.zdw"}), 0, {}), kRefused);
+  EXPECT_TRUE(ui().boxes().empty());
+  EXPECT_FALSE(existsEntryInNotUploadedFilesList(L"tb000012.zdw"));
+}
+
+}  // namespace
+}  // namespace Quorvel::FileAccess
