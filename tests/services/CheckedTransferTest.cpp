@@ -1,0 +1,153 @@
+#include "host/Events.h"
+#include "host/Locking.h"
+#include "host/ObjectFiles.h"
+#include "host/ProjectDatabase.h"
+#include "services/FileServicesState.h"
+#include "tests/support/CloudFixture.h"
+#include "workstation/objects/CoreObjects.h"
+#include "workstation/objects/OpenFiles.h"
+#include "zephor/FileServices.h"
+#include "zephor/HeaderServices.h"
+
+namespace Quorvel::FileAccess {
+namespace {
+
+using zephor_test::Calls;
+
+class CheckedTransfer : public zephor_test::CloudFixture {
+ protected:
+  /// The server has Teilbild `number` in the given version.
+  void storeVersion(int number, std::uint32_t version) {
+    storeHeader(L"tb00000" + std::to_wstring(number) + L".zdw", header<TeilbildHeader>(number, version));
+  }
+  /// Saves Teilbild `number` until it has `version`, aside, as what the server sends.
+  void serve(int number, std::uint32_t version) {
+    storeVersion(number, version);
+    const std::wstring original = path(L"tb00000" + std::to_wstring(number) + L".zdw");
+    const std::string before = desk.readFile(original);
+    std::wstring error;
+    for (std::uint32_t v = 1; v < version; ++v)
+      ASSERT_EQ(::workstation::touchVersion(original, {2, L"Bob"}, error), 0U);
+    served_ = desk.readFile(original);
+    desk.writeFile(original, before);
+    cloud.onDownload = [this](const std::wstring& target) { desk.writeFile(target, served_); };
+  }
+  bool downloaded() const {
+    const Calls calls = cloud.calls();
+    return std::any_of(calls.begin(), calls.end(), [](const auto& call) { return call.starts_with(L"DownloadFile"); });
+  }
+
+  std::string served_;
+};
+
+TEST_F(CheckedTransfer, AFileWithoutLockIsRefusedWithABox) {
+  makeObject(eFileType_Teilbild, 3);
+  EXPECT_EQ(WGO_CheckLockAndUploadFile(3, eFileType_Teilbild), 1U);
+  ASSERT_EQ(ui().boxes().size(), 1U);
+  EXPECT_EQ(ui().boxes()[0].text, L"tb000003.zdw\nThe file is not locked for you. It can't be uploaded.");
+  EXPECT_EQ(ui().boxes()[0].style, MB_ICONHAND);
+  EXPECT_TRUE(desk.hasErrorLine(L"WGO_CheckLockAndUploadFile: file is not locked, no upload possible tb000003.zdw"));
+  EXPECT_TRUE(cloud.calls().empty());
+
+  ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(3, header<TeilbildHeader>(3, 1));
+  ASSERT_EQ(getFileLockingManager().LockObject(3, eObject_Teilbild, 0), 1);
+  EXPECT_EQ(WGO_CheckLockAndUploadFile(3, eFileType_Teilbild), 0U);
+  EXPECT_EQ(cloud.calls().back(), L"UploadFilesAndMetadata tb000003.zdw 1576");
+}
+
+TEST_F(CheckedTransfer, UploadsThatCannotBeMeantAreAnsweredByTheirCodes) {
+  EXPECT_EQ(WGO_CheckLockAndUploadFile(-1, eFileType_Teilbild), 0U);
+  EXPECT_EQ(WGO_CheckLockAndUploadFile(3, 99), 87U);
+  EXPECT_TRUE(desk.hasErrorLine(L"WGO_CheckLockAndUploadFile: could not get filename for type = 99 nr = 3"));
+  getInetFileManager().setServerName(L"files");
+  EXPECT_EQ(WGO_CheckLockAndUploadFile(3, eFileType_Teilbild), 0U);
+  EXPECT_TRUE(cloud.calls().empty());
+}
+
+TEST_F(CheckedTransfer, DuringAConversionObjectsOnlyJoinTheList) {
+  globalEventManager::instance().set(kDatwaRunningEvent, L"");
+  for (const int type : {0, 33, 28, 99}) EXPECT_EQ(WGO_CheckLockAndUploadFile(3, type), 0U);
+  const std::set<std::pair<std::wstring, std::wstring>> expected{{L"pb000003.zpl", path(L"pb000003.zpl")},
+                                                                 {L"tb000003.zdw", path(L"tb000003.zdw")}};
+  EXPECT_EQ(fileServicesState().convertedFiles, expected);
+  EXPECT_TRUE(ui().boxes().empty());
+}
+
+TEST_F(CheckedTransfer, OnlyANewerServerVersionComes) {
+  makeObject(eFileType_Teilbild, 3);
+  const std::wstring file = path(L"tb000003.zdw");
+  const std::string before = desk.readFile(file);
+  for (const std::uint32_t version : {0U, 1U}) {  // the local one is newer, both are equal
+    storeVersion(3, version);
+    EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, false));
+  }
+  cloud.headers.clear();
+  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, false)) << "missing on the server";
+  EXPECT_FALSE(downloaded());
+  EXPECT_EQ(desk.readFile(file), before);
+
+  serve(3, 4);
+  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, false));
+  EXPECT_EQ(desk.readFile(file), served_);
+  TeilbildHeader row = clearedHeader<TeilbildHeader>();
+  EXPECT_TRUE(WGO_getTBHeaderFromDataBase(3, &row));
+  EXPECT_EQ(row.versionCounter, 4U);
+  EXPECT_EQ(::workstation::selectionListVersion(eFileType_Teilbild, 3), 4U);
+}
+
+TEST_F(CheckedTransfer, AFailedDownloadIsToldAndAMissingOneMayBeAccepted) {
+  makeObject(eFileType_Teilbild, 3);
+  storeVersion(3, 4);
+  cloud.script("DownloadFile", {2, 2, 5});
+  EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 0, false));
+  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, true));
+  EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 0, true));
+  EXPECT_FALSE(WGO_CheckLockAndDownloadFile(0, 0, true));
+  EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 1, true));
+  ZSYST_setCurrentWorkgroupServer(L"files");
+  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(0, 1, true));
+}
+
+TEST_F(CheckedTransfer, AZeichnungComesOnlyWhenItIsMissingHere) {
+  cloud.files = {L"ze000003.000"};
+  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 28, false));
+  EXPECT_TRUE(downloaded());
+  const std::size_t calls = cloud.calls().size();
+  makeObject(eFileType_Zeichnung, 3);
+  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 28, false));
+  EXPECT_EQ(cloud.calls().size(), calls + 1) << "only the question whether it exists";
+}
+
+TEST_F(CheckedTransfer, OpenObjectsKeepWhatWasNotUploaded) {
+  makeObject(eFileType_Teilbild, 3);
+  const std::wstring file = path(L"tb000003.zdw");
+  serve(3, 4);
+  std::wstring error;
+  const int handle = ::workstation::openInCore(file, error);
+  ASSERT_GT(handle, 0);
+  const std::string before = desk.readFile(file);
+  ::workstation::markModified(handle, true);
+  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, false));
+  EXPECT_FALSE(downloaded());
+  EXPECT_EQ(desk.readFile(file), before);
+  ::workstation::markModified(handle, false);
+  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, false));
+  EXPECT_EQ(desk.readFile(file), served_);
+  ::workstation::closeInCore(handle);
+}
+
+TEST_F(CheckedTransfer, OnlyAnObjectThatTheServerDeletedIsMarked) {
+  makeObject(eFileType_Teilbild, 3);
+  makeObject(eFileType_Teilbild, 4);
+  cloud.resourceFiles[34] = {L"TB000003.ZDW"};
+  const void* const handle = nullptr;
+  EXPECT_TRUE(WGO_DownloadToOpenFile(&handle, 3, eFileType_Teilbild));
+  EXPECT_TRUE(WGO_DownloadToOpenFile(&handle, 4, eFileType_Teilbild));
+  EXPECT_EQ(WGO_getMarkedForDelete(), (std::vector<int>{3}));
+  EXPECT_TRUE(desk.exists(path(L"tb000003.zdw"))) << "the host removes it";
+  WGO_clearMarkedForDelete();
+  EXPECT_TRUE(WGO_getMarkedForDelete().empty());
+}
+
+}  // namespace
+}  // namespace Quorvel::FileAccess

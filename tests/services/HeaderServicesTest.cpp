@@ -1,0 +1,106 @@
+#include "zephor/HeaderServices.h"
+
+#include "host/ProjectDatabase.h"
+#include "services/ObjectVersions.h"
+#include "tests/support/CloudFixture.h"
+#include "workstation/objects/OpenFiles.h"
+
+namespace Quorvel::FileAccess {
+namespace {
+
+using HeaderServices = zephor_test::CloudFixture;
+
+TEST_F(HeaderServices, EachServiceReadsItsOwnSource) {
+  makeObject(eFileType_Teilbild, 3);
+  ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(3, header<TeilbildHeader>(3, 20, 0));
+  storeHeader(L"tb000003.zdw", header<TeilbildHeader>(3, 30, 0));
+  TeilbildHeader found;
+  EXPECT_TRUE(WGO_getTBHeader(3, &found, true, 1));
+  EXPECT_EQ(found.versionCounter, 1U);
+  EXPECT_TRUE(WGO_getTBHeader(3, &found, false, 1));
+  EXPECT_EQ(found.versionCounter, 20U);
+  EXPECT_TRUE(desk.hasErrorLine(L"Quorvel::FileAccess::WGO_getTBHeader: get TBHeader for 3 from DB with prjId = "));
+  EXPECT_TRUE(WGO_getTBHeaderFromCache(3, &found));
+  EXPECT_TRUE(desk.hasErrorLine(L"WGO_getTBHeaderFromCache: get TBHeader for 3 from Cache with prjId = "));
+  EXPECT_TRUE(WGO_getTBHeaderFromDataBase(3, &found));
+  EXPECT_TRUE(desk.hasErrorLine(L"WGO_getTBHeaderFromDataBase: get TBHeader for 3 from Data Base with prjId = "));
+  EXPECT_TRUE(WGO_getTBHeaderFromOnlineServer(3, &found));
+  EXPECT_EQ(found.versionCounter, 30U);
+}
+
+TEST_F(HeaderServices, AFailureLeavesAClearedRecord) {
+  const TeilbildHeader cleared = clearedHeader<TeilbildHeader>();
+  TeilbildHeader found;
+  for (const auto& service : std::vector<std::function<bool()>>{
+           [&] { return WGO_getTBHeader(3, &found, true, 1); }, [&] { return WGO_getTBHeader(3, &found, false, 1); },
+           [&] { return WGO_getTBHeaderFromOnlineServer(3, &found); }}) {
+    std::memset(static_cast<void*>(&found), 7, sizeof found);
+    EXPECT_FALSE(service());
+    EXPECT_EQ(std::memcmp(&found, &cleared, sizeof found), 0);
+  }
+  EXPECT_FALSE(WGO_getTBHeader(3, nullptr, true, 1));
+  ZeichnungHeader zeichnung;
+  EXPECT_FALSE(WGO_getZEHeaderFromOnlineServer(3, &zeichnung));
+}
+
+TEST_F(HeaderServices, APlanWithoutGuidIsNotFoundOnTheServer) {
+  storeHeader(L"pb000003.zpl", header<PlanHeader>(3, 5, 0));
+  storeHeader(L"pb000004.zpl", header<PlanHeader>(4, 6, 1.5));
+  PlanHeader found;
+  EXPECT_FALSE(WGO_getPLHeaderFromOnlineServer(3, &found));
+  EXPECT_TRUE(WGO_getPLHeaderFromOnlineServer(4, &found));
+  unsigned counter = 0;
+  GUID guid{};
+  EXPECT_FALSE(GetPlanVersionCounter(3, counter, guid, true));
+  EXPECT_TRUE(GetPlanVersionCounter(4, counter, guid, true));
+  EXPECT_EQ(counter, 6U);
+  makeObject(eFileType_Plan, 4);
+  EXPECT_TRUE(GetPlanVersionCounter(4, counter, guid, false));
+  EXPECT_EQ(counter, 1U);
+}
+
+TEST_F(HeaderServices, VersionCountersComeFromTheSideThatWasAsked) {
+  const std::wstring file = makeObject(eFileType_Teilbild, 3);
+  storeHeader(L"tb000003.zdw", header<TeilbildHeader>(3, 30, 0));
+  unsigned counter = 0;
+  GUID guid{};
+  EXPECT_TRUE(WGO_getTBVersionCounter(3, counter, guid, false));
+  EXPECT_EQ(counter, 1U);
+  EXPECT_NE(guid.Data1 | guid.Data2, 0U);
+  EXPECT_TRUE(WGO_getTBVersionCounter(3, counter, guid, true));
+  EXPECT_EQ(counter, 30U);
+  std::wstring error;
+  const int handle = ::workstation::openInCore(file, error);
+  EXPECT_TRUE(WGO_getTBVersionCounter(3, counter, guid, false)) << "read through the host, never opened again";
+  EXPECT_EQ(counter, 1U);
+  ::workstation::closeInCore(handle);
+  desk.writeFile(path(L"tb000004.zdw"), "");
+  for (const unsigned number : {4U, 5U}) {
+    EXPECT_FALSE(WGO_getTBVersionCounter(number, counter, guid, false));
+    EXPECT_EQ(counter, kUnknownVersion);
+  }
+  ZSYST_setCurrentWorkgroupServer(L"files");
+  const std::size_t calls = cloud.calls().size();
+  EXPECT_FALSE(WGO_getTBVersionCounter(3, counter, guid, true));
+  EXPECT_EQ(cloud.calls().size(), calls);
+}
+
+TEST_F(HeaderServices, AProjectsHeadersComeFromBothSides) {
+  ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(3, header<TeilbildHeader>(3, 20, 0));
+  storeHeader(L"tb000003.zdw", header<TeilbildHeader>(3, 30, 0));
+  storeHeader(L"tb000004.zdw", header<TeilbildHeader>(4, 1, 0));
+  std::vector<TeilbildHeader> server(1);
+  std::vector<TeilbildHeader> local(5);
+  PRJ project = prj();
+  EXPECT_TRUE(WGO_getTBHeaderInfoFromProject(project, server, local));
+  ASSERT_EQ(server.size(), 2U);
+  EXPECT_EQ(server[0].versionCounter, 30U);
+  ASSERT_EQ(local.size(), 1U);
+  EXPECT_EQ(local[0].versionCounter, 20U);
+  PRJ other = localPrj();
+  EXPECT_TRUE(WGO_getTBHeaderInfoFromProject(other, server, local));
+  EXPECT_TRUE(server.empty() && local.empty());
+}
+
+}  // namespace
+}  // namespace Quorvel::FileAccess
