@@ -1,0 +1,96 @@
+#include "zephor/NotUploadedFiles.h"
+
+#include "tests/support/CloudFixture.h"
+
+namespace {
+
+class NotUploadedFiles : public zephor_test::CloudFixture {
+ protected:
+  std::wstring file() const { return path(L"NotUploadedFiles.xml"); }
+  std::vector<std::wstring> names() const {
+    std::vector<std::wstring> list;
+    const std::size_t count = getNotUploadedFilesList(list);
+    EXPECT_EQ(count, list.size());
+    return list;
+  }
+};
+
+using Names = std::vector<std::wstring>;
+
+TEST_F(NotUploadedFiles, TheFileHoldsOneLineForEachEntry) {
+  addEntryToNotUploadedFilesList(L"X:\\any\\TB000012.ZDW");
+  addEntryToNotUploadedFilesList(L"pb000003.zpl");
+  addEntryToNotUploadedFilesList(L"tb000012.zdw");
+  EXPECT_EQ(desk.readFile(file()),
+            "< ? xml version = \"1.0\" encoding = \"utf-8\" ? >\n"
+            "<Quorvel_NotUploadedFiles file version = \"1.0\">\n"
+            "   <file type=TEILBILD number=12>\n"
+            "   <file type=PLAN number=3>\n"
+            "</Quorvel_NotUploadedFiles>\n");
+  EXPECT_EQ(names(), (Names{L"tb000012.zdw", L"pb000003.zpl"}));
+}
+
+TEST_F(NotUploadedFiles, OtherFilesAreRefusedWithoutAFile) {
+  for (const wchar_t* other : {L"ze000001.000", L"notes.txt", L"", L"tb1.zdw"}) {
+    addEntryToNotUploadedFilesList(other);
+    EXPECT_FALSE(existsEntryInNotUploadedFilesList(other));
+  }
+  addEntryToNotUploadedFilesList(nullptr);
+  removeEntryFromNotUploadedFilesList(nullptr);
+  EXPECT_FALSE(existsEntryInNotUploadedFilesList(nullptr));
+  EXPECT_FALSE(desk.exists(file()));
+}
+
+TEST_F(NotUploadedFiles, ARemovalReachesTheFileWhenTheListIsClosed) {
+  addEntryToNotUploadedFilesList(L"tb000012.zdw");
+  removeEntryFromNotUploadedFilesList(L"tb000012.zdw");
+  EXPECT_FALSE(existsEntryInNotUploadedFilesList(L"tb000012.zdw"));
+  EXPECT_TRUE(desk.exists(file()));
+  closeNotUploadedFilesList();
+  EXPECT_FALSE(desk.exists(file()));
+}
+
+TEST_F(NotUploadedFiles, WhatAnEarlierRunLeftIsNeverForgotten) {
+  addEntryToNotUploadedFilesList(L"tb000012.zdw");
+  addEntryToNotUploadedFilesList(L"tb000013.zdw");
+  closeNotUploadedFilesList();
+  closeNotUploadedFilesList();
+  EXPECT_TRUE(desk.exists(file())) << "an unread list is not an empty one";
+  removeEntryFromNotUploadedFilesList(L"tb000012.zdw");
+  addEntryToNotUploadedFilesList(L"tb000014.zdw");
+  resetNotUploadedFilesList();
+  EXPECT_EQ(names(), (Names{L"tb000013.zdw", L"tb000014.zdw"}));
+  deleteXMLFileOfNotUploadedFilesList(true);
+  EXPECT_TRUE(names().empty());
+}
+
+TEST_F(NotUploadedFiles, ABrokenFileNeverHarms) {
+  desk.writeFile(file(),
+                 "   <file type=TEILBILD number=5>\n"
+                 "   <file type=TEILBILD number=>\n"
+                 "   <file type=PLAN>\n"
+                 "   <file type=TEILBILD number=-4>\n"
+                 "   <file type=TEILBILD number=99999999999999999999>\n"
+                 "\xff\xfe\x01 file type\n" +
+                     std::string(100000, 'x') +
+                     "\n"
+                     "   <file type=ANYTHING number=6>\r\n"
+                     "   <file type=TEILBILD number=5>");
+  EXPECT_EQ(names(), (Names{L"tb000005.zdw", L"pb000006.zpl"}));
+  EXPECT_TRUE(desk.hasErrorLine(L"NotUploadedFiles.xml\" line 2: expected"));
+  EXPECT_TRUE(desk.hasErrorLine(L"line 5: expected"));
+}
+
+TEST_F(NotUploadedFiles, TheListIsShownAsATextFile) {
+  addEntryToNotUploadedFilesList(L"tb000012.zdw");
+  EXPECT_TRUE(showNotUploadedFilesList());
+  ASSERT_EQ(ui().opened().size(), 1U);
+  EXPECT_TRUE(platform::endsWithIgnoreCase(ui().opened()[0], L"\\NotUploadedFiles.txt"));
+  const std::string text = desk.readFile(ui().opened()[0]);
+  EXPECT_EQ(text.substr(0, 12), "\xEF\xBB\xBFQuorvel: ");
+  EXPECT_NE(text.find("Files that were not uploaded, project: House\n\ntb000012.zdw\n"), std::string::npos) << text;
+  ui().setOpenResult(2);
+  EXPECT_FALSE(showNotUploadedFilesList());
+}
+
+}  // namespace
