@@ -36,7 +36,8 @@ TEST_F(HeaderServices, AFailureLeavesAClearedRecord) {
            [&] { return WGO_getTBHeaderFromOnlineServer(3, &found); }}) {
     std::memset(static_cast<void*>(&found), 7, sizeof found);
     EXPECT_FALSE(service());
-    EXPECT_EQ(std::memcmp(&found, &cleared, sizeof found), 0);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(&found), sizeof found),
+              std::string(reinterpret_cast<const char*>(&cleared), sizeof cleared));
   }
   EXPECT_FALSE(WGO_getTBHeader(3, nullptr, true, 1));
   ZeichnungHeader zeichnung;
