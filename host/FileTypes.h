@@ -17,8 +17,9 @@ enum QuorvelFileType : int {
   eFileType_Unknown = -1,
 };
 
-/// Type and number of a project file by its name: `tb%06d.zdw`, `ze%06d.000`, `pb%06d.zpl`, letter case ignored;
-/// resource files have the number 0. The directory of the path is not looked at and the file need not exist.
+/// Type and number of a project file by its name: `tb%06d.zdw` (1 to 9999), `ze%06d.000` and `pb%06d.zpl` (1 to
+/// 999999), letter case ignored. Resource files (`*.zra`, `*.zrb`), "QuorvelBim.xml" and "QuorvelLayout.xml" have the
+/// number 0. The directory of the path is not looked at and the file need not exist.
 /// @return false for every other name; the outputs are then eFileType_Unknown and -1
 HOST_API bool GetTypeFromFilePathName(const std::wstring& path, QuorvelFileType& type, int& number);
 

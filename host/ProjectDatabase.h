@@ -30,7 +30,10 @@ class ProjectRow {
 
   int number() const { return header_.number; }
   const Header& header() const { return header_; }
-  bool isEqual(const Header& header) const { return std::memcmp(&header_, &header, sizeof header) == 0; }
+  bool isEqual(const Header& header) const {
+    // Bit for bit: the doubles among the members hold halves of a GUID.
+    return std::memcmp(&header_, &header, sizeof header) == 0;  // NOLINT(bugprone-suspicious-memory-comparison)
+  }
   void setNewRecord(const Header& header) {
     header_ = header;
     setState(state_ | kRowChanged);

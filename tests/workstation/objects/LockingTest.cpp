@@ -13,7 +13,6 @@
 
 namespace {
 
-using workstation::CloudStore;
 using workstation::kStoreLocked;
 using workstation::kStoreOk;
 
@@ -129,20 +128,20 @@ TEST(LockingGuards, CountPerThreadAndPerProcess) {
       const IZepFileLockingManager::ScopedIgnoreLock inner(true);
     }
     EXPECT_TRUE(workstation::areLocksIgnored());
-    std::jthread([] { EXPECT_FALSE(workstation::areLocksIgnored()); });
+    std::thread([] { EXPECT_FALSE(workstation::areLocksIgnored()); }).join();
   }
   EXPECT_FALSE(workstation::areLocksIgnored());
   {
     const IZepFileLockingAgent::ScopedSuspend outer;
-    std::jthread([] {
+    std::thread([] {
       const IZepFileLockingAgent::ScopedSuspend inner;
       EXPECT_TRUE(getFileLockingAgent().isSuspended());
-    });
+    }).join();
     EXPECT_TRUE(getFileLockingAgent().isSuspended());
   }
   EXPECT_FALSE(getFileLockingAgent().isSuspended());
   ZEPSetLockingError();
-  std::jthread([] { EXPECT_FALSE(workstation::takeLockingError()); });
+  std::thread([] { EXPECT_FALSE(workstation::takeLockingError()); }).join();
   EXPECT_TRUE(workstation::takeLockingError());
   EXPECT_FALSE(workstation::takeLockingError());
 }

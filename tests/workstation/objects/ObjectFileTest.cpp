@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -106,7 +107,8 @@ TEST_F(ObjectFileTest, SavingKeepsGuidAndCreationAndRaisesTheVersion) {
   ASSERT_EQ(workstation::replaceContent(object, path(L"new name.dwg"), {9, L"Bo"}, error_), ERROR_SUCCESS);
   const TeilbildHeader second = header(object);
   EXPECT_EQ(second.versionCounter, first.versionCounter + 1);
-  EXPECT_EQ(std::memcmp(&second.guidFirst, &first.guidFirst, 16), 0);
+  EXPECT_EQ(std::bit_cast<std::uint64_t>(second.guidFirst), std::bit_cast<std::uint64_t>(first.guidFirst));
+  EXPECT_EQ(std::bit_cast<std::uint64_t>(second.guidSecond), std::bit_cast<std::uint64_t>(first.guidSecond));
   EXPECT_EQ(second.createdTime, first.createdTime);
   EXPECT_GE(second.modifiedTime, first.modifiedTime);
   EXPECT_EQ(second.creator, 7);

@@ -48,7 +48,7 @@ TEST_F(ProjectDatabaseTest, RowsComeBackAsTheyWereSet) {
   EXPECT_EQ(sets.setTeilbildRecord(3, teilbild(4, 6)), 1) << "the header's own number does not matter";
   TeilbildHeader found{};
   EXPECT_EQ(sets.getTeilbildRecord(12, found), 1);
-  EXPECT_EQ(std::memcmp(&found, &header, sizeof found), 0);
+  EXPECT_TRUE(ZP_PrjDBTeilbildRecordData(found).isEqual(header));
   EXPECT_EQ(sets.getTeilbildRecord(13, found), 0);
   std::vector<TeilbildHeader> all;
   EXPECT_EQ(sets.getTeilbildRecords(all, true), 2);
