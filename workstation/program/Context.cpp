@@ -10,6 +10,7 @@
 #include "workstation/Session.h"
 #include "workstation/store/CloudStore.h"
 #include "workstation/store/StoreContext.h"
+#include "workstation/ui/DisplayInfo.h"
 #include "workstation/ui/ErrorLog.h"
 #include "workstation/ui/Terminal.h"
 #include "workstation/ui/TerminalInterface.h"
@@ -51,6 +52,7 @@ Context::Context(const GlobalOptions& options)
       terminal_(std::make_unique<TerminalInterface>(standardTerminal(), terminalOptions(options))),
       errorLines_(std::make_shared<ErrorLines>()) {
   platform::setUserInterface(terminal_.get());
+  setDisplayInfoListener([this](const std::wstring& text) { terminal_->showStatus(text); });
   setErrorLineListener([lines = errorLines_](const std::wstring& line) {
     const std::lock_guard guard(lines->mutex);
     const bool known = std::find(lines->lines.begin(), lines->lines.end(), line) != lines->lines.end();
@@ -63,6 +65,7 @@ Context::~Context() {
   store_.reset();
   if (started_) finish();
   setErrorLineListener({});
+  setDisplayInfoListener({});
   platform::setUserInterface(nullptr);
 }
 
