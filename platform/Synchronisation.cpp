@@ -152,9 +152,27 @@ struct SlotValue {
   void* value = nullptr;
 };
 
-std::vector<SlotValue>& slotValuesOfThread() {
-  thread_local std::vector<SlotValue> values;
-  return values;
+/// The thread's values; null until it sets one. A plain pointer, because exit hooks still read their slots when the
+/// objects of the main thread have ended.
+thread_local std::vector<SlotValue>* slotValues = nullptr;
+
+/// Frees the values of a thread that ends before the process does.
+struct ThreadEnd {
+  ~ThreadEnd() {
+    delete slotValues;
+    slotValues = nullptr;
+  }
+};
+
+std::vector<SlotValue>& demandSlotValues() {
+  if (slotValues != nullptr) return *slotValues;
+  // The main thread's are never freed: its end is the process's, and the hooks come after it.
+  const bool isMainThread = ::gettid() == ::getpid();
+  if (!isMainThread) {
+    thread_local const ThreadEnd end;
+  }
+  slotValues = new std::vector<SlotValue>;
+  return *slotValues;
 }
 
 }  // namespace
@@ -219,14 +237,16 @@ void* TlsGetValue(DWORD index) {
     return nullptr;
   }
   SetLastError(ERROR_SUCCESS);
-  const auto& values = platform::slotValuesOfThread();
-  return index < values.size() && values[index].use == use ? values[index].value : nullptr;
+  const auto* const values = platform::slotValues;
+  if (values == nullptr || index >= values->size()) return nullptr;
+  const platform::SlotValue& slot = (*values)[index];
+  return slot.use == use ? slot.value : nullptr;
 }
 
 BOOL TlsSetValue(DWORD index, void* value) {
   const std::uint64_t use = platform::SlotTable::instance().useOf(index);
   if (use == 0) return platform::fail(ERROR_INVALID_PARAMETER);
-  auto& values = platform::slotValuesOfThread();
+  auto& values = platform::demandSlotValues();
   if (values.size() <= index) values.resize(std::size_t{index} + 1);
   values[index] = {use, value};
   return TRUE;

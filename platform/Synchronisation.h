@@ -29,7 +29,8 @@ PLATFORM_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 /// A slot that is null in every thread, also when it was used and freed before. There are 1088.
 /// @return TLS_OUT_OF_INDEXES when none is left
 PLATFORM_API DWORD TlsAlloc();
-/// Null for a slot that this thread has not set; sets the last error to 0 on success.
+/// Null for a slot that this thread has not set; sets the last error to 0 on success. Exit hooks of the process still
+/// find the main thread's values.
 PLATFORM_API void* TlsGetValue(DWORD index);
 PLATFORM_API BOOL TlsSetValue(DWORD index, void* value);
 PLATFORM_API BOOL TlsFree(DWORD index);

@@ -1,8 +1,10 @@
 #include "platform/Synchronisation.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <thread>
 #include <vector>
 
@@ -107,6 +109,20 @@ TEST(SlotTest, ValuesBelongToTheirThread) {
     EXPECT_NE(GetCurrentThreadId(), GetCurrentProcessId());
   }).join();
   EXPECT_EQ(TlsGetValue(slot), &mine);
+}
+
+TEST(SlotTest, ExitHooksFindTheValuesOfTheMainThreadAndNoneOfAnEndedOne) {
+  static DWORD slot;
+  static int value;
+  const auto endAProcess = [](bool fromAThread) {
+    slot = TlsAlloc();
+    std::atexit([] { _exit(TlsGetValue(slot) == &value ? 7 : TlsGetValue(slot) == nullptr ? 8 : 9); });
+    TlsSetValue(slot, &value);
+    if (fromAThread) std::thread([] { TlsSetValue(slot, &value), std::exit(0); }).join();
+    std::exit(0);
+  };
+  EXPECT_EXIT(endAProcess(false), testing::ExitedWithCode(7), "");
+  EXPECT_EXIT(endAProcess(true), testing::ExitedWithCode(8), "");
 }
 
 TEST(SlotTest, AFreedSlotIsUsedAgainAndIsNull) {
