@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "host/Trace.h"
 #include "platform/Synchronisation.h"
 #include "zephor/Diagnostics.h"
 #include "zephor/Service.h"
@@ -22,21 +23,25 @@ RemoteFtp::RemoteFtp() : slot_(TlsAlloc()) {
 RemoteFtp::~RemoteFtp() {
   // The other threads' data are theirs to release.
   delete find();
-  TlsFree(slot_);
+  if (slot_ != TLS_OUT_OF_INDEXES) TlsFree(slot_);
 }
 
 RemoteFtp::ThreadData* RemoteFtp::find() const {
   return static_cast<ThreadData*>(TlsGetValue(slot_));
 }
 
-RemoteFtp::ThreadData& RemoteFtp::demand(const wchar_t* function) {
-  if (ThreadData* data = find()) return *data;
+RemoteFtp::ThreadData* RemoteFtp::demand(const wchar_t* function) {
+  if (ThreadData* data = find()) return data;
   auto data = std::make_unique<ThreadData>();
-  TlsSetValue(slot_, data.get());
+  if (TlsSetValue(slot_, data.get()) == FALSE) {
+    lfperrC(L"%s: no thread-local slot for threadID %d\n", function, static_cast<int>(GetCurrentThreadId()));
+    return nullptr;
+  }
+  ThreadData* const kept = data.release();  // the slot holds it from here on, whatever the trace does
   if (WGO_GetTrace() >= 1) {
     traceFmt(3, L"%s - ALLOCATED Thread Data for threadID %d", function, static_cast<int>(GetCurrentThreadId()));
   }
-  return *data.release();
+  return kept;
 }
 
 bool RemoteFtp::getDialogsSuppressed() const {
@@ -45,7 +50,7 @@ bool RemoteFtp::getDialogsSuppressed() const {
 }
 
 void RemoteFtp::setDialogsSuppressed(bool suppressed) {
-  demand(L"RemoteFtp::setDialogsSuppressed").dialogsSuppressed = suppressed;
+  if (ThreadData* data = demand(L"RemoteFtp::setDialogsSuppressed")) data->dialogsSuppressed = suppressed;
 }
 
 HWND RemoteFtp::getParentWindow() const {
@@ -54,7 +59,7 @@ HWND RemoteFtp::getParentWindow() const {
 }
 
 void RemoteFtp::setParentWindow(HWND window) {
-  demand(L"RemoteFtp::setParentWindow").parentWindow = window;
+  if (ThreadData* data = demand(L"RemoteFtp::setParentWindow")) data->parentWindow = window;
 }
 
 void RemoteFtp::closeConnection() {}

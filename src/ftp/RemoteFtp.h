@@ -1,7 +1,7 @@
 // The session on an FTP server: one configuration for the process, one set of data for each thread that works with it.
 //
 // A thread gets its data when it first asks and keeps them until releaseThreadData; a thread that ends without that
-// call leaves them behind.
+// call leaves them behind. Without a slot of the system no thread has data: settings are dropped and read as unset.
 #pragma once
 
 #include "ftp/RemoteConfiguration.h"
@@ -30,7 +30,8 @@ class RemoteFtp {
  private:
   struct ThreadData;
   ThreadData* find() const;
-  ThreadData& demand(const wchar_t* function);
+  /// The calling thread's data, made when it has none. @return null when the system has no slot left
+  ThreadData* demand(const wchar_t* function);
 
   RemoteConfiguration configuration_;
   DWORD slot_;
