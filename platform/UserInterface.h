@@ -26,6 +26,7 @@ struct MessageBoxRequest {
   std::wstring caption;
   UINT style = 0;
   std::wstring details;
+  std::wstring detailsCaption;  ///< title of the window that shows the details; empty leaves it to the implementation
 };
 
 /// A progress window that its creator drives and that is hidden until `show`.

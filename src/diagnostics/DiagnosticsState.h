@@ -4,16 +4,19 @@
 #include <atomic>
 #include <mutex>
 #include <string>
+#include <thread>
 
 #include "platform/Time.h"
 #include "platform/WindowsTypes.h"
 
 namespace Quorvel::FileAccess::ConnectionLogger {
 
-/// What the last error box was and when it ended. Written under `lock` alone.
+/// What the last error box was and when it ended. Written under `lock` alone; `owner` is read without it, by threads
+/// that look for themselves.
 struct BoxMemory {
   std::recursive_mutex lock;
-  std::atomic<int> inside{0};  ///< boxes that are up or wait for the lock's holder
+  std::atomic<std::thread::id> owner{};  ///< the thread that holds the lock; none while it is free
+  int depth = 0;                         ///< how often the owner holds it
   int answer = 0;
   UINT style = 0;
   ULONGLONG endTick = 0;

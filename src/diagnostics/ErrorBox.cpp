@@ -13,47 +13,46 @@ namespace {
 
 constexpr ULONGLONG kRepeatMilliseconds = 1000;
 
-/// Notes that the thread asks for the box, and whether one was up already when it came.
+/// Holds the lock of the box, and tells whether the thread held it before: its box was raised from within a box.
 class BoxVisit {
  public:
-  explicit BoxVisit(BoxMemory& memory) : memory_(memory), wasUp_(memory.inside.fetch_add(1) > 0) {
+  explicit BoxVisit(BoxMemory& memory) : memory_(memory), isNested_(memory.owner == std::this_thread::get_id()) {
     memory_.lock.lock();
+    memory_.owner = std::this_thread::get_id();
+    ++memory_.depth;
   }
   ~BoxVisit() {
+    if (--memory_.depth == 0) memory_.owner = std::thread::id();
     memory_.lock.unlock();
-    memory_.inside.fetch_sub(1);
   }
   BoxVisit(const BoxVisit&) = delete;
   BoxVisit& operator=(const BoxVisit&) = delete;
 
-  bool wasUp() const { return wasUp_; }
+  bool isNested() const { return isNested_; }
 
  private:
   BoxMemory& memory_;
-  bool wasUp_;
+  bool isNested_;
 };
 
 bool isRepeatable(int answer) {
   return answer == IDCANCEL || answer == IDABORT || answer == IDIGNORE;
 }
 
-/// @param arrival  taken before the lock, so it may lie before the end of the box that was waited for
+/// @param arrival  taken before the lock: of a thread that waited behind a box it lies before that box's end
 bool endedJustBefore(ULONGLONG arrival, ULONGLONG end) {
   return arrival < end || arrival - end < kRepeatMilliseconds;
 }
 
-void appendMarked(std::wstring& out, const wchar_t* mark, const std::wstring& text) {
-  if (text.empty()) return;
-  out.append(mark).append(L":\r\n").append(text).append(L"\r\n--").append(mark).append(L"\r\n");
-}
+constexpr const wchar_t* kDetailsCaption = L"FTP Library error details";
 
 }  // namespace
 
 std::wstring errorBoxDetails(const std::wstring& text, const std::wstring& caption, const std::wstring& details) {
   std::wstring result;
   if (details.empty()) return result;
-  appendMarked(result, L"MsgCaption", caption);
-  appendMarked(result, L"MsgText", text);
+  if (!caption.empty()) result += L"MsgCaption:\r\n" + caption + L"\r\n" + L"--MsgCaption\r\n";
+  if (!text.empty()) result += L"MsgText:\r\n" + text + L"\r\n" + L"--MsgText\r\n";
   return result + details;
 }
 
@@ -63,7 +62,7 @@ int ShowErrorBox(const std::wstring& text, const std::wstring& caption, UINT sty
   const ULONGLONG arrival = state.tickCount();
   const BoxVisit visit(memory);
   if (isRepeatable(memory.answer) && memory.style == style &&
-      (visit.wasUp() || endedJustBefore(arrival, memory.endTick))) {
+      (visit.isNested() || endedJustBefore(arrival, memory.endTick))) {
     return memory.answer;
   }
 
@@ -71,8 +70,12 @@ int ShowErrorBox(const std::wstring& text, const std::wstring& caption, UINT sty
   request.owner = Msg2usr_GetThreadForegroundWindow(GetCurrentThreadId());
   request.text = text;
   request.caption = caption;
-  request.style = details.empty() ? style : style | MB_HELP;
-  request.details = errorBoxDetails(text, caption, details);
+  request.style = style;
+  if (!details.empty()) {
+    request.style |= MB_HELP;
+    request.details = errorBoxDetails(text, caption, details);
+    request.detailsCaption = kDetailsCaption;
+  }
   const int answer = platform::userInterface().messageBox(request);
 
   memory.answer = answer;

@@ -1,5 +1,6 @@
 #include "diagnostics/ErrorBox.h"
 
+#include <atomic>
 #include <thread>
 
 #include "tests/diagnostics/DiagnosticsFixture.h"
@@ -60,19 +61,33 @@ TEST_F(DiagnosticsTest, ABoxWithinABoxRepeatsTheAnswerBeforeItHoweverOld) {
   EXPECT_EQ(user.boxes().size(), 2U);
 }
 
-TEST_F(DiagnosticsTest, AThreadBehindABoxTakesItsAnswer) {
-  int second = 0;
-  std::thread behind;
-  user.setResponder([&](const auto&) {
-    behind = std::thread([&] { second = showBox(); });
-    // The answer is held back until the other thread waits behind this box.
-    while (diag::diagnosticsState().box.inside < 2) std::this_thread::yield();
-    return IDCANCEL;
-  });
-  EXPECT_EQ(showBox(), IDCANCEL);
-  behind.join();
-  EXPECT_EQ(second, IDCANCEL);
-  EXPECT_EQ(user.boxes().size(), 1U);
+TEST_F(DiagnosticsTest, AThreadBehindABoxTakesItsAnswerUnlessItIsRetry) {
+  static std::atomic<int> arrivals;
+  for (const int answer : {IDCANCEL, IDRETRY}) {
+    const std::size_t before = user.boxes().size();
+    now += 1'000'000;
+    arrivals = 0;
+    diag::diagnosticsState().tickCount = [] {
+      const ULONGLONG arrival = now;
+      ++arrivals;
+      return arrival;
+    };
+    int second = 0;
+    std::thread behind;
+    user.setResponder([&](const auto&) {
+      if (!behind.joinable()) {
+        behind = std::thread([&] { second = showBox(); });
+        // Until the other thread has come: from then on it waits for this answer, however long that takes.
+        while (arrivals < 2) std::this_thread::yield();
+        now += 5000;
+      }
+      return answer;
+    });
+    EXPECT_EQ(showBox(), answer);
+    behind.join();
+    EXPECT_EQ(second, answer);
+    EXPECT_EQ(user.boxes().size() - before, answer == IDCANCEL ? 1U : 2U);
+  }
 }
 
 TEST_F(DiagnosticsTest, DetailsBringTheHelpButtonAndTheWholeStory) {
