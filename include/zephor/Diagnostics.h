@@ -10,12 +10,12 @@
 namespace Quorvel::FileAccess::ConnectionLogger {
 
 /// A ready trace line. Level 2 puts the text of the thread's last internet or system error before it. From any thread.
-ZEPHOR_API void traceText(unsigned level, const std::wstring& text);
+ZEPHOR_API void traceFmt(unsigned level, const std::wstring& text);
 
 /// printf-like trace line; `%s` is wide.
 template <typename... Arguments>
 void traceFmt(unsigned level, const wchar_t* format, const Arguments&... arguments) {
-  traceText(level, platform::formatWide(format, arguments...));
+  traceFmt(level, platform::formatWide(format, arguments...));
 }
 
 /// Text of a system, network or internet error, without its line end.

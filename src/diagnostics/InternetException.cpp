@@ -55,8 +55,8 @@ int InternetExceptionResolve() {
   const DWORD error = kept.lastError();
   const std::wstring text = errorText(error);
   const std::wstring pending = takePendingText();
-  if (!pending.empty()) traceText(1, pending);
-  traceText(1, text);
+  if (!pending.empty()) traceFmt(1, pending);
+  traceFmt(1, text);
 
   if (error == kInternetExtendedError || error == kInternetInternalError) return IDCANCEL;
   if (Msg2usr_IsDeny()) {

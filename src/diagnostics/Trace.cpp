@@ -22,7 +22,7 @@ int consoleLevel(unsigned level) {
 
 }  // namespace
 
-void traceText(unsigned level, const std::wstring& text) {
+void traceFmt(unsigned level, const std::wstring& text) {
   // A trace line between a failure and its report must not cost the caller the error code.
   const DWORD error = GetLastError();
   std::wstring line = text;

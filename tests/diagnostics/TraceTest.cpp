@@ -12,7 +12,7 @@ TEST_F(DiagnosticsTest, ALineIsSeenFromTheConsoleLevelOfItsOwnLevelOn) {
   for (const auto& row : table) {
     const std::wstring mark = L"line of level " + std::to_wstring(row.level);
     traceAt(row.consoleLevel - 1);
-    diag::traceText(row.level, mark);
+    diag::traceFmt(row.level, mark);
     workstation::stopDiagnostics();
     EXPECT_EQ(trace().find(mark), std::wstring::npos) << row.level;
     traceAt(row.consoleLevel);
@@ -24,12 +24,12 @@ TEST_F(DiagnosticsTest, ALineIsSeenFromTheConsoleLevelOfItsOwnLevelOn) {
 TEST_F(DiagnosticsTest, AnErrorLineBeginsWithTheServersWordsOrTheSystems) {
   traceAt(3);
   SetLastError(ERROR_FILE_NOT_FOUND);
-  diag::traceText(2, L"while reading");
+  diag::traceFmt(2, L"while reading");
   EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
   EXPECT_NE(trace().find(L"The system cannot find the file specified. while reading"), std::wstring::npos);
 
   platform::setLastInternetResponse(L"550 No such directory.\r\n");
-  diag::traceText(2, L"while listing");
+  diag::traceFmt(2, L"while listing");
   EXPECT_NE(trace().find(L"550 No such directory. while listing"), std::wstring::npos);
 }
 
