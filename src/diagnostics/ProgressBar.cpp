@@ -35,7 +35,6 @@ void CProgressBarCtrl::arm() {
 
 void CProgressBarCtrl::setRange(std::uint64_t value) {
   window_->setRange(value == 0 ? 1 : checkedNarrow<std::uint32_t>(value));
-  window_->pump();
 }
 
 void CProgressBarCtrl::setPos(std::uint64_t value, bool force) {
@@ -52,7 +51,7 @@ void CProgressBarCtrl::setPos(std::uint64_t value, bool force) {
 void CProgressBarCtrl::setText(const std::wstring& text) {
   decideVisibility(false);
   if (visible_) {
-    applyText(text);
+    window_->setText(text);
   } else {
     pendingText_ = text;
   }
@@ -63,17 +62,12 @@ void CProgressBarCtrl::decideVisibility(bool force) {
   if (!force && tickCount() - createTick_ <= kShowAfterMilliseconds) return;
   visible_ = true;
   window_->show();
-  applyText(std::exchange(pendingText_, {}));
+  window_->setText(std::exchange(pendingText_, {}));
   applyPosition(std::exchange(pendingPos_, 0));
 }
 
 void CProgressBarCtrl::applyPosition(std::uint64_t value) {
   window_->setPosition(checkedNarrow<std::uint32_t>(value));
-  window_->pump();
-}
-
-void CProgressBarCtrl::applyText(const std::wstring& text) {
-  window_->setText(text);
   window_->pump();
 }
 

@@ -26,7 +26,6 @@ class CProgressBarCtrl : public IProgress {
  private:
   void decideVisibility(bool force);
   void applyPosition(std::uint64_t value);
-  void applyText(const std::wstring& text);
 
   std::unique_ptr<platform::IProgressWindow> window_;
   bool visible_ = false;
