@@ -1,4 +1,4 @@
-// File names of numbered project objects: making and parsing them, and the two numberings of object types.
+// File names of numbered project objects, and the two numberings of object types.
 //
 //   Teilbild   file type 0   object type 0   tb000001.zdw
 //   Zeichnung  file type 28  object type 1   ze000001.000
@@ -19,18 +19,7 @@ std::wstring objectFileName(ObjectType type, int number);
 /// Search pattern of all objects of a type, "tb??????.zdw"; empty for a type that is none.
 std::wstring objectFilePattern(ObjectType type);
 
-struct ObjectName {
-  ObjectType type;
-  int number;
-};
-
-/// Reads a plain file name, letter case ignored: the prefix, six digits other than 000000, the extension, nothing else.
-std::optional<ObjectName> parseObjectFileName(const std::wstring& name);
-
 /// Empty for every file type but the three of the table.
 std::optional<ObjectType> objectTypeOf(int fileType);
-
-/// eFileType_Unknown for a type that is none.
-QuorvelFileType fileTypeOf(ObjectType type);
 
 }  // namespace Quorvel::FileAccess

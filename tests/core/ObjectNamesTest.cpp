@@ -19,23 +19,9 @@ TEST(ObjectNames, NamesPatternsAndBothNumberingsBelongTogether) {
     EXPECT_EQ(objectFileName(row.type, 12), row.name);
     EXPECT_EQ(objectFilePattern(row.type), row.pattern);
     EXPECT_EQ(objectTypeOf(row.fileType), row.type);
-    EXPECT_EQ(fileTypeOf(row.type), row.fileType);
-    const auto parsed = parseObjectFileName(row.name);
-    ASSERT_TRUE(parsed) << row.fileType;
-    EXPECT_EQ(parsed->type, row.type);
-    EXPECT_EQ(parsed->number, 12);
   }
   for (const int fileType : {-1, 1, 2, 3, 27, 34, 75}) EXPECT_FALSE(objectTypeOf(fileType)) << fileType;
   EXPECT_EQ(objectFileName(static_cast<ObjectType>(3), 1), L"");
-}
-
-TEST(ObjectNames, OnlyWholeNamesOfObjectsAreRead) {
-  EXPECT_EQ(parseObjectFileName(L"TB999999.ZDW")->number, 999999);
-  for (const wchar_t* name :
-       {L"", L"tb", L".zdw", L"tb.zdw", L"tb00001.zdw", L"tb0000001.zdw", L"tb000000.zdw", L"tb00000a.zdw",
-        L"tb-00001.zdw", L"tb000001.zpl", L"pb000001.zdw", L"tb000001.zdw.part", L"xtb000001.zdw", L"tb000001zdw"}) {
-    EXPECT_FALSE(parseObjectFileName(name)) << std::wstring(name).size();
-  }
 }
 
 }  // namespace
