@@ -140,11 +140,14 @@ class ZEPHOR_API IZepInetFileTransfer {
   /// @return 0; 13 for an empty name; 3 when `check` is set and the directory does not exist
   virtual DWORD setProjectName(const wchar_t* name, bool check) = 0;
   virtual const wchar_t* getProjectName() = 0;
-  /// @return a text in a buffer of this thread, valid until its next call; "(null)" for an unknown number
+  /// @return a path, valid until the next such call of the same thread; "(null)" for an unknown number
   virtual const wchar_t* getPathFromNr(const int* pathNr) = 0;
+  /// The path of the number's counterpart on the server, as getPathFromNr answers it.
   virtual const wchar_t* getServerPathFromNr(const int* pathNr) = 0;
   virtual DWORD getProjectDirectories(const wchar_t* project, std::vector<WIN32_FIND_DATAW>& out) = 0;
-  /// @param objectNumber  null gives the search pattern of the type
+  /// The bare file name of an object; the path number does not show in it.
+  /// @param objectNumber  null or -1 gives the search pattern of the type
+  /// @param name  empty for a type that is none
   virtual void getObjectFileName(const int* objectNumber, const ObjectType* type, std::wstring& name,
                                  const int* pathNr) = 0;
   virtual DWORD getServerFileInfos(const wchar_t* directory, const wchar_t* pattern, std::vector<RemoteFileEntry>& out,
@@ -190,7 +193,9 @@ class ZEPHOR_API IZepInetFileTransferInternal {
   virtual int getQuorvelUserID() = 0;
   virtual void setQuorvelUserName(const wchar_t* name) = 0;
   virtual const wchar_t* getUserIdText() = 0;
-  /// @return the previous value of the entry, "(null)" when nothing was set
+  /// Stores a path without the backslashes at its end; a null path or a number that can't be set changes nothing.
+  /// @return the previous value of the entry, valid until the next such call of the same thread; "(null)" when nothing
+  ///         was set
   virtual const wchar_t* setPathFromNr(const wchar_t* path, const int* pathNr) = 0;
   /// Null gives "/".
   virtual void setCurrentName(const wchar_t* name) = 0;

@@ -19,13 +19,14 @@ namespace {
 
 constexpr int kLocalBimPath = 4;
 constexpr int kServerBimPath = 12;
+/// Stands for all objects of a type, as no number does.
+constexpr int kAnyObject = -1;
 
 int numberOf(const int* pathNr) {
   return pathNr != nullptr ? *pathNr : static_cast<int>(eNoPath);
 }
 
-/// A text that stays valid until this thread asks for the same number again, so that two paths can be used side by
-/// side.
+/// Keeps the text of a path answer. One buffer for each number, so that a path can be asked for with another at hand.
 const wchar_t* keptForThread(int number, std::wstring text) {
   thread_local std::array<std::wstring, PathTable::kLast + 1> buffers;
   const bool known = number > eNoPath && number <= PathTable::kLast;
@@ -76,8 +77,8 @@ DWORD CZepInetFileTransfer::setProjectName(const wchar_t* name, bool check) {
 
 bool CZepInetFileTransfer::projectDirectoryExists(const std::wstring& directory) {
   const std::wstring root = pathOf(ePrjPath);
-  if (connectionType_ != 0) return existDirectory((root + L"/" + directory).c_str());
-  return _waccess((root + L"\\" + directory).c_str(), 0) == 0;
+  if (connectionType_ != 0) return existDirectory(platform::formatWide(L"%s/%s", root, directory).c_str());
+  return _waccess(platform::formatWide(L"%s\\%s", root, directory).c_str(), 0) == 0;
 }
 
 const wchar_t* CZepInetFileTransfer::getProjectName() {
@@ -120,14 +121,15 @@ std::wstring CZepInetFileTransfer::localBimDirectory() const {
 
 std::wstring CZepInetFileTransfer::serverBimDirectory() const {
   const std::wstring& projects = paths_.entry(eServerPrjPath);
-  return projects == L"/" ? projects + projectName_ + L"/BIM" : projects + L"/" + projectName_ + L"/BIM";
+  return platform::formatWide(projects == L"/" ? L"%s%s/BIM" : L"%s/%s/BIM", projects, projectName_);
 }
 
 void CZepInetFileTransfer::getObjectFileName(const int* objectNumber, const ObjectType* type, std::wstring& name,
                                              const int* /*pathNr*/) {
   name.clear();
   if (type == nullptr) return;
-  name = objectNumber != nullptr ? objectFileName(*type, *objectNumber) : objectFilePattern(*type);
+  const bool isOne = objectNumber != nullptr && *objectNumber != kAnyObject;
+  name = isOne ? objectFileName(*type, *objectNumber) : objectFilePattern(*type);
   if (name.empty()) {
     lfperrC(L"%s: object type unknown %d\n", L"Quorvel::FileAccess::CZepInetFileTransfer::getObjectFileName",
             static_cast<int>(*type));
@@ -162,11 +164,12 @@ const wchar_t* CZepInetFileTransfer::getUserIdText() {
 }
 
 const wchar_t* CZepInetFileTransfer::setPathFromNr(const wchar_t* path, const int* pathNr) {
+  // Copied first: the path may be the answer of the call before, which this one overwrites.
+  const std::wstring stored = path != nullptr ? withoutTrailingBackslashes(path) : std::wstring();
   pathResult_ = kNoPathText;
   if (path == nullptr) return pathResult_.c_str();
 
   const int number = numberOf(pathNr);
-  const std::wstring stored = withoutTrailingBackslashes(path);
   const bool online = connectionType_ != 0 || ZSYST_IsOndrathServer(serverName_);
   pathResult_ = paths_.set(number, stored, PathTable::Roots{userIdText_, !online});
 

@@ -1,5 +1,7 @@
 #include "core/PathTable.h"
 
+#include <utility>
+
 #include "zephor/FileTransfer.h"
 
 namespace Quorvel::FileAccess {
@@ -74,35 +76,39 @@ const std::wstring& PathTable::entry(int number) const {
 
 std::wstring PathTable::set(int number, const std::wstring& path, const Roots& roots) {
   if (!isSettable(number)) return kNoPathText;
-  std::wstring previous = entries_[static_cast<std::size_t>(number)];
-  entries_[static_cast<std::size_t>(number)] = path;
+  std::wstring previous = isSet_.test(static_cast<std::size_t>(number)) ? entry(number) : kNoPathText;
+  put(number, path);
   if (number == eLocalDataPath) setLocalRoot(path, roots);
   if (number == eServerDataPath) setServerRoot(path, roots);
   return previous;
 }
 
+void PathTable::put(int number, std::wstring path) {
+  const auto index = static_cast<std::size_t>(number);
+  entries_[index] = std::move(path);
+  isSet_.set(index);
+}
+
 void PathTable::setLocalRoot(const std::wstring& root, const Roots& roots) {
-  entries_[ePrjPath] = root + L"\\Prj";
-  entries_[eStdPath] = root + L"\\Std";
-  entries_[eUsrPath] = root + L"\\Usr";
-  entries_[eAdminPath] = root + L"\\Net";
-  entries_[kLocalUserPath] = entries_[eUsrPath] + L"\\" + roots.userId;
+  put(ePrjPath, root + L"\\Prj");
+  put(eStdPath, root + L"\\Std");
+  put(eUsrPath, root + L"\\Usr");
+  put(eAdminPath, root + L"\\Net");
+  put(kLocalUserPath, entry(eUsrPath) + L"\\" + roots.userId);
 }
 
 void PathTable::setServerRoot(const std::wstring& root, const Roots& roots) {
   if (!roots.serverIsDirectory) {
-    entries_[eServerPrjPath] = root;
-    entries_[eServerStdPath].clear();
-    entries_[eServerUsrPath].clear();
-    entries_[eServerAdminPath].clear();
+    put(eServerPrjPath, root);
     // The user's directory on the server stays what it was.
+    for (const int number : {eServerStdPath, eServerUsrPath, eServerAdminPath}) put(number, L"");
     return;
   }
-  entries_[eServerPrjPath] = root + L"\\Prj";
-  entries_[eServerStdPath] = root + L"\\Std";
-  entries_[eServerUsrPath] = root + L"\\Usr";
-  entries_[eServerAdminPath] = root + L"\\Net";
-  entries_[kServerUserPath] = entries_[eServerUsrPath] + L"\\" + roots.userId;
+  put(eServerPrjPath, root + L"\\Prj");
+  put(eServerStdPath, root + L"\\Std");
+  put(eServerUsrPath, root + L"\\Usr");
+  put(eServerAdminPath, root + L"\\Net");
+  put(kServerUserPath, entry(eServerUsrPath) + L"\\" + roots.userId);
 }
 
 std::wstring withoutTrailingBackslashes(std::wstring path) {

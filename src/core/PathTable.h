@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <string>
 
 namespace Quorvel::FileAccess {
@@ -20,7 +21,7 @@ class PathTable {
   };
 
   /// Stores a path, and for the two roots all that follows from it.
-  /// @return the value before; kNoPathText when the number can't be set, and nothing is stored then
+  /// @return the value before; kNoPathText when there was none, or when the number can't be set, which stores nothing
   std::wstring set(int number, const std::wstring& path, const Roots& roots);
 
   /// The stored path; empty for a number that is not set, or is none.
@@ -36,10 +37,12 @@ class PathTable {
   static int serverNumberOf(int number);
 
  private:
+  void put(int number, std::wstring path);
   void setLocalRoot(const std::wstring& root, const Roots& roots);
   void setServerRoot(const std::wstring& root, const Roots& roots);
 
   std::array<std::wstring, kLast + 1> entries_;
+  std::bitset<kLast + 1> isSet_;
 };
 
 /// Cuts the run of backslashes at the end.

@@ -17,7 +17,7 @@ void expectEntries(const PathTable& table, std::initializer_list<std::pair<int, 
 
 TEST(PathTable, TheLocalRootDerivesItsDirectories) {
   PathTable table;
-  EXPECT_EQ(table.set(2, L"C:\\Data", roots(true)), L"");
+  EXPECT_EQ(table.set(2, L"C:\\Data", roots(true)), L"(null)");
   expectEntries(table, {{1, L""},
                         {2, L"C:\\Data"},
                         {3, L"C:\\Data\\Prj"},
@@ -47,38 +47,20 @@ TEST(PathTable, ADirectoryServerDerivesAsTheLocalRootDoesAndAnOnlineOneHasProjec
   expectEntries(table, {{10, L"/pub"}, {11, L"/pub"}, {13, L""}, {14, L""}, {15, L"S:\\Root\\Usr\\0042"}, {16, L""}});
 }
 
-TEST(PathTable, EveryNumberHasItsNameAndItsServerSide) {
-  const struct {
-    int number;
-    const wchar_t* label;
-    bool settable;
-    int server;
-  } table[] = {{-1, L"-1", false, 0},
-               {0, L"eNoPath", false, 0},
-               {1, L"ePrgPath", true, 0},
-               {2, L"eLocalDataPath", true, 0},
-               {3, L"ePrjPath", true, 11},
-               {4, L"4", false, 12},
-               {5, L"eStdPath", true, 13},
-               {6, L"eUsrPath", true, 14},
-               {7, L"7", false, 15},
-               {8, L"eAdminPath", true, 16},
-               {9, L"eTempPath", true, 0},
-               {10, L"eServerDataPath", true, 0},
-               {11, L"eServerPrjPath", true, 11},
-               {12, L"12", false, 12},
-               {13, L"eServerStdPath", true, 13},
-               {14, L"eServerUsrPath", true, 14},
-               {15, L"15", false, 15},
-               {16, L"eServerAdminPath", true, 16},
-               {17, L"17", false, 0}};
-  for (const auto& row : table) {
-    EXPECT_EQ(PathTable::label(row.number), row.label);
-    EXPECT_EQ(PathTable::serverNumberOf(row.number), row.server) << row.number;
+TEST(PathTable, FourNumbersAreDerivedOnlyAndHaveNoName) {
+  for (int number = -1; number <= PathTable::kLast + 1; ++number) {
+    const bool isDerived = number == 4 || number == 7 || number == 12 || number == 15;
+    const bool isNumber = number >= 0 && number <= PathTable::kLast;
+    EXPECT_EQ(PathTable::label(number) != std::to_wstring(number), isNumber && !isDerived) << number;
     PathTable paths;
-    paths.set(row.number, L"C:\\x", roots(true));
-    EXPECT_EQ(paths.entry(row.number), row.settable ? L"C:\\x" : L"") << row.number;
+    paths.set(number, L"C:\\x", roots(true));
+    EXPECT_EQ(paths.entry(number), isNumber && number != 0 && !isDerived ? L"C:\\x" : L"") << number;
   }
+}
+
+TEST(PathTable, LocalDirectoriesHaveTheirCounterpartOnTheServer) {
+  const int server[] = {0, 0, 0, 11, 12, 13, 14, 15, 16, 0, 0, 11, 12, 13, 14, 15, 16, 0};
+  for (int number = 0; number < 18; ++number) EXPECT_EQ(PathTable::serverNumberOf(number), server[number]) << number;
 }
 
 TEST(PathTable, BackslashesAtTheEndAreCut) {
