@@ -1,7 +1,6 @@
 #include "zephor/Service.h"
 
 #include <array>
-#include <exception>
 
 #include "core/ServiceState.h"
 #include "host/Project.h"
@@ -24,13 +23,9 @@ std::wstring setupPath(const wchar_t* key) {
   return buffer.data();
 }
 
-/// Gives the transfer object its two roots, from which it derives every other path.
-void setRoots(const std::wstring& server, const std::wstring& local) {
-  IZepInetFileTransferInternal& manager = internals(getInetFileManager());
-  constexpr int kServerRoot = eServerDataPath;
-  constexpr int kLocalRoot = eLocalDataPath;
-  manager.setPathFromNr(server.c_str(), &kServerRoot);
-  manager.setPathFromNr(local.c_str(), &kLocalRoot);
+/// Gives the transfer object one of the two roots from which it derives every other path.
+void setRoot(int number, const std::wstring& path) {
+  internals(getInetFileManager()).setPathFromNr(path.c_str(), &number);
 }
 
 }  // namespace
@@ -45,13 +40,15 @@ bool WGO_Service_Initialize(WGO_InitMode /*mode*/) {
   if (state.onlineProject == nullptr) state.onlineProject = std::make_unique<PRJ>();
   const std::wstring server = setupPath(L"Net");
   const std::wstring local = setupPath(L"LocalData");
-  setRoots(server, local);
+  setRoot(eServerDataPath, server);
+  setRoot(eLocalDataPath, local);
   if (IsHostAvailable(ZSYST_getQuorvelServer(), 0) != 0) return true;
 
   // Without its server the workstation works on local data, which needs the directory of the projects.
   constexpr int kProjects = ePrjPath;
   CreateDirectoryW(getInetFileManager().getPathFromNr(&kProjects), nullptr);
-  setRoots(server, local);
+  setRoot(eLocalDataPath, local);
+  setRoot(eServerDataPath, server);
   return true;
 }
 
@@ -62,7 +59,6 @@ void WGO_Service_Uninitialize() {
       internals(getInetFileManager()).releaseThreadData();
     } catch (...) {
       // The service ends whatever the connection says; nobody is left to be told.
-      static_cast<void>(std::current_exception());
     }
   }
   state.onlineProject.reset();
