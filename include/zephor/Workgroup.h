@@ -14,7 +14,8 @@ constexpr unsigned long kNoSyncDone = 0x20B10001;
 constexpr unsigned long kReleaseNotUsable = 0xA0B10001;
 constexpr unsigned long kProjectRefused = 0xA0B10002;
 constexpr unsigned long kNoCloudLogin = 0xA0B10004;
-constexpr int kWorkgroupInitFailed = -20;
+constexpr int kWorkgroupInitFailed = -20;              ///< when a project is opened
+constexpr int kWorkgroupInitAfterRefreshFailed = -23;  ///< of a cloud project, after its cache was refreshed
 
 /// Aims the transfer object at a host; an empty host leaves it without one. Takes the service-wide lock.
 ZEPHOR_API bool WGO_initWorkgroup(const wchar_t* host);

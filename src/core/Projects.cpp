@@ -47,4 +47,8 @@ std::wstring ConvertFileNameToFullPath(const PRJ& prj, const std::wstring& name)
   return platform::joinPath(prj.GetFullProjectPath(true), name);
 }
 
+int WGO_DrawingsInteraction(WGO_DrawingInteraction /*interaction*/) {
+  return 0;
+}
+
 }  // namespace Quorvel::FileAccess
