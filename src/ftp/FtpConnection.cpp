@@ -44,9 +44,9 @@ const wchar_t* lineOf(VerdictReason reason) {
     case VerdictReason::LocalNewer:
       return L"fileNeedsUpdate: <local file is newer>: %s";
     case VerdictReason::Equal:
+    default:
       return L"fileNeedsUpdate: <files are equal>: %s";
   }
-  return L"%s";
 }
 
 bool isDifference(VerdictReason reason) {
