@@ -62,17 +62,6 @@ TEST_F(HandleResolver, AnEmptyFileStandsForNothingAndSaysSo) {
   CloseHandle(file);
 }
 
-TEST_F(HandleResolver, ARenamedFileIsKnownByItsNewNameAndARemovedOneNotAtAll) {
-  write("tb000001.zdw");
-  const HANDLE file = open(L"tb000001.zdw");
-  std::filesystem::rename(root() / "tb000001.zdw", root() / "tb000002.zdw");
-  EXPECT_EQ(resolve(file).number, 2);
-  std::filesystem::remove(root() / "tb000002.zdw");
-  EXPECT_FALSE(resolve(file).resolved);
-  CloseHandle(file);
-  EXPECT_FALSE(resolve(INVALID_HANDLE_VALUE).resolved);
-}
-
 TEST_F(HandleResolver, WithoutAHandleTheNameCountsAsItStands) {
   const Answer plan = resolve(nullptr, L"C:\\nowhere\\pb000007.zpl");
   EXPECT_TRUE(plan.resolved);

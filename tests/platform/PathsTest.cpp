@@ -84,35 +84,17 @@ TEST(PathTextTest, PathsJoinAndPart) {
 
 TEST(PathTextTest, SafeNamesStayInTheirDirectory) {
   const std::wstring longest = std::wstring(129, L'a') + L"\\" + std::wstring(129, L'b');
-  for (const std::wstring& name :
-       {std::wstring(L"tb000001.zdw"), std::wstring(L"BIM\\0001/a b.xml"), std::wstring(L".hidden"),
-        std::wstring(L"COM10"), std::wstring(L"console.txt"), std::wstring(L"a..b"), std::wstring(L"Grüße"), longest}) {
+  for (const wchar_t* const name : {L"tb000001.zdw", L"BIM\\0001/a b.xml", L".hidden", L"COM10", L"console.txt",
+                                    L"a..b", L"Grüße", longest.c_str()}) {
     EXPECT_TRUE(isSafeRelativeName(name)) << testing::PrintToString(name);
   }
-  for (const std::wstring& name : {std::wstring(),
-                                   std::wstring(L"\\a"),
-                                   std::wstring(L"/a"),
-                                   std::wstring(L"C:\\a"),
-                                   std::wstring(L"C:a"),
-                                   std::wstring(L"a\\..\\b"),
-                                   std::wstring(L".."),
-                                   std::wstring(L"."),
-                                   std::wstring(L"a//b"),
-                                   std::wstring(L"a\\"),
-                                   std::wstring(L"a."),
-                                   std::wstring(L"a \\b"),
-                                   std::wstring(L"nul"),
-                                   std::wstring(L"x\\Com1.txt"),
-                                   std::wstring(L"LPT\u00b9"),
-                                   std::wstring(L"con .txt"),
-                                   std::wstring(L"a\tb"),
-                                   std::wstring(L"a\0b", 3),
-                                   std::wstring(L"a?"),
-                                   std::wstring(L"a:stream"),
-                                   std::wstring(L"a|b"),
-                                   std::wstring{L'a', wchar_t{0xD800}},
-                                   std::wstring(200, L'ü'),
-                                   longest + L"c"}) {
+  for (const wchar_t* const name :
+       {L"",   L"\\a",   L"/a",  L"C:\\a",       L"C:a",       L"a\\..\\b", L"..",   L".",  L"a//b",     L"a\\",
+        L"a.", L"a \\b", L"nul", L"x\\Com1.txt", L"LPT\u00b9", L"con .txt", L"a\tb", L"a?", L"a:stream", L"a|b"}) {
+    EXPECT_FALSE(isSafeRelativeName(name)) << testing::PrintToString(name);
+  }
+  for (const std::wstring& name :
+       {std::wstring(L"a\0b", 3), std::wstring{L'a', wchar_t{0xD800}}, std::wstring(200, L'ü'), longest + L"c"}) {
     EXPECT_FALSE(isSafeRelativeName(name)) << testing::PrintToString(name);
   }
 }

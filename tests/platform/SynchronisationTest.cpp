@@ -70,16 +70,6 @@ TEST(EventTest, ANamedEventLivesAsLongAsAHandleToIt) {
   EXPECT_EQ(GetLastError(), 0U);
 }
 
-TEST(EventTest, WhatIsNoEventIsRefused) {
-  for (const HANDLE handle : {HANDLE{nullptr}, INVALID_HANDLE_VALUE}) {
-    SetLastError(0);
-    EXPECT_EQ(WaitForSingleObject(handle, 0), WAIT_FAILED);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-    EXPECT_FALSE(SetEvent(handle));
-    EXPECT_FALSE(ResetEvent(handle));
-  }
-}
-
 TEST(EventTest, ThreadsShareNamesWithoutLosingOne) {
   std::vector<std::thread> threads;
   threads.reserve(4);

@@ -2,13 +2,10 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
+#include "TemporaryDirectory.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
 
@@ -16,22 +13,10 @@ namespace {
 
 using platform::TextFile;
 
-class TextFileTest : public testing::Test {
+class TextFileTest : public TemporaryDirectoryTest {
  protected:
-  void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "zephor-text-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    directory_ = pattern;
-    file_ = directory_ / "file.txt";
-    path_ = platform::libraryPath(file_.string());
-  }
-  void TearDown() override { std::filesystem::remove_all(directory_); }
-
-  std::string bytes() const {
-    std::ifstream in(file_, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-  }
-  void put(const std::string& content) const { std::ofstream(file_, std::ios::binary) << content; }
+  std::string bytes() const { return read("file.txt"); }
+  void put(const std::string& content) const { TemporaryDirectoryTest::write("file.txt", content); }
 
   void write(const wchar_t* mode, std::wstring_view text) const {
     TextFile file(path_, mode);
@@ -47,9 +32,7 @@ class TextFileTest : public testing::Test {
     return all;
   }
 
-  std::filesystem::path directory_;
-  std::filesystem::path file_;
-  std::wstring path_;
+  const std::wstring path_ = path(L"file.txt");
 };
 
 using Lines = std::vector<std::wstring>;
@@ -64,19 +47,16 @@ TEST_F(TextFileTest, EachModeWritesItsEncodingAndOneMark) {
   const Case cases[] = {
       {L"w", L"a", "\xE4?\n\x80\n"},
       {L"w,ccs=UTF-8", L"a, ccs=UTF-8", "\xEF\xBB\xBF\xC3\xA4\xF0\x9F\x98\x80\n\xE2\x82\xAC\n"},
+      {L"a, ccs=UTF-8", L"a, ccs=UTF-8", "\xEF\xBB\xBF\xC3\xA4\xF0\x9F\x98\x80\n\xE2\x82\xAC\n"},
       {L"w, ccs=UTF-16LE", L"a, ccs=UTF-16LE", "\xFF\xFE\xE4\0\x3D\xD8\x00\xDE\n\0\xAC\x20\n\0"s},
       {L"w, ccs=UTF-16LE", L"a, ccs=UTF-8", "\xFF\xFE\xE4\0\x3D\xD8\x00\xDE\n\0\xAC\x20\n\0"s},  // the mark rules
   };
   for (const Case& c : cases) {
+    std::filesystem::remove(root() / "file.txt");
     write(c.write, L"ä\x1F600\n");
     write(c.append, L"€\n");
     EXPECT_EQ(bytes(), c.bytes);
   }
-}
-
-TEST_F(TextFileTest, AppendingToNothingWritesTheMark) {
-  write(L"a,ccs=UTF-8", L"x");
-  EXPECT_EQ(bytes(), "\xEF\xBB\xBFx");
 }
 
 TEST_F(TextFileTest, OddEndsLoseNothingThatCanBeRead) {
@@ -151,14 +131,13 @@ TEST_F(TextFileTest, AFullDiskIsTold) {
 }
 
 TEST_F(TextFileTest, WhatDoesNotOpenTellsWhy) {
-  struct Case {
+  put("kept");
+  ASSERT_EQ(::chmod((root() / "file.txt").c_str(), 0444), 0);
+  const struct {
     std::wstring path;
     const wchar_t* mode;
     int error;
-  };
-  put("kept");
-  ASSERT_EQ(::chmod(file_.c_str(), 0444), 0);
-  const Case cases[] = {
+  } cases[] = {
       {path_ + L".none", L"r", ENOENT},
       {path_ + L".dir\\x", L"w", ENOENT},
       {L"", L"r", ENOENT},
@@ -169,7 +148,7 @@ TEST_F(TextFileTest, WhatDoesNotOpenTellsWhy) {
       {path_, L"r, ccs=UTF-7", EINVAL},
       {path_, nullptr, EINVAL},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SetLastError(0);
     const TextFile file(c.path, c.mode);
     EXPECT_EQ(errno, c.error);

@@ -2,39 +2,24 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <memory>
-#include <string>
 
+#include "TemporaryDirectory.h"
 #include "platform/Messages.h"
-#include "platform/Paths.h"
 
 namespace {
 
 TEST(UserInterfaceTest, TheSilentOneDenies) {
-  struct Case {
-    UINT style;
-    int answer;
-  };
-  const Case cases[] = {
-      {MB_OK, IDOK},
-      {MB_OKCANCEL, IDCANCEL},
-      {MB_ABORTRETRYIGNORE, IDABORT},
-      {MB_YESNOCANCEL, IDNO},
-      {MB_YESNO, IDNO},
-      {MB_RETRYCANCEL, IDCANCEL},
-      {MB_YESNO | MB_ICONQUESTION | MB_SETFOREGROUND, IDNO},
-      {MB_RETRYCANCEL | MB_ICONHAND | MB_HELP, IDCANCEL},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(platform::denyingAnswer(c.style), c.answer) << c.style;
-    EXPECT_EQ(MessageBoxW(nullptr, L"text", L"caption", c.style), c.answer);
+  const std::pair<UINT, int> cases[] = {{MB_OK, IDOK},
+                                        {MB_OKCANCEL, IDCANCEL},
+                                        {MB_ABORTRETRYIGNORE, IDABORT},
+                                        {MB_YESNOCANCEL, IDNO},
+                                        {MB_YESNO, IDNO},
+                                        {MB_RETRYCANCEL, IDCANCEL},
+                                        {MB_RETRYCANCEL | MB_ICONHAND | MB_HELP, IDCANCEL}};
+  for (const auto& [style, answer] : cases) {
+    EXPECT_EQ(MessageBoxW(nullptr, L"text", L"caption", style), answer) << style;
   }
   EXPECT_EQ(platform::userInterface().createProgressWindow(L"title", 500, 45), nullptr);
   EXPECT_EQ(GetActiveWindow(), nullptr);
@@ -80,19 +65,13 @@ TEST(UserInterfaceTest, TheOneInPlaceIsAskedUntilTheOldOneReturns) {
   EXPECT_EQ(&platform::userInterface(), before);
 }
 
-class OpenerTest : public testing::Test {
+class OpenerTest : public TemporaryDirectoryTest {
  protected:
-  void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "zephor-opener-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    directory_ = pattern;
-    ::setenv("PATH", pattern.c_str(), 1);
-  }
-  void TearDown() override { std::filesystem::remove_all(directory_); }
+  OpenerTest() { ::setenv("PATH", root().c_str(), 1); }
 
   /// An opener that tells its argument through a pipe in the file system.
   void installOpener() const {
-    const std::filesystem::path script = directory_ / "xdg-open";
+    const std::filesystem::path script = root() / "xdg-open";
     std::ofstream(script) << "#!/bin/sh\nprintf '%s:%s' \"$#\" \"$1\" > '" << pipe().string() << "'\n";
     ASSERT_EQ(::chmod(script.c_str(), 0755), 0);
     ASSERT_EQ(::mkfifo(pipe().c_str(), 0600), 0);
@@ -101,9 +80,7 @@ class OpenerTest : public testing::Test {
     std::ifstream in(pipe());
     return {std::istreambuf_iterator<char>(in), {}};
   }
-  std::filesystem::path pipe() const { return directory_ / "pipe"; }
-
-  std::filesystem::path directory_;
+  std::filesystem::path pipe() const { return root() / "pipe"; }
 };
 
 TEST_F(OpenerTest, TheTargetIsHandedAsOneArgument) {
@@ -111,7 +88,7 @@ TEST_F(OpenerTest, TheTargetIsHandedAsOneArgument) {
   const std::wstring link = L"https://portal/?token=a b&c=$(id);'\"";
   EXPECT_GT(platform::openWithDesktop(link), 32);
   EXPECT_EQ(argumentSeen(), "1:https://portal/?token=a b&c=$(id);'\"");
-  const std::filesystem::path document = directory_ / "-a file.txt";
+  const std::filesystem::path document = root() / "-a file.txt";
   std::ofstream(document) << "x";
   EXPECT_GT(shellExecute(L"open", platform::libraryPath(document.string()).c_str()), 32);
   EXPECT_EQ(argumentSeen(), "1:" + document.string());
@@ -119,9 +96,9 @@ TEST_F(OpenerTest, TheTargetIsHandedAsOneArgument) {
 
 TEST_F(OpenerTest, WhatCannotBeOpenedAnswersItsCode) {
   EXPECT_EQ(platform::openWithDesktop(L"https://portal"), 31);
-  EXPECT_EQ(platform::openWithDesktop(platform::libraryPath((directory_ / "none").string())), 2);
+  EXPECT_EQ(platform::openWithDesktop(platform::libraryPath((root() / "none").string())), 2);
   EXPECT_EQ(platform::openWithDesktop(L""), 2);
-  const std::filesystem::path broken = directory_ / "xdg-open";
+  const std::filesystem::path broken = root() / "xdg-open";
   std::ofstream(broken) << "#!/no/such/interpreter\n";
   ASSERT_EQ(::chmod(broken.c_str(), 0755), 0);
   EXPECT_EQ(platform::openWithDesktop(L"https://portal"), 31);
