@@ -19,7 +19,7 @@ std::string absolutePath(const std::string& path) {
 
 std::wstring fileArgument(const std::string& path) {
   const std::wstring shown = wide(path);
-  const std::wstring result = platform::libraryPath(absolutePath(path));
+  std::wstring result = platform::libraryPath(absolutePath(path));
   const platform::FileStatus status = platform::fileStatus(result);
   if (!status.exists) throw CommandFailure{ExitCode::Failure, shown + L" does not exist"};
   if (status.isDirectory) throw CommandFailure{ExitCode::Failure, shown + L" is a directory; expected a file"};

@@ -74,7 +74,9 @@ std::string fishScript(const Words& words) {
         rest = blank == std::string::npos ? "" : rest.substr(blank + 1);
       }
     }
-    for (const auto& word : list) script += "complete -c zephor -n '" + condition + "' -a '" + word + "'\n";
+    for (const auto& word : list) {
+      script.append("complete -c zephor -n '").append(condition).append("' -a '").append(word).append("'\n");
+    }
   }
   return script;
 }

@@ -117,8 +117,7 @@ void Context::startInProject() {
   }
   if (result != 0) {
     throw CommandFailure{ExitCode::Failure, L"the project " + project.GetProjectDisplayName() +
-                                                L" can't be opened (code " + std::to_wstring(result) +
-                                                L")"};
+                                                L" can't be opened (code " + std::to_wstring(result) + L")"};
   }
 }
 

@@ -26,18 +26,18 @@ ExitCode lockObjects(Context& context, const std::vector<std::string>& arguments
   Tally tally;
   for (const auto& object : objects) {
     FileLockInfo info;
-    const bool held = manager.GetLockInfo(object.number, object.objectType(), info);
-    const bool own = held && manager.IsLockedByCurrentUser(object.number, object.objectType());
-    if (held && !own) {
-      report(context, object, L"locked by", holderOf(info));
-      tally.locked();
-    } else if (context.options().dryRun) {
-      report(context, object, own ? L"already locked by you" : L"would be locked", L"");
+    const auto heldByOther = [&] {
+      return manager.GetLockInfo(object.number, object.objectType(), info) &&
+             !manager.IsLockedByCurrentUser(object.number, object.objectType());
+    };
+    const bool free = !heldByOther();
+    if (free && context.options().dryRun) {
+      report(context, object, L"would be locked", L"");
       tally.done();
-    } else if (manager.LockObject(object.number, object.objectType(), 0) == 1) {
+    } else if (free && manager.LockObject(object.number, object.objectType(), 0) == 1) {
       report(context, object, L"locked", L"");
       tally.done();
-    } else if (manager.GetLockInfo(object.number, object.objectType(), info)) {
+    } else if (!free || heldByOther()) {
       report(context, object, L"locked by", holderOf(info));
       tally.locked();
     } else {

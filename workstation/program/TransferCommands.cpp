@@ -170,8 +170,7 @@ void fetchFile(Context& context, const std::wstring& name, Tally& tally) {
       Quorvel::FileAccess::WGO_downloadFile(get_ActivePrj(), (lfinigC(1) + name).c_str(), false);
   if (result != 0) {
     report(context, name, L"not fetched",
-           result == kMissing ? L"the store has no such file"
-                              : platform::formatWide(L"code %lu", result));
+           result == kMissing ? L"the store has no such file" : platform::formatWide(L"code %lu", result));
     return tally.failed();
   }
   report(context, name, L"fetched", L"");

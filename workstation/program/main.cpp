@@ -60,7 +60,8 @@ int run(int argc, char** argv) {
     // The parser would say only that a command is missing.
     const std::vector<std::string> unknown = app.remaining();
     if (app.get_subcommands().empty() && !unknown.empty()) {
-      std::fprintf(stderr, "zephor: there is no command %s\nRun with --help for more information.\n", unknown.front().c_str());
+      std::fprintf(stderr, "zephor: there is no command %s\nRun with --help for more information.\n",
+                   unknown.front().c_str());
       return static_cast<int>(ExitCode::Usage);
     }
     const int code = app.exit(error);
