@@ -2,10 +2,12 @@
 // operations of host/; this record is for those who implement them.
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,6 +37,8 @@ struct HostState {
   int traceLevel = -1;  ///< of this run; -1: as configured
 
   std::mutex mutex;
+  /// Per-user numbers that settings.json could not take; for this process they stand before those of the file.
+  std::map<std::wstring, int, IgnoreCaseLess> unsavedNumbers;
   std::wstring currentServer;
   std::wstring corPath;
   std::map<int, std::wstring> paths;  ///< path numbers that were set, each with its backslash
@@ -43,7 +47,7 @@ struct HostState {
   std::vector<QuorvelUser> users;
   std::map<int, PRJ> temporaryUnits;
   int nextUnit = 0;
-  std::vector<DirectoryChange> directoryChanges;
+  std::deque<DirectoryChange> directoryChanges;
   std::map<int, void*> openFiles;
   int nextFile = 1;
 };
@@ -56,7 +60,13 @@ std::shared_ptr<const SettingsValues> settings();
 /// Changes the settings; a failure goes to the error log.
 bool changeSettings(const std::function<void(SettingsValues&)>& edit);
 
-/// A per-user number, or `fallback` when it is not set.
+/// A per-user number, if it is set.
+std::optional<int> settingsNumber(const std::wstring& key);
+/// The same, or `fallback`.
 int settingsNumber(const wchar_t* key, int fallback);
+
+/// Sets a per-user number. One that can't be written is remembered until the process ends, which the error log tells
+/// once. @return false before start()
+bool setSettingsNumber(const std::wstring& key, int value);
 
 }  // namespace workstation

@@ -62,6 +62,7 @@ void clearState(HostState& state) {
   state.storeDirectory.clear();
   state.traceLevel = -1;
   const std::lock_guard guard(state.mutex);
+  state.unsavedNumbers.clear();
   state.currentServer.clear();
   state.corPath.clear();
   state.paths.clear();

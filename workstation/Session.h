@@ -56,6 +56,7 @@ WORKSTATION_API bool readConfiguration(const std::string& directory, Workstation
 WORKSTATION_API bool openProject(const std::wstring& nameOrUuid, std::wstring& error);
 /// Opens what was open last. @return false with an empty text when there is none
 WORKSTATION_API bool reopenLastProject(std::wstring& error);
+/// Closes the project, with all that is open of it in the core.
 WORKSTATION_API void closeProject();
 
 /// Replaces the controllers that the library is given; null brings the embedded ones back. For start-up and for tests

@@ -14,6 +14,9 @@
 #include "platform/Text.h"
 #include "workstation/HostState.h"
 #include "workstation/Session.h"
+#include "workstation/objects/CoreObjects.h"
+#include "workstation/objects/OpenFiles.h"
+#include "workstation/objects/ProjectDatabaseFile.h"
 #include "workstation/projects/CurrentUser.h"
 #include "workstation/projects/DescriptorXml.h"
 #include "workstation/projects/ProjectNames.h"
@@ -174,6 +177,9 @@ bool reopenLastProject(std::wstring& error) {
 }
 
 void closeProject() {
+  closeAllInCore();
+  closeProjectDatabases();
+  clearCoreObjects();
   if (textOf(get_ActivePrj().directoryName).empty()) return;
   set_ActivePrj(PRJ());
   noteOpenProject({});

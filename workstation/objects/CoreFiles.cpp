@@ -106,7 +106,7 @@ int cfgethandle(const std::wstring& path, int /*flags*/) {
 
 HANDLE getOpenFileHandle_FromFileName(const std::wstring& path) {
   const auto open = workstation::findOpenFile(path);
-  return open ? open->file : INVALID_HANDLE_VALUE;
+  return open ? open->file.load() : INVALID_HANDLE_VALUE;
 }
 
 bool setOpenFileZippedMode_FromFileHandle(HANDLE handle, bool compressed) {
@@ -138,7 +138,8 @@ unsigned long lcfile_doLowlevelOnFile(HANDLE file, unsigned long (*work)(HANDLE 
   const auto open = workstation::findOpenFile(file);
   if (!open || work == nullptr) return ERROR_INVALID_HANDLE;
   const std::lock_guard lock(open->mutex);
-  return work(open->file, arguments);
+  if (open->file != file) return ERROR_INVALID_HANDLE;  // closed while this thread waited
+  return work(file, arguments);
 }
 
 int get_Lcfile_LockKind() {

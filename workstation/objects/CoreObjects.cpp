@@ -1,5 +1,6 @@
 #include "workstation/objects/CoreObjects.h"
 
+#include <deque>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -17,7 +18,7 @@ struct CoreState {
   std::map<int, int> drawingFiles;  ///< Teilbild number to object
   int lastDrawingFile = 0;
   std::map<std::pair<int, int>, std::uint32_t> versions;
-  std::vector<DataChange> changes;
+  std::deque<DataChange> changes;
 };
 
 CoreState& state() {
@@ -29,7 +30,7 @@ CoreState& state() {
 
 std::vector<DataChange> dataChanges() {
   const std::lock_guard lock(state().mutex);
-  return state().changes;
+  return {state().changes.begin(), state().changes.end()};
 }
 
 std::optional<std::uint32_t> selectionListVersion(int type, int number) {
@@ -69,8 +70,11 @@ void SelectionList_UpdateVersionInfo(int type, int number, std::uint32_t version
 }
 
 void SetDataChangedInfo(int kind, int number, int changed) {
-  const std::lock_guard lock(workstation::state().mutex);
-  workstation::state().changes.push_back({kind, number, changed});
+  constexpr std::size_t kMost = 10'000;
+  workstation::CoreState& state = workstation::state();
+  const std::lock_guard lock(state.mutex);
+  if (state.changes.size() == kMost) state.changes.pop_front();
+  state.changes.push_back({kind, number, changed});
 }
 
 int lfztyp(int type, int number, int& out) {

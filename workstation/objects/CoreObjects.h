@@ -18,6 +18,7 @@ struct DataChange {
   bool operator==(const DataChange&) const = default;
 };
 
+/// The latest notices of the open project, at most 10000.
 WORKSTATION_API std::vector<DataChange> dataChanges();
 /// Version that the selection list shows of an object.
 WORKSTATION_API std::optional<std::uint32_t> selectionListVersion(int type, int number);

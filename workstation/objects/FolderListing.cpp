@@ -11,11 +11,8 @@ namespace workstation {
 DWORD listObjectNumbers(const std::wstring& directory, int type, std::set<int>& out) {
   if (!isObjectType(type)) return ERROR_INVALID_PARAMETER;
   WIN32_FIND_DATAW entry{};
-  HANDLE find = FindFirstFileW(platform::joinPath(directory, L"*").c_str(), &entry);
-  if (find == INVALID_HANDLE_VALUE) {
-    const DWORD error = GetLastError();
-    return error == ERROR_FILE_NOT_FOUND && platform::fileStatus(directory).isDirectory ? ERROR_SUCCESS : error;
-  }
+  const HANDLE find = FindFirstFileW(platform::joinPath(directory, L"*").c_str(), &entry);
+  if (find == INVALID_HANDLE_VALUE) return GetLastError();
   std::set<int> numbers;
   do {
     if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) continue;

@@ -44,8 +44,7 @@ bool isEmpty() {
 /// Takes the file away from those who still hold the entry, when none of them is at work with it.
 void closeEntry(OpenFile& open) {
   const std::lock_guard lock(open.mutex);
-  CloseHandle(open.file);
-  open.file = INVALID_HANDLE_VALUE;
+  CloseHandle(open.file.exchange(INVALID_HANDLE_VALUE));
 }
 
 }  // namespace

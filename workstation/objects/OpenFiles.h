@@ -18,9 +18,9 @@ namespace workstation {
 /// One open file. `mutex` guards the content; whoever holds it may call back into this table.
 struct OpenFile {
   int handle = 0;
-  std::wstring path;  ///< as it was opened
-  std::wstring key;   ///< canonical and in lower case
-  HANDLE file = nullptr;
+  std::wstring path;                  ///< as it was opened
+  std::wstring key;                   ///< canonical and in lower case
+  std::atomic<HANDLE> file{nullptr};  ///< INVALID_HANDLE_VALUE once it is closed
   QuorvelFileType type = eFileType_Unknown;
   int number = -1;
   std::atomic<bool> modified{false};  ///< holds changes that have not been uploaded

@@ -6,6 +6,7 @@
 #include "host/Trace.h"
 #include "platform/Files.h"
 #include "workstation/HostState.h"
+#include "workstation/objects/CoreObjects.h"
 #include "workstation/projects/DirChanges.h"
 #include "workstation/projects/OpenUnits.h"
 #include "workstation/projects/ProjectNames.h"
@@ -17,6 +18,7 @@ using workstation::textOf;
 namespace {
 
 constexpr int kProjectPathNumber = 1;
+constexpr std::size_t kMostChanges = 10'000;
 
 bool isOpen(const PRJ& prj) {
   return prj.directoryName[0] != L'\0';
@@ -41,12 +43,15 @@ void set_ActivePrj(const PRJ& prj) {
     return;
   }
   HostState& state = hostState();
-  const std::lock_guard guard(state.mutex);
+  std::unique_lock guard(state.mutex);
   const bool isOther = directoryName != textOf(state.activeProject.directoryName) ||
                        textOf(prj.host) != textOf(state.activeProject.host);
   state.activeProject = prj;
   state.paths.erase(kProjectPathNumber);
-  if (isOther) state.directoryChanges.clear();
+  if (!isOther) return;
+  state.directoryChanges.clear();
+  guard.unlock();
+  workstation::clearCoreObjects();
 }
 
 std::wstring get_ActPrjPath() {
@@ -89,6 +94,7 @@ void ltbproC_updateDirChanges(const std::wstring& path, unsigned long action) {
   const std::lock_guard guard(state.mutex);
   workstation::DirectoryChange change{path, action};
   if (!state.directoryChanges.empty() && state.directoryChanges.back() == change) return;
+  if (state.directoryChanges.size() == kMostChanges) state.directoryChanges.pop_front();
   state.directoryChanges.push_back(std::move(change));
 }
 
@@ -112,13 +118,14 @@ std::wstring directoryOfUnit(int unit) {
 std::vector<DirectoryChange> directoryChanges() {
   HostState& state = hostState();
   const std::lock_guard guard(state.mutex);
-  return state.directoryChanges;
+  return {state.directoryChanges.begin(), state.directoryChanges.end()};
 }
 
 std::vector<DirectoryChange> takeDirectoryChanges() {
   HostState& state = hostState();
   const std::lock_guard guard(state.mutex);
-  return std::exchange(state.directoryChanges, {});
+  const std::deque<DirectoryChange> taken = std::exchange(state.directoryChanges, {});
+  return {taken.begin(), taken.end()};
 }
 
 }  // namespace workstation

@@ -15,7 +15,8 @@ struct DirectoryChange {
   bool operator==(const DirectoryChange&) const = default;
 };
 
-/// The changes so far, in the order in which they came; a change that only repeats the one before it is not kept.
+/// The latest changes, at most 10000, in the order in which they came; a change that only repeats the one before it is
+/// not kept.
 WORKSTATION_API std::vector<DirectoryChange> directoryChanges();
 
 /// The same, and empties the list.

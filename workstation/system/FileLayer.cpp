@@ -32,7 +32,7 @@ bool isRoot(const std::wstring& path) {
 bool isInside(const std::wstring& path, const std::wstring& directory) {
   const std::wstring relative =
       platform::lexicallyRelative(platform::weaklyCanonical(path), platform::weaklyCanonical(directory));
-  return !relative.empty() && !platform::startsWithIgnoreCase(relative, L"..");
+  return !relative.empty() && relative != L".." && !relative.starts_with(L"..\\");
 }
 
 /// Copies what can be copied. @return 0, or the first error

@@ -17,17 +17,14 @@ bool isUserHive(const wchar_t* hive) {
 
 bool ZSYST_ZepRegGetNumber(const wchar_t* hive, const std::wstring& key, int& value) {
   if (!isUserHive(hive)) return false;
-  const auto values = workstation::settings();
-  const auto found = values->numbers.find(key);
-  if (found == values->numbers.end()) return false;
-  value = found->second;
-  return true;
+  const std::optional<int> number = settingsNumber(key);
+  if (number) value = *number;
+  return number.has_value();
 }
 
 bool ZSYST_ZepRegPutNumber(const wchar_t* hive, const std::wstring& key, int value) {
   if (!isUserHive(hive) || key.empty()) return false;
-  return workstation::changeSettings(
-      [&](workstation::SettingsValues& values) { values.numbers.insert_or_assign(key, value); });
+  return workstation::setSettingsNumber(key, value);
 }
 
 std::wstring getTraceRegistrySection(int n) {

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <thread>
 
 #include "host/ObjectFiles.h"
@@ -171,6 +172,14 @@ TEST_F(OpenFilesTest, LowLevelWorkKeepsOthersOut) {
   EXPECT_EQ(counter.most, 1);
   EXPECT_EQ(counter.runs, 200);
   EXPECT_EQ(lcfile_doLowlevelOnFile(INVALID_HANDLE_VALUE, work, &counter), ERROR_INVALID_HANDLE);
+  const auto closing = workstation::findOpenFile(file);
+  std::future<unsigned long> late;
+  {
+    const std::lock_guard lock(closing->mutex);
+    late = std::async(std::launch::async, [&] { return lcfile_doLowlevelOnFile(file, work, &counter); });
+    workstation::closeInCore(handle_);
+  }
+  EXPECT_EQ(late.get(), ERROR_INVALID_HANDLE);
 }
 
 TEST_F(OpenFilesTest, BackupsOfOneSecondStandBesideEachOther) {

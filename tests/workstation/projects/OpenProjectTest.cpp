@@ -1,12 +1,14 @@
 #include <gtest/gtest.h>
 
 #include "host/Files.h"
+#include "host/ObjectFiles.h"
 #include "host/Project.h"
 #include "host/System.h"
 #include "host/Users.h"
 #include "platform/Text.h"
 #include "tests/support/TestWorkstation.h"
 #include "workstation/Session.h"
+#include "workstation/objects/CoreObjects.h"
 #include "workstation/projects/DirChanges.h"
 #include "workstation/projects/OpenUnits.h"
 
@@ -157,7 +159,13 @@ TEST_F(OpenProject, NotesTheChangesThatTheLibraryHandsBack) {
   ltbproC_updateDirChanges(L"C:\\a", 3);
   const std::vector<workstation::DirectoryChange> expected = {{L"C:\\a", 1}, {L"C:\\a", 3}};
   EXPECT_EQ(workstation::takeDirectoryChanges(), expected);
+  for (unsigned long i = 1; i <= 10001; ++i) ltbproC_updateDirChanges(L"C:\\a", i);
+  EXPECT_EQ(workstation::directoryChanges().size(), 10000U);
+  EXPECT_EQ(workstation::directoryChanges().front().action, 2U) << "the oldest goes";
+  SetDataChangedInfo(1, 5, 1);
+  workstation::closeProject();
   EXPECT_TRUE(workstation::directoryChanges().empty());
+  EXPECT_TRUE(workstation::dataChanges().empty());
 }
 
 }  // namespace

@@ -82,6 +82,7 @@ TEST(FileLayer, TreesAreCopiedWholeAndNeverIntoThemselves) {
   EXPECT_EQ(workstation.readFile(L"C:\\to\\a\\b.txt"), "b");
   EXPECT_NE(ldircpRAW(L"C:\\from", L"C:\\from\\a\\again", 0), 0);
   EXPECT_NE(ldircpRAW(L"C:\\from", L"C:\\FROM", 0), 0);
+  EXPECT_NE(ldircpRAW(L"C:\\from", L"C:\\from\\..again", 0), 0);
   EXPECT_NE(ldircpRAW(L"C:\\missing", L"C:\\to", 0), 0);
   EXPECT_EQ(ldirrmc(L"C:\\from\\"), 0);
   EXPECT_FALSE(workstation.exists(L"C:\\from"));
