@@ -100,19 +100,16 @@ std::string sha256OfFile(const std::string& path) {
 void Bodies::create() const {
   makeDirectory(incoming());
   makeDirectory(directory_ + "/bodies");
-  for (unsigned first = 0; first < 256; ++first) {
-    const auto byte = static_cast<std::uint8_t>(first);
-    makeDirectory(directory_ + "/bodies/" + hexOf(&byte, 1));
-  }
-  syncPath(directory_ + "/bodies");
 }
 
 std::string Bodies::pathOf(const std::string& sha256) const {
   return directory_ + "/bodies/" + sha256.substr(0, 2) + "/" + sha256;
 }
 
-bool Bodies::exists(const std::string& sha256) const {
-  return diskStatus(pathOf(sha256)).has_value();
+void Bodies::makeRoomFor(const std::string& sha256) const {
+  const std::string room = directory_ + "/bodies/" + sha256.substr(0, 2);
+  // Whoever may write the store has to be able to write there, too, whatever this user's mask is.
+  if (makeDirectory(room)) copyPermissions(directory_ + "/bodies", room);
 }
 
 PlacedBody Bodies::take(const BodySource& source) const {
@@ -129,8 +126,10 @@ PlacedBody Bodies::take(const BodySource& source) const {
   }
   body.sha256 = hash.finish();
   const std::string name = pathOf(body.sha256);
-  if (const auto present = diskStatus(name); present && present->size != body.size) {
-    // Damaged: cut by a failing disk or by hand. The good content takes its place, which other files gain by, too.
+  makeRoomFor(body.sha256);
+  const auto present = diskStatus(name);
+  if (present && (present->size != body.size || sha256OfFile(name) != body.sha256)) {
+    // Damaged by a failing disk or by hand. The good content takes its place, which other files gain by, too.
     file.sync();
     renameReplacing(path, name);
     leftover.keep();
@@ -147,8 +146,8 @@ void Bodies::sync(const std::vector<PlacedBody>& bodies) const {
     syncFileSystem(directory_);
     return;
   }
-  // A body that was there before is synced, too: its writer may not have come to it yet.
-  std::set<std::string> directories;
+  // A body that was there before is synced, too, and so are the directories: who made them may not have come to it yet.
+  std::set<std::string> directories{directory_ + "/bodies"};
   for (const PlacedBody& body : bodies) {
     const std::string path = pathOf(body.sha256);
     syncPath(path);

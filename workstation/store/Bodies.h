@@ -33,16 +33,17 @@ class Bodies {
   /// Held shared by whoever puts bodies whose records are not committed, exclusively by the sweep.
   std::string lockPath() const { return directory_ + "/incoming/lock"; }
 
-  /// Takes a content in and gives it its name. The same content may stand there already.
+  /// Takes a content in and gives it its name. The same content may stand there already; a damaged one is replaced.
   PlacedBody take(const BodySource& source) const;
   /// Makes all of them survive a loss of power: one by one for a few, the whole file system at once for many.
   void sync(const std::vector<PlacedBody>& bodies) const;
-  bool exists(const std::string& sha256) const;
   /// Writes a body to `target` with its write time, checking the content against its name.
   /// @return false when there is no such body; nothing is left at `target` then, nor when the content is damaged
   bool copyTo(const std::string& sha256, const std::string& target, const FILETIME& writeTime) const;
 
  private:
+  void makeRoomFor(const std::string& sha256) const;
+
   std::string directory_;
 };
 

@@ -180,6 +180,12 @@ bool makeDirectory(const std::string& path) {
   return false;
 }
 
+void copyPermissions(const std::string& from, const std::string& to) noexcept {
+  constexpr mode_t kPermissions = 07777;
+  struct stat status = {};
+  if (::stat(from.c_str(), &status) == 0) ::chmod(to.c_str(), status.st_mode & kPermissions);
+}
+
 void makeDirectories(const std::string& path) {
   for (std::size_t at = path.find('/', 1); at != std::string::npos; at = path.find('/', at + 1)) {
     const std::string parent = path.substr(0, at);

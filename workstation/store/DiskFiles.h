@@ -76,6 +76,8 @@ bool mayWrite(const std::string& path);
 std::vector<DiskEntry> listDirectory(const std::string& path);
 /// Makes one directory. @return false when it was there
 bool makeDirectory(const std::string& path);
+/// Gives a directory the permissions of another one, as far as this user may.
+void copyPermissions(const std::string& from, const std::string& to) noexcept;
 /// Makes a directory with its parents.
 void makeDirectories(const std::string& path);
 /// Renames unless the target exists. @return false when it exists; nothing is then changed
