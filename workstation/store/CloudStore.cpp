@@ -4,6 +4,7 @@
 #include "platform/Text.h"
 #include "platform/Time.h"
 #include "workstation/store/DiskFiles.h"
+#include "workstation/store/JournalMode.h"
 #include "workstation/store/Schema.h"
 #include "workstation/store/StoreImpl.h"
 
@@ -11,7 +12,6 @@ namespace workstation {
 
 namespace {
 
-constexpr std::int64_t kSecondsOfDay = 86'400;
 constexpr std::size_t kLongestName = 200;
 
 std::wstring& lastTextOfThread() {
@@ -38,14 +38,6 @@ void requireStoreDirectory(const std::string& directory) {
                                              L" is read-only: expected a directory in which this user may write "
                                              L"\"store.db\" and \"bodies\""};
   }
-}
-
-/// Claims today's sweep. @return false when another process did it less than a day ago
-bool claimSweep(Connection& connection) {
-  Statement claim(connection, "UPDATE meta SET value=?1 WHERE key='last_sweep' AND value NOT BETWEEN ?2 AND ?1");
-  claim << nowSeconds() << nowSeconds() - kSecondsOfDay;
-  claim.run();
-  return connection.changes() > 0;
 }
 
 }  // namespace
@@ -96,6 +88,8 @@ CloudStatus CloudStore::create(const std::string& directory, std::wstring& error
     makeDirectories(directory);
     Bodies(directory).create();
     Connection connection(directory + "/store.db", Connection::Mode::Create);
+    // Set first: a crash then leaves an empty database, which the next try takes.
+    if (connection.number("SELECT count(*) FROM sqlite_schema") == 0) setJournal(connection, journalModeOf(directory));
     if (!createSchema(connection)) {
       throw StoreError{kStoreExists, storeText(directory) + L" exists already"};
     }
@@ -107,24 +101,19 @@ CloudStatus CloudStore::create(const std::string& directory, std::wstring& error
 
 std::shared_ptr<CloudStore> CloudStore::open(const std::string& directory, CloudStatus& status, std::wstring& error) {
   std::shared_ptr<CloudStore> store;
-  bool sweepIsDue = false;
   status = answerOf([&] {
     requireStoreDirectory(directory);
+    // A store keeps the rollback journal once it has it: a machine that reaches the same directory over the network may
+    // be at work in it, and would be met by the other mode unawares.
+    if (journalModeOf(directory) == JournalMode::Rollback) leaveWriteAhead(directory);
     auto impl = std::make_unique<Impl>(directory);
-    {
-      const ConnectionPool::Lease lease = impl->pool.take();
-      checkSchema(*lease, directory);
-      (*lease).makeDurable();
-      sweepIsDue = claimSweep(*lease);
-    }
+    checkSchema(*impl->pool.take(), directory);
     store.reset(new CloudStore(std::move(impl)));  // NOLINT: the constructor is private
   });
   if (status != kStoreOk) {
     error = lastText();
     return nullptr;
   }
-  SweepResult swept;
-  if (sweepIsDue) store->sweep(swept);
   return store;
 }
 
@@ -143,26 +132,7 @@ std::int64_t CloudStore::setting(const std::string& key, std::int64_t otherwise)
   return value;
 }
 
-std::wstring CloudStore::textSetting(const std::string& key, const std::wstring& otherwise) {
-  std::wstring value = otherwise;
-  answerOf([&] {
-    const ConnectionPool::Lease lease = impl_->pool.take();
-    Statement statement(*lease, "SELECT value FROM meta WHERE key=?");
-    statement << key;
-    if (statement.row()) value = statement.text(0);
-  });
-  return value;
-}
-
 CloudStatus CloudStore::setSetting(const std::string& key, std::int64_t value) {
-  return answerOf([&] {
-    const ConnectionPool::Lease lease = impl_->pool.take();
-    Statement statement(*lease, "INSERT OR REPLACE INTO meta(key, value) VALUES(?, ?)");
-    (statement << key << value).run();
-  });
-}
-
-CloudStatus CloudStore::setTextSetting(const std::string& key, const std::wstring& value) {
   return answerOf([&] {
     const ConnectionPool::Lease lease = impl_->pool.take();
     Statement statement(*lease, "INSERT OR REPLACE INTO meta(key, value) VALUES(?, ?)");

@@ -90,7 +90,6 @@ struct StoredFile {
   std::wstring uploaderName;
   std::int64_t revision = 0;  ///< grows by one with each upload and deletion
   std::string sha256;         ///< 64 lower-case hexadecimal digits; empty for a deleted file
-  bool hasHeader = false;
 };
 
 /// One file of a group to put.
@@ -130,8 +129,6 @@ class WORKSTATION_API CloudStore {
   /// A number of the store's settings ("session_timeout_seconds"), or `otherwise`.
   std::int64_t setting(const std::string& key, std::int64_t otherwise);
   CloudStatus setSetting(const std::string& key, std::int64_t value);
-  std::wstring textSetting(const std::string& key, const std::wstring& otherwise);
-  CloudStatus setTextSetting(const std::string& key, const std::wstring& value);
 
   // Users. Whoever may write the directory may register.
 
@@ -243,8 +240,10 @@ class WORKSTATION_API CloudStore {
                       const std::string& target, StoredFile& out);
 
   /// Removes bodies that no file refers to and leftovers of broken uploads, both when older than an hour, and the
-  /// records of projects deleted long ago. Happens by itself at most once a day when the store is opened.
+  /// records of projects deleted long ago.
   CloudStatus sweep(SweepResult& result);
+  /// Sweeps unless some process did so less than a day ago. Takes its time; a failure is tried again the next day.
+  void sweepDaily();
 
  private:
   struct Impl;

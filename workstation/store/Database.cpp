@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -39,6 +40,15 @@ CloudStatus statusOfCode(int extended, int systemError) {
       return statusOfError(ERROR_NOT_ENOUGH_MEMORY);
     default:
       return kStoreFailure;
+  }
+}
+
+/// A failure may have undone the transaction already; one that stays open costs the connection.
+void rollBack(Connection& connection) {
+  if (!connection.isInTransaction()) return;
+  try {
+    connection.execute("ROLLBACK");
+  } catch (const StoreError&) {  // NOLINT(bugprone-empty-catch): the pool looks whether it is still open
   }
 }
 
@@ -92,9 +102,20 @@ int Connection::changes() const {
   return sqlite3_changes(handle_);
 }
 
-void Connection::makeDurable() {
-  execute("PRAGMA journal_mode=WAL;");
-  execute("PRAGMA synchronous=FULL;");
+bool Connection::isWrittenAhead() const {
+  // Through the file that is open already: closing another one would give back the locks of the whole process.
+  sqlite3_file* file = nullptr;
+  const int code = sqlite3_file_control(handle_, nullptr, SQLITE_FCNTL_FILE_POINTER, static_cast<void*>(&file));
+  if (code != SQLITE_OK || file == nullptr || file->pMethods == nullptr) return false;
+  // The versions of the format, for writing and for reading; write-ahead logging is 2.
+  std::array<std::uint8_t, 2> versions{};
+  constexpr sqlite3_int64 kPlace = 18;
+  const int read = file->pMethods->xRead(file, versions.data(), static_cast<int>(versions.size()), kPlace);
+  return read == SQLITE_OK && (versions[0] == 2 || versions[1] == 2);
+}
+
+bool Connection::isInTransaction() const {
+  return sqlite3_get_autocommit(handle_) == 0;
 }
 
 sqlite3_stmt* Connection::take(const char* sql) {
@@ -185,11 +206,7 @@ WriteTransaction::WriteTransaction(Connection& connection) : connection_(connect
 }
 
 WriteTransaction::~WriteTransaction() {
-  if (!open_) return;
-  try {
-    connection_.execute("ROLLBACK");
-  } catch (const StoreError&) {  // NOLINT(bugprone-empty-catch): the failure undid the transaction already
-  }
+  if (open_) rollBack(connection_);
 }
 
 void WriteTransaction::commit() {
@@ -204,7 +221,8 @@ ReadTransaction::ReadTransaction(Connection& connection) : connection_(connectio
 ReadTransaction::~ReadTransaction() {
   try {
     connection_.execute("COMMIT");
-  } catch (const StoreError&) {  // NOLINT(bugprone-empty-catch): nothing was written
+  } catch (const StoreError&) {
+    rollBack(connection_);
   }
 }
 
@@ -221,6 +239,7 @@ ConnectionPool::Lease ConnectionPool::take() {
 }
 
 ConnectionPool::Lease::~Lease() {
+  if (connection_->isInTransaction()) return;
   const std::lock_guard lock(pool_.mutex_);
   if (pool_.idle_.size() < kIdleConnections) pool_.idle_.push_back(std::move(connection_));
 }

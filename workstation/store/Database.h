@@ -15,7 +15,7 @@ struct sqlite3_stmt;
 
 namespace workstation {
 
-/// One connection; used by one thread at a time.
+/// One connection, which syncs each commit to the disk; used by one thread at a time.
 class Connection {
  public:
   enum class Mode : std::uint8_t { OpenExisting, Create };
@@ -29,8 +29,10 @@ class Connection {
   std::int64_t number(const char* sql);
   /// Rows that the last statement changed.
   int changes() const;
-  /// Sets write-ahead logging and full syncing; after this a commit survives a loss of power.
-  void makeDurable();
+  /// True when the file says that write-ahead logging is in use. Takes no lock and makes no file.
+  bool isWrittenAhead() const;
+  /// True while a transaction is open; at rest that is a failure from which the connection did not recover.
+  bool isInTransaction() const;
   [[noreturn]] void fail(int code) const;
 
  private:
@@ -103,7 +105,8 @@ class ReadTransaction {
   Connection& connection_;
 };
 
-/// Connections for all threads; a thread has one for as long as it holds the lease.
+/// Connections for all threads; a thread has one for as long as it holds the lease. One that is given back inside a
+/// transaction is closed.
 class ConnectionPool {
  public:
   explicit ConnectionPool(std::string path) : path_(std::move(path)) {}

@@ -1,5 +1,6 @@
 #include "workstation/store/EmbeddedController.h"
 
+#include <string_view>
 #include <utility>
 
 #include "host/Trace.h"
@@ -12,6 +13,18 @@
 namespace workstation {
 
 namespace {
+
+/// A path as it stands in a URL: all but letters, digits, `-._~` and the slashes as `%XX`.
+std::wstring percentEncoded(const std::string& path) {
+  constexpr std::string_view kPlain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
+  std::wstring text;
+  for (const char c : path) {
+    const bool isPlain = kPlain.find(c) != std::string_view::npos;
+    text += isPlain ? std::wstring(1, static_cast<wchar_t>(c))
+                    : platform::formatWide(L"%%%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
+  }
+  return text;
+}
 
 class EmbeddedController : public ICloudController {
  public:
@@ -37,12 +50,10 @@ class EmbeddedController : public ICloudController {
   void GetAccessToken(std::wstring& token) override { token = session_.token(); }
 
   void GetPortalUrl(std::wstring& url) override {
-    const std::string directory = session_.directory();
-    url = L"file://" + platform::fromUtf8(directory);
-    CloudStatus status = kStoreOk;
-    std::wstring error;
-    if (const auto store = session_.store(status, error)) url = store->textSetting("portal_url", url);
-    while (!url.empty() && url.back() == L'/') url.pop_back();
+    // The store has no portal of its own: its directory is what a browser can show.
+    std::string directory = session_.directory();
+    while (directory.ends_with('/')) directory.pop_back();
+    url = directory.empty() ? std::wstring() : L"file://" + percentEncoded(directory);
   }
 
   void GetTeamContext(std::wstring& first, std::wstring& second) override {

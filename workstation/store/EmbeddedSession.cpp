@@ -4,7 +4,10 @@
 #include <chrono>
 #include <utility>
 
+#include "platform/Files.h"
+#include "platform/Paths.h"
 #include "platform/Text.h"
+#include "platform/Time.h"
 #include "workstation/store/Bodies.h"
 #include "workstation/store/StoreError.h"
 
@@ -14,6 +17,10 @@ namespace {
 
 constexpr std::int64_t kDefaultTimeoutSeconds = 120;
 constexpr std::int64_t kBeatsInTimeout = 4;
+
+std::wstring keyOf(const std::wstring& directory) {
+  return platform::toLower(platform::weaklyCanonical(directory));
+}
 
 }  // namespace
 
@@ -45,17 +52,21 @@ StoreActor EmbeddedSession::actor() const {
 }
 
 std::shared_ptr<CloudStore> EmbeddedSession::store(CloudStatus& status, std::wstring& error) {
-  const std::lock_guard lock(mutex_);
-  status = kStoreOk;
-  if (store_ == nullptr) {
+  std::shared_ptr<CloudStore> opened;
+  {
+    const std::lock_guard lock(mutex_);
+    status = kStoreOk;
+    if (store_ != nullptr) return store_;
     if (directory_.empty()) {
       status = kStoreNotConnected;
       error = L"this workstation is not connected to a cloud store";
+      setLastStoreText(error);
       return nullptr;
     }
-    store_ = CloudStore::open(directory_, status, error);
+    opened = store_ = CloudStore::open(directory_, status, error);
   }
-  return store_;
+  if (opened != nullptr) opened->sweepDaily();  // takes its time, during which others go on
+  return opened;
 }
 
 CloudStatus EmbeddedSession::logIn(std::wstring& error) {
@@ -71,7 +82,6 @@ CloudStatus EmbeddedSession::logIn(std::wstring& error) {
   }
   {
     const std::lock_guard lock(mutex_);
-    loggedOut_ = false;
     if (heartbeat_.joinable()) return kStoreOk;
     status = answerOf([&] {
       id_ = randomHex(16);
@@ -88,6 +98,7 @@ CloudStatus EmbeddedSession::logIn(std::wstring& error) {
     return status;
   }
   const std::lock_guard lock(mutex_);
+  loggedOut_ = false;
   heartbeat_ = std::jthread([this](const std::stop_token& stop) { keepBeating(stop); });
   return kStoreOk;
 }
@@ -144,6 +155,20 @@ void EmbeddedSession::noteProject(const std::wstring& project) {
   beat();
 }
 
+void EmbeddedSession::noteLoad(const std::wstring& directory) {
+  const FILETIME made = platform::fileStatus(directory).creationTime;
+  const std::lock_guard lock(mutex_);
+  loads_[keyOf(directory)] = platform::toTicks(made);
+}
+
+bool EmbeddedSession::isLoaded(const std::wstring& directory) const {
+  const platform::FileStatus status = platform::fileStatus(directory);
+  if (!status.isDirectory) return false;
+  const std::lock_guard lock(mutex_);
+  const auto found = loads_.find(keyOf(directory));
+  return found != loads_.end() && found->second == platform::toTicks(status.creationTime);
+}
+
 std::wstring EmbeddedSession::project() const {
   const std::lock_guard lock(mutex_);
   return project_;
@@ -157,7 +182,10 @@ CloudStatus EmbeddedSession::beat() {
   std::wstring project;
   {
     const std::lock_guard lock(mutex_);
-    if (store_ == nullptr || id_.empty()) return kStoreNotConnected;
+    if (store_ == nullptr || id_.empty()) {
+      setLastStoreText(L"there is no session in the cloud store");
+      return kStoreNotConnected;
+    }
     opened = store_;
     actor = actor_;
     session = id_;

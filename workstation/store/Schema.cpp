@@ -62,9 +62,6 @@ std::wstring ofStore(const std::string& directory) {
 }  // namespace
 
 bool createSchema(Connection& connection) {
-  // The mode can't be changed inside a transaction. Set first, so that a crash leaves an empty database that the next
-  // try takes.
-  connection.makeDurable();
   WriteTransaction transaction(connection);
   if (connection.number("PRAGMA application_id") != 0 || connection.number("PRAGMA user_version") != 0) return false;
   if (connection.number("SELECT count(*) FROM sqlite_schema") != 0) return false;

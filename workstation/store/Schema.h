@@ -11,7 +11,8 @@ constexpr int kSchemaVersion = 1;
 /// Marks a database as one of this store ("ZEPS").
 constexpr int kApplicationId = 0x5A455053;
 
-/// Makes the tables in an empty database. @return false when the database is a store already
+/// Makes the tables in an empty database. Its journal is set before: that can't be done inside a transaction. @return
+/// false when the database is a store already
 bool createSchema(Connection& connection);
 
 /// Refuses what is no store of this or an older version, unchanged, and brings an older one up to date. Throws

@@ -12,14 +12,12 @@ constexpr int kBodyTries = 3;
 
 constexpr const char* kListColumns =
     "SELECT f.name, f.class, f.uuid, f.size, f.created, f.modified, f.uploaded, f.uploader, u.name, f.revision, "
-    "f.sha256, "
-    "length(f.header) FROM files f JOIN users u ON u.uuid=f.uploader WHERE f.project=?1 AND f.deleted=?2 AND "
+    "f.sha256 FROM files f JOIN users u ON u.uuid=f.uploader WHERE f.project=?1 AND f.deleted=?2 AND "
     "(1<<f.class)&?3 "
     "ORDER BY f.name_key";
 constexpr const char* kFindColumns =
     "SELECT f.name, f.class, f.uuid, f.size, f.created, f.modified, f.uploaded, f.uploader, u.name, f.revision, "
-    "f.sha256, "
-    "length(f.header) FROM files f JOIN users u ON u.uuid=f.uploader WHERE f.project=?1 AND f.name_key=?2 AND "
+    "f.sha256 FROM files f JOIN users u ON u.uuid=f.uploader WHERE f.project=?1 AND f.name_key=?2 AND "
     "f.deleted=0";
 
 StoredFile fileFrom(const Statement& statement) {
@@ -35,7 +33,6 @@ StoredFile fileFrom(const Statement& statement) {
   file.uploaderName = statement.text(8);
   file.revision = statement.number(9);
   file.sha256 = statement.bytes(10);
-  file.hasHeader = statement.number(11) > 0;
   return file;
 }
 

@@ -16,7 +16,6 @@ constexpr CloudStatus kStoreOk = 0;
 constexpr CloudStatus kStoreNotFound = statusOfError(ERROR_FILE_NOT_FOUND);
 constexpr CloudStatus kStoreAccessDenied = statusOfError(ERROR_ACCESS_DENIED);
 constexpr CloudStatus kStoreInvalidData = statusOfError(ERROR_INVALID_DATA);
-constexpr CloudStatus kStoreReadFault = statusOfError(ERROR_READ_FAULT);
 constexpr CloudStatus kStoreInUse = statusOfError(ERROR_SHARING_VIOLATION);
 constexpr CloudStatus kStoreLocked = statusOfError(33);
 constexpr CloudStatus kStoreInvalidParameter = statusOfError(ERROR_INVALID_PARAMETER);

@@ -9,10 +9,19 @@ namespace workstation {
 namespace {
 
 constexpr std::int64_t kGraceSeconds = 3600;
+constexpr std::int64_t kSecondsOfDay = 86'400;
 constexpr std::int64_t kDayTicks = 864'000'000'000;
 constexpr std::int64_t kDefaultDeletedDays = 30;
 constexpr std::size_t kBatch = 200;
 constexpr std::size_t kNameLength = 64;
+
+/// Claims today's sweep. @return false when another process did it less than a day ago
+bool claimSweep(Connection& connection) {
+  Statement claim(connection, "UPDATE meta SET value=?1 WHERE key='last_sweep' AND value NOT BETWEEN ?2 AND ?1");
+  claim << nowSeconds() << nowSeconds() - kSecondsOfDay;
+  claim.run();
+  return connection.changes() > 0;
+}
 
 bool isOld(const DiskEntry& entry) {
   return entry.modifiedSeconds < nowSeconds() - kGraceSeconds;
@@ -50,6 +59,13 @@ void forgetDeletedProjects(Connection& connection, std::int64_t days) {
 }
 
 }  // namespace
+
+void CloudStore::sweepDaily() {
+  bool isDue = false;
+  answerOf([&] { isDue = claimSweep(*impl_->pool.take()); });
+  SweepResult result;
+  if (isDue) sweep(result);
+}
 
 CloudStatus CloudStore::sweep(SweepResult& result) {
   return answerOf([&] {

@@ -1,5 +1,6 @@
 #include "tests/workstation/store/ContractSuite.h"
 #include "workstation/store/EmbeddedController.h"
+#include "workstation/store/JournalMode.h"
 
 namespace zephor_test {
 namespace {
@@ -17,6 +18,7 @@ class EmbeddedWorld : public CloudWorld {
     }
     return *found;
   }
+  const std::string& storePath() const { return world_.storePath; }
   std::wstring team() const override { return world_.team; }
   std::wstring project() const override { return world_.project; }
 
@@ -29,7 +31,16 @@ std::unique_ptr<CloudWorld> makeEmbeddedWorld() {
   return std::make_unique<EmbeddedWorld>();
 }
 
-INSTANTIATE_TEST_SUITE_P(Embedded, CloudContract, ::testing::Values(CloudWorldFactory{"embedded", &makeEmbeddedWorld}));
+/// As it is on a network disk.
+std::unique_ptr<CloudWorld> makeSharedWorld() {
+  auto world = std::make_unique<EmbeddedWorld>();
+  workstation::leaveWriteAhead(world->storePath());
+  return world;
+}
+
+INSTANTIATE_TEST_SUITE_P(Embedded, CloudContract,
+                         ::testing::Values(CloudWorldFactory{"embedded", &makeEmbeddedWorld},
+                                           CloudWorldFactory{"onNetworkDisk", &makeSharedWorld}));
 
 }  // namespace
 }  // namespace zephor_test

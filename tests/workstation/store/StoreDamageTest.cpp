@@ -13,6 +13,7 @@
 
 #include "platform/Text.h"
 #include "tests/workstation/store/StoreWorld.h"
+#include "workstation/store/JournalMode.h"
 
 namespace zephor_test {
 namespace {
@@ -83,11 +84,35 @@ TEST(StoreDamage, DamagedBodyIsRefusedUntilItsContentComesAgain) {
   EXPECT_EQ(world.get(*store, world.viewer, L"a.txt"), "<13>");
   EXPECT_FALSE(std::filesystem::exists(world.directory.path("got")));
   EXPECT_THAT(platform::toUtf8(CloudStore::lastText()), ::testing::HasSubstr(body));
-  std::ofstream(body) << "cut";
-  EXPECT_EQ(world.put(*store, world.editor, L"b.txt", "content"), 0);
-  EXPECT_EQ(world.get(*store, world.viewer, L"a.txt"), "content");
+  for (const char* damage : {"cut", "of 7 b."}) {
+    std::ofstream(body) << damage;
+    EXPECT_EQ(world.put(*store, world.editor, L"b.txt", "content"), 0);
+    EXPECT_EQ(world.get(*store, world.viewer, L"a.txt"), "content") << damage;
+  }
   std::filesystem::remove(body);
   EXPECT_EQ(world.get(*store, world.viewer, L"a.txt"), "<13>");
+}
+
+TEST(StoreJournal, IsWrittenAheadOnLocalDisksAlone) {
+  for (const std::uint32_t shared : {0x6969U, 0x517BU, 0xFF534D42U, 0xFE534D42U, 0x65735546U, 0x01021997U, 0xC36400U}) {
+    EXPECT_EQ(journalModeFor(shared), JournalMode::Rollback) << std::hex << shared;
+  }
+  for (const std::uint32_t local : {0xEF53U, 0x58465342U, 0x9123683EU, 0x01021994U, 0x794C7630U, 0U}) {
+    EXPECT_EQ(journalModeFor(local), JournalMode::WriteAhead) << std::hex << local;
+  }
+}
+
+TEST(StoreJournal, StoreThatLeavesItKeepsItsRecordsAndTheRollbackJournal) {
+  const StoreWorld world;
+  ASSERT_EQ(world.put(*world.open(), world.editor, L"a.txt", "before"), 0);
+  leaveWriteAhead(world.storePath);
+  leaveWriteAhead(world.storePath);
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(contentOf(world.storePath + "/store.db")[18], 1);
+    EXPECT_EQ(world.get(*world.open(), world.viewer, L"a.txt"), "before");
+    EXPECT_EQ(world.put(*world.open(), world.editor, L"b.txt", "after"), 0);
+  }
+  EXPECT_FALSE(std::filesystem::exists(world.storePath + "/store.db-wal"));
 }
 
 /// Limits the size of the files that the process writes, as a full disk does.
