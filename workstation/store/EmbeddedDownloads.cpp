@@ -7,6 +7,7 @@
 #include "workstation/store/Bodies.h"
 #include "workstation/store/DiskFiles.h"
 #include "workstation/store/EmbeddedProjectService.h"
+#include "workstation/store/EmbeddedSession.h"
 #include "workstation/store/LocalTree.h"
 #include "workstation/store/StoreError.h"
 #include "workstation/store/StoreImpl.h"
@@ -21,9 +22,15 @@ constexpr CloudStatus kFileMissing = ERROR_FILE_NOT_FOUND;
 /// Files that wait for their names together, so that one sync serves them all.
 constexpr std::size_t kGroup = 512;
 constexpr std::size_t kSyncSingly = 4;
+/// The files that a project needs before it can be opened.
+constexpr unsigned kBaseClasses = classBit(FileClass::Ordinary) | classBit(FileClass::Resource);
 
 bool isOpenInHost(const LocalPlace& place) {
   return place.exists && cfgethandle(place.path, 0) != -1;
+}
+
+void requireClosed(const LocalPlace& place) {
+  if (isOpenInHost(place)) throw StoreError{kStoreInUse, L"\"" + place.path + L"\" is open"};
 }
 
 [[noreturn]] void throwLast(CloudStatus status) {
@@ -97,7 +104,7 @@ class BulkDownload {
         isSame(waiting.place, file, compare_)) {
       return 0;
     }
-    if (isOpenInHost(waiting.place)) throw StoreError{kStoreInUse, L"\"" + waiting.place.path + L"\" is open"};
+    requireClosed(waiting.place);
     waiting.from = LocalTree::besides(waiting.place);
     const CloudStatus status = store_.copyOut(actor_, project_, name, waiting.from, file);
     if (status != kStoreOk) throwLast(status);
@@ -118,6 +125,7 @@ class BulkDownload {
       if (status == kStoreOk) {
         status = answerOf([&] {
           if (waiting.place.exists && !together) syncPath(waiting.from);
+          requireClosed(waiting.place);
           LocalTree::replace(waiting.from, waiting.place);
         });
       }
@@ -156,6 +164,7 @@ CloudStatus EmbeddedProjectService::DownloadFile(const std::wstring& project, co
         StoreProject membership;
         asked = store.project(actor, project, membership);
         if (asked == kStoreOk) {
+          setLastStoreText(L"the project has no file \"" + normal + L"\"");
           plain = kFileMissing;
           return;
         }
@@ -163,18 +172,19 @@ CloudStatus EmbeddedProjectService::DownloadFile(const std::wstring& project, co
       if (asked != kStoreOk) throwLast(asked);
       LocalTree tree(localRoot);
       const LocalPlace place = tree.place(normal);
-      const bool stays = isOpenInHost(place);
-      if (!stays && isSame(place, file, Compare::Content)) return;
-      if (stays && suffix.empty()) throw StoreError{kStoreInUse, L"\"" + place.path + L"\" is open"};
-      const std::string target = suffix.empty() ? LocalTree::besides(place) : tree.place(besides).systemPath();
-      asked = store.copyOut(actor, project, normal, target, file);
+      if (suffix.empty()) requireClosed(place);
+      if (!isOpenInHost(place) && isSame(place, file, Compare::Content)) return;
+      // Under a name of its own even when it has a suffix: two downloads of one file never write into each other's.
+      const std::string written = LocalTree::besides(place);
+      asked = store.copyOut(actor, project, normal, written, file);
       if (asked != kStoreOk) throwLast(asked);
-      if (stays) return;
       try {
-        if (place.exists) syncPath(target);
-        LocalTree::replace(target, place);
+        if (place.exists) syncPath(written);
+        const bool stays = !suffix.empty() && isOpenInHost(place);
+        if (!stays) requireClosed(place);
+        LocalTree::replace(written, stays ? tree.place(besides) : place);
       } catch (const StoreError&) {
-        removeFile(target);
+        removeFile(written);
         throw;
       }
     });
@@ -200,7 +210,9 @@ CloudStatus EmbeddedProjectService::fetchClasses(const wchar_t* operation, const
       BulkDownload download(store, actor, project, directory, believeTimes ? Compare::Time : Compare::Content);
       status = download.fetch(names, transferSteps(options), failed);
     });
-    return thrown != kStoreOk ? thrown : status;
+    if (thrown != kStoreOk) return thrown;
+    if (status == kStoreOk && (classes & kBaseClasses) == kBaseClasses) session_.noteLoad(directory);
+    return status;
   });
 }
 
@@ -208,8 +220,7 @@ CloudStatus EmbeddedProjectService::DownloadQuorvelProjectBaseFiles(const std::w
                                                                     const std::wstring& directory, int /*kind*/,
                                                                     const CloudTransferOptions& options) {
   std::vector<std::wstring> failed;
-  const unsigned classes = classBit(FileClass::Ordinary) | classBit(FileClass::Resource);
-  return fetchClasses(L"DownloadQuorvelProjectBaseFiles", project, directory, classes, true, options, failed);
+  return fetchClasses(L"DownloadQuorvelProjectBaseFiles", project, directory, kBaseClasses, true, options, failed);
 }
 
 CloudStatus EmbeddedProjectService::DownloadQuorvelProjectFiles(const std::wstring& project,

@@ -9,7 +9,7 @@ namespace workstation {
 
 namespace {
 
-constexpr int kDeletedKinds = 5;
+constexpr int kUpperKinds = 5;
 
 /// The bits of an image, least significant bit of each byte first.
 HeaderBits bitsOf(const std::vector<std::uint8_t>& image, std::uint32_t limit) {
@@ -31,17 +31,22 @@ std::wstring lineOf(const StoredFile& file) {
          std::to_wstring(file.size);
 }
 
-bool isDeletedKind(int kind) {
-  return kind >= kCloudKindDeletedFirst && kind < kCloudKindDeletedFirst + kDeletedKinds;
+bool isUpperKind(int kind) {
+  return kind >= kCloudKindDeletedFirst && kind < kCloudKindDeletedFirst + kUpperKinds;
 }
 
+/// Live files of some classes; none of them, for a kind that there is not, is refused.
 CloudStatus listKind(CloudStore& store, const StoreActor& actor, const std::wstring& project, int kind,
                      unsigned classes, std::vector<StoredFile>& out) {
-  if (isDeletedKind(kind))
-    return store.deletedFiles(actor, project, 1U << unsigned(kind - kCloudKindDeletedFirst), out);
   if (classes != 0) return store.files(actor, project, classes, out);
   setLastStoreText(platform::formatWide(L"there is no listing of kind %d", kind));
   return kStoreInvalidParameter;
+}
+
+/// The class of a kind from 32 on. Listings of names take it for the deleted files of the class, those of lines (the
+/// groups of the new share) for the live ones.
+unsigned upperClassOfKind(int kind) {
+  return 1U << static_cast<unsigned>(kind - kCloudKindDeletedFirst);
 }
 
 }  // namespace
@@ -102,7 +107,9 @@ CloudStatus EmbeddedProjectService::GetProjectFileInfos(const std::wstring& proj
   return run(L"GetProjectFileInfos", [&](CloudStore& store, const StoreActor& actor) {
     lines.clear();
     std::vector<StoredFile> files;
-    const CloudStatus status = listKind(store, actor, project, kind, classesOfKind(kind), files);
+    const bool isNewShare = isUpperKind(kind) && kind != kCloudKindDeletedFirst;
+    const unsigned classes = isNewShare ? upperClassOfKind(kind) : classesOfKind(kind);
+    const CloudStatus status = listKind(store, actor, project, kind, classes, files);
     for (const StoredFile& file : files) lines.push_back(lineOf(file));
     return status;
   });
@@ -115,7 +122,7 @@ CloudStatus EmbeddedProjectService::GetNewShareFilesMetadata(const std::wstring&
     files.clear();
     std::vector<StoredFile> found;
     const unsigned classes = type >= eShareFile_Resource && type <= eShareFile_Bim ? 1U << unsigned(type) : 0;
-    const CloudStatus status = listKind(store, actor, project, -1, classes, found);
+    const CloudStatus status = listKind(store, actor, project, type, classes, found);
     for (const StoredFile& file : found) files.push_back({file.name, file.uuid, file.size, file.modified});
     return status;
   });
@@ -130,7 +137,8 @@ CloudStatus EmbeddedProjectService::GetQuorvelProjectResourceFiles(const std::ws
     if (kind == kCloudKindOrdinary) classes |= classBit(FileClass::Resource);
     if (kind == kCloudKindPlan) classes |= classBit(FileClass::Teilbild);
     std::vector<StoredFile> files;
-    const CloudStatus status = listKind(store, actor, project, kind, classes, files);
+    const CloudStatus status = isUpperKind(kind) ? store.deletedFiles(actor, project, upperClassOfKind(kind), files)
+                                                 : listKind(store, actor, project, kind, classes, files);
     for (const StoredFile& file : files) names.push_back(file.name);
     return status;
   });

@@ -2,6 +2,7 @@
 #include "host/Project.h"
 #include "host/Trace.h"
 #include "platform/Files.h"
+#include "platform/Paths.h"
 #include "platform/Text.h"
 #include "workstation/store/EmbeddedProjectService.h"
 #include "workstation/store/EmbeddedSession.h"
@@ -9,8 +10,20 @@
 
 namespace workstation {
 
+namespace {
+
+/// True for a directory in which a full load has left its mark.
+bool hasCompleteCopy(const std::wstring& directory) {
+  return platform::fileStatus(platform::joinPath(directory, L"OndrathCopy.tmp")).exists;
+}
+
+}  // namespace
+
 CloudStatus EmbeddedProjectService::run(const wchar_t* operation, const Work& work) {
-  if (session_.isLoggedOut()) return kStoreNotConnected;
+  if (session_.isLoggedOut()) {
+    setLastStoreText(L"this user is logged out of the cloud store");
+    return kStoreNotConnected;
+  }
   CloudStatus status = kStoreOk;
   std::wstring error;
   const std::shared_ptr<CloudStore> store = session_.store(status, error);
@@ -72,6 +85,7 @@ CloudStatus EmbeddedProjectService::GetSessionState(std::wstring& state, bool& f
   first = session_.isUp();
   second = false;
   state = first ? L"online" : L"offline";
+  if (!first) setLastStoreText(L"there is no session in the cloud store");
   return first ? kStoreOk : kStoreNotConnected;
 }
 
@@ -88,7 +102,10 @@ CloudStatus EmbeddedProjectService::GetTeams(std::vector<SimpleCloudObject>& tea
 CloudStatus EmbeddedProjectService::IsCurrentUserInRole(bool& inRole, std::wstring project, int role) {
   inRole = false;
   return run(L"IsCurrentUserInRole", [&](CloudStore& store, const StoreActor& actor) {
-    if (role != 1 && role != 2) return kStoreInvalidParameter;
+    if (role != 1 && role != 2) {
+      setLastStoreText(platform::formatWide(L"role %d; expected 1 (administrator) or 2 (editor)", role));
+      return kStoreInvalidParameter;
+    }
     StoreProject found;
     const CloudStatus status = store.project(actor, project, found);
     if (status == kStoreOk) inRole = found.role <= (role == 1 ? StoreRole::Admin : StoreRole::Editor);
@@ -149,7 +166,10 @@ CloudStatus EmbeddedProjectService::TriggerProjectItemChangedNotification(const 
                                                                           const std::wstring& name) {
   return run(L"TriggerProjectItemChangedNotification", [&](CloudStore& store, const StoreActor& actor) {
     std::wstring normal;
-    if (!normaliseStoreName(name, normal)) return kStoreInvalidName;
+    if (!normaliseStoreName(name, normal)) {
+      setLastStoreText(L"\"" + name + L"\" is not a valid name of a file of a project");
+      return kStoreInvalidName;
+    }
     return store.notifyChange(actor, project);
   });
 }
@@ -161,7 +181,8 @@ CloudStatus EmbeddedProjectService::RefreshProjectCache(const std::wstring& proj
     if (status != kStoreOk) return status;
     std::wstring directory;
     const PRJ descriptor(found.teamUuid, found.teamName, found.name, found.uuid, true);
-    full = make_prj_dir(descriptor, directory) != 0 || !platform::fileStatus(directory).isDirectory;
+    const bool hasDirectory = make_prj_dir(descriptor, directory) == 0;
+    full = !hasDirectory || !(session_.isLoaded(directory) || hasCompleteCopy(directory));
     return status;
   });
 }

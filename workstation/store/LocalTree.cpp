@@ -107,7 +107,14 @@ void LocalTree::replace(const std::string& from, const LocalPlace& place) {
       SetFileAttributesW(platform::libraryPath(from).c_str(), kept & kMarks);
     }
   }
-  renameReplacing(from, place.systemPath());
+  // Other processes may have the file open; they are asked by their share modes.
+  const std::wstring source = platform::libraryPath(from);
+  const std::wstring target = platform::libraryPath(place.systemPath());
+  if (MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING) == FALSE) {
+    const DWORD code = GetLastError();
+    throw StoreError{statusOfError(code),
+                     platform::formatWide(L"\"%s\" can't be replaced (error %u)", place.path, code)};
+  }
 }
 
 }  // namespace workstation

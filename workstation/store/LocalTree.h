@@ -30,7 +30,8 @@ class LocalTree {
   LocalPlace place(const std::wstring& relative);
   /// Path beside a place under a name that is not in use.
   static std::string besides(const LocalPlace& place);
-  /// Puts a whole file, written beside, onto its place. Attributes of the file before it stay.
+  /// Puts a whole file, written beside, onto its place, which has to be closed everywhere: otherwise kStoreInUse.
+  /// Attributes of the file before it stay.
   static void replace(const std::string& from, const LocalPlace& place);
 
  private:

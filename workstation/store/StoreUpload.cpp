@@ -1,8 +1,9 @@
 // Putting a group of files: bodies first, each under its hash, then one sync, then one transaction for all records. A
 // crash before the transaction leaves bodies that nobody refers to; after it everything stands.
-#include <set>
+#include <optional>
 
 #include "host/FileTypes.h"
+#include "host/ObjectFiles.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -14,14 +15,20 @@ namespace workstation {
 
 namespace {
 
+bool isOpenHandle(HANDLE handle) {
+  return handle != nullptr && handle != INVALID_HANDLE_VALUE;
+}
+
 /// A source file that is read once from its beginning, by its path or through an open handle, whose position comes
 /// back.
 class Source {
  public:
   explicit Source(const FilePut& put) : name_(put.path.empty() ? put.name : put.path) {
-    if (put.handle != nullptr && put.handle != INVALID_HANDLE_VALUE) {
+    if (isOpenHandle(put.handle)) {
       handle_ = put.handle;
+      SetLastError(ERROR_SUCCESS);
       position_ = SetFilePointer(handle_, 0, &positionHigh_, FILE_CURRENT);
+      if (position_ == INVALID_SET_FILE_POINTER && GetLastError() != ERROR_SUCCESS) fail(L"was closed meanwhile");
       rewind();
       return;
     }
@@ -95,19 +102,45 @@ bool concernsStore(CloudStatus status) {
   return status == kStoreDiskFull || status == kStoreTimeout || status == statusOfError(ERROR_NOT_ENOUGH_MEMORY);
 }
 
-Arrival receive(const Bodies& bodies, const FilePut& put) {
-  Arrival arrival;
-  if (!normaliseStoreName(put.name, arrival.name)) {
-    throw StoreError{kStoreInvalidName, L"\"" + put.name + L"\" is not a valid name of a file of a project"};
-  }
+void readContent(const Bodies& bodies, const FilePut& put, Arrival& arrival) {
   Source source(put);
   for (int tries = 0; tries < 2; ++tries) {
     if (tries > 0) source.rewind();
     arrival.state = source.state();
     arrival.body = bodies.take([&](std::uint8_t* buffer, std::size_t size) { return source.read(buffer, size); });
-    if (arrival.state == source.state() && arrival.state.size == arrival.body.size) return arrival;
+    if (arrival.state == source.state() && arrival.state.size == arrival.body.size) return;
   }
   throw StoreError{kStoreInUse, L"\"" + arrival.name + L"\" kept changing while it was read"};
+}
+
+/// Reads a file that is open in the core with the core held off from it, from the content as from the position.
+/// @return false when the handle is none of the core's
+bool readQuiesced(const Bodies& bodies, const FilePut& put, Arrival& arrival) {
+  struct Call {
+    const Bodies& bodies;
+    const FilePut& put;
+    Arrival& arrival;
+    std::optional<CloudStatus> status;
+  };
+  Call call{bodies, put, arrival, std::nullopt};
+  const auto work = [](HANDLE /*file*/, void* arguments) -> unsigned long {
+    Call& asked = *static_cast<Call*>(arguments);
+    asked.status = answerOf([&] { readContent(asked.bodies, asked.put, asked.arrival); });
+    return ERROR_SUCCESS;
+  };
+  lcfile_doLowlevelOnFile(put.handle, work, &call);
+  if (!call.status) return false;
+  if (*call.status != kStoreOk) throw StoreError{*call.status, CloudStore::lastText()};
+  return true;
+}
+
+Arrival receive(const Bodies& bodies, const FilePut& put) {
+  Arrival arrival;
+  if (!normaliseStoreName(put.name, arrival.name)) {
+    throw StoreError{kStoreInvalidName, L"\"" + put.name + L"\" is not a valid name of a file of a project"};
+  }
+  if (!isOpenHandle(put.handle) || !readQuiesced(bodies, put, arrival)) readContent(bodies, put, arrival);
+  return arrival;
 }
 
 void putRecord(Connection& connection, const StoreActor& actor, const std::wstring& project, const FilePut& put,
@@ -198,6 +231,7 @@ CloudStatus CloudStore::putFiles(const StoreActor& actor, const std::wstring& pr
     WriteTransaction transaction(*lease);
     requireRole(*lease, actor, project, StoreRole::Editor);
     requireProjectUnlocked(*lease, actor, project);
+    bool changed = false;
     for (const Arrival& arrival : arrivals) {
       try {
         requireObjectFree(*lease, actor, project, arrival.name);
@@ -207,8 +241,9 @@ CloudStatus CloudStore::putFiles(const StoreActor& actor, const std::wstring& pr
         continue;
       }
       putRecord(*lease, actor, project, files[arrival.index], arrival);
+      changed = true;
     }
-    countChange(*lease, project);
+    if (changed) countChange(*lease, project);
     transaction.commit();
   });
   if (whole != kStoreOk) {

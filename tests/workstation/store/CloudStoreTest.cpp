@@ -121,6 +121,12 @@ TEST_F(CloudStoreTest, LockedObjectKeepsOthersWritesOut) {
   EXPECT_EQ(get(*store, admin, L"tb000002.zdw"), "new");
   EXPECT_EQ(put(*store, editor, L"tb000001.zdw", "own"), 0);
   EXPECT_EQ(store->deleteFile(at(editor, L"second"), project, L"tb000001.zdw"), kStoreLocked);
+  StoreProject before;
+  StoreProject after;
+  EXPECT_EQ(store->project(admin, project, before), 0);
+  EXPECT_EQ(put(*store, admin, L"tb000001.zdw", "refused"), kStoreLocked);
+  EXPECT_EQ(store->project(admin, project, after), 0);
+  EXPECT_EQ(after.changeCounter, before.changeCounter) << "nothing has changed";
   EXPECT_EQ(store->deleteFile(editor, project, L"tb000001.zdw"), 0);
 }
 

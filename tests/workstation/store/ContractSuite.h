@@ -260,6 +260,11 @@ TEST_P(CloudContract, DeletedFilesAreListedByClassUntilTheyComeBack) {
   EXPECT_EQ(as(Person::Viewer).DownloadFile(project, directory("in"), L"a.txt", L""), 2);
   ASSERT_EQ(upload(Person::Admin, {L"A.txt"}), 0);
   EXPECT_TRUE(names(33).empty());
+  for (const auto& [kind, count] : {std::pair{32, -1}, {33, 1}, {34, 0}, {36, 0}, {37, -1}}) {
+    std::vector<std::wstring> lines;
+    EXPECT_EQ(as(Person::Viewer).GetProjectFileInfos(project, lines, kind) == 0, count >= 0) << kind;
+    EXPECT_EQ(lines.size(), static_cast<std::size_t>(std::max(count, 0))) << kind << ": live files, of the new share";
+  }
   EXPECT_TRUE(has(L"a.txt"));
 }
 
