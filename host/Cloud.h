@@ -137,7 +137,8 @@ class HOST_API ICloudProjectService {
  public:
   virtual ~ICloudProjectService() = default;
 
-  virtual CloudStatus GetCurrentUser(CloudUser& user) = 0;
+  /// Fills the record. @return its address; null when nobody is signed in
+  virtual const CloudUser* GetCurrentUser(CloudUser& user) = 0;
   /// Fails for an unknown UUID.
   virtual CloudStatus GetProjectInfo(const std::wstring& project, std::wstring& name, std::wstring& teamName,
                                      std::wstring& teamUuid) = 0;
@@ -162,6 +163,7 @@ class HOST_API ICloudProjectService {
   virtual CloudStatus GetAllFileHeaders(const std::wstring& project, HeaderMap& headers, std::uint32_t bits,
                                         int kind) = 0;
   virtual CloudStatus DeleteFile(const std::wstring& project, const std::wstring& name) = 0;
+  /// @param name  may begin with a backslash
   virtual CloudStatus HasFile(const std::wstring& project, const std::wstring& name, bool& found) = 0;
   /// One line a file: name, text, date created, date modified, text, text, separated by `|`; dates as "21.11.2026
   /// 18:04:05", UTC.

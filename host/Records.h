@@ -1,7 +1,7 @@
 // Header records of project objects: plain values of fixed size, copied whole, compared whole.
 //
-// Text members are UTF-16 code units ended by 0. A cleared record is all zero but for the version counter, which is
-// kUnknownVersion.
+// Text members are UTF-16 code units ended by 0. A cleared record is all zero; a Teilbild's and a Plan's has the
+// version counter kUnknownVersion.
 #pragma once
 
 #include <cstddef>
@@ -72,11 +72,11 @@ struct ZeichnungHeader {
 };
 static_assert(std::is_trivially_copyable_v<ZeichnungHeader>);
 
-/// All zero but for the version counter.
+/// All zero. The version counter of a Teilbild or Plan, which versions are compared by, is kUnknownVersion.
 template <typename Header>
 Header clearedHeader() {
   Header header;
   std::memset(static_cast<void*>(&header), 0, sizeof header);
-  header.versionCounter = kUnknownVersion;
+  if constexpr (!std::is_same_v<Header, ZeichnungHeader>) header.versionCounter = kUnknownVersion;
   return header;
 }

@@ -109,7 +109,7 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
     return record("DeleteFile", {name});
   }
   CloudStatus HasFile(const std::wstring&, const std::wstring& name, bool& found) override {
-    found = files.contains(name);
+    found = files.contains(name.starts_with(L'\\') ? name.substr(1) : name);
     return record("HasFile", {name});
   }
   CloudStatus GetProjectFileInfos(const std::wstring&, std::vector<std::wstring>& out, int kind) override {
@@ -129,7 +129,9 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   CloudStatus GetSessionState(std::wstring&, bool&, bool&) override { return record("GetSessionState", {}); }
 
   // The rest records its name and answers its script.
-  CloudStatus GetCurrentUser(CloudUser&) override { return record("GetCurrentUser", {}); }
+  const CloudUser* GetCurrentUser(CloudUser& user) override {
+    return record("GetCurrentUser", {}) == 0 ? &user : nullptr;
+  }
   CloudStatus GetProjectInfo(const std::wstring&, std::wstring&, std::wstring&, std::wstring&) override {
     return record("GetProjectInfo", {});
   }

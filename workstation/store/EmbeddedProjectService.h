@@ -18,7 +18,7 @@ class EmbeddedProjectService : public ICloudProjectService {
   explicit EmbeddedProjectService(EmbeddedSession& session) : session_(session) {}
 
   // People and projects.
-  CloudStatus GetCurrentUser(CloudUser& user) override;
+  const CloudUser* GetCurrentUser(CloudUser& user) override;
   CloudStatus GetProjectInfo(const std::wstring& project, std::wstring& name, std::wstring& teamName,
                              std::wstring& teamUuid) override;
   CloudStatus GetProjectMembers(const std::wstring& project, std::vector<CloudProjectMember>& members) override;

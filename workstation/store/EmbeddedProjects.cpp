@@ -37,9 +37,11 @@ CloudStatus EmbeddedProjectService::run(const wchar_t* operation, const Work& wo
   return status;
 }
 
-CloudStatus EmbeddedProjectService::GetCurrentUser(CloudUser& user) {
-  return run(L"GetCurrentUser",
-             [&](CloudStore& store, const StoreActor& actor) { return store.findUser(actor.user.uuid, user); });
+const CloudUser* EmbeddedProjectService::GetCurrentUser(CloudUser& user) {
+  const CloudStatus status = run(L"GetCurrentUser", [&](CloudStore& store, const StoreActor& actor) {
+    return store.findUser(actor.user.uuid, user);
+  });
+  return status == kStoreOk ? &user : nullptr;
 }
 
 CloudStatus EmbeddedProjectService::GetProjectInfo(const std::wstring& project, std::wstring& name,
