@@ -2,8 +2,8 @@
 // project.
 //
 // Every path is judged by its file name alone; files of other types are refused without a word. What the file holds
-// from an earlier run is read before the list is changed, so that writing never forgets an entry. On the main thread's
-// upload paths; the list has no lock. Nothing here reports an error to its caller.
+// from an earlier run is read before the list is changed, so that writing never forgets an entry; a file that is there
+// and can't be read is not written over. From any thread. Nothing here reports an error to its caller.
 #pragma once
 
 #include <string>

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cwchar>
+#include <mutex>
 #include <set>
 #include <tuple>
 #include <utility>
@@ -36,16 +37,20 @@ struct Entry {
   bool operator<(const Entry& other) const { return std::tie(type, number) < std::tie(other.type, other.number); }
 };
 
-/// The list of the process; of the main thread.
+/// The list of the process. Everything below but the exported functions expects the lock to be held.
 struct NotUploadedState {
+  std::mutex lock;
   std::vector<Entry> entries;
-  bool loaded = false;
+  bool loaded = false;  ///< false too when the file is there and could not be read
 };
 
 NotUploadedState& state() {
-  static NotUploadedState notUploaded;
+  // Never destroyed: uploads on other threads may still run at the exit.
+  static auto& notUploaded = *new NotUploadedState;
   return notUploaded;
 }
+
+using Locked = std::lock_guard<std::mutex>;
 
 /// Full path of the list's file; empty when no project is open.
 std::wstring listPath() {
@@ -76,15 +81,21 @@ std::wstring listText(const std::vector<Entry>& entries) {
   return text + L"</Quorvel_NotUploadedFiles>\n";
 }
 
-bool writeList() {
+/// Writes the file, unless it holds what could not be read: entries of an earlier run would be lost.
+void writeList() {
   const std::wstring path = listPath();
-  if (path.empty()) return false;
+  if (path.empty()) return;
+  if (!state().loaded) {
+    lfperrC(L"%s: \"%s\" can't be read and is not written over; the list is kept in memory\n", L"NotUploadedFilesList",
+            path);
+    return;
+  }
   if (state().entries.empty()) {
     DeleteFileW(path.c_str());
-    return true;
+    return;
   }
   const std::string bytes = platform::toUtf8(listText(state().entries));
-  return platform::writeFileAtomically(path, bytes.data(), bytes.size()) == ERROR_SUCCESS;
+  platform::writeFileAtomically(path, bytes.data(), bytes.size());
 }
 
 enum class LineKind { NoEntry, Entry, Broken };
@@ -106,7 +117,7 @@ void loadOnce() {
   const std::wstring path = listPath();
   if (list.loaded || path.empty()) return;
   platform::TextFile file(path, L"r");
-  // A file that is there and can't be read now stays unread, so that closing the list does not delete it.
+  // A file that is there and can't be read now stays unread; the next call tries again.
   list.loaded = file.isOpen() || _waccess(path.c_str(), 0) != 0;
   if (!file.isOpen()) return;
   std::set<Entry> known(list.entries.begin(), list.entries.end());
@@ -148,6 +159,7 @@ bool writeShownFile(const std::wstring& path, const std::wstring& text) {
 void addEntryToNotUploadedFilesList(const wchar_t* path) {
   Entry entry;
   if (!entryOf(path, entry)) return;
+  const Locked guard(state().lock);
   loadOnce();
   if (isListed(entry)) return;
   state().entries.push_back(entry);
@@ -157,6 +169,7 @@ void addEntryToNotUploadedFilesList(const wchar_t* path) {
 void removeEntryFromNotUploadedFilesList(const wchar_t* path) {
   Entry entry;
   if (!entryOf(path, entry)) return;
+  const Locked guard(state().lock);
   loadOnce();
   std::vector<Entry>& entries = state().entries;
   const auto found = std::find(entries.begin(), entries.end(), entry);
@@ -165,10 +178,13 @@ void removeEntryFromNotUploadedFilesList(const wchar_t* path) {
 
 bool existsEntryInNotUploadedFilesList(const wchar_t* path) {
   Entry entry;
-  return entryOf(path, entry) && isListed(entry);
+  if (!entryOf(path, entry)) return false;
+  const Locked guard(state().lock);
+  return isListed(entry);
 }
 
 std::size_t getNotUploadedFilesList(std::vector<std::wstring>& names) {
+  const Locked guard(state().lock);
   loadOnce();
   names.clear();
   for (const Entry& entry : state().entries) {
@@ -179,16 +195,20 @@ std::size_t getNotUploadedFilesList(std::vector<std::wstring>& names) {
 }
 
 void closeNotUploadedFilesList() {
+  const Locked guard(state().lock);
+  if (!state().entries.empty()) loadOnce();
   // A list that nobody has looked at says nothing about its file, which may remember what an earlier run left.
   if (state().loaded || !state().entries.empty()) writeList();
   clearList();
 }
 
 void resetNotUploadedFilesList() {
+  const Locked guard(state().lock);
   clearList();
 }
 
 void deleteXMLFileOfNotUploadedFilesList(bool clearMemory) {
+  const Locked guard(state().lock);
   const std::wstring path = listPath();
   if (!path.empty()) DeleteFileW(path.c_str());
   if (clearMemory) clearList();
