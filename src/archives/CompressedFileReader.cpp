@@ -95,7 +95,9 @@ bool WGO_isZipFile(const int& pathNumber, const int& fileType, const int& number
 }
 
 bool WGO_getTBHeaderFromZipFile(const wchar_t* path, TeilbildHeader* out) {
-  if (path == nullptr || out == nullptr) return false;
+  if (out == nullptr) return false;
+  *out = clearedHeader<TeilbildHeader>();
+  if (path == nullptr) return false;
   if (!exists(path)) WGO_downloadFile(get_ActivePrj(), path, false);
   const bool success = readRecord(path, *out);
   if (getFileAccessTrace() > 0) {
@@ -106,7 +108,7 @@ bool WGO_getTBHeaderFromZipFile(const wchar_t* path, TeilbildHeader* out) {
 
 bool WGO_getTBHeaderFromZipFile(const int& pathNumber, const int& fileType, const int& number, TeilbildHeader* out) {
   const std::wstring path = teilbildPath(pathNumber, fileType, number);
-  return !path.empty() && WGO_getTBHeaderFromZipFile(path.c_str(), out);
+  return WGO_getTBHeaderFromZipFile(path.empty() ? nullptr : path.c_str(), out);
 }
 
 }  // namespace Quorvel::FileAccess
