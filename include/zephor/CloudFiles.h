@@ -23,10 +23,11 @@ struct CResourceInfo {
   std::wstring text5;
   std::wstring text6;  ///< never filled from a line
   HeaderBits header;
-  FILETIME createdTime{};         ///< UTC
-  FILETIME modifiedTime{};        ///< UTC
-  std::int32_t objectNumber = 0;  ///< the number in an object file's name; 0 in any other
-  SYSTEMTIME createdCalendar{};   ///< the dates as they were read, before any check
+  FILETIME createdTime{};   ///< UTC
+  FILETIME modifiedTime{};  ///< UTC
+  /// The number that begins at the third character of the name, whatever the file is; 0 when none begins there.
+  std::int32_t objectNumber = 0;
+  SYSTEMTIME createdCalendar{};  ///< the dates as they were read, before any check
   SYSTEMTIME modifiedCalendar{};
 };
 

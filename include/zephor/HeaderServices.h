@@ -1,7 +1,7 @@
 // Headers of project objects, each service from one source: file, project database, cache, compressed file, server.
 //
-// A service clears its output before it looks: when it answers false the record is all zero but for the version
-// counter, which is kUnknownVersion. None shows anything to the user.
+// A service clears its output before it looks: when it answers false the record is as clearedHeader() makes it. None
+// shows anything to the user.
 #pragma once
 
 #include <cstdint>
@@ -37,6 +37,7 @@ ZEPHOR_API bool WGO_getPLHeaderInfoFromProject(PRJ& prj, std::vector<PlanHeader>
                                                std::vector<PlanHeader>& local);
 /// Stored headers of a type, as records that the caller owns and frees with WGO_freeHeaders.
 ZEPHOR_API bool WGO_DownloadAllHeaders(const PRJ& prj, int type, std::vector<void*>& out);
+/// As above for single objects: one record for each different number, in ascending order.
 ZEPHOR_API bool WGO_DownloadHeaders(std::vector<int>& numbers, int type, std::vector<void*>& out);
 ZEPHOR_API void WGO_freeHeaders(int type, std::vector<void*>& headers);
 

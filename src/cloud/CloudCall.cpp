@@ -1,12 +1,20 @@
 #include "cloud/CloudCall.h"
 
+#include <exception>
+
 #include "host/System.h"
 #include "platform/Text.h"
 
 namespace Quorvel::FileAccess {
 
-CloudStatus refusedByException(const wchar_t* function, const std::exception& error) {
-  lfperrC(L"%s: the cloud service failed: %s\n", function, platform::fromUtf8(error.what()));
+CloudStatus refusedByException(const wchar_t* function) {
+  try {
+    throw;
+  } catch (const std::exception& error) {
+    lfperrC(L"%s: the cloud service failed: %s\n", function, platform::fromUtf8(error.what()));
+  } catch (...) {
+    lfperrC(L"%s: the cloud service failed: unknown exception\n", function);
+  }
   return kServiceThrew;
 }
 

@@ -1,7 +1,6 @@
 // The one shape of every function of the cloud backend: project test, controller fetched anew, one call, one check.
 #pragma once
 
-#include <exception>
 #include <string>
 #include <utility>
 
@@ -20,16 +19,16 @@ constexpr std::uint32_t statusCode(CloudStatus status) {
   return static_cast<std::uint32_t>(status);
 }
 
-/// Tells the log what a service threw. @return kServiceThrew
-CloudStatus refusedByException(const wchar_t* function, const std::exception& error);
+/// Tells the log what a service threw. Called while the exception is being handled. @return kServiceThrew
+CloudStatus refusedByException(const wchar_t* function);
 
 /// Runs what calls the controller and answers its status; an exception of the service becomes a failure.
 template <typename Operation>
 CloudStatus guardedCall(const wchar_t* function, Operation&& operation) {
   try {
     return std::forward<Operation>(operation)();
-  } catch (const std::exception& error) {
-    return refusedByException(function, error);
+  } catch (...) {
+    return refusedByException(function);
   }
 }
 

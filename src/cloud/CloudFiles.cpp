@@ -68,7 +68,7 @@ CloudStatus upload(const PRJ& prj, const std::wstring& fullName) {
                     });
   }
   ObjectHeader header;
-  if (!loadObjectHeader(type, number, fullName, header)) return kBadArgument;
+  if (!loadObjectHeader(prj, type, number, fullName, header)) return kBadArgument;
   const CloudStatus status = uploadObject(call, base, relative, fullName, header, text);
   if (status == 0 && type == eFileType_Teilbild) removeEntryFromNotUploadedFilesList(fullName.c_str());
   return status;
@@ -88,6 +88,7 @@ bool Ondrath_uploadFile(const PRJ& prj, const std::wstring& fullName) {
 }
 
 CloudStatus Ondrath_uploadFile(const PRJ& prj, int number, int type) {
+  if (!CloudCall(kUpload, prj).requireCloudProject()) return kBadArgument;
   const std::optional<std::wstring> path = objectPath(number, type);
   return path ? upload(prj, *path) : kBadArgument;
 }
@@ -112,6 +113,7 @@ CloudStatus Ondrath_downloadFile(const PRJ& prj, const std::wstring& fullName, b
 }
 
 CloudStatus Ondrath_downloadFile(const PRJ& prj, int number, int type, bool usePart) {
+  if (!CloudCall(kDownload, prj).requireCloudProject()) return kBadArgument;
   const std::optional<std::wstring> path = objectPath(number, type);
   if (!path) return kBadArgument;
   int handle = 0;
@@ -129,9 +131,11 @@ CloudStatus Ondrath_downloadToOpenFile(int unit, const PRJ& prj, int number, int
     lfperrC(L"%s: invalid unit\n", kFunction);
     return 0;
   }
-  const CloudStatus status = Ondrath_downloadFile(prj, number, type, true);
+  const std::optional<std::wstring> path = objectPath(number, type);
+  if (!path) return kBadArgument;
+  const CloudStatus status = Ondrath_downloadFile(prj, *path, true);
   if (status != 0) return status;
-  const std::wstring part = objectPath(number, type).value_or(std::wstring()) + kPartEnding;
+  const std::wstring part = *path + kPartEnding;
   if (lcfile_ReConnect(unit, part) == 0) return 0;
   DeleteFileW(part.c_str());
   return kBadArgument;
@@ -160,9 +164,10 @@ bool Ondrath_downloadFiles(const PRJ& prj, const std::set<std::wstring>& files, 
   const std::wstring directory = prj.GetFullProjectPath(true);
   if (directory.empty() || (names.empty() && !allInside)) return false;
   const CloudTransferOptions options = call.options(text, progressCount(files.size(), showProgress));
-  const CloudStatus status = call.run([&](ICloudProjectService& service, const std::wstring& project) {
-    return service.DownloadFiles(project, directory, names, options);
-  });
+  const CloudStatus status = call.run(L"%s: download to \"%s\" failed with 0x%08lx.\n", directory,
+                                      [&](ICloudProjectService& service, const std::wstring& project) {
+                                        return service.DownloadFiles(project, directory, names, options);
+                                      });
   return status == 0 && allInside;
 }
 
@@ -192,11 +197,10 @@ bool Ondrath_existsFile(const PRJ& prj, const std::wstring& fullName) {
     lfperrC(L"%s: wrong parameter fullName\n", call.function());
     return false;
   }
-  std::wstring relative = Ondrath_RelativeFromFullName(prj.GetDirectoryName(), platform::directoryOf(fullName),
-                                                       platform::fileNameOf(fullName));
-  // The leading backslash belongs to the text, not to the identity.
-  relative.erase(0, relative.find_first_not_of(L'\\'));
-  if (!platform::isSafeRelativeName(relative)) {
+  const std::wstring relative = Ondrath_RelativeFromFullName(prj.GetDirectoryName(), platform::directoryOf(fullName),
+                                                             platform::fileNameOf(fullName));
+  // The service takes the text with its leading backslash; without it, it has to be a name below the project.
+  if (!platform::isSafeRelativeName(relative.starts_with(L'\\') ? relative.substr(1) : relative)) {
     lfperrC(kNoProjectPath, call.function(), fullName);
     return false;
   }

@@ -70,7 +70,7 @@ class HeaderList {
 };
 
 template <typename Header>
-bool listByNumber(const HeaderMap& headers, const std::vector<int>& numbers, int type, std::vector<void*>& out) {
+bool listByNumber(const HeaderMap& headers, const std::set<int>& numbers, int type, std::vector<void*>& out) {
   HeaderList<Header> list;
   for (const int number : numbers) {
     const auto entry = headers.find(objectName(number, type));
@@ -111,7 +111,7 @@ bool Ondrath_downloadHeader(const PRJ& prj, int number, int type, void* out) {
                                     : convert(bits, *static_cast<PlanHeader*>(out));
 }
 
-bool Ondrath_downloadHeaders(const PRJ& prj, const std::vector<int>& numbers, int type, std::vector<void*>& out) {
+bool Ondrath_downloadHeaders(const PRJ& prj, const std::set<int>& numbers, int type, std::vector<void*>& out) {
   if (!prj.IsOndrathProject() || !hasStoredHeader(type)) return false;
   const CloudCall call(L"Quorvel::FileAccess::Ondrath_downloadHeaders", prj);
   HeaderMap headers;

@@ -14,6 +14,7 @@ namespace Quorvel::FileAccess {
 namespace {
 
 constexpr int kListingTextId = 1502913;
+constexpr const wchar_t* kListingFailed = L"%s: listing of project \"%s\" failed with 0x%08lx.\n";
 constexpr std::array<int, 4> kNewShareKinds{33, 34, 35, 36};
 
 /// The number of an object file stands behind the two letters of its kind.
@@ -35,9 +36,10 @@ bool loadMap(const PRJ& prj, std::map<int, CResourceInfo>& out, int kind) {
 bool loadOne(const CloudCall& call, int number, int type, int kind, CResourceInfo& out) {
   const CScopedDisplayInfo display(CQuoString().GetQuorvotParText(kListingTextId, nullptr, 10, 256).text());
   std::vector<std::wstring> lines;
-  const CloudStatus status = call.run([&](ICloudProjectService& service, const std::wstring& project) {
-    return service.GetProjectFileInfos(project, lines, kind);
-  });
+  const CloudStatus status =
+      call.run(kListingFailed, call.project(), [&](ICloudProjectService& service, const std::wstring& project) {
+        return service.GetProjectFileInfos(project, lines, kind);
+      });
   std::wstring name;
   if (status != 0 || !Ondrath_FileNameFromNumber(static_cast<std::uint32_t>(number), type, name)) return false;
   const auto line = std::find_if(lines.begin(), lines.end(),
@@ -72,9 +74,10 @@ bool Ondrath_LoadResourceInfos(const PRJ& prj, std::vector<CResourceInfo>& out, 
   if (!prj.IsOndrathProject()) return false;
   const CloudCall call(L"Quorvel::FileAccess::Ondrath_LoadResourceInfos", prj);
   std::vector<std::wstring> lines;
-  const CloudStatus status = call.run([&](ICloudProjectService& service, const std::wstring& project) {
-    return service.GetProjectFileInfos(project, lines, kind);
-  });
+  const CloudStatus status =
+      call.run(kListingFailed, call.project(), [&](ICloudProjectService& service, const std::wstring& project) {
+        return service.GetProjectFileInfos(project, lines, kind);
+      });
   if (status != 0) return false;
   out.reserve(lines.size());
   std::transform(lines.begin(), lines.end(), std::back_inserter(out), parseListingLine);
@@ -131,9 +134,10 @@ void WGO_getNewShareFilesMetadata(const PRJ& prj, std::vector<NewShareFileMetada
   if (!prj.IsOndrathProject()) return;
   std::vector<NewShareFileMetadata> files;
   const CloudCall call(L"Quorvel::FileAccess::WGO_getNewShareFilesMetadata", prj);
-  const CloudStatus status = call.run([&](ICloudProjectService& service, const std::wstring& project) {
-    return service.GetNewShareFilesMetadata(project, files, type);
-  });
+  const CloudStatus status =
+      call.run(kListingFailed, call.project(), [&](ICloudProjectService& service, const std::wstring& project) {
+        return service.GetNewShareFilesMetadata(project, files, type);
+      });
   if (status == 0) out = std::move(files);
 }
 

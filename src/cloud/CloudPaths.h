@@ -15,6 +15,9 @@ namespace Quorvel::FileAccess {
 /// Number that asks for the search mask of a type.
 constexpr std::uint32_t kAnyNumber = 0xFFFFFFFF;
 
+/// The text with a backslash for each `/`.
+std::wstring withBackslashes(std::wstring text);
+
 /// The directory name of a cloud project.
 std::wstring cloudDirectoryName(const std::wstring& uuid);
 
@@ -32,8 +35,8 @@ bool Ondrath_SplitProjectPath(const std::wstring& uuid, const std::wstring& path
 bool splitAtProjectDirectory(const std::wstring& uuid, const std::wstring& path, std::wstring& base,
                              std::wstring& relative);
 
-/// The name of a file in `path`, a directory, behind the project's directory; an ending ".prj" of the directory is
-/// passed over. A name with no directory before it gets a leading backslash.
+/// The name of a file in `path`, a directory, behind the project's directory with its ending ".prj", if it has one;
+/// without the project's directory the whole path. A name with no directory before it gets a leading backslash.
 std::wstring Ondrath_RelativeFromFullName(const std::wstring& directoryName, const std::wstring& path,
                                           const std::wstring& name);
 
@@ -43,8 +46,10 @@ std::wstring Ondrath_RelativeFromFullName(const std::wstring& directoryName, con
 bool Ondrath_FileNameFromNumber(std::uint32_t number, int type, std::wstring& out);
 
 /// Full local path of a file in a project's cache.
-/// @param directory  empty or the project's own directory name: the cache itself; otherwise a directory below it
-/// @param file       a name, with one backslash put before it; an absolute path inside the project stays as it is
+/// @param directory  empty or the project's own directory name: the cache itself; otherwise a directory below it. An
+///                   absolute one stays as it is; separators at its end do not matter
+/// @param file       a name, which may have a backslash before it; an absolute path stays as it is
+/// @return a path that lies outside of the project when an argument does; the transfers refuse it
 std::wstring Ondrath_ResolveProjectPath(const PRJ& prj, const std::wstring& directory, const std::wstring& file);
 
 }  // namespace Quorvel::FileAccess

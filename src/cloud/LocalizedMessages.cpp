@@ -26,8 +26,9 @@ std::wstring withLocation(const std::wstring& text, const std::wstring& name) {
 }
 
 std::wstring progressWithSize(int count, int secondCount, std::int64_t bytes) {
-  const std::wstring text = resourceText(1500512, parameter(count) + parameter(secondCount), 2);
-  return platform::formatWide(L"%s  (%.02lf) MB", text, static_cast<double>(bytes) / 1048576);
+  const std::wstring parameters = platform::formatWide(L"%d%c%d%c", count, kParameterEnd, secondCount, kParameterEnd);
+  return platform::formatWide(L"%s  (%.02lf) MB", resourceText(1500512, parameters, 2),
+                              static_cast<double>(bytes) / 1048576);
 }
 
 }  // namespace
@@ -47,7 +48,7 @@ std::wstring& getlocalizedMessageTextForOndrath(std::wstring& out, const std::ws
     case 4:
       return out = withLocation(resourceText(1500509, {}, 0), name);
     case 5:
-      return out = withLocation(resourceText(one ? 1500510 : 1500511, parameter(count), 1), name);
+      return out = withLocation(resourceText(one ? 1500510 : 1500511, {}, 0), name);
     case 6:
       return out = progressWithSize(count, secondCount, bytes);
     case 7:

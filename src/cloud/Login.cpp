@@ -45,7 +45,10 @@ WGO_LogoutAllowed WGO_CheckForLogoutInOndrathProject() {
 void WGO_DelayedOndrathLogout() {
   if (loginState().logoutPending != 1) return;
   loginState().logoutPending = 0;
-  QuorvelSsoController()->Logout();
+  guardedCall(L"Quorvel::FileAccess::WGO_DelayedOndrathLogout", [] {
+    QuorvelSsoController()->Logout();
+    return CloudStatus{0};
+  });
 }
 
 }  // namespace Quorvel::FileAccess

@@ -13,17 +13,21 @@ namespace {
 /// The open project's directory; the header is read from there as from any directory put in its place.
 constexpr int kProjectPathNumber = 1;
 
-bool loadTeilbildHeader(unsigned number, const std::wstring& directory, TeilbildHeader& header) {
-  header = clearedHeader<TeilbildHeader>();
+/// The unit of the project's database; 0 when the database in the core is another project's, or none is open.
+int databaseUnitOf(const PRJ& prj) {
   const int unit = kgunit();
+  return unit > 0 && get_ActivePrj().GetOndrathProjectUuid() == prj.GetOndrathProjectUuid() ? unit : 0;
+}
+
+bool loadTeilbildHeader(int unit, unsigned number, const std::wstring& directory, TeilbildHeader& header) {
+  header = clearedHeader<TeilbildHeader>();
   if (unit > 0) return ZP_ProjectDBTeilbildSets(unit).getTeilbildRecord(number, header) > 0;
   const ScopedPathPut path(kProjectPathNumber, directory);
   return WGO_getTBHeader(number, &header, true, kProjectPathNumber);
 }
 
-bool loadPlanHeader(unsigned number, const std::wstring& directory, PlanHeader& header) {
+bool loadPlanHeader(int unit, unsigned number, const std::wstring& directory, PlanHeader& header) {
   header = clearedHeader<PlanHeader>();
-  const int unit = kgunit();
   if (unit > 0) return ZP_ProjectDBPlanSets(unit).getPlanRecord(number, header) > 0;
   const ScopedPathPut path(kProjectPathNumber, directory);
   return WGO_getPLHeader(number, &header, true, kProjectPathNumber);
@@ -31,14 +35,15 @@ bool loadPlanHeader(unsigned number, const std::wstring& directory, PlanHeader& 
 
 }  // namespace
 
-bool loadObjectHeader(int type, int number, const std::wstring& path, ObjectHeader& header) {
+bool loadObjectHeader(const PRJ& prj, int type, int number, const std::wstring& path, ObjectHeader& header) {
   header = std::monostate{};
   const std::wstring directory = platform::directoryOf(path) + L'\\';
   if (type == eFileType_Teilbild) {
-    return loadTeilbildHeader(static_cast<unsigned>(number), directory, header.emplace<TeilbildHeader>());
+    return loadTeilbildHeader(databaseUnitOf(prj), static_cast<unsigned>(number), directory,
+                              header.emplace<TeilbildHeader>());
   }
   if (type == eFileType_Plan) {
-    return loadPlanHeader(static_cast<unsigned>(number), directory, header.emplace<PlanHeader>());
+    return loadPlanHeader(databaseUnitOf(prj), static_cast<unsigned>(number), directory, header.emplace<PlanHeader>());
   }
   return true;
 }

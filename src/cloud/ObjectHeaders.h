@@ -7,17 +7,20 @@
 
 #include "host/Records.h"
 
+class PRJ;
+
 namespace Quorvel::FileAccess {
 
 /// A Teilbild's or Plan's header, or none for a file of another type.
 using ObjectHeader = std::variant<std::monostate, TeilbildHeader, PlanHeader>;
 
-/// Reads the header of an object file: from the open project's database when one is open, otherwise from the file.
+/// Reads the header of an object file: from the project's database when it is the active project and open in the core,
+/// otherwise from the file.
 /// @param type    file type of the object
 /// @param path    full path of the file
 /// @param header  receives the header; none for a type that has no header
 /// @return false when an object's header can't be read
-bool loadObjectHeader(int type, int number, const std::wstring& path, ObjectHeader& header);
+bool loadObjectHeader(const PRJ& prj, int type, int number, const std::wstring& path, ObjectHeader& header);
 
 /// Address and size of the record inside, null and 0 when there is none. Valid as long as `header` stays where it is.
 const void* headerRecord(const ObjectHeader& header);

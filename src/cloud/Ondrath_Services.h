@@ -53,9 +53,9 @@ CResourceInfo parseListingLine(const std::wstring& line);
 /// Leaves `out` as it is, and answers true, when the server keeps no header for the object.
 /// @param out  a TeilbildHeader or PlanHeader
 bool Ondrath_downloadHeader(const PRJ& prj, int number, int type, void* out);
-/// One record for each number, in their order, cleared where the server keeps none. The caller owns the records, see
-/// WGO_freeHeaders; on false none is added.
-bool Ondrath_downloadHeaders(const PRJ& prj, const std::vector<int>& numbers, int type, std::vector<void*>& out);
+/// One record for each number, in ascending order, cleared where the server keeps none. The caller owns the records,
+/// see WGO_freeHeaders; on false none is added.
+bool Ondrath_downloadHeaders(const PRJ& prj, const std::set<int>& numbers, int type, std::vector<void*>& out);
 bool Ondrath_downloadAllHeaders(const PRJ& prj, int type, std::vector<void*>& out);
 
 // The upload with its dialogue, and files that are no project objects.

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <iterator>
 
 #include "cloud/CloudCall.h"
 #include "cloud/Ondrath_Services.h"
@@ -51,15 +52,15 @@ void rememberNotUploaded(const std::vector<QuorvFileInfo>& files) {
   }
 }
 
-/// What the next pass sends: the files that the service named. When it named none of them, all of this pass count as
-/// failed, so that a Yes never sends nothing.
-std::vector<QuorvFileInfo> filesToResend(const std::vector<QuorvFileInfo>& all, const std::vector<std::wstring>& failed,
-                                         std::vector<QuorvFileInfo> lastPass) {
+/// What the next pass sends: the files that the service named, compared exactly. When it named none of them, that is
+/// nothing.
+std::vector<QuorvFileInfo> filesToResend(const std::vector<QuorvFileInfo>& all,
+                                         const std::vector<std::wstring>& failed) {
   std::vector<QuorvFileInfo> next;
   std::copy_if(all.begin(), all.end(), std::back_inserter(next), [&](const QuorvFileInfo& file) {
     return std::find(failed.begin(), failed.end(), file.name) != failed.end();
   });
-  return next.empty() ? std::move(lastPass) : next;
+  return next;
 }
 
 }  // namespace
@@ -100,7 +101,7 @@ CloudStatus UploadFilesRetry(const std::wstring& project, const std::wstring& ba
       rememberNotUploaded(working);
       return status;
     }
-    working = filesToResend(infos, failed, std::move(working));
+    working = filesToResend(infos, failed);
   }
 }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
-#include <optional>
+#include <iterator>
+#include <set>
 
 #include "cloud/Ondrath_Services.h"
 #include "host/FileTypes.h"
@@ -46,16 +47,30 @@ void readRows(int unit, std::vector<PlanHeader>& out) {
   ZP_ProjectDBPlanSets(unit).getPlanRecords(out, true);
 }
 
+/// Records that a listing has handed over, freed at the end.
+class OwnedRecords {
+ public:
+  explicit OwnedRecords(int type) : type_(type) {}
+  ~OwnedRecords() { WGO_freeHeaders(type_, records_); }
+  OwnedRecords(const OwnedRecords&) = delete;
+  OwnedRecords& operator=(const OwnedRecords&) = delete;
+
+  std::vector<void*>& list() { return records_; }
+
+ private:
+  int type_;
+  std::vector<void*> records_;
+};
+
 template <typename Header>
 bool headersOfProject(const PRJ& prj, int type, std::vector<Header>& server, std::vector<Header>& local) {
   server.clear();
   local.clear();
   if (!prj.IsOndrathProject()) return true;
-  std::vector<void*> records;
-  if (!Ondrath_downloadAllHeaders(prj, type, records)) return false;
-  std::transform(records.begin(), records.end(), std::back_inserter(server),
+  OwnedRecords records(type);
+  if (!Ondrath_downloadAllHeaders(prj, type, records.list())) return false;
+  std::transform(records.list().begin(), records.list().end(), std::back_inserter(server),
                  [](const void* record) { return *static_cast<const Header*>(record); });
-  WGO_freeHeaders(type, records);
   const ScopedDatabaseUnit database(prj);
   if (database.unit() != -1) readRows(database.unit(), local);
   return true;
@@ -76,7 +91,8 @@ bool WGO_DownloadAllHeaders(const PRJ& prj, int type, std::vector<void*>& out) {
 }
 
 bool WGO_DownloadHeaders(std::vector<int>& numbers, int type, std::vector<void*>& out) {
-  return ZSYST_IsOndrathConnection() && Ondrath_downloadHeaders(get_ActivePrj(), numbers, type, out);
+  return ZSYST_IsOndrathConnection() &&
+         Ondrath_downloadHeaders(get_ActivePrj(), std::set<int>(numbers.begin(), numbers.end()), type, out);
 }
 
 }  // namespace Quorvel::FileAccess

@@ -33,7 +33,7 @@ TEST_F(CloudFiles, EachOperationCallsOnceAndTellsAFailure) {
   EXPECT_FALSE(Ondrath_existsFile(prj(), path(L"notes.txt")));
   EXPECT_TRUE(Ondrath_deleteFile(prj(), file));
   EXPECT_EQ(cloud.calls(), (Calls{L"UploadProjectFile BIM\\notes.txt", L"DownloadFile BIM\\notes.txt.Part",
-                                  L"HasFile BIM\\notes.txt", L"HasFile notes.txt", L"DeleteFile BIM\\notes.txt"}));
+                                  L"HasFile \\BIM\\notes.txt", L"HasFile \\notes.txt", L"DeleteFile BIM\\notes.txt"}));
   for (const char* operation : {"UploadProjectFile", "DownloadFile", "DeleteFile", "HasFile"}) {
     cloud.script(operation, {static_cast<CloudStatus>(0x80070005)});
   }

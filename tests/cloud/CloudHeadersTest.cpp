@@ -41,17 +41,17 @@ TEST_F(CloudHeaders, OnlyANegativeStatusFails) {
   EXPECT_FALSE(Ondrath_downloadHeader(prj(), 12, 0, &found));
 }
 
-TEST_F(CloudHeaders, ListsHoldOneRecordForEachNumberInTheirOrder) {
+TEST_F(CloudHeaders, ListsHoldOneRecordForEachNumberInAscendingOrder) {
   storeHeader(L"tb000001.zdw", header<TeilbildHeader>(1, 4));
   storeHeader(L"tb000003.zdw", header<TeilbildHeader>(3, 5));
   std::vector<void*> records;
-  std::vector<int> numbers{3, 2, 1};
+  std::vector<int> numbers{3, 2, 1, 3};
   ASSERT_TRUE(WGO_DownloadHeaders(numbers, 0, records));
   ASSERT_EQ(records.size(), 3U);
   const auto versionAt = [&](std::size_t i) { return static_cast<const TeilbildHeader*>(records[i])->versionCounter; };
-  EXPECT_EQ(versionAt(0), 5U);
+  EXPECT_EQ(versionAt(0), 4U);
   EXPECT_EQ(versionAt(1), kUnknownVersion);
-  EXPECT_EQ(versionAt(2), 4U);
+  EXPECT_EQ(versionAt(2), 5U);
   WGO_freeHeaders(0, records);
   EXPECT_TRUE(records.empty());
   cloud.headers[L"tb000002.zdw"] = HeaderBits();

@@ -65,19 +65,13 @@ TEST_F(UploadRetry, YesResendsWhatFailedAndTheAnswerStaysTheFirstFailure) {
       desk.hasErrorLine(L"UploadFilesRetry: uploading files and metadata from \"Z:\\base\\\" failed with 0x00000005."));
 }
 
-TEST_F(UploadRetry, TheLastOfSeveralFailuresIsTheAnswer) {
-  cloud.script("UploadFilesAndMetadata", {kRefused, 32, 0});
-  cloud.failedNames = {{L"a", L"b"}, {L"b"}};
-  ui().answerWith({IDYES, IDYES});
-  EXPECT_EQ(send({L"a", L"b"}), 32);
-  EXPECT_EQ(cloud.uploads.back().size(), 1U);
-}
-
-TEST_F(UploadRetry, AFailureThatNamesNothingResendsThePass) {
-  cloud.script("UploadFilesAndMetadata", {kRefused, 0});
-  ui().answerWith(IDYES);
-  EXPECT_EQ(send({L"a", L"b"}), kRefused);
-  EXPECT_EQ(cloud.calls(), (Calls{L"UploadFilesAndMetadata a,b 0", L"UploadFilesAndMetadata a,b 0"}));
+TEST_F(UploadRetry, EachPassSendsWhatTheOneBeforeNamedEvenNothing) {
+  cloud.script("UploadFilesAndMetadata", {kRefused, 32, 33, 0});
+  cloud.failedNames = {{L"b"}, {L"a"}, {}};
+  ui().answerWith({IDYES, IDYES, IDYES});
+  EXPECT_EQ(send({L"a", L"b"}), 33) << "the last of several failures";
+  EXPECT_EQ(cloud.calls(), (Calls{L"UploadFilesAndMetadata a,b 0", L"UploadFilesAndMetadata b 0",
+                                  L"UploadFilesAndMetadata a 0", L"UploadFilesAndMetadata  0"}));
 }
 
 TEST_F(UploadRetry, NoListsTheObjectsOfThePass) {
