@@ -47,20 +47,33 @@ bool downloadOpenObject(int handle, int number, int type) {
   return downloadToHandle(handle, number, type);
 }
 
+bool isNotUploaded(const std::wstring& path) {
+  std::vector<std::wstring> loaded;
+  getNotUploadedFilesList(loaded);
+  return existsEntryInNotUploadedFilesList(path.c_str());
+}
+
 /// A local file that the download is about to replace goes to the backup first when its version can't be read, or when
 /// it holds work that has not gone up.
-void backUpUnsentWork(const std::wstring& name, int type, UpdateVerdict verdict) {
+/// @param changed  the object is open and holds changes that were not uploaded
+/// @return false when a backup is needed and was not made: nothing may be replaced then
+bool backUpUnsentWork(const std::wstring& name, int type, UpdateVerdict verdict, bool changed) {
   std::wstring path;
-  if (lffnamC(1, name, path) != 0 || CDirectoryUtility::GetFileSize(path) <= 0) return;
-  if (verdict != eVerdict_LocalMissing && !existsEntryInNotUploadedFilesList(path.c_str())) return;
-  autoBackup::createBackup(path, static_cast<QuorvelFileType>(type));
+  if (lffnamC(1, name, path) == 0) {
+    if (CDirectoryUtility::GetFileSize(path) <= 0) return true;
+    if (!changed && verdict != eVerdict_LocalMissing && !isNotUploaded(path)) return true;
+    if (autoBackup::createBackup(path, static_cast<QuorvelFileType>(type))) return true;
+  }
+  lfperrC(L"%s: %s is not replaced by the server's file, since no backup of it could be made\n",
+          L"Quorvel::FileAccess::backUpUnsentWork", name);
+  return false;
 }
 
 bool downloadClosedObject(int number, int type, bool acceptMissing) {
   const UpdateVerdict verdict = objectVerdict(number, type);
   if (!hasToCome(verdict)) return true;
   const std::wstring name = transferObjectFileName(number, type);
-  backUpUnsentWork(name, type, verdict);
+  if (!backUpUnsentWork(name, type, verdict, false)) return false;
   CloudStatus status = 0;
   {
     const ScopedDisplayAllowed display;
@@ -75,8 +88,9 @@ bool downloadClosedObject(int number, int type, bool acceptMissing) {
   return status == 0;
 }
 
-bool downloadNewer(int handle, int number, int type) {
+bool downloadNewer(int handle, int number, int type, UpdateVerdict verdict) {
   const std::wstring name = transferObjectFileName(number, type);
+  if (!backUpUnsentWork(name, type, verdict, lcfile_GetForUpload(handle))) return false;
   std::wstring text;
   const CScopedDisplayInfo display(getlocalizedMessageTextForOndrath(text, name, 0, 0, 0, 0));
   const CloudStatus status = Ondrath_downloadToOpenFile(handle, get_ActivePrj(), number, type);
@@ -114,9 +128,10 @@ bool WGO_CheckLockAndDownloadFile(int number, int type, bool acceptMissing) {
 bool WGO_DownloadToOpenFile(const void* const* handle, int number, QuorvelFileType type) {
   if (WGO_isBlockedDownload() || !ZSYST_IsOndrathConnection()) return true;
   if (!isObject(number, type)) return false;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   const int unit = handle != nullptr ? static_cast<int>(reinterpret_cast<std::intptr_t>(*handle)) : 0;
   const UpdateVerdict verdict = objectVerdict(number, type);
-  if (hasToCome(verdict)) return downloadNewer(unit, number, type);
+  if (hasToCome(verdict)) return downloadNewer(unit, number, type, verdict);
   if (verdict == eVerdict_ServerMissing) markWhenDeleted(number, type);
   return true;
 }
