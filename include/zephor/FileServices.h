@@ -38,7 +38,7 @@ class ZEPHOR_API ScopedWGOBlockDownload {
   ~ScopedWGOBlockDownload();
 };
 
-/// Busy cursor around a service; only the outermost guard with `show` changes the cursor.
+/// Busy cursor around a service, from any thread: it is shown while at least one guard with `show` lives.
 class ZEPHOR_API ScopedAniCursor {
  public:
   explicit ScopedAniCursor(bool show);
@@ -47,13 +47,12 @@ class ZEPHOR_API ScopedAniCursor {
   ScopedAniCursor& operator=(const ScopedAniCursor&) = delete;
 
  private:
-  bool changed_ = false;
   bool counted_ = false;
 };
 ZEPHOR_API bool WGO_GetDisplayAniCursor();
 /// @return the value before
 ZEPHOR_API bool WGO_SetDisplayAniCursor(bool show);
-/// The animated cursor, loaded once; null where the interface has none.
+/// The animated cursor; always null, since the user interface draws its own.
 ZEPHOR_API void* WGO_GetAniCursor();
 
 ZEPHOR_API unsigned long WGO_uploadFile(const PRJ& prj, const wchar_t* file, bool ignored);
@@ -82,6 +81,13 @@ ZEPHOR_API unsigned long WGO_CheckLockAndUploadFile(int number, int type);
 /// Brings an object when the server's is newer. Local changes that were not uploaded stay.
 ZEPHOR_API bool WGO_CheckLockAndDownloadFile(int number, int type, bool acceptMissing);
 ZEPHOR_API bool WGO_DownloadToOpenFile(const void* const* handle, int number, QuorvelFileType type);
+
+/// Sends what WGO_CheckLockAndUploadFile kept back while a data conversion ran, one file after the other; what does not
+/// go stays for the next call.
+/// @return true when all went, and when there is nothing to do: the conversion still runs, the open project is not in
+/// the
+///         cloud
+ZEPHOR_API bool WGO_uploadConvertedFilesAfterDatwa();
 
 /// Numbers of objects that the server no longer has; the host removes them.
 ZEPHOR_API std::vector<int>& WGO_getMarkedForDelete();

@@ -19,7 +19,9 @@ constexpr int kWorkgroupInitAfterRefreshFailed = -23;  ///< of a cloud project, 
 
 /// Aims the transfer object at a host; an empty host leaves it without one. Takes the service-wide lock.
 ZEPHOR_API bool WGO_initWorkgroup(const wchar_t* host);
-/// Aims server and project, and tells where they pointed before. On failure the server is what it was.
+/// Aims server and project, and tells where they pointed before. The outputs are set in any case.
+/// @return false when the server can't be initialised: all then points where it pointed. Also false when neither the
+///         transfer object takes the project nor the host's list knows it: the new server then stays
 ZEPHOR_API bool WGO_FullInitWorkgroup(const std::wstring& host, const std::wstring& project, std::wstring& oldHost,
                                       std::wstring& oldProjectDirectory);
 /// Login (cloud only), then WGO_FullInitWorkgroup. @return 0, -20, or 0xA0B10004 as a signed number

@@ -1,5 +1,3 @@
-#include <utility>
-
 #include "platform/UserInterface.h"
 #include "services/FileServicesState.h"
 #include "zephor/FileServices.h"
@@ -9,13 +7,12 @@ namespace Quorvel::FileAccess {
 ScopedAniCursor::ScopedAniCursor(bool show) {
   if (!show) return;
   counted_ = true;
-  changed_ = fileServicesState().busyCursors++ == 0;
-  if (changed_) platform::userInterface().setBusyCursor(true);
+  if (fileServicesState().busyCursors++ == 0) platform::userInterface().setBusyCursor(true);
 }
 
 ScopedAniCursor::~ScopedAniCursor() {
-  if (changed_) platform::userInterface().setBusyCursor(false);
-  if (counted_) --fileServicesState().busyCursors;
+  // On several threads the guard that set the cursor need not be the last to end.
+  if (counted_ && --fileServicesState().busyCursors == 0) platform::userInterface().setBusyCursor(false);
 }
 
 bool WGO_GetDisplayAniCursor() {
@@ -23,10 +20,10 @@ bool WGO_GetDisplayAniCursor() {
 }
 
 bool WGO_SetDisplayAniCursor(bool show) {
-  return std::exchange(fileServicesState().displayBusyCursor, show);
+  return fileServicesState().displayBusyCursor.exchange(show);
 }
 
-// The interface in place draws its own busy cursor.
+// The user interface draws a busy cursor of its own: this platform has none to hand out.
 void* WGO_GetAniCursor() {
   return nullptr;
 }

@@ -1,7 +1,9 @@
+#include "cloud/Ondrath_Services.h"
 #include "core/ObjectNames.h"
 #include "host/Events.h"
 #include "host/Files.h"
 #include "host/Locking.h"
+#include "host/Project.h"
 #include "host/System.h"
 #include "host/Trace.h"
 #include "platform/UserInterface.h"
@@ -62,6 +64,16 @@ unsigned long WGO_CheckLockAndUploadFile(int number, int type) {
   }
   const ScopedDisplayAllowed display;
   return WGO_uploadFile(name.c_str());
+}
+
+bool WGO_uploadConvertedFilesAfterDatwa() {
+  if (globalEventManager::instance().get(kDatwaRunningEvent, nullptr)) return true;
+  const PRJ active = get_ActivePrj();
+  if (!active.IsOndrathProject()) return true;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
+  auto& waiting = fileServicesState().convertedFiles;
+  std::erase_if(waiting, [&](const auto& file) { return Ondrath_uploadFile(active, file.second); });
+  return waiting.empty();
 }
 
 }  // namespace Quorvel::FileAccess

@@ -21,6 +21,25 @@ unsigned long wrongParameter() {
   return ERROR_INVALID_DATA;
 }
 
+/// The lock of an object that is about to be deleted, given back at the end.
+class ScopedObjectLock {
+ public:
+  ScopedObjectLock(int number, ObjectType type)
+      : number_(number), type_(type), held_(getFileLockingManager().LockObject(number, type, 0) == 1) {}
+  ~ScopedObjectLock() {
+    if (held_) getFileLockingManager().UnlockObject(number_, type_, 0);
+  }
+  ScopedObjectLock(const ScopedObjectLock&) = delete;
+  ScopedObjectLock& operator=(const ScopedObjectLock&) = delete;
+
+  bool isHeld() const { return held_; }
+
+ private:
+  int number_;
+  ObjectType type_;
+  bool held_;
+};
+
 unsigned long deleteIn(const PRJ& prj, const std::wstring& directory, const std::wstring& file) {
   return Ondrath_deleteFile(prj, Ondrath_ResolveProjectPath(prj, directory, file)) ? ERROR_SUCCESS : kNotDeleted;
 }
@@ -29,7 +48,8 @@ unsigned long deleteIn(const PRJ& prj, const std::wstring& directory, const std:
 
 unsigned long WGO_deleteServerFile(const PRJ& prj, const wchar_t* file) {
   if (!ZSYST_IsOndrathServer(prj.host)) return ERROR_INVALID_DATA;
-  if (file == nullptr || *file == L'\0') return wrongParameter();
+  if (file == nullptr) return wrongParameter();
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   return deleteIn(prj, prj.GetDirectoryName(), file);
 }
 
@@ -54,15 +74,14 @@ unsigned long WGO_deleteServerFile(int number, int type) {
     return 1;
   }
   const std::wstring name = transferObjectFileName(number, type);
-  if (getFileLockingManager().LockObject(number, *objectType, 0) != 1) {
+  const ScopedObjectLock lock(number, *objectType);
+  if (!lock.isHeld()) {
     lfperrC(L"%s: lockFile failed %s\n", kFunction, name);
     return 1;
   }
   const std::wstring host = currentHost();
   const std::wstring directory = currentProjectDirectory();
-  const unsigned long result = WGO_deleteServerFile(host.c_str(), directory.c_str(), name.c_str());
-  getFileLockingManager().UnlockObject(number, *objectType, 0);
-  return result;
+  return WGO_deleteServerFile(host.c_str(), directory.c_str(), name.c_str());
 }
 
 }  // namespace Quorvel::FileAccess

@@ -14,7 +14,7 @@ unsigned long WGO_downloadFile(const PRJ& prj, const wchar_t* file, bool /*ignor
     lfperrC(L"%s: wrong parameter\n", L"Quorvel::FileAccess::WGO_downloadFile");
     return ERROR_INVALID_DATA;
   }
-  if (!prj.IsOndrathProject()) return ERROR_SUCCESS;
+  if (!prj.IsOndrathProject() || *file == L'\0') return ERROR_SUCCESS;
   const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   return static_cast<std::uint32_t>(Ondrath_downloadFile(prj, Ondrath_ResolveProjectPath(prj, {}, file), false));
 }
@@ -26,6 +26,7 @@ unsigned long WGO_downloadFileEx(const PRJ& prj, const std::wstring& file, unsig
                          true);
   if (!prj.IsOndrathProject()) return ERROR_INVALID_DATA;
   if (file.empty()) return ERROR_SUCCESS;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   return static_cast<std::uint32_t>(Ondrath_downloadFile(prj, Ondrath_ResolveProjectPath(prj, {}, file), usePart != 0));
 }
 

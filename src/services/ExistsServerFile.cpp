@@ -11,12 +11,14 @@ namespace Quorvel::FileAccess {
 
 bool WGO_existsOnlineServerFile(const PRJ& prj, const wchar_t* file) {
   if (file == nullptr || !prj.IsOndrathProject()) return false;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   return Ondrath_existsFile(prj, Ondrath_ResolveProjectPath(prj, {}, file));
 }
 
 bool WGO_existsOnlineServerFile(const wchar_t* host, const wchar_t* dir, const wchar_t* file) {
   if (host == nullptr || dir == nullptr || file == nullptr) return false;
   if (!ZSYST_IsOndrathServer(host)) return false;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   const std::optional<PRJ> active = activeProjectOn(host, L"Quorvel::FileAccess::WGO_existsOnlineServerFile");
   return active && Ondrath_existsFile(*active, Ondrath_ResolveProjectPath(*active, dir, file));
 }

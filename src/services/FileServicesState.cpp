@@ -5,7 +5,8 @@
 namespace Quorvel::FileAccess {
 
 FileServicesState& fileServicesState() {
-  static FileServicesState state;
+  // Never destroyed: threads that still run at the exit ask for the counts.
+  static auto& state = *new FileServicesState;
   return state;
 }
 

@@ -10,12 +10,12 @@
 
 namespace Quorvel::FileAccess {
 
-/// Written by the host's main thread alone; the counts are read by background threads too.
+/// The lists belong to the host's main thread; the counts and the switch to any.
 struct FileServicesState {
   std::atomic<int> uploadBlocks{0};
   std::atomic<int> downloadBlocks{0};
-  bool displayBusyCursor = true;
-  int busyCursors = 0;
+  std::atomic<bool> displayBusyCursor{true};
+  std::atomic<int> busyCursors{0};
   /// Name and full path of the files that wait for the end of a data conversion.
   std::set<std::pair<std::wstring, std::wstring>> convertedFiles;
   std::vector<int> markedForDelete;

@@ -1,8 +1,8 @@
 #include "services/ObjectVersions.h"
 
+#include "cloud/CloudCall.h"
 #include "cloud/CloudPaths.h"
 #include "cloud/Ondrath_Services.h"
-#include "core/ObjectNames.h"
 #include "host/FileTypes.h"
 #include "host/Files.h"
 #include "host/Guid.h"
@@ -94,12 +94,16 @@ void takeVersion(const TeilbildHeader& header, unsigned& counter, GUID& guid) {
 enum class CacheAnswer { Found, NotOnServer, Unknown };
 
 CacheAnswer askHeaderCache(unsigned number, TeilbildHeader& header) {
+  constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::WGO_getTBVersionCounter";
   int rows = -1;
-  const bool answered = getTBHeaderCache().getHeader(number, header, rows);
+  bool answered = false;
+  guardedCall(kFunction, [&] {
+    answered = getTBHeaderCache().getHeader(number, header, rows);
+    return CloudStatus{0};
+  });
   if (answered && rows == 1) return CacheAnswer::Found;
   if (answered && rows == 0) return CacheAnswer::NotOnServer;
-  lfperrC(L"%s: Problem with header cache, nRows %d, ret = %d", L"Quorvel::FileAccess::WGO_getTBVersionCounter", rows,
-          answered ? 1 : 0);
+  lfperrC(L"%s: Problem with header cache, nRows %d, ret = %d", kFunction, rows, answered ? 1 : 0);
   return CacheAnswer::Unknown;
 }
 
@@ -152,16 +156,18 @@ UpdateVerdict objectVerdict(int number, int fileType) {
   GUID localGuid{};
   GUID serverGuid{};
   const auto unsignedNumber = static_cast<unsigned>(number);
+  ObjectType type = eObject_Zeichnung;
   if (fileType == eFileType_Teilbild) {
+    type = eObject_Teilbild;
     WGO_getTBVersionCounter(unsignedNumber, local, localGuid, false);
     WGO_getTBVersionCounter(unsignedNumber, server, serverGuid, true);
   } else if (fileType == eFileType_Plan) {
+    type = eObject_Plan;
     GetPlanVersionCounter(unsignedNumber, local, localGuid, false);
     GetPlanVersionCounter(unsignedNumber, server, serverGuid, true);
   } else {
     zeichnungVersions(number, local, server);
   }
-  const ObjectType type = objectTypeOf(fileType).value_or(eObject_Zeichnung);
   const int pathNumber = ePrjPath;
   const CompareMode mode = eCompare_Ordered;
   return getInetFileManager().objectNeedsUpdate(&number, &type, &pathNumber, local, localGuid, server, serverGuid,

@@ -1,3 +1,4 @@
+#include "cloud/CloudCall.h"
 #include "host/System.h"
 #include "services/ServedProject.h"
 #include "services/TransferAim.h"
@@ -13,7 +14,10 @@ CScopedPrjSettings::CScopedPrjSettings(const CScopedPrjSettings&) = default;
 CScopedPrjSettings& CScopedPrjSettings::operator=(const CScopedPrjSettings&) = default;
 
 CScopedPrjSettings::~CScopedPrjSettings() {
-  pop();
+  guardedCall(L"Quorvel::FileAccess::CScopedPrjSettings::pop", [this] {
+    pop();
+    return CloudStatus{0};
+  });
 }
 
 void CScopedPrjSettings::push(const wchar_t* host, const wchar_t* project) {

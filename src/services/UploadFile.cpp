@@ -4,7 +4,6 @@
 #include "host/System.h"
 #include "host/Trace.h"
 #include "platform/Files.h"
-#include "platform/Paths.h"
 #include "platform/Text.h"
 #include "services/ServedProject.h"
 #include "zephor/FileServices.h"
@@ -26,7 +25,7 @@ unsigned long uploadTo(const PRJ& prj, const std::wstring& directory, const wcha
 std::wstring nameInProject(const std::wstring& path, const std::wstring& projectDirectory) {
   const std::size_t found =
       projectDirectory.empty() ? std::wstring::npos : platform::findIgnoreCase(path, projectDirectory);
-  if (found == std::wstring::npos) return platform::fileNameOf(path);
+  if (found == std::wstring::npos) return path.substr(path.rfind(L'\\') + 1);
   std::wstring name = path.substr(found + projectDirectory.size());
   name.erase(0, name.find_first_not_of(L"\\/"));
   return name;
@@ -86,6 +85,7 @@ unsigned long WGO_uploadFileEx(const wchar_t* fullPath) {
   }
   const std::wstring host = currentHost();
   if (!ZSYST_IsOndrathServer(host)) return ERROR_SUCCESS;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   const std::optional<PRJ> active = activeProjectOn(host, kUploadEx);
   if (!active) return ERROR_INVALID_DATA;
   // A failed upload answers 1 here, and 13 from the other forms.
@@ -95,6 +95,7 @@ unsigned long WGO_uploadFileEx(const wchar_t* fullPath) {
 unsigned long WGO_uploadFreeFile(const PRJ& prj, const wchar_t* file, const std::wstring& name, void* context) {
   if (WGO_isBlockedUpload()) return ERROR_SUCCESS;
   if (file == nullptr) return ERROR_INVALID_PARAMETER;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   const CTimeTrace timer(WGO_GetTrace(), platform::formatWide(L"%s: %s", kUploadFree, file), 1, false, true);
   const CloudTransferOptions options =
       context != nullptr ? *static_cast<const CloudTransferOptions*>(context) : CloudTransferOptions();
@@ -105,6 +106,7 @@ unsigned long WGO_uploadFreeFile(const PRJ& prj, const wchar_t* file, unsigned p
   if (!prj.IsOndrathProject()) return ERROR_INVALID_PARAMETER;
   if (WGO_isBlockedUpload()) return ERROR_SUCCESS;
   if (file == nullptr) return ERROR_INVALID_PARAMETER;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   const CTimeTrace timer(WGO_GetTrace(), platform::formatWide(L"%s: %s", kUploadFree, file), 1, false, true);
   return static_cast<std::uint32_t>(Threading::Ondrath_uploadFreeFile(prj, file, static_cast<int>(pathNumber)));
 }
