@@ -17,10 +17,8 @@ TEST_F(CloudFiles, AProjectOutsideTheCloudIsRefusedWithItsLine) {
   EXPECT_EQ(Ondrath_downloadFile(localPrj(), file, false), 13);
   EXPECT_FALSE(Ondrath_deleteFile(localPrj(), file));
   EXPECT_FALSE(Ondrath_existsFile(localPrj(), file));
-  EXPECT_FALSE(Ondrath_downloadFiles(localPrj(), {file}, false));
-  for (const wchar_t* name : {L"uploadFile", L"downloadFile", L"deleteFile", L"existsFile", L"downloadFiles"}) {
-    EXPECT_TRUE(desk.hasErrorLine(std::wstring(L"Quorvel::FileAccess::Ondrath_") + name + L": not Ondrath project"));
-  }
+  EXPECT_EQ(Ondrath_uploadFile(localPrj(), 0, 99), 13);
+  EXPECT_TRUE(desk.hasErrorLine(L"Quorvel::FileAccess::Ondrath_uploadFile: not Ondrath project"));
   EXPECT_TRUE(cloud.calls().empty());
 }
 
@@ -76,13 +74,25 @@ TEST_F(CloudFiles, ATeilbildGoesWithItsRecordOfTheDatabase) {
   EXPECT_FALSE(existsEntryInNotUploadedFilesList(file.c_str()));
 }
 
+TEST_F(CloudFiles, AnObjectOfAnotherProjectGoesWithTheHeaderOfItsFile) {
+  const std::wstring otherUuid = L"0c1e6f5e-7a0e-4c1e-9d5e-0000000000ab";
+  const PRJ other(L"team", L"Team", L"Other", otherUuid, true);
+  const std::wstring file = desk.path(otherUuid + L".prj\\tb000012.zdw");
+  desk.writeFile(file, desk.readFile(makeObject(eFileType_Teilbild, 12)));
+  ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(12, header<TeilbildHeader>(12, 5));
+  EXPECT_TRUE(Ondrath_uploadFile(other, file));
+  ASSERT_EQ(cloud.uploadedHeaders.size(), 1U);
+  TeilbildHeader sent;
+  std::memcpy(static_cast<void*>(&sent), cloud.uploadedHeaders[0].data(), sizeof sent);
+  EXPECT_EQ(sent.versionCounter, 1U) << "not the row of the open project's object with that number";
+}
+
 TEST_F(CloudFiles, ObjectNumbersAndTypesAreChecked) {
   for (const auto& [number, type] : {std::pair(0, 0), std::pair(-1, 0), std::pair(1, 1), std::pair(1, 75)}) {
     EXPECT_EQ(Ondrath_uploadFile(prj(), number, type), 13);
     EXPECT_EQ(Ondrath_downloadFile(prj(), number, type, true), 13);
   }
   EXPECT_EQ(Ondrath_downloadToOpenFile(0, prj(), 1, 0), 0);
-  EXPECT_EQ(Ondrath_downloadToOpenFile(-1, prj(), 1, 0), 0);
   EXPECT_TRUE(desk.hasErrorLine(L"Ondrath_downloadToOpenFile: invalid unit"));
   EXPECT_TRUE(cloud.calls().empty());
 }
@@ -122,11 +132,14 @@ TEST_F(CloudFiles, FreeFilesStayBelowTheirBase) {
   EXPECT_EQ(Ondrath_uploadFreeFile(prj(), path(L"design\\a.txt"), 1), 0);
   EXPECT_EQ(Ondrath_uploadFreeFile(prj(), path(L"..\\a.txt"), 1), 87);
   EXPECT_EQ(Ondrath_uploadFreeFile(prj(), L"Z:\\elsewhere\\a.txt", 1), 87);
-  EXPECT_EQ(Ondrath_uploadFreeFile(localPrj(), path(L"a.txt"), 1), 87);
-  EXPECT_EQ(Ondrath_uploadFreeFileEx(prj(), path(L"BIM\\b.xml"), L"BIM", {}), 0);
+  std::wstring slashes = path(L"BIM\\b.xml");
+  std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
+  EXPECT_EQ(Ondrath_uploadFreeFileEx(prj(), slashes, L"BIM", {}), 0);
+  EXPECT_EQ(Ondrath_uploadFreeFileEx(prj(), L"Z:\\BIM\\" + uuid + L".prj\\BIM\\c.xml", L"BIM", {}), 0);
   EXPECT_EQ(Ondrath_uploadFreeFileEx(prj(), path(L"BIM\\sub\\b.xml"), L"BIM", {}), 87) << "would go as BIM\\b.xml";
   EXPECT_EQ(Ondrath_uploadFreeFileEx(prj(), path(L"b.xml"), L"BIM", {}), 87);
-  EXPECT_EQ(cloud.calls(), (Calls{L"UploadFilesAndMetadata design\\a.txt 0", L"UploadFilesAndMetadata BIM\\b.xml 0"}));
+  EXPECT_EQ(cloud.calls(), (Calls{L"UploadFilesAndMetadata design\\a.txt 0", L"UploadFilesAndMetadata BIM\\b.xml 0",
+                                  L"UploadFilesAndMetadata BIM\\c.xml 0"}));
 }
 
 }  // namespace

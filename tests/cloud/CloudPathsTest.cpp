@@ -19,18 +19,14 @@ TEST(CloudPaths, APathBecomesTheNameBelowTheProjectDirectory) {
   const std::wstring root = L"Z:\\nowhere\\" + kUuid + L".prj";
   const IdentityCase cases[] = {
       {root + L"\\tb000012.zdw", L"tb000012.zdw", L"tb000012.zdw"},
-      {root + L"\\BIM\\x.xml", L"BIM\\x.xml", L"BIM\\x.xml"},
       {L"Z:/nowhere/" + kUuid + L".prj/BIM/x.xml", L"BIM\\x.xml", L"BIM\\x.xml"},
       {root + L"\\BIM\\..\\tb000012.zdw", L"tb000012.zdw", nullptr},
       {root + L"\\..\\user.cfg", nullptr, nullptr},
       {root + L"\\BIM\\..\\..\\..\\secret", nullptr, nullptr},
       {root, nullptr, nullptr},
-      {root + L"\\", nullptr, nullptr},
       {root + L".backup\\tb000012.zdw", nullptr, nullptr},
       {L"Z:\\nowhere\\" + platform::toUpper(kUuid) + L".prj\\tb000012.zdw", nullptr, nullptr},
       {L"Z:\\nowhere\\x" + kUuid + L".prj\\tb000012.zdw", nullptr, L"tb000012.zdw"},
-      {L"Z:\\nowhere\\" + kUuid + L"\\tb000012.zdw", nullptr, nullptr},
-      {L"", nullptr, nullptr},
   };
   for (const IdentityCase& expected : cases) {
     std::wstring root1;
@@ -50,20 +46,13 @@ TEST(CloudPaths, APathBecomesTheNameBelowTheProjectDirectory) {
   EXPECT_EQ(base, root + L"\\");
 }
 
-TEST(CloudPaths, ANameWithoutDirectoryGetsALeadingBackslash) {
-  EXPECT_EQ(Ondrath_RelativeFromFullName(kUuid, L"Z:\\p\\" + kUuid + L".prj", L"a.txt"), L"\\a.txt");
-  EXPECT_EQ(Ondrath_RelativeFromFullName(kUuid, L"Z:\\p\\" + kUuid, L"a.txt"), L"\\a.txt");
+TEST(CloudPaths, ANameFollowsTheProjectsDirectoryWithALeadingBackslash) {
+  const std::wstring below = L"Z:\\p\\" + kUuid;
+  EXPECT_EQ(Ondrath_RelativeFromFullName(kUuid, below + L".prj", L"a.txt"), L"\\a.txt");
+  EXPECT_EQ(Ondrath_RelativeFromFullName(kUuid, below, L"a.txt"), L"\\a.txt");
   EXPECT_EQ(Ondrath_RelativeFromFullName(kUuid, L"Z:/p/" + kUuid + L".prj/BIM", L"a.txt"), L"\\BIM\\a.txt");
+  EXPECT_EQ(Ondrath_RelativeFromFullName(kUuid, below + L".prjs\\" + kUuid + L".prj", L"a.txt"), L"\\a.txt");
   EXPECT_EQ(Ondrath_RelativeFromFullName(kUuid, L"", L"\\a.txt"), L"\\a.txt");
-}
-
-TEST(CloudPaths, NamesComeFromNumbersOfTheThreeKinds) {
-  std::wstring name;
-  EXPECT_TRUE(Ondrath_FileNameFromNumber(12, 28, name));
-  EXPECT_EQ(name, L"ze000012.000");
-  EXPECT_TRUE(Ondrath_FileNameFromNumber(kAnyNumber, 33, name));
-  EXPECT_EQ(name, L"pb??????.zpl");
-  EXPECT_FALSE(Ondrath_FileNameFromNumber(12, 1, name));
 }
 
 using CloudPathsInProject = zephor_test::CloudFixture;
@@ -74,8 +63,18 @@ TEST_F(CloudPathsInProject, AFileIsResolvedIntoTheProjectsCache) {
     EXPECT_EQ(Ondrath_ResolveProjectPath(prj(), own, L"a.txt"), cache + L"\\a.txt");
     EXPECT_EQ(Ondrath_ResolveProjectPath(prj(), own, L"\\a.txt"), cache + L"\\a.txt");
   }
-  EXPECT_EQ(Ondrath_ResolveProjectPath(prj(), L"BIM", L"a.txt"), cache + L"\\BIM\\a.txt");
+  for (const wchar_t* directory : {L"BIM", L"BIM\\", L"\\BIM/"}) {
+    EXPECT_EQ(Ondrath_ResolveProjectPath(prj(), directory, L"a.txt"), cache + L"\\BIM\\a.txt");
+  }
+  EXPECT_EQ(Ondrath_ResolveProjectPath(prj(), L"", L"\\BIM\\a.txt"), cache + L"\\BIM\\a.txt");
+  EXPECT_EQ(Ondrath_ResolveProjectPath(prj(), cache + L"\\", L"a.txt"), cache + L"\\a.txt");
   EXPECT_EQ(Ondrath_ResolveProjectPath(prj(), L"BIM", cache + L"\\b.txt"), cache + L"\\b.txt");
+  const std::wstring outside = desk.path(L"elsewhere");
+  desk.writeFile(outside + L"\\a.txt", "text");
+  for (const std::wstring& place : {outside, outside.substr(2)}) {
+    EXPECT_EQ(Ondrath_ResolveProjectPath(prj(), place, L"a.txt"), place + L"\\a.txt");
+    EXPECT_EQ(Ondrath_ResolveProjectPath(prj(), L"", place + L"\\a.txt"), place + L"\\a.txt");
+  }
 }
 
 }  // namespace

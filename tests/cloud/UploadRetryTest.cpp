@@ -19,10 +19,8 @@ TEST(UploadQuestion, ShowsTenNamesAndAMarkForMore) {
   const UploadQuestionTexts texts{L"Head", L"Error", L"More?"};
   EXPECT_EQ(uploadQuestion(texts, static_cast<CloudStatus>(0x80070005), L"Denied", {L"a", L"b"}),
             L"Head\nError: 0x80070005 \"Denied\"\n\na\nb\n\nMore?");
-  const std::vector<std::wstring> ten(10, L"n");
-  const std::vector<std::wstring> eleven(11, L"n");
-  EXPECT_EQ(uploadQuestion(texts, 5, L"", ten).find(L"..."), std::wstring::npos);
-  const std::wstring question = uploadQuestion(texts, 5, L"", eleven);
+  EXPECT_EQ(uploadQuestion(texts, 5, L"", std::vector<std::wstring>(10, L"n")).find(L"..."), std::wstring::npos);
+  const std::wstring question = uploadQuestion(texts, 5, L"", std::vector<std::wstring>(11, L"n"));
   EXPECT_EQ(std::count(question.begin(), question.end(), L'n'), 10);
   EXPECT_NE(question.find(L"n\n...\n\nMore?"), std::wstring::npos);
 }

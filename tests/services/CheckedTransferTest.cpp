@@ -2,12 +2,13 @@
 #include "host/Locking.h"
 #include "host/ObjectFiles.h"
 #include "host/ProjectDatabase.h"
+#include "platform/Files.h"
 #include "services/FileServicesState.h"
 #include "tests/support/CloudFixture.h"
 #include "workstation/objects/CoreObjects.h"
 #include "workstation/objects/OpenFiles.h"
 #include "zephor/FileServices.h"
-#include "zephor/HeaderServices.h"
+#include "zephor/NotUploadedFiles.h"
 
 namespace Quorvel::FileAccess {
 namespace {
@@ -46,7 +47,6 @@ TEST_F(CheckedTransfer, AFileWithoutLockIsRefusedWithABox) {
   ASSERT_EQ(ui().boxes().size(), 1U);
   EXPECT_EQ(ui().boxes()[0].text, L"tb000003.zdw\nThe file is not locked for you. It can't be uploaded.");
   EXPECT_EQ(ui().boxes()[0].style, MB_ICONHAND);
-  EXPECT_TRUE(desk.hasErrorLine(L"WGO_CheckLockAndUploadFile: file is not locked, no upload possible tb000003.zdw"));
   EXPECT_TRUE(cloud.calls().empty());
 
   ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(3, header<TeilbildHeader>(3, 1));
@@ -55,22 +55,24 @@ TEST_F(CheckedTransfer, AFileWithoutLockIsRefusedWithABox) {
   EXPECT_EQ(cloud.calls().back(), L"UploadFilesAndMetadata tb000003.zdw 1576");
 }
 
-TEST_F(CheckedTransfer, UploadsThatCannotBeMeantAreAnsweredByTheirCodes) {
-  EXPECT_EQ(WGO_CheckLockAndUploadFile(-1, eFileType_Teilbild), 0U);
-  EXPECT_EQ(WGO_CheckLockAndUploadFile(3, 99), 87U);
-  EXPECT_TRUE(desk.hasErrorLine(L"WGO_CheckLockAndUploadFile: could not get filename for type = 99 nr = 3"));
-  getInetFileManager().setServerName(L"files");
-  EXPECT_EQ(WGO_CheckLockAndUploadFile(3, eFileType_Teilbild), 0U);
-  EXPECT_TRUE(cloud.calls().empty());
-}
-
-TEST_F(CheckedTransfer, DuringAConversionObjectsOnlyJoinTheList) {
+TEST_F(CheckedTransfer, ObjectsOfAConversionWaitInTheListUntilItHasEnded) {
   globalEventManager::instance().set(kDatwaRunningEvent, L"");
   for (const int type : {0, 33, 28, 99}) EXPECT_EQ(WGO_CheckLockAndUploadFile(3, type), 0U);
   const std::set<std::pair<std::wstring, std::wstring>> expected{{L"pb000003.zpl", path(L"pb000003.zpl")},
                                                                  {L"tb000003.zdw", path(L"tb000003.zdw")}};
   EXPECT_EQ(fileServicesState().convertedFiles, expected);
   EXPECT_TRUE(ui().boxes().empty());
+  EXPECT_TRUE(WGO_uploadConvertedFilesAfterDatwa());
+  EXPECT_TRUE(cloud.calls().empty()) << "the conversion still runs";
+
+  globalEventManager::instance().reset(kDatwaRunningEvent);
+  ZP_ProjectDBPlanSets(kgunit()).setPlanRecord(3, header<PlanHeader>(3, 1));
+  EXPECT_FALSE(WGO_uploadConvertedFilesAfterDatwa()) << "the Teilbild has no header yet";
+  ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(3, header<TeilbildHeader>(3, 1));
+  EXPECT_TRUE(WGO_uploadConvertedFilesAfterDatwa());
+  EXPECT_TRUE(WGO_uploadConvertedFilesAfterDatwa());
+  EXPECT_EQ(cloud.calls(),
+            (Calls{L"UploadFilesAndMetadata pb000003.zpl 896", L"UploadFilesAndMetadata tb000003.zdw 1576"}));
 }
 
 TEST_F(CheckedTransfer, OnlyANewerServerVersionComes) {
@@ -89,9 +91,6 @@ TEST_F(CheckedTransfer, OnlyANewerServerVersionComes) {
   serve(3, 4);
   EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, false));
   EXPECT_EQ(desk.readFile(file), served_);
-  TeilbildHeader row = clearedHeader<TeilbildHeader>();
-  EXPECT_TRUE(WGO_getTBHeaderFromDataBase(3, &row));
-  EXPECT_EQ(row.versionCounter, 4U);
   EXPECT_EQ(::workstation::selectionListVersion(eFileType_Teilbild, 3), 4U);
 }
 
@@ -102,10 +101,7 @@ TEST_F(CheckedTransfer, AFailedDownloadIsToldAndAMissingOneMayBeAccepted) {
   EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 0, false));
   EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, true));
   EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 0, true));
-  EXPECT_FALSE(WGO_CheckLockAndDownloadFile(0, 0, true));
   EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 1, true));
-  ZSYST_setCurrentWorkgroupServer(L"files");
-  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(0, 1, true));
 }
 
 TEST_F(CheckedTransfer, AZeichnungComesOnlyWhenItIsMissingHere) {
@@ -136,6 +132,31 @@ TEST_F(CheckedTransfer, OpenObjectsKeepWhatWasNotUploaded) {
   ::workstation::closeInCore(handle);
 }
 
+TEST_F(CheckedTransfer, UnsentWorkIsBackedUpOrStays) {
+  const std::wstring file = makeObject(eFileType_Teilbild, 3);
+  const std::string before = desk.readFile(file);
+  serve(3, 4);
+  desk.writeFile(path(L"NotUploadedFiles.xml"), "   <file type=TEILBILD number=3>\n");
+  desk.writeFile(path(L"Backup"), "in the way");
+  EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 0, false)) << "listed by an earlier run, and no backup";
+  std::wstring error;
+  const int handle = ::workstation::openInCore(file, error);
+  ::workstation::markModified(handle, true);
+  resetNotUploadedFilesList();
+  DeleteFileW(path(L"NotUploadedFiles.xml").c_str());
+  const void* const value = reinterpret_cast<const void*>(static_cast<std::intptr_t>(handle));
+  EXPECT_FALSE(WGO_DownloadToOpenFile(&value, 3, eFileType_Teilbild)) << "open and changed, and no backup";
+  EXPECT_TRUE(desk.hasErrorLine(L"tb000003.zdw is not replaced by the server's file"));
+  EXPECT_FALSE(downloaded());
+  EXPECT_EQ(desk.readFile(file), before);
+
+  DeleteFileW(path(L"Backup").c_str());
+  EXPECT_TRUE(WGO_DownloadToOpenFile(&value, 3, eFileType_Teilbild));
+  EXPECT_EQ(desk.readFile(file), served_);
+  EXPECT_TRUE(desk.exists(path(L"Backup")));
+  ::workstation::closeInCore(handle);
+}
+
 TEST_F(CheckedTransfer, OnlyAnObjectThatTheServerDeletedIsMarked) {
   makeObject(eFileType_Teilbild, 3);
   makeObject(eFileType_Teilbild, 4);
@@ -145,8 +166,6 @@ TEST_F(CheckedTransfer, OnlyAnObjectThatTheServerDeletedIsMarked) {
   EXPECT_TRUE(WGO_DownloadToOpenFile(&handle, 4, eFileType_Teilbild));
   EXPECT_EQ(WGO_getMarkedForDelete(), (std::vector<int>{3}));
   EXPECT_TRUE(desk.exists(path(L"tb000003.zdw"))) << "the host removes it";
-  WGO_clearMarkedForDelete();
-  EXPECT_TRUE(WGO_getMarkedForDelete().empty());
 }
 
 }  // namespace
