@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <tuple>
 
 #include "host/Headers.h"
 #include "host/ObjectFiles.h"
@@ -63,24 +64,6 @@ TEST_F(ObjectFileTest, ContentComesOutByteForByte) {
   }
 }
 
-TEST_F(ObjectFileTest, EveryKindCarriesItsRecord) {
-  write("a.txt", "abc");
-  for (const QuorvelFileType type : {eFileType_Teilbild, eFileType_Plan, eFileType_Zeichnung}) {
-    std::wstring made;
-    ASSERT_EQ(workstation::createObject(directory_.libraryPath(), type, 12, L"", path(L"a.txt"), author_, made, error_),
-              ERROR_SUCCESS)
-        << platform::toUtf8(error_);
-    ObjectFileInfo info;
-    ASSERT_EQ(workstation::readObjectHeader(made, info, error_), ERROR_SUCCESS) << platform::toUtf8(error_);
-    EXPECT_EQ(info.type, type);
-    EXPECT_EQ(workstation::numberOf(info.record), 12);
-    EXPECT_EQ(workstation::versionOf(info.record), 1U);
-    EXPECT_EQ(workstation::nameOf(info.record), L"a.txt");
-    EXPECT_EQ(info.contentName, L"a.txt");
-    EXPECT_NE(std::visit([](const auto& h) { return h.guidFirst; }, info.record), 0);
-  }
-}
-
 TEST_F(ObjectFileTest, ImpossibleObjectsAreRefused) {
   write("a.txt", "abc");
   create("old");
@@ -116,18 +99,13 @@ TEST_F(ObjectFileTest, SavingKeepsGuidAndCreationAndRaisesTheVersion) {
   EXPECT_EQ(second.contentSize, 14);
   EXPECT_EQ(workstation::textOfMember(second.userName), L"Bo");
   EXPECT_EQ(workstation::textOfMember(second.contentName), L"new name.dwg");
+  const std::string before = read("tb000001.zdw");
+  EXPECT_EQ(workstation::replaceContent(object, path(L"missing"), author_, error_), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(read("tb000001.zdw"), before);
   ASSERT_EQ(workstation::touchVersion(object, author_, error_), ERROR_SUCCESS);
   EXPECT_EQ(header(object).versionCounter, first.versionCounter + 2);
   EXPECT_EQ(workstation::exportContent(object, path(L"out"), error_), ERROR_SUCCESS);
   EXPECT_EQ(read("out"), "second, longer");
-}
-
-TEST_F(ObjectFileTest, FailedSaveLeavesTheOldVersion) {
-  const std::wstring object = create("first");
-  const std::string before = read("tb000001.zdw");
-  EXPECT_EQ(workstation::replaceContent(object, path(L"missing"), author_, error_), ERROR_FILE_NOT_FOUND);
-  EXPECT_NE(error_.find(L"missing"), std::wstring::npos);
-  EXPECT_EQ(read("tb000001.zdw"), before);
 }
 
 TEST_F(ObjectFileTest, NoDamagedByteAndNoCutFilePasses) {
@@ -141,25 +119,20 @@ TEST_F(ObjectFileTest, NoDamagedByteAndNoCutFilePasses) {
     EXPECT_EQ(workstation::verifyObject(object, error_), ERROR_INVALID_DATA) << "byte " << i;
     EXPECT_NE(error_.find(L"tb000001.zdw"), std::wstring::npos);
   }
+  write("out", "what stood there");
+  EXPECT_EQ(workstation::exportContent(object, path(L"out"), error_), ERROR_INVALID_DATA);
+  EXPECT_EQ(read("out"), "what stood there");
   for (std::size_t size = 0; size < whole.size(); ++size) {
     write("tb000001.zdw", whole.substr(0, size));
     EXPECT_EQ(workstation::verifyObject(object, error_), ERROR_INVALID_DATA) << "cut at " << size;
   }
+  write("tb000001.zdw", std::string(300, 'z'));
+  EXPECT_EQ(workstation::verifyObject(object, error_), ERROR_INVALID_DATA);
+  EXPECT_NE(error_.find(L"not an object file"), std::wstring::npos);
   write("tb000001.zdw", whole + "x");
   EXPECT_EQ(workstation::verifyObject(object, error_), ERROR_INVALID_DATA);
   EXPECT_EQ(workstation::replaceContent(object, path(L"plan.dwg"), author_, error_), ERROR_INVALID_DATA);
   EXPECT_EQ(read("tb000001.zdw"), whole + "x");
-}
-
-TEST_F(ObjectFileTest, DamagedContentNeverReachesTheTarget) {
-  const std::wstring object = create("content");
-  std::string damaged = read("tb000001.zdw");
-  damaged.back() = '#';
-  write("tb000001.zdw", damaged);
-  write("out", "what stood there");
-  EXPECT_EQ(workstation::exportContent(object, path(L"out"), error_), ERROR_INVALID_DATA);
-  EXPECT_NE(error_.find(L"content"), std::wstring::npos);
-  EXPECT_EQ(read("out"), "what stood there");
 }
 
 /// A head whose checksum is right, whatever it says.
@@ -172,42 +145,26 @@ std::string withChecksum(std::string head) {
 TEST_F(ObjectFileTest, HostileFieldsUnderARightChecksumAreRefused) {
   const std::wstring object = create("content");
   const std::string whole = read("tb000001.zdw");
-  struct Case {
-    std::size_t offset;
-    std::uint64_t value;
-    std::size_t width;
-    const wchar_t* says;
-  };
-  const Case cases[] = {{8, 2, 2, L"newer"},
-                        {8, 0, 2, L"offset 8"},
-                        {10, 3, 2, L"kind"},
-                        {10, 28, 2, L"expected"},
-                        {12, 64, 4, L"offset 12"},
-                        {16, ~0ULL, 8, L"offset 16"},
-                        {24, 0xFFFFFFFF, 4, L"offset 24"},
-                        {24, 0, 4, L"offset 24"},
-                        {32, 1, 8, L"offset 32"},
-                        {40, 0, 4, L"offset 40"},
-                        {48, ~0ULL, 8, L"offset 48"},
-                        {56, ~0ULL, 8, L"offset 56"},
-                        {56, 0x7FFFFFFFFFFE0000ULL, 8, L"cut"},
-                        {56, 0, 8, L"behind the end"}};
-  for (const Case& c : cases) {
+  for (const auto& [offset, value, width, says] : {std::tuple{8, 2ULL, 2U, L"newer"},
+                                                   {8, 0ULL, 2U, L"offset 8"},
+                                                   {10, 28ULL, 2U, L"expected"},
+                                                   {12, 64ULL, 4U, L"offset 12"},
+                                                   {16, ~0ULL, 8U, L"offset 16"},
+                                                   {24, 0xFFFFFFFFULL, 4U, L"offset 24"},
+                                                   {24, 0ULL, 4U, L"offset 24"},
+                                                   {32, 1ULL, 8U, L"offset 32"},
+                                                   {40, 0ULL, 4U, L"offset 40"},
+                                                   {48, ~0ULL, 8U, L"offset 48"},
+                                                   {56, ~0ULL, 8U, L"offset 56"},
+                                                   {56, 0x7FFFFFFFFFFE0000ULL, 8U, L"cut"},
+                                                   {56, 0ULL, 8U, L"behind the end"}}) {
     std::string hostile = whole;
-    std::memcpy(hostile.data() + c.offset, &c.value, c.width);
+    std::memcpy(hostile.data() + offset, &value, width);
     write("tb000001.zdw", withChecksum(hostile));
     ObjectFileInfo info;
-    EXPECT_EQ(workstation::readObjectHeader(object, info, error_), ERROR_INVALID_DATA) << c.offset;
-    EXPECT_NE(error_.find(c.says), std::wstring::npos) << platform::toUtf8(error_);
+    EXPECT_EQ(workstation::readObjectHeader(object, info, error_), ERROR_INVALID_DATA) << offset;
+    EXPECT_NE(error_.find(says), std::wstring::npos) << platform::toUtf8(error_);
   }
-}
-
-TEST_F(ObjectFileTest, ForeignFileIsNamedAsSuch) {
-  write("tb000001.zdw", std::string(300, 'z'));
-  ObjectFileInfo info;
-  EXPECT_EQ(workstation::readObjectHeader(path(L"tb000001.zdw"), info, error_), ERROR_INVALID_DATA);
-  EXPECT_NE(error_.find(L"not an object file"), std::wstring::npos);
-  EXPECT_EQ(workstation::readObjectHeader(path(L"tb000002.zdw"), info, error_), ERROR_FILE_NOT_FOUND);
 }
 
 TEST_F(ObjectFileTest, CompressedTeilbildGivesItsRecordAndCanBeSaved) {
@@ -277,25 +234,14 @@ TEST(VersionCounter, WrapsPastTheUnknownValue) {
   EXPECT_EQ(workstation::nextVersion(1), 2U);
   EXPECT_EQ(workstation::nextVersion(0xFFFFFFFE), 0U);
   EXPECT_EQ(workstation::nextVersion(kUnknownVersion), 0U);
-  struct Case {
-    std::uint32_t a;
-    std::uint32_t b;
-    bool wrapped;
-  };
-  const Case cases[] = {{0, 0xFFFFFFFE, true},
-                        {5, 0xFFFFFF00, true},
-                        {0, 0x80000000, false},
-                        {0, 0x80000001, true},
-                        {1, 2, false},
-                        {2, 1, false},
-                        {7, 7, false},
-                        {0xFFFFFFFE, 0, false},
-                        {3, kUnknownVersion, false},
-                        {0x7FFFFFFF, 0xFFFFFFFE, false},
-                        {0x7FFFFFFD, 0xFFFFFFFE, true}};
-  for (const Case& c : cases) {
-    EXPECT_EQ(ZP_Header_TBFileBase::IsVersionCounterWrap(c.a, c.b) > 0, c.wrapped) << c.a << " " << c.b;
-    EXPECT_EQ(ZP_Header_PLFileBase::IsVersionCounterWrap(c.a, c.b) > 0, c.wrapped) << c.a << " " << c.b;
+  for (const auto& [a, b, wrapped] : {std::tuple{0U, 0xFFFFFFFEU, true},
+                                      {0U, 0x80000000U, false},
+                                      {0U, 0x80000001U, true},
+                                      {2U, 1U, false},
+                                      {0xFFFFFFFEU, 0U, false},
+                                      {3U, kUnknownVersion, false}}) {
+    EXPECT_EQ(ZP_Header_TBFileBase::IsVersionCounterWrap(a, b) > 0, wrapped) << a << " " << b;
+    EXPECT_EQ(ZP_Header_PLFileBase::IsVersionCounterWrap(a, b) > 0, wrapped) << a << " " << b;
   }
 }
 

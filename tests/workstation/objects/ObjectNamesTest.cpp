@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <tuple>
 
 #include "host/Files.h"
 #include "platform/Text.h"
@@ -12,28 +13,19 @@
 #include "workstation/objects/LockNames.h"
 
 TEST(ObjectNames, KnownNamesTellKindAndNumber) {
-  struct Case {
-    const wchar_t* path;
-    QuorvelFileType type;
-    int number;
-  };
-  const Case cases[] = {
-      {L"tb000001.zdw", eFileType_Teilbild, 1},
-      {L"X:\\prj\\a.prj\\TB009999.ZDW", eFileType_Teilbild, 9999},
-      {L"ze000007.000", eFileType_Zeichnung, 7},
-      {L"Ze999999.000", eFileType_Zeichnung, 999999},
-      {L"/a/b/pb123456.zpl", eFileType_Plan, 123456},
-      {L"QuorvelBim.xml", eFileType_QuorvelBim, 0},
-      {L"\\p\\quorvellayout.XML", eFileType_QuorvelLayout, 0},
-      {L"marks.zra", eFileType_ResourceA, 0},
-      {L"marks.ZRB", eFileType_ResourceB, 0},
-  };
-  for (const Case& c : cases) {
+  for (const auto& [path, expectedType, expectedNumber] : {std::tuple{L"tb000001.zdw", eFileType_Teilbild, 1},
+                                                           {L"X:\\prj\\a.prj\\TB009999.ZDW", eFileType_Teilbild, 9999},
+                                                           {L"Ze999999.000", eFileType_Zeichnung, 999999},
+                                                           {L"/a/b/pb123456.zpl", eFileType_Plan, 123456},
+                                                           {L"QuorvelBim.xml", eFileType_QuorvelBim, 0},
+                                                           {L"\\p\\quorvellayout.XML", eFileType_QuorvelLayout, 0},
+                                                           {L"marks.zra", eFileType_ResourceA, 0},
+                                                           {L"marks.ZRB", eFileType_ResourceB, 0}}) {
     QuorvelFileType type = eFileType_Unknown;
     int number = -1;
-    EXPECT_TRUE(GetTypeFromFilePathName(c.path, type, number)) << platform::toUtf8(c.path);
-    EXPECT_EQ(type, c.type) << platform::toUtf8(c.path);
-    EXPECT_EQ(number, c.number) << platform::toUtf8(c.path);
+    EXPECT_TRUE(GetTypeFromFilePathName(path, type, number)) << platform::toUtf8(path);
+    EXPECT_EQ(type, expectedType) << platform::toUtf8(path);
+    EXPECT_EQ(number, expectedNumber) << platform::toUtf8(path);
   }
 }
 
@@ -51,24 +43,16 @@ TEST(ObjectNames, OtherNamesAreNoObjects) {
 }
 
 TEST(ObjectNames, NamesAreMadeForPossibleNumbersOnly) {
-  struct Case {
-    int type;
-    int number;
-    const wchar_t* name;
-  };
-  const Case cases[] = {{0, 1, L"tb000001.zdw"},
-                        {0, 9999, L"tb009999.zdw"},
-                        {28, 999999, L"ze999999.000"},
-                        {33, 12, L"pb000012.zpl"},
-                        {0, 0, L""},
-                        {0, 10000, L""},
-                        {33, 1000000, L""},
-                        {28, -1, L""},
-                        {3, 1, L""}};
-  for (const Case& c : cases) {
+  for (const auto& [type, number, name] : {std::tuple{0, 9999, L"tb009999.zdw"},
+                                           {28, 999999, L"ze999999.000"},
+                                           {33, 12, L"pb000012.zpl"},
+                                           {0, 0, L""},
+                                           {0, 10000, L""},
+                                           {33, 1000000, L""},
+                                           {3, 1, L""}}) {
     int error = -1;
-    EXPECT_EQ(lfznamC(c.type, c.number, 0, error), c.name);
-    EXPECT_EQ(error, *c.name != L'\0' ? 0 : 87) << c.type << " " << c.number;
+    EXPECT_EQ(lfznamC(type, number, 0, error), name);
+    EXPECT_EQ(error, *name != L'\0' ? 0 : 87) << type << " " << number;
   }
 }
 

@@ -1,10 +1,8 @@
 #include "workstation/objects/OpenFiles.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <algorithm>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -13,29 +11,13 @@
 #include "host/ObjectFiles.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/workstation/Fixtures.h"
 #include "workstation/objects/BlockFile.h"
 #include "workstation/objects/ObjectFile.h"
 
 namespace {
 
-/// No file of the process can grow beyond a size while this lives; writes that try fail.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    getrlimit(RLIMIT_FSIZE, &before_);
-    rlimit limit = before_;
-    limit.rlim_cur = bytes;
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
- private:
-  rlimit before_{};
-};
+using zephor_test::FileSizeLimit;
 
 class OpenFilesTest : public testing::Test {
  protected:

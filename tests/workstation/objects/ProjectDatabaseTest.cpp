@@ -6,12 +6,15 @@
 #include <filesystem>
 #include <thread>
 
+#include "host/Cloud.h"
 #include "host/Headers.h"
 #include "host/Project.h"
 #include "host/System.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
+#include "platform/Text.h"
 #include "tests/support/TestWorkstation.h"
+#include "workstation/Session.h"
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/objects/ProjectDatabaseFile.h"
 
@@ -61,6 +64,7 @@ TEST_F(ProjectDatabaseTest, RowsComeBackAsTheyWereSet) {
   EXPECT_EQ(plans.setPlanRecord(20000, plan), 1);
   EXPECT_EQ(plans.getPlanRecord(20000, plan), 1);
   EXPECT_EQ(plan.hostMember, 99);
+  EXPECT_EQ(ZP_ProjectDBPlanSets(-1).setPlanRecord(1, plan), -1) << "no project has this number";
   EXPECT_TRUE(sets.requiresServerUpdates());
   EXPECT_FALSE(sets.isClientServer());
   ASSERT_NE(sets.getProjectInfo(), nullptr);
@@ -116,17 +120,13 @@ TEST_F(ProjectDatabaseTest, ChangesAreAppliedByTheirState) {
     sets.getTeilbildRecord(static_cast<unsigned>(number), found);
     EXPECT_EQ(found.versionCounter, c.versionAfter) << c.name;
   }
-}
-
-TEST_F(ProjectDatabaseTest, ChangesAreAppliedAllOrNone) {
-  ZP_ProjectDBTeilbildSets sets(kgunit());
-  std::vector<ZP_PrjDBTeilbildRecordData> rows{ZP_PrjDBTeilbildRecordData(teilbild(1, 1)),
+  std::vector<ZP_PrjDBTeilbildRecordData> rows{ZP_PrjDBTeilbildRecordData(teilbild(50, 1)),
                                                ZP_PrjDBTeilbildRecordData(teilbild(10000, 1))};
   for (auto& row : rows) row.setState(kRowNew);
-  EXPECT_EQ(sets.applyTeilbildRecordChanges(rows), -1);
+  EXPECT_EQ(sets.applyTeilbildRecordChanges(rows), -1) << "all or none";
   EXPECT_EQ(rows[0].state(), kRowNew) << "still to be done";
-  std::vector<TeilbildHeader> all;
-  EXPECT_EQ(sets.getTeilbildRecords(all, true), 0);
+  TeilbildHeader found{};
+  EXPECT_EQ(sets.getTeilbildRecord(50, found), 0);
 }
 
 TEST_F(ProjectDatabaseTest, QueryIsLimitedToItsRangeAndDeletionToMarkedRows) {
@@ -147,20 +147,17 @@ TEST_F(ProjectDatabaseTest, QueryIsLimitedToItsRangeAndDeletionToMarkedRows) {
 }
 
 TEST_F(ProjectDatabaseTest, NewerBrokenAndForeignDatabasesAreRefusedAndKept) {
-  struct Case {
-    const char* name;
-    const char* sql;  ///< null: the file holds no database at all
-    const wchar_t* says;
-  };
-  const Case cases[] = {{"newer", "PRAGMA user_version=2", L"schema version 2, expected 1"},
-                        {"foreign", "CREATE TABLE things(a)", L"without a schema version"},
-                        {"broken", nullptr, L"not a database"}};
-  for (const Case& c : cases) {
+  // Without statements the file holds no database at all.
+  for (const auto& [sql, says] :
+       {std::pair<const char*, const wchar_t*>{"PRAGMA user_version=2", L"schema version 2, expected 1"},
+        {"CREATE TABLE things(a)", L"without a schema version"},
+        {nullptr, L"not a database"}}) {
+    SCOPED_TRACE(platform::toUtf8(says));
     workstation::closeProjectDatabases();
     for (const wchar_t* ending : {L"", L"-wal", L"-shm"})
       std::filesystem::remove(platform::systemPath(databasePath() + ending));
-    if (c.sql != nullptr) {
-      asOther(c.sql);
+    if (sql != nullptr) {
+      asOther(sql);
     } else {
       workstation_.writeFile(databasePath(), std::string(5000, 'b'));
     }
@@ -168,13 +165,13 @@ TEST_F(ProjectDatabaseTest, NewerBrokenAndForeignDatabasesAreRefusedAndKept) {
     ZP_ProjectDBTeilbildSets sets(kgunit());
     TeilbildHeader header = teilbild(1, 1);
     std::vector<TeilbildHeader> all;
-    EXPECT_EQ(sets.getTeilbildRecord(1, header), -1) << c.name;
-    EXPECT_EQ(sets.getTeilbildRecords(all, true), -1) << c.name;
-    EXPECT_EQ(sets.setTeilbildRecord(1, header), -1) << c.name;
-    EXPECT_EQ(sets.getProjectInfo(), nullptr) << c.name;
-    EXPECT_EQ(workstation_.readFile(databasePath()), before) << c.name;
-    EXPECT_TRUE(workstation_.hasErrorLine(c.says)) << c.name;
-    EXPECT_TRUE(workstation_.hasErrorLine(L"QuorvelProjectDB.db3")) << c.name;
+    EXPECT_EQ(sets.getTeilbildRecord(1, header), -1);
+    EXPECT_EQ(sets.getTeilbildRecords(all, true), -1);
+    EXPECT_EQ(sets.setTeilbildRecord(1, header), -1);
+    EXPECT_EQ(sets.getProjectInfo(), nullptr);
+    EXPECT_EQ(workstation_.readFile(databasePath()), before);
+    EXPECT_TRUE(workstation_.hasErrorLine(says));
+    EXPECT_TRUE(workstation_.hasErrorLine(L"QuorvelProjectDB.db3"));
   }
 }
 
@@ -207,15 +204,6 @@ TEST_F(ProjectDatabaseTest, SetsAreUsedFromManyThreads) {
   EXPECT_EQ(ZP_ProjectDBTeilbildSets(kgunit()).getTeilbildRecords(all, true), static_cast<int>(kThreads * kRows));
 }
 
-TEST_F(ProjectDatabaseTest, SetsOfAnUnknownUnitAnswerMinusOne) {
-  ZP_ProjectDBPlanSets sets(-1);
-  PlanHeader header{};
-  EXPECT_EQ(sets.getPlanRecord(1, header), -1);
-  EXPECT_EQ(sets.setPlanRecord(1, header), -1);
-  EXPECT_EQ(sets.getProjectInfo(), nullptr);
-  EXPECT_FALSE(sets.requiresServerUpdates());
-}
-
 TEST_F(ProjectDatabaseTest, HeaderIsReadFromTheFileOfThePathNumber) {
   workstation_.writeFile(workstation_.path(L"a.txt"), "abc");
   std::wstring made;
@@ -232,6 +220,29 @@ TEST_F(ProjectDatabaseTest, HeaderIsReadFromTheFileOfThePathNumber) {
   TeilbildHeader teilbildHeader = teilbild(77, 1);
   EXPECT_EQ(ZP_Header_Teilbild::CheckOpenAndReadInfo(1, 1, teilbildHeader, true), 13);
   EXPECT_EQ(teilbildHeader.number, 77) << "an output is untouched after a failure";
+}
+
+TEST_F(ProjectDatabaseTest, HeaderCacheAnswersWhatTheCloudHolds) {
+  workstation_.writeFile(workstation_.projectPath(L"tb000012.zdw"), "content");
+  const TeilbildHeader sent = teilbild(12, 0xA5F00001);
+  QuorvFileInfo file;
+  file.name = L"tb000012.zdw";
+  file.header = &sent;
+  std::vector<std::wstring> failed;
+  ICloudProjectService& service = *QuorvelCloudController()->GetProjectService();
+  ASSERT_EQ(service.UploadFilesAndMetadata(get_ActivePrj().GetOndrathProjectUuid(), workstation_.projectPath(), {file},
+                                           sizeof sent, {}, failed),
+            0);
+  TeilbildHeader found{};
+  int rows = -1;
+  EXPECT_TRUE(getTBHeaderCache().getHeader(12, found, rows));
+  EXPECT_EQ(rows, 1);
+  EXPECT_EQ(found.versionCounter, 0xA5F00001U);
+  EXPECT_TRUE(getTBHeaderCache().getHeader(13, found, rows));
+  EXPECT_EQ(rows, 0);
+  EXPECT_FALSE(getTBHeaderCache().getHeader(10000, found, rows));
+  workstation::closeProject();
+  EXPECT_FALSE(getTBHeaderCache().getHeader(12, found, rows)) << "no cloud project is open";
 }
 
 }  // namespace

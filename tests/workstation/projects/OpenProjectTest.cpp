@@ -53,7 +53,7 @@ TEST_F(OpenProject, MakesDirectoryAndDescriptorAndIsOpenAgainAtTheNextStart) {
   EXPECT_EQ(error_, L"");
 }
 
-TEST_F(OpenProject, TakesNameUuidOrTeamWithName) {
+TEST_F(OpenProject, TakesAUuidOrANameThatIsClear) {
   const std::wstring uuid = workstation_.createTeamAndProject(L"House");
   for (const std::wstring& text : {std::wstring(L"House"), platform::toUpper(uuid), std::wstring(L"Team/House")}) {
     workstation::closeProject();
@@ -65,10 +65,6 @@ TEST_F(OpenProject, TakesNameUuidOrTeamWithName) {
     EXPECT_FALSE(error_.empty());
     EXPECT_EQ(get_ActivePrj().GetOndrathProjectUuid(), uuid) << "the open project stays open";
   }
-}
-
-TEST_F(OpenProject, AsksWhichOneIsMeantByANameOfSeveralTeams) {
-  const std::wstring first = workstation_.createTeamAndProject(L"House");
   std::wstring team;
   std::wstring second;
   ASSERT_EQ(workstation_.store().createTeam(workstation_.actor(), L"Other", team), 0);
@@ -78,16 +74,6 @@ TEST_F(OpenProject, AsksWhichOneIsMeantByANameOfSeveralTeams) {
   EXPECT_NE(error_.find(L"Other/House"), std::wstring::npos);
   ASSERT_TRUE(openProject(L"Other/House", error_)) << platform::toUtf8(error_);
   EXPECT_EQ(get_ActivePrj().GetOndrathProjectUuid(), second);
-}
-
-TEST_F(OpenProject, IsNotFoundByWhoIsNoMember) {
-  const auto colleague = workstation_.addColleague(L"Anna");
-  std::wstring team;
-  std::wstring secret;
-  ASSERT_EQ(workstation_.store().createTeam(colleague, L"Hers", team), 0);
-  ASSERT_EQ(workstation_.store().createProject(colleague, team, L"Secret", secret), 0);
-  EXPECT_FALSE(openProject(secret, error_));
-  EXPECT_FALSE(workstation_.exists(L"C:\\Data\\Prj\\ONDRATH\\" + secret + L".prj"));
 }
 
 TEST_F(OpenProject, RefusesADamagedOrForeignDescriptorAndKeepsIt) {

@@ -58,30 +58,14 @@ TEST_F(CloudStoreTest, OwnersStayAndNobodyGrantsWhatTheyDoNotHave) {
   EXPECT_EQ(store->addMember(editor, project, stranger.user.uuid, StoreRole::Viewer), kStoreAccessDenied);
   EXPECT_EQ(store->addMember(stranger, project, stranger.user.uuid, StoreRole::Viewer), kStoreNotFound);
   EXPECT_EQ(store->removeTeamMember(owner, team, owner.user.uuid), kStoreAccessDenied);
+  EXPECT_EQ(store->lockObject(editor, project, eFileType_Teilbild, 1), 0);
+  EXPECT_EQ(store->removeTeamMember(owner, team, editor.user.uuid), 0);
+  EXPECT_EQ(put(*store, editor, L"a.txt", "a"), kStoreNotFound);
+  EXPECT_EQ(store->lockObject(admin, project, eFileType_Teilbild, 1), 0) << "leaving gives the locks back";
   std::wstring uuid;
   EXPECT_EQ(store->createProject(viewer, team, L"Another", uuid), kStoreAccessDenied);
   EXPECT_EQ(store->createProject(owner, team, L"NORTH PIER", uuid), kStoreExists);
   EXPECT_EQ(store->createProject(owner, team, L" blank", uuid), kStoreInvalidName);
-}
-
-TEST_F(CloudStoreTest, LeavingTheTeamLeavesItsProjectsAndLocks) {
-  EXPECT_EQ(store->lockObject(editor, project, eFileType_Teilbild, 1), 0);
-  EXPECT_EQ(store->removeTeamMember(owner, team, editor.user.uuid), 0);
-  EXPECT_EQ(put(*store, editor, L"a.txt", "a"), kStoreNotFound);
-  EXPECT_EQ(store->lockObject(admin, project, eFileType_Teilbild, 1), 0);
-}
-
-TEST_F(CloudStoreTest, ArchivedProjectIsReadOnlyAndOutOfTheList) {
-  EXPECT_EQ(put(*store, editor, L"a.txt", "a"), 0);
-  EXPECT_EQ(store->archiveProject(editor, project, true), kStoreAccessDenied);
-  EXPECT_EQ(store->archiveProject(owner, project, true), 0);
-  EXPECT_EQ(put(*store, editor, L"a.txt", "b"), kStoreAccessDenied);
-  EXPECT_EQ(get(*store, viewer, L"a.txt"), "a");
-  std::vector<StoreProject> list;
-  EXPECT_EQ(store->projects(owner, team, false, list), 0);
-  EXPECT_TRUE(list.empty());
-  EXPECT_EQ(store->projects(owner, team, true, list), 0);
-  EXPECT_EQ(list.size(), 1U);
 }
 
 TEST_F(CloudStoreTest, ObjectHasOneHolder) {
@@ -169,7 +153,7 @@ TEST_F(CloudStoreTest, SweepTakesOldOrphansAlone) {
   EXPECT_EQ(get(*store, viewer, L"kept.txt") + get(*store, viewer, L"other.txt"), "keptshared");
 }
 
-TEST_F(CloudStoreTest, RevisionAndMetadataFollowTheLastUpload) {
+TEST_F(CloudStoreTest, FileFollowsTheLastUploadUntilTheProjectIsArchived) {
   FilePut file;
   file.name = L"a.txt";
   file.path = local("a", "1");
@@ -184,6 +168,15 @@ TEST_F(CloudStoreTest, RevisionAndMetadataFollowTheLastUpload) {
   StoredFile stored;
   EXPECT_EQ(store->findFile(viewer, project, L"a.txt", stored), 0);
   EXPECT_EQ(stored.revision, 2);
+  EXPECT_EQ(store->archiveProject(editor, project, true), kStoreAccessDenied);
+  EXPECT_EQ(store->archiveProject(owner, project, true), 0);
+  EXPECT_EQ(put(*store, editor, L"a.txt", "b"), kStoreAccessDenied);
+  EXPECT_EQ(get(*store, viewer, L"a.txt"), "1") << "an archived project can be read";
+  for (const bool withArchived : {false, true}) {
+    std::vector<StoreProject> list;
+    EXPECT_EQ(store->projects(owner, team, withArchived, list), 0);
+    EXPECT_EQ(list.size(), withArchived ? 1U : 0U);
+  }
   EXPECT_EQ(stored.uploaderName, L"Adam");
   EXPECT_EQ(stored.sha256, "6b86b273ff34fce19d6b804eff5a3f5747ada4eaa22f1d49c01e52ddb7875b4b");
 }

@@ -197,7 +197,7 @@ TEST_P(CloudContract, FileArrivesElsewhereWithContentTimeAndHeader) {
   }
   TeilbildHeader read = clearedHeader<TeilbildHeader>();
   ASSERT_TRUE(datwaTBHeaderToLatest(image.data(), kStoredHeaderSize, static_cast<std::uint32_t>(image.size()), read));
-  EXPECT_EQ(std::memcmp(&read, &header, sizeof header), 0);
+  EXPECT_EQ(std::memcmp(&read, &header, sizeof header), 0);  // NOLINT(bugprone-suspicious-memory-comparison)
 }
 
 TEST_P(CloudContract, LetterCaseDoesNotTellFilesApart) {

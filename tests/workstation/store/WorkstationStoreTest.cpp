@@ -140,15 +140,5 @@ TEST(WorkstationStore, LogoutEndsTheWorkUntilTheNextLogin) {
   EXPECT_EQ(controller.GetProjectService()->CheckProjectAccess(project, text), 0);
 }
 
-TEST(WorkstationStore, ReplacedControllerIsGivenUntilItIsTakenBack) {
-  ICloudController* const embedded = QuorvelCloudController();
-  const auto other = workstation::makeEmbeddedController("", {});
-  workstation::setCloudController(other.get());
-  EXPECT_EQ(QuorvelCloudController(), other.get());
-  EXPECT_NE(other->Login(false, true), 0);
-  workstation::setCloudController(nullptr);
-  EXPECT_EQ(QuorvelCloudController(), embedded);
-}
-
 }  // namespace
 }  // namespace zephor_test

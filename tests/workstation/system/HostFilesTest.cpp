@@ -8,20 +8,13 @@
 #include "host/Guid.h"
 #include "host/System.h"
 #include "platform/Files.h"
-#include "tests/support/TestWorkstation.h"
+#include "tests/workstation/Fixtures.h"
 
 namespace {
 
 using Quorvel::Cad::Service::ZP_GUIDValueProvider;
+using zephor_test::offline;
 using zephor_test::TestWorkstation;
-using zephor_test::TestWorkstationOptions;
-
-/// A workstation that is connected to no store.
-TestWorkstationOptions offline() {
-  TestWorkstationOptions options;
-  options.withStore = false;
-  return options;
-}
 
 TEST(PathNumbers, ReadAsTheHostHasThem) {
   TestWorkstation workstation(offline());
@@ -45,22 +38,13 @@ TEST(PathNumbers, AScopeIsSeenByItsThreadAlone) {
     inOther = lfinigC(18) + lfinigC(29);
   }).join();
   EXPECT_EQ(inOther, L"C:\\Data\\Net\\C:\\Own\\");
-  EXPECT_EQ(lfinigC(18), L"C:\\Outer\\");
-  EXPECT_EQ(lfinigC(29), L"C:\\Data\\Std\\");
-}
-
-TEST(PathNumbers, ScopesNestAndWhatIsSetWithinEndsWithThem) {
-  TestWorkstation workstation(offline());
   {
-    const ScopedPathPut outer(18, L"C:\\Outer");
-    {
-      const ScopedPathPut inner(18, L"C:\\Inner");
-      lfinipC(18, L"C:\\Set");
-      EXPECT_EQ(lfinigC(18), L"C:\\Set\\");
-    }
-    EXPECT_EQ(lfinigC(18), L"C:\\Outer\\");
+    const ScopedPathPut inner(18, L"C:\\Inner");
+    lfinipC(18, L"C:\\Set");
+    EXPECT_EQ(lfinigC(18), L"C:\\Set\\");
   }
-  EXPECT_EQ(lfinigC(18), L"C:\\Data\\Net\\");
+  EXPECT_EQ(lfinigC(18), L"C:\\Outer\\") << "what is set within ends with it";
+  EXPECT_EQ(lfinigC(29), L"C:\\Data\\Std\\");
 }
 
 TEST(FileLayer, NamesStayInTheirDirectory) {

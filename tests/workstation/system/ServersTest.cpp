@@ -7,20 +7,13 @@
 #include "host/Project.h"
 #include "host/System.h"
 #include "platform/Files.h"
-#include "tests/support/TestWorkstation.h"
+#include "tests/workstation/Fixtures.h"
 
 namespace {
 
 using zephor_test::contentOf;
+using zephor_test::offline;
 using zephor_test::TestWorkstation;
-using zephor_test::TestWorkstationOptions;
-
-/// A workstation that is connected to no store.
-TestWorkstationOptions offline() {
-  TestWorkstationOptions options;
-  options.withStore = false;
-  return options;
-}
 
 /// A workstation that knows an FTP server, one in a directory, and one with an awkward name.
 class Servers : public testing::Test {
@@ -49,22 +42,13 @@ TEST_F(Servers, AreToldApartByNameAndKind) {
   EXPECT_EQ(ZSYST_getWorkgroupOnlineConnectionType(L"Office"), 1);
   EXPECT_EQ(ZSYST_getWorkgroupOnlineConnectionType(L"Share"), 0);
   EXPECT_EQ(ZSYST_getWorkgroupOnlineServerDescription(L"Office"), L"the office");
+  EXPECT_EQ(CServerProperties(L"Office").connectLimitMilliseconds, 15000);
+  EXPECT_EQ(CServerProperties(L"nobody").hostName, L"");
   EXPECT_TRUE(ZSYST_IsInetConfiguration());
   EXPECT_EQ(ZSYST_getQuorvelServer(), L"") << "no store is configured";
   ZSYST_setCurrentWorkgroupServer(L"Office");
   EXPECT_TRUE(ZSYST_IsInetConnection());
   EXPECT_FALSE(ZSYST_IsOndrathConnection());
-}
-
-TEST_F(Servers, GiveTheirPropertiesAndAnUnknownOneGivesEmptyTexts) {
-  const CServerProperties office(L"Office");
-  EXPECT_EQ(office.hostName, L"ftp.example.org");
-  EXPECT_EQ(office.protocol, L"FTP");
-  EXPECT_TRUE(office.explicitTls);
-  EXPECT_EQ(office.epsvMode, 2);
-  EXPECT_EQ(office.connectLimitMilliseconds, 15000);
-  EXPECT_EQ(CServerProperties(L"nobody").hostName, L"");
-  EXPECT_EQ(CServerProperties(L"nobody").protocol, L"");
 }
 
 TEST_F(Servers, AreAvailableWhenTheirDirectoryIs) {

@@ -9,22 +9,15 @@
 #include "host/System.h"
 #include "platform/Text.h"
 #include "tests/support/TemporaryDirectory.h"
-#include "tests/support/TestWorkstation.h"
+#include "tests/workstation/Fixtures.h"
 #include "workstation/Session.h"
 
 namespace {
 
 using zephor_test::contentOf;
+using zephor_test::offline;
 using zephor_test::TemporaryDirectory;
 using zephor_test::TestWorkstation;
-using zephor_test::TestWorkstationOptions;
-
-/// A workstation that is connected to no store.
-TestWorkstationOptions offline() {
-  TestWorkstationOptions options;
-  options.withStore = false;
-  return options;
-}
 
 void replaceContent(const std::string& file, const std::string& text) {
   std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
@@ -121,14 +114,6 @@ TEST(Settings, DamagedSettingsAreRefusedWithTheirPlaceAndKept) {
   }
 }
 
-TEST(Settings, ADirectoryWithoutAWorkstationIsNotTakenForOne) {
-  const TemporaryDirectory directory;
-  std::wstring error;
-  EXPECT_FALSE(workstation::start(optionsFor(directory.path()), error));
-  EXPECT_NE(error.find(L"there is no workstation yet"), std::wstring::npos);
-  EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
-}
-
 TEST(Settings, WithoutADirectoryAreTheUsersOwn) {
   const TemporaryDirectory home;
   for (const auto& [variable, name] :
@@ -136,11 +121,15 @@ TEST(Settings, WithoutADirectoryAreTheUsersOwn) {
     setenv(variable, home.path(name).c_str(), 1);  // NOLINT(concurrency-mt-unsafe): the process has one thread
   }
   std::wstring error;
+  EXPECT_FALSE(workstation::start(optionsFor(""), error));
+  EXPECT_NE(error.find(L"there is no workstation yet"), std::wstring::npos);
+  EXPECT_TRUE(std::filesystem::is_empty(home.path()));
   ASSERT_TRUE(workstation::writeConfiguration("", someConfiguration(), false, error)) << platform::toUtf8(error);
   EXPECT_FALSE(workstation::writeConfiguration("", someConfiguration(), false, error)) << "it is there already";
   ASSERT_TRUE(workstation::start(optionsFor(""), error)) << platform::toUtf8(error);
   EXPECT_FALSE(workstation::identity().workstationId.empty());
   EXPECT_TRUE(ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\A", 1));
+  EXPECT_FALSE(ZSYST_ZepRegPutNumber(L"HKLM", L"Settings\\A", 1));
   EXPECT_TRUE(std::filesystem::is_directory(home.path("d/zephor/Data/Prj/ONDRATH")));
   workstation::finish();
   const auto permissions = std::filesystem::status(home.path("c/zephor/settings.json")).permissions();
@@ -181,14 +170,6 @@ TEST(Settings, DamageAtWorkIsReportedAndLeavesTheFileAndTheLastValues) {
   EXPECT_EQ(contentOf(settingsFile(workstation)), "{ \"format\": 1,");
   EXPECT_TRUE(lfnetg());
   EXPECT_TRUE(workstation.hasErrorLine(L"settings.json: parse error at line 1"));
-}
-
-TEST(Settings, OnlyTheUsersHiveHoldsNumbers) {
-  TestWorkstation workstation(offline());
-  int value = 7;
-  EXPECT_FALSE(ZSYST_ZepRegPutNumber(L"HKLM", L"Settings\\A", 1));
-  EXPECT_FALSE(ZSYST_ZepRegGetNumber(L"HKCU", L"Settings\\A", value));
-  EXPECT_EQ(value, 7);
 }
 
 }  // namespace

@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "host/Events.h"
 #include "host/UserMessages.h"
 #include "workstation/ui/DisplayInfo.h"
 #include "workstation/ui/ErrorLog.h"
@@ -61,19 +59,6 @@ TEST_F(MessagesTest, ScriptAnswersInOrderAndNeverWhatABoxDoesNotOffer) {
   EXPECT_EQ(ui_.boxes()[1].answer, IDCANCEL);
 }
 
-TEST_F(MessagesTest, ScriptKeepsProgressAndOpenedTargets) {
-  auto window = platform::userInterface().createProgressWindow(L"Packing", 500, 45);
-  window->setRange(7);
-  window->show();
-  EXPECT_EQ(window->range(), 7U);
-  window.reset();
-  EXPECT_EQ(ui_.progressCalls(), (std::vector<std::wstring>{L"create Packing", L"range 7", L"show", L"close"}));
-  EXPECT_EQ(platform::userInterface().open(L"https://localhost/"), 33);
-  EXPECT_EQ(ui_.opened(), std::vector<std::wstring>{L"https://localhost/"});
-  ui_.refuseProgressWindows(true);
-  EXPECT_EQ(platform::userInterface().createProgressWindow(L"Packing", 500, 45), nullptr);
-}
-
 TEST(DisplayInfo, InnermostTextIsSeenWhileAllowed) {
   std::vector<std::wstring> seen;
   workstation::setDisplayInfoListener([&](const std::wstring& text) { seen.push_back(text); });
@@ -87,19 +72,6 @@ TEST(DisplayInfo, InnermostTextIsSeenWhileAllowed) {
   const CScopedDisplayInfo late(L"late");
   workstation::setDisplayInfoListener({});
   EXPECT_EQ(seen, (std::vector<std::wstring>{L"before", L"inner", L"before", L""}));
-}
-
-TEST(Events, AreSetUntilTheyAreReset) {
-  auto& events = globalEventManager::instance();
-  EXPECT_FALSE(events.get(kDatwaRunningEvent, nullptr));
-  std::jthread([&] { events.set(kDatwaRunningEvent, L"first"); }).join();
-  events.set(kDatwaRunningEvent, L"second");
-  std::wstring data;
-  EXPECT_TRUE(events.get(kDatwaRunningEvent, &data));
-  EXPECT_EQ(data, L"second");
-  events.reset(kDatwaRunningEvent);
-  events.reset(L"never set");
-  EXPECT_FALSE(events.get(kDatwaRunningEvent, &data));
 }
 
 }  // namespace
