@@ -2,8 +2,8 @@
 // same rounds.
 //
 // Usage: zephor_store_benchmark DIRECTORY [FILES [KILOBYTES [ROUNDS]]]
-// Works in DIRECTORY, which must not exist yet; every round takes fresh contents, so that no body is there before. Results are
-// compared with their sources.
+// Works in DIRECTORY, which must not exist yet; every round takes fresh contents, so that no body is there before.
+// Results are compared with their sources.
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -12,9 +12,9 @@ PLATFORM_API BOOL SystemTimeToFileTime(const SYSTEMTIME* system, FILETIME* file)
 PLATFORM_API BOOL FileTimeToSystemTime(const FILETIME* file, SYSTEMTIME* system);
 /// By the rules of the date itself.
 PLATFORM_API BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local);
-/// Null zone: the zone of this machine; others are refused (ERROR_INVALID_PARAMETER). The rules of the date itself hold,
-/// not those of today. An hour that the clocks show twice is taken for its second pass (standard time); one that they
-/// skip counts on from before the change.
+/// Null zone: the zone of this machine; others are refused (ERROR_INVALID_PARAMETER). The rules of the date itself
+/// hold, not those of today. An hour that the clocks show twice is taken for its second pass (standard time); one that
+/// they skip counts on from before the change.
 PLATFORM_API BOOL TzSpecificLocalTimeToSystemTime(const void* zone, const SYSTEMTIME* local, SYSTEMTIME* utc);
 PLATFORM_API BOOL SystemTimeToTzSpecificLocalTime(const void* zone, const SYSTEMTIME* utc, SYSTEMTIME* local);
 /// -1 when `a` is earlier, 0 when both are equal, 1 when `a` is later.

@@ -24,7 +24,8 @@ using LONGLONG = std::int64_t;
 using ULONGLONG = std::uint64_t;
 using HRESULT = std::int32_t;
 
-/// An opaque handle of the platform: an open file, a find, an event, a thread. Null and INVALID_HANDLE_VALUE are no handle.
+/// An opaque handle of the platform: an open file, a find, an event, a thread. Null and INVALID_HANDLE_VALUE are no
+/// handle.
 using HANDLE = void*;
 using HWND = void*;
 using HMODULE = void*;

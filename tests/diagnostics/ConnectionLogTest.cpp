@@ -31,7 +31,9 @@ TEST_F(ConnectionLogTest, ATextOf4096CharactersIsNotLogged) {
   diag::AppendConnectionLog(std::wstring(4096, L'x').c_str());
   EXPECT_FALSE(exists(kLog));
   diag::AppendConnectionLog(std::wstring(4095, L'x').c_str());
-  EXPECT_NE(read(kLog).find(std::string(4095, 'x') + ">\n"), std::string::npos);
+  std::string line(4095, 'x');
+  line.append(">\n");
+  EXPECT_NE(read(kLog).find(line), std::string::npos);
 }
 
 TEST_F(ConnectionLogTest, WithoutAPlaceNothingIsWritten) {
