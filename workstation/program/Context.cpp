@@ -52,7 +52,10 @@ Context::Context(const GlobalOptions& options)
       terminal_(std::make_unique<TerminalInterface>(standardTerminal(), terminalOptions(options))),
       errorLines_(std::make_shared<ErrorLines>()) {
   platform::setUserInterface(terminal_.get());
-  setDisplayInfoListener([this](const std::wstring& text) { terminal_->showStatus(text); });
+  // In a log the results say it all.
+  if (standardTerminal().canRedraw()) {
+    setDisplayInfoListener([this](const std::wstring& text) { terminal_->showStatus(text); });
+  }
   setErrorLineListener([lines = errorLines_](const std::wstring& line) {
     const std::lock_guard guard(lines->mutex);
     const bool known = std::find(lines->lines.begin(), lines->lines.end(), line) != lines->lines.end();
