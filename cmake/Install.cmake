@@ -16,7 +16,11 @@ install(TARGETS Zephor_InetExtensions zephor_platform zephor_workstation EXPORT 
 install(TARGETS zephor RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(FILES workstation/program/zephor.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(DIRECTORY include/zephor DESTINATION ${ZEPHOR_HEADER_DIR} FILES_MATCHING PATTERN "*.h")
-install(DIRECTORY host platform DESTINATION ${ZEPHOR_HEADER_DIR} FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY host DESTINATION ${ZEPHOR_HEADER_DIR} FILES_MATCHING PATTERN "*.h")
+# The platform's other headers are for itself.
+foreach(header Export Files Messages Paths Synchronisation Text Time UserInterface WindowsTypes)
+  install(FILES platform/${header}.h DESTINATION ${ZEPHOR_HEADER_DIR}/platform)
+endforeach()
 install(FILES workstation/Session.h workstation/Export.h DESTINATION ${ZEPHOR_HEADER_DIR}/workstation)
 install(EXPORT ZephorTargets NAMESPACE Zephor:: DESTINATION ${ZEPHOR_PACKAGE_DIR})
 
