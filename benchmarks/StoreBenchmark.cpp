@@ -71,12 +71,13 @@ std::string nameOf(int index) {
 void writeSources(const fs::path& directory, const Plan& plan, unsigned seed) {
   fs::create_directories(directory);
   std::mt19937_64 random(seed);
-  std::vector<std::uint64_t> block(static_cast<std::size_t>(plan.kilobytes) * 1024 / sizeof(std::uint64_t));
+  std::vector<std::uint64_t> block(1024 / sizeof(std::uint64_t));
   for (int i = 0; i < plan.files; ++i) {
-    for (auto& word : block) word = random();
-    std::ofstream(directory / nameOf(i), std::ios::binary)
-        .write(reinterpret_cast<const char*>(block.data()),
-               static_cast<std::streamsize>(block.size() * sizeof block[0]));
+    std::ofstream file(directory / nameOf(i), std::ios::binary);
+    for (int written = 0; written < plan.kilobytes; ++written) {
+      for (auto& word : block) word = random();
+      file.write(reinterpret_cast<const char*>(block.data()), 1024);
+    }
   }
 }
 

@@ -62,7 +62,7 @@ Membership requireRole(Connection& connection, const StoreActor& actor, const st
                       "m.project=? AND m.user=? AND m.role<>0 AND p.state<>2");
   statement << project << actor.user.uuid;
   if (!statement.row()) throw StoreError{kStoreNotFound, L"this user has no project \"" + project + L"\""};
-  const Membership membership{static_cast<StoreRole>(statement.number(0)), statement.number(1) == kProjectArchived,
+  Membership membership{static_cast<StoreRole>(statement.number(0)), statement.number(1) == kProjectArchived,
                               statement.text(2)};
   if (membership.role > weakest) {
     throw StoreError{kStoreAccessDenied,
