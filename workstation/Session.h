@@ -58,6 +58,9 @@ WORKSTATION_API bool openProject(const std::wstring& nameOrUuid, std::wstring& e
 WORKSTATION_API bool reopenLastProject(std::wstring& error);
 /// Closes the project, with all that is open of it in the core.
 WORKSTATION_API void closeProject();
+/// Makes the next start open nothing. The store is not asked.
+/// @param name  of the project that was open last; empty when there was none
+WORKSTATION_API bool forgetLastProject(std::wstring& name, std::wstring& error);
 
 /// Replaces the controllers that the library is given; null brings the embedded ones back. For start-up and for tests
 /// of faults.

@@ -176,6 +176,11 @@ bool reopenLastProject(std::wstring& error) {
   return last.isSet() && openProject(last.directoryName, error);
 }
 
+bool forgetLastProject(std::wstring& name, std::wstring& error) {
+  name = settings()->lastProject.name;
+  return hostState().settings->change([](SettingsValues& values) { values.lastProject = {}; }, error);
+}
+
 void closeProject() {
   closeAllInCore();
   closeProjectDatabases();

@@ -88,7 +88,7 @@ class LockingManager final : public IZepFileLockingManager {
   bool IsLockingOff() override {
     int off = 0;
     if (ZSYST_ZepRegGetNumber(L"HKCU", L"Settings\\LockingOff", off) && off != 0) return true;
-    return kgunit() < 0;
+    return get_ActPrjPath().empty();
   }
 
   bool GetLockInfo(int number, int objectType, FileLockInfo& out) override;

@@ -1,7 +1,6 @@
 #include "workstation/program/Arguments.h"
 
-#include <unistd.h>
-#include <climits>
+#include <filesystem>
 
 #include "platform/Files.h"
 #include "platform/Paths.h"
@@ -10,11 +9,9 @@
 namespace workstation::program {
 
 std::string absolutePath(const std::string& path) {
-  if (!path.empty() && path.front() == '/') return path;
-  std::string here(PATH_MAX, '\0');
-  if (::getcwd(here.data(), here.size()) == nullptr) return path;
-  here.resize(here.find('\0'));
-  return here + "/" + path;
+  std::error_code problem;
+  const auto absolute = std::filesystem::absolute(path, problem);
+  return problem ? path : absolute.lexically_normal().string();
 }
 
 std::wstring fileArgument(const std::string& path) {

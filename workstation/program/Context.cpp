@@ -5,7 +5,10 @@
 #include <vector>
 
 #include "host/Project.h"
+#include "platform/Files.h"
+#include "platform/Paths.h"
 #include "platform/Text.h"
+#include "platform/Time.h"
 #include "platform/UserInterface.h"
 #include "workstation/Session.h"
 #include "workstation/store/CloudStore.h"
@@ -22,6 +25,9 @@ namespace workstation::program {
 namespace {
 
 constexpr std::size_t kMostErrorLines = 20;
+constexpr const wchar_t* kGuardDirectory = L"C:\\State";
+constexpr DWORD kGuardPause = 100;     // milliseconds
+constexpr DWORD kGuardLimit = 120000;  // milliseconds
 
 TerminalOptions terminalOptions(const GlobalOptions& options) {
   TerminalOptions result;
@@ -74,7 +80,7 @@ Context::~Context() {
 
 void Context::explain() const {
   const std::lock_guard guard(errorLines_->mutex);
-  for (const auto& line : errorLines_->lines) output_.message(L"  " + line);
+  for (const auto& line : errorLines_->lines) output_.error(L"  " + line);
 }
 
 void Context::startWorkstation() {
@@ -121,6 +127,29 @@ void Context::startInProject() {
   if (result != 0) {
     throw CommandFailure{ExitCode::Failure, L"the project " + project.GetProjectDisplayName() +
                                                 L" can't be opened (code " + std::to_wstring(result) + L")"};
+  }
+}
+
+ProjectGuard::~ProjectGuard() {
+  CloseHandle(file_);
+}
+
+ProjectGuard Context::guardProject() const {
+  SHCreateDirectoryExW(nullptr, kGuardDirectory, nullptr);
+  const std::wstring path = platform::joinPath(kGuardDirectory, get_ActivePrj().GetOndrathProjectUuid() + L".guard");
+  for (DWORD waited = 0;; waited += kGuardPause) {
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
+    if (file != INVALID_HANDLE_VALUE) return ProjectGuard(file);
+    if (GetLastError() != ERROR_SHARING_VIOLATION) {
+      throw CommandFailure{ExitCode::Failure,
+                           platform::formatWide(L"%s can't be opened (error %u)", path, GetLastError())};
+    }
+    if (waited == 0) output_.message(L"another zephor is changing this project; waiting");
+    if (waited >= kGuardLimit) {
+      throw CommandFailure{ExitCode::Failure,
+                           L"another zephor keeps changing this project on this workstation; try again"};
+    }
+    Sleep(kGuardPause);
   }
 }
 

@@ -38,6 +38,18 @@ struct CommandFailure {
   std::wstring message;
 };
 
+/// Keeps other processes of this workstation from changing the same project while it lives.
+class ProjectGuard {
+ public:
+  explicit ProjectGuard(void* file) : file_(file) {}
+  ~ProjectGuard();
+  ProjectGuard(const ProjectGuard&) = delete;
+  ProjectGuard& operator=(const ProjectGuard&) = delete;
+
+ private:
+  void* file_;
+};
+
 class Context {
  public:
   explicit Context(const GlobalOptions& options);
@@ -56,6 +68,9 @@ class Context {
   /// As startOnline, with a project open: that of --project, otherwise the one that was open last. Throws
   /// CommandFailure.
   void startInProject();
+  /// Waits for its turn to change the open project on this workstation. Throws CommandFailure when another process
+  /// keeps it for too long.
+  ProjectGuard guardProject() const;
   /// The store behind this workstation, after startOnline.
   CloudStore& store();
   StoreActor actor() const;

@@ -15,8 +15,18 @@ namespace {
 void report(const Context& context, const ObjectName& object, const wchar_t* outcome, const std::wstring& detail) {
   std::wstring text = object.shortName() + L": " + outcome;
   if (!detail.empty()) text += L" " + detail;
-  context.output().result(text,
-                          {{"object", object.shortName()}, {"outcome", std::wstring(outcome)}, {"detail", detail}});
+  context.output().result(text, {{"item", object.shortName()}, {"outcome", std::wstring(outcome)}, {"detail", detail}});
+}
+
+/// Who changes an old version would have to choose between two works at the end.
+void warnOfNewer(const Context& context, const std::vector<ObjectName>& objects) {
+  if (objects.empty()) return;
+  for (const auto& view : readItems(itemsOf(objects))) {
+    const bool isNewer = view.state == ObjectState::NewerInStore || view.state == ObjectState::OnlyInStore ||
+                         view.state == ObjectState::ChangedOnBoth;
+    if (isNewer)
+      context.output().message(view.label() + L": the store has another version; fetch it before you change it");
+  }
 }
 
 ExitCode lockObjects(Context& context, const std::vector<std::string>& arguments) {
@@ -24,6 +34,7 @@ ExitCode lockObjects(Context& context, const std::vector<std::string>& arguments
   context.startInProject();
   IZepFileLockingManager& manager = getFileLockingManager();
   Tally tally;
+  std::vector<ObjectName> locked;
   for (const auto& object : objects) {
     FileLockInfo info;
     const auto heldByOther = [&] {
@@ -36,6 +47,7 @@ ExitCode lockObjects(Context& context, const std::vector<std::string>& arguments
       tally.done();
     } else if (free && manager.LockObject(object.number, object.objectType(), 0) == 1) {
       report(context, object, L"locked", L"");
+      locked.push_back(object);
       tally.done();
     } else if (!free || heldByOther()) {
       report(context, object, L"locked by", holderOf(info));
@@ -45,6 +57,7 @@ ExitCode lockObjects(Context& context, const std::vector<std::string>& arguments
       tally.failed();
     }
   }
+  warnOfNewer(context, locked);
   return tally.exitCode();
 }
 
@@ -82,7 +95,7 @@ ExitCode listLocks(Context& context) {
     throw CommandFailure{ExitCode::Failure, L"the locks of the project can't be read"};
   }
   Table table(
-      {{"object", L"OBJECT"}, {"user", L"LOCKED BY"}, {"workstation", L"WORKSTATION"}, {"since", L"SINCE (UTC)"}});
+      {{"item", L"OBJECT"}, {"user", L"LOCKED BY"}, {"workstation", L"WORKSTATION"}, {"since", L"SINCE (UTC)"}});
   for (const auto& lock : locks) {
     const ObjectName object{fileTypeOf(lock.objectType), lock.objectNumber};
     table.row({object.shortName(), lock.userName, lock.workstation, lock.time});

@@ -17,7 +17,7 @@ ExitCode list(Context& context) {
   context.startInProject();
   std::vector<std::wstring> names;
   getNotUploadedFilesList(names);
-  Table table({{"object", L"OBJECT"}, {"file", L"FILE"}});
+  Table table({{"item", L"OBJECT"}, {"file", L"FILE"}});
   for (const auto& name : names) {
     const auto object = parseObjectName(name);
     table.row({object ? object->shortName() : name, name});
@@ -29,6 +29,7 @@ ExitCode list(Context& context) {
 
 ExitCode retry(Context& context) {
   context.startInProject();
+  const ProjectGuard guard = context.guardProject();
   std::vector<std::wstring> names;
   getNotUploadedFilesList(names);
   if (names.empty()) context.output().message(L"everything has been sent");
@@ -38,12 +39,11 @@ ExitCode retry(Context& context) {
   for (const auto& name : names) {
     if (const auto object = parseObjectName(name)) objects.push_back(*object);
   }
-  for (const auto& view : readObjects(objects)) {
-    const std::wstring name = view.object.fileName();
-    saveObject(context, view, false, bases, tally);
+  for (const auto& view : readItems(itemsOf(objects))) {
+    saveItem(context, view, false, bases, tally);
     // What is gone here, or in step by another road, has nothing left to send.
     const bool settled = view.state == ObjectState::InStep || (!view.here && !view.damagedHere);
-    if (settled && !context.options().dryRun) removeEntryFromNotUploadedFilesList(name.c_str());
+    if (settled && !context.options().dryRun) removeEntryFromNotUploadedFilesList(view.fileName.c_str());
   }
   closeNotUploadedFilesList();
   return tally.exitCode();

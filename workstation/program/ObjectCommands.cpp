@@ -1,6 +1,7 @@
 // create, import, export: making objects and getting files in and out of them.
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <set>
 
 #include "host/Files.h"
 #include "host/Locking.h"
@@ -11,6 +12,7 @@
 #include "platform/Text.h"
 #include "workstation/Session.h"
 #include "workstation/objects/ObjectFile.h"
+#include "workstation/objects/ObjectNames.h"
 #include "workstation/program/Arguments.h"
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
@@ -43,24 +45,47 @@ QuorvelFileType typeArgument(const std::string& text) {
 void reportObject(const Context& context, const ObjectName& object, const wchar_t* outcome,
                   const std::wstring& source) {
   const std::wstring text = object.shortName() + L": " + outcome + (source.empty() ? L"" : L" from " + source);
-  context.output().result(text,
-                          {{"object", object.shortName()}, {"outcome", std::wstring(outcome)}, {"source", source}});
+  context.output().result(text, {{"item", object.shortName()}, {"outcome", std::wstring(outcome)}, {"source", source}});
+}
+
+/// Numbers of a kind that this workstation or the store has an object under.
+std::set<int> takenNumbers(QuorvelFileType type) {
+  std::set<int> taken;
+  for (const auto& view : readObjects()) {
+    if (view.object && view.object->type == type) taken.insert(view.object->number);
+  }
+  return taken;
+}
+
+/// The lowest free number, 0 when there is none.
+int freeNumber(QuorvelFileType type, const std::set<int>& taken) {
+  for (int number = 1; isPossibleNumber(type, number); ++number) {
+    if (!taken.contains(number)) return number;
+  }
+  return 0;
 }
 
 /// Makes one object under `number`, or the next free number of its kind when that is 0.
 ObjectName makeObject(const Context& context, QuorvelFileType type, int number, const std::wstring& name,
-                      const std::wstring& content) {
+                      const std::wstring& content, std::set<int>& taken) {
   const std::wstring directory = lfinigC(1);
-  ObjectName object{type, number != 0 ? number : nextFreeNumber(directory, type)};
+  ObjectName object{type, number != 0 ? number : freeNumber(type, taken)};
   if (object.number == 0) {
     throw CommandFailure{ExitCode::Failure, L"the project has no free number for this kind of object"};
   }
-  if (context.options().dryRun) return object;
+  if (context.options().dryRun) {
+    if (!isPossibleNumber(type, object.number)) throw CommandFailure{ExitCode::Failure, L"the number is not possible"};
+    if (!taken.insert(object.number).second) {
+      throw CommandFailure{ExitCode::Failure, object.fileName() + L" exists already"};
+    }
+    return object;
+  }
   std::wstring path;
   std::wstring error;
   if (createObject(directory, type, object.number, name, content, author(), path, error) != 0) {
     throw CommandFailure{ExitCode::Failure, error};
   }
+  taken.insert(object.number);
   noteInDatabase(object);
   return object;
 }
@@ -68,7 +93,9 @@ ObjectName makeObject(const Context& context, QuorvelFileType type, int number, 
 ExitCode create(Context& context, const Arguments& arguments) {
   const QuorvelFileType type = typeArgument(arguments.type);
   context.startInProject();
-  const ObjectName object = makeObject(context, type, arguments.number, wide(arguments.name), L"");
+  const ProjectGuard guard = context.guardProject();
+  std::set<int> taken = takenNumbers(type);
+  const ObjectName object = makeObject(context, type, arguments.number, wide(arguments.name), L"", taken);
   reportObject(context, object, context.options().dryRun ? L"would be made" : L"made", L"");
   return ExitCode::Done;
 }
@@ -92,8 +119,10 @@ ExitCode importInto(Context& context, const Arguments& arguments) {
   if (arguments.files.size() != 1) throw CommandFailure{ExitCode::Usage, L"--into takes exactly one file"};
   const std::wstring source = fileArgument(arguments.files.front());
   warnOfLock(context, *object);
+  std::wstring error;
+  ObjectFileInfo info;
+  if (readObjectHeader(objectPath(*object), info, error) != 0) throw CommandFailure{ExitCode::Failure, error};
   if (!context.options().dryRun) {
-    std::wstring error;
     if (replaceContent(objectPath(*object), source, author(), error) != 0)
       throw CommandFailure{ExitCode::Failure, error};
     noteInDatabase(*object);
@@ -105,24 +134,27 @@ ExitCode importInto(Context& context, const Arguments& arguments) {
 
 ExitCode import(Context& context, const Arguments& arguments) {
   context.startInProject();
+  const ProjectGuard guard = context.guardProject();
   if (!arguments.into.empty()) return importInto(context, arguments);
   const QuorvelFileType type = typeArgument(arguments.type);
   if (arguments.files.size() > 1 && arguments.number != 0) {
     throw CommandFailure{ExitCode::Usage, L"--number takes exactly one file"};
   }
   Tally tally;
-  int next = arguments.number;
+  std::set<int> taken = takenNumbers(type);
   for (const auto& file : arguments.files) {
     try {
       const std::wstring source = fileArgument(file);
       const std::wstring name = arguments.name.empty() ? platform::fileNameOf(source) : wide(arguments.name);
-      ObjectName object = makeObject(context, type, next, name, source);
-      // In a dry run the free number is not taken up by a file, so it is counted on here.
-      if (context.options().dryRun) next = object.number + 1;
+      ObjectName object = makeObject(context, type, arguments.number, name, source, taken);
       reportObject(context, object, context.options().dryRun ? L"would be made" : L"made", wide(file));
       tally.done();
     } catch (const CommandFailure& failure) {
       context.output().error(wide(file) + L": " + failure.message);
+      if (context.output().json()) {
+        context.output().result(
+            {}, {{"item", {}}, {"outcome", L"failed"}, {"source", wide(file)}, {"detail", failure.message}});
+      }
       tally.failed();
     }
   }
@@ -155,7 +187,7 @@ ExitCode exportObject(Context& context, const Arguments& arguments) {
   const std::wstring shown = wide(target);
   context.output().result(
       object->shortName() + (context.options().dryRun ? L": would be written to " : L": written to ") + shown,
-      {{"object", object->shortName()}, {"file", shown}});
+      {{"item", object->shortName()}, {"file", shown}});
   return ExitCode::Done;
 }
 

@@ -2,6 +2,7 @@
 
 #include "host/Files.h"
 #include "platform/Text.h"
+#include "workstation/objects/ObjectNames.h"
 
 namespace workstation::program {
 
@@ -18,6 +19,11 @@ std::optional<int> parseNumber(const std::wstring& text) {
   }
   if (number == 0) return std::nullopt;
   return number;
+}
+
+std::optional<ObjectName> possible(QuorvelFileType type, int number) {
+  if (!isPossibleNumber(type, number)) return std::nullopt;
+  return ObjectName{type, number};
 }
 
 }  // namespace
@@ -53,11 +59,11 @@ std::optional<QuorvelFileType> parseObjectType(const std::wstring& text) {
 }
 
 std::optional<ObjectName> parseObjectName(const std::wstring& text) {
-  if (const auto number = parseNumber(text)) return ObjectName{eFileType_Teilbild, *number};
+  if (const auto number = parseNumber(text)) return possible(eFileType_Teilbild, *number);
   if (text.size() > 2) {
     const auto type = parseObjectType(text.substr(0, 2));
     const auto number = parseNumber(text.substr(2));
-    if (type && number) return ObjectName{*type, *number};
+    if (type && number) return possible(*type, *number);
   }
   QuorvelFileType type = eFileType_Unknown;
   int number = 0;
@@ -65,7 +71,7 @@ std::optional<ObjectName> parseObjectName(const std::wstring& text) {
   const bool object = plainName && GetTypeFromFilePathName(text, type, number) && number > 0 &&
                       (type == eFileType_Teilbild || type == eFileType_Plan || type == eFileType_Zeichnung);
   if (!object) return std::nullopt;
-  return ObjectName{type, number};
+  return possible(type, number);
 }
 
 }  // namespace workstation::program

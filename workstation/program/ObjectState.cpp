@@ -2,25 +2,26 @@
 
 namespace workstation::program {
 
-ObjectState stateOf(const std::optional<VersionStamp>& here, const std::optional<VersionStamp>& store,
-                    const std::optional<VersionStamp>& base) {
+ObjectState stateOf(const std::optional<VersionStamp>& here, const std::optional<VersionStamp>& store, bool same,
+                    const std::optional<SyncPoint>& base) {
   if (!here && !store) return ObjectState::Nowhere;
   if (!store) {
     if (!base) return ObjectState::OnlyHere;
-    return *here == *base ? ObjectState::RemovedFromStore : ObjectState::ChangedHere;
+    return *here == base->here ? ObjectState::RemovedFromStore : ObjectState::ChangedHere;
   }
   if (!here) {
     if (!base) return ObjectState::OnlyInStore;
-    return *store == *base ? ObjectState::RemovedHere : ObjectState::NewerInStore;
+    return *store == base->store ? ObjectState::RemovedHere : ObjectState::NewerInStore;
   }
-  if (*here == *store) return ObjectState::InStep;
   if (base) {
-    if (*here == *base) return ObjectState::NewerInStore;
-    return *store == *base ? ObjectState::ChangedHere : ObjectState::ChangedOnBoth;
+    const bool changedHere = *here != base->here;
+    const bool changedThere = *store != base->store;
+    if (!changedHere && !changedThere) return ObjectState::InStep;
+    if (same) return ObjectState::InStep;
+    if (changedHere && changedThere) return ObjectState::ChangedOnBoth;
+    return changedHere ? ObjectState::ChangedHere : ObjectState::NewerInStore;
   }
-  if (here->version == store->version) return ObjectState::ChangedOnBoth;
-  // The counters wrap: the newer of two lies less than half the range ahead.
-  return here->version - store->version < 0x80000000U ? ObjectState::ChangedHere : ObjectState::NewerInStore;
+  return same ? ObjectState::InStep : ObjectState::ChangedOnBoth;
 }
 
 const wchar_t* stateName(ObjectState state) {
@@ -56,7 +57,7 @@ const wchar_t* stateReason(ObjectState state) {
     case ObjectState::NewerInStore:
       return L"somebody saved a newer version; fetch it";
     case ObjectState::ChangedOnBoth:
-      return L"somebody saved while it was changed here; export what is here, then fetch --force";
+      return L"here and in the store are different versions; export what is here, then fetch --force";
     case ObjectState::OnlyHere:
       return L"never saved to the store";
     case ObjectState::OnlyInStore:

@@ -1,5 +1,5 @@
-// Which side of an object has what the other lacks: a pure decision over what is here, what the store has, and what
-// both had when they were last in step.
+// Which side of an item has what the other lacks: a pure decision over what is here, what the store has, and what both
+// had when they were last in step.
 #pragma once
 
 #include <cstdint>
@@ -8,19 +8,27 @@
 
 namespace workstation::program {
 
-/// What tells two states of an object apart. Equal stamps mean equal content.
+/// What tells two states of one side apart. Equal stamps of one side mean equal content.
 struct VersionStamp {
-  std::uint32_t version = 0;
+  std::uint32_t version = 0;  ///< counter of an object, revision of a stored file
   std::int64_t modified = 0;  ///< 100 ns since 1601, UTC
-  std::uint32_t contentCrc = 0;
+  std::uint32_t check = 0;    ///< CRC-32 of an object's content, size of a file
+  std::uint64_t guidFirst = 0;
+  std::uint64_t guidSecond = 0;
   bool operator==(const VersionStamp&) const = default;
+};
+
+/// Both sides when they were last in step.
+struct SyncPoint {
+  VersionStamp here;
+  VersionStamp store;
 };
 
 enum class ObjectState : std::uint8_t {
   InStep,
   ChangedHere,       ///< to be saved
   NewerInStore,      ///< to be fetched
-  ChangedOnBoth,     ///< somebody saved while it was changed here
+  ChangedOnBoth,     ///< both changed, or nobody knows since when they differ
   OnlyHere,          ///< never saved
   OnlyInStore,       ///< never fetched
   RemovedFromStore,  ///< was in step once; the copy here is unchanged since
@@ -28,12 +36,11 @@ enum class ObjectState : std::uint8_t {
   Nowhere,
 };
 
-/// @param base  what both sides had when they were last in step; nothing when they never were, or that is not known.
-/// Without it a
-///              higher counter is taken for the newer version, and equal counters with different content for a change
-///              on both sides.
-ObjectState stateOf(const std::optional<VersionStamp>& here, const std::optional<VersionStamp>& store,
-                    const std::optional<VersionStamp>& base);
+/// @param same  the two sides hold the same content, as far as both tell
+/// @param base  nothing when the sides never were in step here, or that is not known: then a difference counts as a
+///              change on both, since neither may be lost
+ObjectState stateOf(const std::optional<VersionStamp>& here, const std::optional<VersionStamp>& store, bool same,
+                    const std::optional<SyncPoint>& base);
 
 /// Short word for the state, also its value in JSON: "in step", "changed here", ...
 const wchar_t* stateName(ObjectState state);

@@ -1,16 +1,19 @@
 #include "workstation/program/Objects.h"
 
 #include <algorithm>
+#include <bit>
+#include <map>
 #include <set>
-#include <tuple>
 
 #include "host/Files.h"
 #include "host/Locking.h"
 #include "host/Project.h"
 #include "host/ProjectDatabase.h"
 #include "platform/Files.h"
+#include "platform/Paths.h"
 #include "platform/Text.h"
 #include "platform/Time.h"
+#include "workstation/objects/ObjectNames.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/SyncBase.h"
 #include "zephor/CloudFiles.h"
@@ -20,20 +23,51 @@ namespace workstation::program {
 
 namespace {
 
-using Key = std::tuple<int, int>;  // file type, number
-using Views = std::map<Key, ObjectView>;
+/// By kind and number for objects, then other files; by name within.
+using Key = std::pair<int, std::wstring>;
+using Views = std::map<Key, ItemView>;
 
 constexpr std::uint64_t kTicksPerSecond = 10'000'000;
+constexpr int kAfterObjects = 1000;
+
+Key keyOf(const ItemName& item) {
+  return {item.object ? static_cast<int>(item.object->type) : kAfterObjects, platform::toLower(item.fileName)};
+}
+
+ItemName nameOf(const ObjectName& object) {
+  return ItemName{object, object.fileName()};
+}
+
+ItemView& viewOf(Views& views, const ItemName& item) {
+  const auto [place, isNew] = views.try_emplace(keyOf(item));
+  if (isNew) {
+    place->second.object = item.object;
+    place->second.fileName = item.fileName;
+  }
+  return place->second;
+}
 
 template <typename Header>
 VersionStamp stampOf(const Header& header) {
-  return VersionStamp{header.versionCounter, header.modifiedTime, header.contentCrc};
+  return VersionStamp{header.versionCounter, header.modifiedTime, header.contentCrc,
+                      std::bit_cast<std::uint64_t>(header.guidFirst), std::bit_cast<std::uint64_t>(header.guidSecond)};
 }
 
-/// A Zeichnung has no header in the store: its file's time, in the whole seconds of the listing, tells its states
-/// apart.
-VersionStamp stampOf(const FILETIME& time) {
-  return VersionStamp{0, static_cast<std::int64_t>(platform::toTicks(time) / kTicksPerSecond), 0};
+VersionStamp stampOf(const platform::FileStatus& file) {
+  return VersionStamp{0, static_cast<std::int64_t>(platform::toTicks(file.writeTime)),
+                      static_cast<std::uint32_t>(file.size)};
+}
+
+/// A listing line ends with the file's revision and size, and tells its time in whole seconds.
+VersionStamp stampOf(const Quorvel::FileAccess::CResourceInfo& file) {
+  return VersionStamp{static_cast<std::uint32_t>(_wtoi(file.text4.c_str())),
+                      static_cast<std::int64_t>(platform::toTicks(file.modifiedTime)),
+                      static_cast<std::uint32_t>(std::wcstoull(file.text5.c_str(), nullptr, 10))};
+}
+
+/// True for items whose header the store keeps, so that both sides tell the same stamp.
+bool hasStoredHeader(const ItemView& view) {
+  return view.object && view.object->type != eFileType_Zeichnung;
 }
 
 template <typename Text, std::size_t size>
@@ -42,36 +76,41 @@ std::wstring textOf(const Text (&text)[size]) {
   return platform::fromUtf16(std::u16string_view(text, static_cast<std::size_t>(end - text)));
 }
 
-ObjectView& viewOf(Views& views, const ObjectName& object) {
-  ObjectView& view = views[{object.type, object.number}];
-  view.object = object;
-  return view;
+template <typename Header>
+void takeHeader(ItemView& view, const Header& header) {
+  view.here = stampOf(header);
+  view.title = textOf(header.name);
 }
 
-void readHere(ObjectView& view) {
-  const auto number = static_cast<unsigned>(view.object.number);
-  const platform::FileStatus file = platform::fileStatus(objectPath(view.object));
-  if (!file.exists) return;
-  if (view.object.type == eFileType_Teilbild) {
-    TeilbildHeader header;
-    if (Quorvel::FileAccess::WGO_getTBHeader(number, &header, true, 1)) {
-      view.here = stampOf(header);
-      view.name = textOf(header.name);
-    }
-  } else if (view.object.type == eFileType_Plan) {
-    PlanHeader header;
-    if (Quorvel::FileAccess::WGO_getPLHeader(number, &header, true, 1)) {
-      view.here = stampOf(header);
-      view.name = textOf(header.name);
-    }
-  } else {
-    ZeichnungHeader header;
-    if (Quorvel::FileAccess::WGO_getZEHeader(number, &header, true)) {
-      view.here = stampOf(file.writeTime);
-      view.name = textOf(header.name);
-    }
+void readHere(ItemView& view) {
+  const platform::FileStatus file = platform::fileStatus(itemPath(view.fileName));
+  if (!file.exists || file.isDirectory) return;
+  if (!view.object) {
+    view.here = stampOf(file);
+    return;
+  }
+  const auto number = static_cast<unsigned>(view.object->number);
+  TeilbildHeader teilbild;
+  PlanHeader plan;
+  ZeichnungHeader zeichnung;
+  if (view.object->type == eFileType_Teilbild) {
+    if (Quorvel::FileAccess::WGO_getTBHeader(number, &teilbild, true, 1)) takeHeader(view, teilbild);
+  } else if (view.object->type == eFileType_Plan) {
+    if (Quorvel::FileAccess::WGO_getPLHeader(number, &plan, true, 1)) takeHeader(view, plan);
+  } else if (Quorvel::FileAccess::WGO_getZEHeader(number, &zeichnung, true)) {
+    takeHeader(view, zeichnung);
   }
   view.damagedHere = !view.here.has_value();
+}
+
+/// Whether both sides hold the same content, as far as they tell it.
+bool isSame(const ItemView& view) {
+  if (!view.here || !view.store) return false;
+  if (hasStoredHeader(view)) return *view.here == *view.store;
+  const platform::FileStatus file = platform::fileStatus(itemPath(view.fileName));
+  const auto seconds = [](std::uint64_t ticks) { return ticks / kTicksPerSecond; };
+  return static_cast<std::uint32_t>(file.size) == view.store->check &&
+         seconds(platform::toTicks(file.writeTime)) == seconds(static_cast<std::uint64_t>(view.store->modified));
 }
 
 template <typename Header>
@@ -82,22 +121,23 @@ void readStoredHeaders(Views& views, const PRJ& project, QuorvelFileType type) {
   }
   for (const void* record : headers) {
     const auto& header = *static_cast<const Header*>(record);
-    if (header.number <= 0) continue;
-    ObjectView& view = viewOf(views, ObjectName{type, header.number});
+    if (!isPossibleNumber(type, header.number)) continue;
+    ItemView& view = viewOf(views, nameOf(ObjectName{type, header.number}));
     view.store = stampOf(header);
-    view.name = textOf(header.name);
+    view.title = textOf(header.name);
   }
   Quorvel::FileAccess::WGO_freeHeaders(type, headers);
 }
 
-void readStoredZeichnungen(Views& views, const PRJ& project) {
+/// Files of a class that the store tells by its listing. Of other files than Zeichnungen only those that are wanted.
+void readStoredFiles(Views& views, const PRJ& project, ShareFileTypeID fileClass) {
   std::vector<Quorvel::FileAccess::CResourceInfo> files;
-  Quorvel::FileAccess::WGO_getOndrathResourceFiles(project, files, eShareFile_Resource);
+  Quorvel::FileAccess::WGO_getOndrathResourceFiles(project, files, fileClass);
   for (const auto& file : files) {
-    QuorvelFileType type = eFileType_Unknown;
-    int number = 0;
-    if (!GetTypeFromFilePathName(file.name, type, number) || type != eFileType_Zeichnung) continue;
-    viewOf(views, ObjectName{type, number}).store = stampOf(file.modifiedTime);
+    const auto object = parseObjectName(file.name);
+    const bool isZeichnung = object && object->type == eFileType_Zeichnung;
+    const ItemName item = isZeichnung ? nameOf(*object) : ItemName{std::nullopt, file.name};
+    if (isZeichnung || views.contains(keyOf(item))) viewOf(views, item).store = stampOf(file);
   }
 }
 
@@ -107,31 +147,44 @@ void addLocalObjects(Views& views) {
   for (const auto& [loadObject, type] : kLoadObjects) {
     std::set<int> numbers;
     if (ListFilesInFolder(1, loadObject, numbers, false) != 0) continue;
-    for (const int number : numbers) viewOf(views, ObjectName{type, number});
+    for (const int number : numbers) viewOf(views, nameOf(ObjectName{type, number}));
   }
 }
 
-Views readViews() {
+void readStore(Views& views, bool withFiles) {
   const PRJ project = get_ActivePrj();
-  Views views;
   readStoredHeaders<TeilbildHeader>(views, project, eFileType_Teilbild);
   readStoredHeaders<PlanHeader>(views, project, eFileType_Plan);
-  readStoredZeichnungen(views, project);
-  addLocalObjects(views);
-  return views;
+  readStoredFiles(views, project, eShareFile_Resource);
+  if (!withFiles) return;
+  readStoredFiles(views, project, eShareFile_Ordinary);
+  readStoredFiles(views, project, eShareFile_Bim);
 }
 
-void complete(Views& views) {
-  const SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
-  for (auto& entry : views) {
-    ObjectView& view = entry.second;
-    readHere(view);
-    view.base = bases.get(view.object);
-    view.state = stateOf(view.here, view.store, view.base);
+void complete(ItemView& view, const SyncBase& bases) {
+  readHere(view);
+  view.base = bases.get(view.fileName);
+  view.same = isSame(view);
+  view.state = stateOf(view.here, view.store, view.same, view.base);
+}
+
+/// The host's and the program's own files, which no other workstation has a use for.
+bool isPrivateFile(const std::wstring& name) {
+  const std::wstring lower = platform::toLower(name);
+  for (const wchar_t* const prefix : {L"quorvelprojectdb", L"notuploadedfiles.", L"project1.dat.xml", L"backup\\"}) {
+    if (lower.starts_with(prefix)) return true;
   }
+  for (const wchar_t* const suffix : {L".part", L".tmp", L".lck"}) {
+    if (lower.ends_with(suffix)) return true;
+  }
+  return lower == L"backup";
 }
 
 }  // namespace
+
+std::wstring itemPath(const std::wstring& fileName) {
+  return lfinigC(1) + fileName;
+}
 
 void noteInDatabase(const ObjectName& object) {
   const int unit = kgunit();
@@ -179,33 +232,77 @@ std::wstring holderOf(const FileLockInfo& info) {
   return text;
 }
 
-ObjectView readLocal(const ObjectName& object) {
-  ObjectView view;
-  view.object = object;
+std::vector<ItemName> itemsOf(const std::vector<ObjectName>& objects) {
+  std::vector<ItemName> items;
+  items.reserve(objects.size());
+  for (const auto& object : objects) items.push_back(nameOf(object));
+  return items;
+}
+
+std::vector<ItemName> itemArguments(const std::vector<std::string>& arguments) {
+  std::vector<ItemName> items;
+  for (const auto& argument : arguments) {
+    const std::wstring text = wide(argument);
+    ItemName item;
+    if (const auto object = parseObjectName(text)) {
+      item = nameOf(*object);
+    } else {
+      item.fileName = text;
+      std::replace(item.fileName.begin(), item.fileName.end(), L'/', L'\\');
+      QuorvelFileType type = eFileType_Unknown;
+      int number = 0;
+      const bool isObject = GetTypeFromFilePathName(item.fileName, type, number) && isObjectType(type);
+      if (isObject || !platform::isSafeRelativeName(item.fileName)) {
+        throw CommandFailure{
+            ExitCode::Usage,
+            text + L" names neither an object (tb12, pb3, ze7) nor a file below the project's directory"};
+      }
+      if (isPrivateFile(item.fileName)) {
+        throw CommandFailure{ExitCode::Usage, text + L" belongs to this workstation and is not shared"};
+      }
+    }
+    const bool known =
+        std::any_of(items.begin(), items.end(), [&](const auto& other) { return keyOf(other) == keyOf(item); });
+    if (!known) items.push_back(std::move(item));
+  }
+  return items;
+}
+
+ItemView readLocal(const ItemName& item) {
+  ItemView view;
+  view.object = item.object;
+  view.fileName = item.fileName;
   readHere(view);
   return view;
 }
 
-std::vector<ObjectView> readObjects() {
-  Views views = readViews();
-  complete(views);
-  std::vector<ObjectView> list;
+std::vector<ItemView> readObjects() {
+  Views views;
+  readStore(views, false);
+  addLocalObjects(views);
+  const SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
+  std::vector<ItemView> list;
   list.reserve(views.size());
-  for (auto& entry : views) list.push_back(std::move(entry.second));
+  for (auto& entry : views) {
+    complete(entry.second, bases);
+    list.push_back(std::move(entry.second));
+  }
   return list;
 }
 
-std::vector<ObjectView> readObjects(const std::vector<ObjectName>& objects) {
-  Views all = readViews();
-  Views wanted;
-  for (const auto& object : objects) {
-    viewOf(all, object);
-    wanted[{object.type, object.number}] = std::move(all[{object.type, object.number}]);
+std::vector<ItemView> readItems(const std::vector<ItemName>& items) {
+  Views views;
+  for (const auto& item : items) viewOf(views, item);
+  const bool withFiles = std::any_of(items.begin(), items.end(), [](const auto& item) { return !item.object; });
+  readStore(views, withFiles);
+  const SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
+  std::vector<ItemView> list;
+  list.reserve(items.size());
+  for (const auto& item : items) {
+    ItemView& view = views[keyOf(item)];
+    complete(view, bases);
+    list.push_back(view);
   }
-  complete(wanted);
-  std::vector<ObjectView> list;
-  list.reserve(objects.size());
-  for (const auto& object : objects) list.push_back(wanted[{object.type, object.number}]);
   return list;
 }
 

@@ -1,7 +1,7 @@
-// The objects of the open project as the commands see them: what is here, what the store has, and how the two stand.
+// The items of the open project as the commands see them: objects and other files, what is here, what the store has,
+// and how the two stand.
 #pragma once
 
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,36 +15,52 @@ namespace workstation::program {
 
 class Context;
 
-/// One object with both its sides.
-struct ObjectView {
-  ObjectName object;
-  std::wstring name;  ///< shown to the user; from the side that has it, this one first
+/// One item with both its sides.
+struct ItemView {
+  std::optional<ObjectName> object;  ///< nothing for another file of the project
+  std::wstring fileName;             ///< relative to the project, with backslashes
+  std::wstring title;                ///< an object's name for people
   std::optional<VersionStamp> here;
   std::optional<VersionStamp> store;
-  std::optional<VersionStamp> base;
+  bool same = false;  ///< both sides hold the same content, as far as both tell
+  std::optional<SyncPoint> base;
   bool damagedHere = false;  ///< there is a file, but its header can't be read
   ObjectState state = ObjectState::Nowhere;
+
+  /// "tb12", or the file's name.
+  std::wstring label() const { return object ? object->shortName() : fileName; }
+};
+
+/// What a command's arguments name.
+struct ItemName {
+  std::optional<ObjectName> object;
+  std::wstring fileName;
 };
 
 /// Objects that arguments name, each once. Throws CommandFailure (usage) for one that names none.
 std::vector<ObjectName> objectArguments(const std::vector<std::string>& arguments);
+/// Objects and other files that arguments name, each once. Throws CommandFailure (usage) for a name that is neither,
+/// and for the workstation's own files.
+std::vector<ItemName> itemArguments(const std::vector<std::string>& arguments);
+std::vector<ItemName> itemsOf(const std::vector<ObjectName>& objects);
 
 /// "Anna Berg on drawing-room since 2026-11-21 18:04:05 UTC".
 std::wstring holderOf(const FileLockInfo& info);
 
 /// All objects of the open project on either side, in the order of kind and number. One listing of the store for each
 /// kind. Throws CommandFailure when the store can't be asked.
-std::vector<ObjectView> readObjects();
-/// The same for some objects.
-std::vector<ObjectView> readObjects(const std::vector<ObjectName>& objects);
-/// What is here of one object.
-ObjectView readLocal(const ObjectName& object);
+std::vector<ItemView> readObjects();
+/// The same for some items.
+std::vector<ItemView> readItems(const std::vector<ItemName>& items);
+/// What is here of one item now; its other members stay empty.
+ItemView readLocal(const ItemName& item);
 
 /// Brings the object's row in the project database in line with its file, which is what an upload takes the header
 /// from.
 void noteInDatabase(const ObjectName& object);
 
-/// Full library path of an object's file in the open project.
+/// Full library path of an item's file in the open project.
+std::wstring itemPath(const std::wstring& fileName);
 std::wstring objectPath(const ObjectName& object);
 
 }  // namespace workstation::program

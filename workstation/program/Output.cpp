@@ -1,6 +1,8 @@
 #include "workstation/program/Output.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -13,34 +15,51 @@ namespace {
 nlohmann::ordered_json jsonOf(const Value& value) {
   if (const auto* text = std::get_if<std::wstring>(&value)) return platform::toUtf8(*text);
   if (const auto* number = std::get_if<std::int64_t>(&value)) return *number;
-  return std::get<bool>(value);
+  if (const auto* truth = std::get_if<bool>(&value)) return *truth;
+  return nullptr;
 }
 
 std::wstring textOf(const Value& value) {
   if (const auto* text = std::get_if<std::wstring>(&value)) return *text;
   if (const auto* number = std::get_if<std::int64_t>(&value)) return std::to_wstring(*number);
-  return std::get<bool>(value) ? L"yes" : L"no";
+  if (const auto* truth = std::get_if<bool>(&value)) return *truth ? L"yes" : L"no";
+  return L"-";
+}
+
+std::atomic<bool>& broken() {
+  static std::atomic<bool> state{false};
+  return state;
+}
+
+void flush(std::FILE* stream) {
+  const bool failed = std::fflush(stream) != 0 || std::ferror(stream) != 0;
+  if (failed && stream == stdout && errno != EPIPE) broken() = true;
 }
 
 void writeLine(std::FILE* stream, const std::string& text) {
   std::fwrite(text.data(), 1, text.size(), stream);
   if (text.empty() || text.back() != '\n') std::fputc('\n', stream);
-  std::fflush(stream);
+  flush(stream);
 }
 
-/// Control characters in a name must not reach a terminal as commands.
-std::wstring printable(std::wstring text) {
+/// Control characters in a name must not reach a terminal as commands, nor a line feed a table as a row of its own.
+std::wstring printable(std::wstring text, bool oneLine) {
   for (wchar_t& c : text) {
-    if ((c < L' ' && c != L'\n' && c != L'\t') || (c >= 0x7F && c < 0xA0)) c = L'?';
+    const bool isLayout = !oneLine && (c == L'\n' || c == L'\t');
+    if ((c < L' ' && !isLayout) || (c >= 0x7F && c < 0xA0)) c = L'?';
   }
   return text;
 }
 
 }  // namespace
 
+bool Output::isBroken() {
+  return broken();
+}
+
 void Output::result(const std::wstring& text, const std::vector<Field>& fields) const {
   if (!json_) {
-    writeLine(stdout, platform::toUtf8(printable(text)));
+    writeLine(stdout, platform::toUtf8(printable(text, true)));
     return;
   }
   nlohmann::ordered_json object;
@@ -53,12 +72,12 @@ void Output::message(const std::wstring& text) const {
 }
 
 void Output::error(const std::wstring& text) const {
-  writeLine(stderr, platform::toUtf8(printable(text)));
+  writeLine(stderr, platform::toUtf8(printable(text, false)));
 }
 
 void Output::raw(const std::string& bytes) const {
   std::fwrite(bytes.data(), 1, bytes.size(), stdout);
-  std::fflush(stdout);
+  flush(stdout);
 }
 
 void Table::print(const Output& output) const {

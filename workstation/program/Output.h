@@ -9,19 +9,22 @@
 
 namespace workstation::program {
 
-/// A named value of a result.
-using Value = std::variant<std::wstring, std::int64_t, bool>;
+/// A named value of a result; the empty one is null in JSON and a dash in text.
+using Value = std::variant<std::wstring, std::int64_t, bool, std::monostate>;
 using Field = std::pair<const char*, Value>;
 
 class Output {
  public:
   Output(bool json, bool quiet, int verbosity) : json_(json), quiet_(quiet), verbosity_(verbosity) {}
 
+  /// True when a result could not be written, other than to a reader that went away.
+  static bool isBroken();
+
   bool json() const { return json_; }
   bool quiet() const { return quiet_; }
   int verbosity() const { return verbosity_; }
 
-  /// One result: the object in JSON, otherwise the text. A quiet run shows results all the same.
+  /// One result: the object in JSON, otherwise the text in one line. A quiet run shows results all the same.
   void result(const std::wstring& text, const std::vector<Field>& fields) const;
   /// A message for the person, left out in a quiet run.
   void message(const std::wstring& text) const;

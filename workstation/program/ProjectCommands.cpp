@@ -60,6 +60,10 @@ ExitCode changeMember(Context& context, const std::string& person, const std::st
 
 ExitCode open(Context& context, const std::string& project) {
   context.startOnline();
+  if (context.options().dryRun) {
+    context.output().result(L"would open " + wide(project), {{"project", wide(project)}});
+    return ExitCode::Done;
+  }
   std::wstring error;
   if (!openProject(wide(project), error)) throw CommandFailure{ExitCode::Failure, error};
   const PRJ opened = get_ActivePrj();
@@ -73,10 +77,14 @@ ExitCode open(Context& context, const std::string& project) {
 
 ExitCode close(Context& context) {
   context.startWorkstation();
+  std::wstring name;
   std::wstring error;
-  if (!reopenLastProject(error)) throw CommandFailure{ExitCode::Failure, error.empty() ? L"no project is open" : error};
-  const std::wstring name = get_ActivePrj().GetProjectDisplayName();
-  closeProject();
+  if (context.options().dryRun) {
+    context.output().result(L"would close the project", {{"action", L"close"}});
+    return ExitCode::Done;
+  }
+  if (!forgetLastProject(name, error)) throw CommandFailure{ExitCode::Failure, error};
+  if (name.empty()) throw CommandFailure{ExitCode::Failure, L"no project is open"};
   context.output().result(L"closed " + name, {{"project", name}});
   return ExitCode::Done;
 }

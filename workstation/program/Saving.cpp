@@ -1,7 +1,15 @@
 #include "workstation/program/Saving.h"
 
+#include "host/Cloud.h"
+#include "host/Files.h"
 #include "host/Locking.h"
+#include "host/Project.h"
+#include "host/Users.h"
+#include "platform/Files.h"
 #include "platform/Text.h"
+#include "platform/Time.h"
+#include "workstation/Session.h"
+#include "workstation/objects/ObjectFile.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/SyncBase.h"
 #include "zephor/FileServices.h"
@@ -9,56 +17,125 @@
 
 namespace workstation::program {
 
-void report(const Context& context, const std::wstring& item, const std::wstring& outcome, const std::wstring& detail) {
-  context.output().result(item + L": " + outcome + (detail.empty() ? L"" : L" (" + detail + L")"),
-                          {{"item", item}, {"outcome", outcome}, {"detail", detail}});
+namespace {
+
+constexpr int kMostPasses = 5;
+
+/// An upload of the whole item, header included. Something that changes meanwhile is sent again.
+/// @return the service's result, and in `sent` what went up
+unsigned long sendUnchanged(const ItemView& view, ItemView& sent) {
+  unsigned long result = ERROR_GEN_FAILURE;
+  sent = readLocal({view.object, view.fileName});
+  for (int pass = 0; pass < kMostPasses && sent.here; ++pass) {
+    if (view.object) {
+      noteInDatabase(*view.object);
+      result = Quorvel::FileAccess::WGO_CheckLockAndUploadFile(view.object->number, view.object->type);
+    } else {
+      result = Quorvel::FileAccess::WGO_uploadFile(get_ActivePrj(), view.fileName.c_str(), false);
+    }
+    ItemView now = readLocal({view.object, view.fileName});
+    if (now.here == sent.here) break;
+    sent = std::move(now);
+  }
+  return result;
 }
 
-void saveObject(Context& context, const ObjectView& view, bool force, SyncBase& bases, Tally& tally) {
-  const ObjectName& object = view.object;
-  const std::wstring item = object.shortName();
+/// Copies the store's version beside, before a forced save replaces it.
+bool backUpStored(const ItemView& view) {
+  SYSTEMTIME now{};
+  GetLocalTime(&now);
+  const std::wstring directory =
+      lfinigC(1) + platform::formatWide(L"Backup\\store %04d-%02d-%02d %02d.%02d.%02d", now.wYear, now.wMonth, now.wDay,
+                                        now.wHour, now.wMinute, now.wSecond);
+  SHCreateDirectoryExW(nullptr, directory.c_str(), nullptr);
+  return QuorvelCloudController()->GetProjectService()->DownloadFile(get_ActivePrj().GetOndrathProjectUuid(), directory,
+                                                                     view.fileName, L"") == 0;
+}
+
+/// A forced save of an object has to be newer than what the store has, or the others would never fetch it.
+bool raiseAboveStore(const ItemView& view) {
+  constexpr int kMostRaises = 1000;
+  const ObjectAuthor author{lzbnum(), identity().user.name};
+  for (int i = 0; i < kMostRaises; ++i) {
+    const ItemView now = readLocal({view.object, view.fileName});
+    if (!now.here) return false;
+    if (now.here->version != view.store->version && now.here->version - view.store->version < 0x80000000U) return true;
+    std::wstring error;
+    if (touchVersion(objectPath(*view.object), author, error) != 0) return false;
+  }
+  return false;
+}
+
+/// What stands against a save; empty when nothing does.
+std::wstring objection(const ItemView& view, bool force) {
+  if (view.damagedHere) return L"the file here is damaged";
+  if (!view.here) return view.object ? L"there is no such object here" : L"there is no such file here";
+  const bool behind = view.state == ObjectState::NewerInStore || view.state == ObjectState::ChangedOnBoth;
+  return behind && !force ? stateReason(view.state) : L"";
+}
+
+std::wstring versionText(const ItemView& view) {
+  return view.object && view.here ? platform::formatWide(L"version %u", view.here->version) : std::wstring();
+}
+
+}  // namespace
+
+void report(const Context& context, const std::wstring& item, const std::wstring& outcome, const std::wstring& detail,
+            const ItemView* view) {
+  std::vector<Field> fields{{"item", item}, {"outcome", outcome}, {"detail", detail}};
+  if (view != nullptr && view->object && view->here) {
+    fields.emplace_back("version", static_cast<std::int64_t>(view->here->version));
+  }
+  context.output().result(item + L": " + outcome + (detail.empty() ? L"" : L" (" + detail + L")"), fields);
+}
+
+std::wstring failureText(unsigned long code) {
+  if (code == 1 || code == ERROR_INVALID_DATA) return L"refused; what was wrong is told below";
+  return platform::formatWide(L"code 0x%lx", code);
+}
+
+void saveItem(Context& context, const ItemView& view, bool force, SyncBase& bases, Tally& tally) {
+  const std::wstring item = view.label();
   FileLockInfo info;
-  const bool locked = getFileLockingManager().GetLockInfo(object.number, object.objectType(), info);
-  if (view.damagedHere) {
-    report(context, item, L"refused", L"the file here is damaged");
-    return tally.failed();
-  }
-  if (!view.here) {
-    report(context, item, L"refused", L"there is no such object here");
-    return tally.failed();
-  }
-  if (locked && !getFileLockingManager().IsLockedByCurrentUser(object.number, object.objectType())) {
+  IZepFileLockingManager& locks = getFileLockingManager();
+  if (view.object && view.here && locks.GetLockInfo(view.object->number, view.object->objectType(), info) &&
+      !locks.IsLockedByCurrentUser(view.object->number, view.object->objectType())) {
     report(context, item, L"refused", L"locked by " + holderOf(info));
     return tally.locked();
   }
-  const bool behind = view.state == ObjectState::NewerInStore || view.state == ObjectState::ChangedOnBoth;
-  if (behind && !force) {
-    report(context, item, L"refused", stateReason(view.state));
+  if (const std::wstring reason = objection(view, force); !reason.empty()) {
+    report(context, item, L"refused", reason);
     return tally.failed();
   }
   if (view.state == ObjectState::InStep) {
-    bases.put(object, *view.here);
-    report(context, item, L"in step", L"nothing to save");
+    bases.put(view.fileName, {*view.here, *view.store});
+    report(context, item, L"in step", L"nothing to save", &view);
     return tally.done();
   }
   if (context.options().dryRun) {
-    report(context, item, L"would be saved", stateName(view.state));
+    report(context, item, L"would be saved", stateName(view.state), &view);
     return tally.done();
   }
-  noteInDatabase(object);
-  const unsigned long result = Quorvel::FileAccess::WGO_CheckLockAndUploadFile(object.number, object.type);
-  // An upload that went through at a second try still answers the first try's failure, so the store is asked what it
-  // has now.
-  if (result != 0 && readObjects({object}).front().state != ObjectState::InStep) {
-    const bool waiting = existsEntryInNotUploadedFilesList(object.fileName().c_str());
-    report(context, item, L"not saved",
-           waiting ? L"it is in the list of what could not be sent; zephor not-uploaded retry"
-                   : platform::formatWide(L"code %lu", result));
+  const bool replaces = view.state == ObjectState::NewerInStore || view.state == ObjectState::ChangedOnBoth;
+  if (replaces && (!backUpStored(view) || (view.object && !raiseAboveStore(view)))) {
+    report(context, item, L"refused", L"what the store has could not be copied to the backup directory first");
     return tally.failed();
   }
-  if (result != 0) removeEntryFromNotUploadedFilesList(object.fileName().c_str());
-  bases.put(object, *view.here);
-  report(context, item, L"saved", platform::formatWide(L"version %u", view.here->version));
+  ItemView sent;
+  const unsigned long result = sendUnchanged(view, sent);
+  // An upload that went through at a second try still answers the first try's failure, so the store is asked what it
+  // has.
+  const ItemView after = readItems({{view.object, view.fileName}}).front();
+  if (!sent.here || !after.store || (result != 0 && !after.same)) {
+    const bool waiting = existsEntryInNotUploadedFilesList(view.fileName.c_str());
+    report(context, item, L"not saved",
+           waiting ? L"it is in the list of what could not be sent; zephor not-uploaded retry" : failureText(result));
+    return tally.failed();
+  }
+  if (result != 0) removeEntryFromNotUploadedFilesList(view.fileName.c_str());
+  bases.put(view.fileName, {*sent.here, *after.store});
+  report(context, item, L"saved", versionText(sent), &sent);
+  if (replaces) context.output().message(item + L": what the store had is in the project's backup directory");
   tally.done();
 }
 

@@ -1,6 +1,7 @@
-// Saving one object, as `save` and `not-uploaded retry` do it, and the line that tells how an item of a command ended.
+// Saving one item, as `save` and `not-uploaded retry` do it, and the line that tells how an item of a command ended.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "workstation/program/ExitCode.h"
@@ -11,10 +12,14 @@ namespace workstation::program {
 class SyncBase;
 
 /// One result: "tb12: saved (version 3)".
-void report(const Context& context, const std::wstring& item, const std::wstring& outcome, const std::wstring& detail);
+void report(const Context& context, const std::wstring& item, const std::wstring& outcome, const std::wstring& detail,
+            const ItemView* view = nullptr);
+/// "refused" or "code 0x...": what a service's result tells a person.
+std::wstring failureText(unsigned long code);
 
-/// Sends an object to the store. Refused, with the reason as its result: an object that is not here or damaged, one
-/// that somebody else holds, and (without `force`) one that would go over a version that was never fetched.
-void saveObject(Context& context, const ObjectView& view, bool force, SyncBase& bases, Tally& tally);
+/// Sends an item to the store. Refused, with the reason as its result: an item that is not here or damaged, one that
+/// somebody else holds, and (without `force`) one that would go over a version that was never fetched. With `force` the
+/// store's version is copied to the project's backup directory first.
+void saveItem(Context& context, const ItemView& view, bool force, SyncBase& bases, Tally& tally);
 
 }  // namespace workstation::program

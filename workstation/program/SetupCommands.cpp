@@ -50,7 +50,7 @@ ExitCode storeInfo(Context& context) {
   const auto projectCount = static_cast<std::int64_t>(projects.size());
   const std::wstring directory = wide(store.directory());
   context.output().result(
-      platform::formatWide(L"store %s\nas %s <%s>: %lld teams, %lld projects, %lld files, %lld bytes", directory,
+      platform::formatWide(L"store %s, as %s <%s>: %lld teams, %lld projects, %lld files, %lld bytes", directory,
                            actor.user.name, actor.user.email, teamCount, projectCount, files, bytes),
       {{"store", directory},
        {"user", actor.user.email},
@@ -105,6 +105,12 @@ ExitCode initWorkstation(Context& context, const InitArguments& arguments) {
   const auto store = CloudStore::open(configuration.storeDirectory, status, error);
   if (!store) throw CommandFailure{ExitCode::NotLoggedIn, error};
 
+  WorkstationConfiguration present;
+  std::wstring ignored;
+  if (!arguments.replace && readConfiguration(options.workstation, present, ignored)) {
+    throw CommandFailure{ExitCode::Failure, L"this is the workstation of " + present.identity.user.name + L" <" +
+                                                present.identity.user.email + L"> already; --replace makes it anew"};
+  }
   CloudUser& user = configuration.identity.user;
   if (store->findUser(wide(arguments.email), user) != kStoreOk) user = {};
   user.name = wide(arguments.name);

@@ -14,8 +14,10 @@ namespace workstation::program {
 
 namespace {
 
-std::wstring versionText(const std::optional<VersionStamp>& stamp) {
-  return stamp ? std::to_wstring(stamp->version) : L"-";
+/// An object's counter; of a Zeichnung the store tells no counter, only that it has one.
+Value versionOf(const std::optional<VersionStamp>& stamp) {
+  if (!stamp) return std::monostate();
+  return static_cast<std::int64_t>(stamp->version);
 }
 
 std::map<std::wstring, std::wstring> lockHolders() {
@@ -31,12 +33,12 @@ std::map<std::wstring, std::wstring> lockHolders() {
 ExitCode status(Context& context, const std::vector<std::string>& arguments) {
   const auto objects = objectArguments(arguments);
   context.startInProject();
-  const std::vector<ObjectView> views = objects.empty() ? readObjects() : readObjects(objects);
+  const std::vector<ItemView> views = objects.empty() ? readObjects() : readItems(itemsOf(objects));
   const auto holders = lockHolders();
   std::vector<std::wstring> waiting;
   getNotUploadedFilesList(waiting);
   bool damaged = false;
-  Table table({{"object", L"OBJECT"},
+  Table table({{"item", L"OBJECT"},
                {"name", L"NAME"},
                {"here", L"HERE"},
                {"store", L"STORE"},
@@ -44,10 +46,10 @@ ExitCode status(Context& context, const std::vector<std::string>& arguments) {
                {"state", L"STATE"},
                {"reason", L"REASON"}});
   for (const auto& view : views) {
-    const auto holder = holders.find(view.object.shortName());
+    const auto holder = holders.find(view.label());
     std::wstring state = stateName(view.state);
     std::wstring reason = stateReason(view.state);
-    if (existsEntryInNotUploadedFilesList(view.object.fileName().c_str())) {
+    if (existsEntryInNotUploadedFilesList(view.fileName.c_str())) {
       reason = L"could not be sent; zephor not-uploaded retry";
     }
     if (view.damagedHere) {
@@ -55,7 +57,7 @@ ExitCode status(Context& context, const std::vector<std::string>& arguments) {
       state = L"damaged here";
       reason = L"the file is damaged or no object file";
     }
-    table.row({view.object.shortName(), view.name, versionText(view.here), versionText(view.store),
+    table.row({view.label(), view.title, versionOf(view.here), versionOf(view.store),
                holder == holders.end() ? std::wstring() : holder->second, state, reason});
   }
   if (table.empty()) context.output().message(L"the project has no objects yet");

@@ -6,6 +6,7 @@
 
 #include "platform/Files.h"
 #include "platform/Paths.h"
+#include "platform/Text.h"
 
 namespace workstation::program {
 
@@ -13,23 +14,42 @@ namespace {
 
 constexpr const wchar_t* kStateDirectory = L"C:\\State";
 constexpr int kBusyMilliseconds = 10000;
+constexpr int kStampColumns = 5;
 constexpr const char* kSchema =
-    "CREATE TABLE IF NOT EXISTS base (type INTEGER, number INTEGER, version INTEGER NOT NULL, modified INTEGER NOT "
-    "NULL, "
-    "crc INTEGER NOT NULL, PRIMARY KEY (type, number)) WITHOUT ROWID";
+    "CREATE TABLE IF NOT EXISTS sync_points (name TEXT PRIMARY KEY, here_version INTEGER, here_modified INTEGER, "
+    "here_check INTEGER, here_guid1 INTEGER, here_guid2 INTEGER, store_version INTEGER, store_modified INTEGER, "
+    "store_check INTEGER, store_guid1 INTEGER, store_guid2 INTEGER) WITHOUT ROWID";
 
 struct Finalizer {
   void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
 };
 using Statement = std::unique_ptr<sqlite3_stmt, Finalizer>;
 
-Statement prepare(sqlite3* database, const char* sql, const ObjectName& object) {
+Statement prepare(sqlite3* database, const char* sql, const std::wstring& name) {
   sqlite3_stmt* raw = nullptr;
   if (database == nullptr || sqlite3_prepare_v2(database, sql, -1, &raw, nullptr) != SQLITE_OK) return nullptr;
   Statement statement(raw);
-  sqlite3_bind_int(raw, 1, object.type);
-  sqlite3_bind_int(raw, 2, object.number);
+  const std::string key = platform::toUtf8(platform::toLower(name));
+  sqlite3_bind_text(raw, 1, key.data(), static_cast<int>(key.size()), SQLITE_TRANSIENT);
   return statement;
+}
+
+VersionStamp readStamp(sqlite3_stmt* row, int first) {
+  VersionStamp stamp;
+  stamp.version = static_cast<std::uint32_t>(sqlite3_column_int64(row, first));
+  stamp.modified = sqlite3_column_int64(row, first + 1);
+  stamp.check = static_cast<std::uint32_t>(sqlite3_column_int64(row, first + 2));
+  stamp.guidFirst = static_cast<std::uint64_t>(sqlite3_column_int64(row, first + 3));
+  stamp.guidSecond = static_cast<std::uint64_t>(sqlite3_column_int64(row, first + 4));
+  return stamp;
+}
+
+void bindStamp(sqlite3_stmt* statement, int first, const VersionStamp& stamp) {
+  sqlite3_bind_int64(statement, first, stamp.version);
+  sqlite3_bind_int64(statement, first + 1, stamp.modified);
+  sqlite3_bind_int64(statement, first + 2, stamp.check);
+  sqlite3_bind_int64(statement, first + 3, static_cast<sqlite3_int64>(stamp.guidFirst));
+  sqlite3_bind_int64(statement, first + 4, static_cast<sqlite3_int64>(stamp.guidSecond));
 }
 
 }  // namespace
@@ -46,33 +66,29 @@ SyncBase::SyncBase(const std::wstring& projectUuid) {
   database_.reset(raw);
   if (result == SQLITE_OK) sqlite3_busy_timeout(raw, kBusyMilliseconds);
   if (result != SQLITE_OK || sqlite3_exec(raw, kSchema, nullptr, nullptr, nullptr) != SQLITE_OK) {
-    std::fprintf(stderr, "zephor: %s can't be used (%s); states are told by version counters alone\n", path.c_str(),
+    std::fprintf(stderr, "zephor: %s can't be used (%s); what differs counts as changed on both sides\n", path.c_str(),
                  sqlite3_errmsg(raw));
     database_.reset();
   }
 }
 
-std::optional<VersionStamp> SyncBase::get(const ObjectName& object) const {
-  const Statement statement =
-      prepare(database_.get(), "SELECT version, modified, crc FROM base WHERE type = ?1 AND number = ?2", object);
+std::optional<SyncPoint> SyncBase::get(const std::wstring& name) const {
+  const Statement statement = prepare(database_.get(), "SELECT * FROM sync_points WHERE name = ?1", name);
   if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) return std::nullopt;
-  return VersionStamp{static_cast<std::uint32_t>(sqlite3_column_int64(statement.get(), 0)),
-                      sqlite3_column_int64(statement.get(), 1),
-                      static_cast<std::uint32_t>(sqlite3_column_int64(statement.get(), 2))};
+  return SyncPoint{readStamp(statement.get(), 1), readStamp(statement.get(), 1 + kStampColumns)};
 }
 
-void SyncBase::put(const ObjectName& object, const VersionStamp& stamp) {
+void SyncBase::put(const std::wstring& name, const SyncPoint& point) {
   const Statement statement =
-      prepare(database_.get(), "INSERT OR REPLACE INTO base VALUES (?1, ?2, ?3, ?4, ?5)", object);
+      prepare(database_.get(), "INSERT OR REPLACE INTO sync_points VALUES (?1,?2,?3,?4,?5,?6,?7,?8,?9,?10,?11)", name);
   if (!statement) return;
-  sqlite3_bind_int64(statement.get(), 3, stamp.version);
-  sqlite3_bind_int64(statement.get(), 4, stamp.modified);
-  sqlite3_bind_int64(statement.get(), 5, stamp.contentCrc);
+  bindStamp(statement.get(), 2, point.here);
+  bindStamp(statement.get(), 2 + kStampColumns, point.store);
   sqlite3_step(statement.get());
 }
 
-void SyncBase::forget(const ObjectName& object) {
-  const Statement statement = prepare(database_.get(), "DELETE FROM base WHERE type = ?1 AND number = ?2", object);
+void SyncBase::forget(const std::wstring& name) {
+  const Statement statement = prepare(database_.get(), "DELETE FROM sync_points WHERE name = ?1", name);
   if (statement) sqlite3_step(statement.get());
 }
 

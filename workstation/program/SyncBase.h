@@ -1,13 +1,12 @@
-// What both sides of an object had when they were last in step, kept per project on this workstation. Without it nobody
-// could tell a local change from an older version. Losing it loses no work: the states then fall back to the version
-// counters.
+// What both sides of an item had when they were last in step, kept per project on this workstation. Without it nobody
+// could tell a local change from an older version. Losing it loses no work: differences then count as changes on both
+// sides.
 #pragma once
 
 #include <memory>
 #include <optional>
 #include <string>
 
-#include "workstation/program/ObjectName.h"
 #include "workstation/program/ObjectState.h"
 
 struct sqlite3;
@@ -16,12 +15,12 @@ namespace workstation::program {
 
 class SyncBase {
  public:
-  /// Opens (or makes) the record of a project. A record that can't be opened remembers nothing and says so once on
-  /// stderr.
+  /// Opens (or makes) the record of a project. A record that can't be opened remembers nothing and says so on stderr.
   explicit SyncBase(const std::wstring& projectUuid);
-  std::optional<VersionStamp> get(const ObjectName& object) const;
-  void put(const ObjectName& object, const VersionStamp& stamp);
-  void forget(const ObjectName& object);
+  /// @param name  of the file relative to the project, in any letter case
+  std::optional<SyncPoint> get(const std::wstring& name) const;
+  void put(const std::wstring& name, const SyncPoint& point);
+  void forget(const std::wstring& name);
 
  private:
   struct Closer {

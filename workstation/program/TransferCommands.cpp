@@ -1,6 +1,5 @@
 // save, fetch, remove: objects and other files of the project, to the store and from it.
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <memory>
 
 #include "host/Files.h"
@@ -8,9 +7,7 @@
 #include "host/ObjectFiles.h"
 #include "host/Project.h"
 #include "platform/Files.h"
-#include "platform/Paths.h"
 #include "platform/Text.h"
-#include "workstation/objects/ObjectFile.h"
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/Objects.h"
@@ -23,82 +20,29 @@ namespace workstation::program {
 
 namespace {
 
-constexpr unsigned long kMissing = 2;
-
 struct Arguments {
   std::vector<std::string> items;
   bool all = false;
   bool force = false;
 };
 
-/// What the arguments name: objects, and other files of the project by their relative names.
-struct Items {
-  std::vector<ObjectName> objects;
-  std::vector<std::wstring> files;
-};
-
-Items itemsOf(const std::vector<std::string>& arguments) {
-  Items items;
-  for (const auto& argument : arguments) {
-    const std::wstring text = wide(argument);
-    if (const auto object = parseObjectName(text)) {
-      if (std::find(items.objects.begin(), items.objects.end(), *object) == items.objects.end()) {
-        items.objects.push_back(*object);
-      }
-      continue;
-    }
-    std::wstring name = text;
-    for (wchar_t& c : name) c = c == L'/' ? L'\\' : c;
-    if (!platform::isSafeRelativeName(name)) {
-      throw CommandFailure{
-          ExitCode::Usage,
-          text + L" names neither an object (tb12, pb3, ze7) nor a file below the project's directory"};
-    }
-    items.files.push_back(name);
-  }
-  return items;
-}
-
-// ---- save
-
-void saveFile(Context& context, const std::wstring& name, Tally& tally) {
-  const PRJ project = get_ActivePrj();
-  if (!platform::fileStatus(lfinigC(1) + name).exists) {
-    report(context, name, L"refused", L"there is no such file in the project's directory");
-    return tally.failed();
-  }
-  if (context.options().dryRun) {
-    report(context, name, L"would be saved", L"");
-    return tally.done();
-  }
-  const unsigned long result = Quorvel::FileAccess::WGO_uploadFile(project, name.c_str(), false);
-  if (result != 0) {
-    report(context, name, L"not saved", platform::formatWide(L"code %lu", result));
-    return tally.failed();
-  }
-  report(context, name, L"saved", L"");
-  tally.done();
-}
-
 ExitCode save(Context& context, const Arguments& arguments) {
-  const Items items = itemsOf(arguments.items);
+  const std::vector<ItemName> items = itemArguments(arguments.items);
   context.startInProject();
+  const ProjectGuard guard = context.guardProject();
   std::vector<std::wstring> waiting;
   getNotUploadedFilesList(waiting);
   Tally tally;
   SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
-  if (!items.objects.empty()) {
-    for (const auto& view : readObjects(items.objects)) saveObject(context, view, arguments.force, bases, tally);
-  }
-  for (const auto& name : items.files) saveFile(context, name, tally);
+  for (const auto& view : readItems(items)) saveItem(context, view, arguments.force, bases, tally);
   closeNotUploadedFilesList();
   return tally.exitCode();
 }
 
-// ---- fetch
-
-bool wantsFetch(ObjectState state, bool force) {
-  switch (state) {
+bool wantsFetch(const ItemView& view, bool force) {
+  // A damaged file here has no version to compare; it is replaced only when the user says so.
+  if (view.damagedHere) return force;
+  switch (view.state) {
     case ObjectState::NewerInStore:
     case ObjectState::OnlyInStore:
     case ObjectState::RemovedHere:
@@ -111,127 +55,148 @@ bool wantsFetch(ObjectState state, bool force) {
   }
 }
 
-unsigned long download(const ObjectName& object, bool overwrite) {
-  if (object.type == eFileType_Zeichnung || overwrite) {
-    return Quorvel::FileAccess::WGO_downloadFile(get_ActivePrj(), objectPath(object).c_str(), false);
+/// Brings the store's version. The library's own verdict goes by counters alone, so what it leaves is brought all the
+/// same.
+ItemView bring(const ItemView& view, unsigned long& result) {
+  const ItemName item{view.object, view.fileName};
+  const auto isThere = [&](const ItemView& now) {
+    ItemView compared = now;
+    compared.store = view.store;
+    return compared.here &&
+           (!view.object || view.object->type == eFileType_Zeichnung || compared.here == compared.store);
+  };
+  result = ERROR_GEN_FAILURE;
+  if (view.object && view.object->type != eFileType_Zeichnung) {
+    const bool done = Quorvel::FileAccess::WGO_CheckLockAndDownloadFile(view.object->number, view.object->type, false);
+    result = done ? ERROR_SUCCESS : ERROR_GEN_FAILURE;
+    const ItemView now = readLocal(item);
+    if (done && isThere(now)) return now;
   }
-  return Quorvel::FileAccess::WGO_CheckLockAndDownloadFile(object.number, object.type, false) ? 0 : ERROR_GEN_FAILURE;
+  result = Quorvel::FileAccess::WGO_downloadFile(get_ActivePrj(), itemPath(view.fileName).c_str(), false);
+  const ItemView now = readLocal(item);
+  if (result == 0 && !isThere(now)) result = ERROR_GEN_FAILURE;
+  if (view.object && now.here) noteInDatabase(*view.object);
+  return now;
 }
 
-void fetchObject(Context& context, const ObjectView& view, const Arguments& arguments, SyncBase& bases, Tally& tally) {
-  const ObjectName& object = view.object;
-  const std::wstring item = object.shortName();
-  // A damaged file here has no version to compare; it is replaced only when the user says so.
-  const bool damaged = view.damagedHere && view.store;
+/// Copies what is here to the project's backup directory before it is replaced.
+bool backUpHere(const ItemView& view) {
+  const std::wstring path = itemPath(view.fileName);
+  if (!platform::fileStatus(path).exists) return true;
+  return autoBackup::createBackup(path, view.object ? view.object->type : eFileType_Unknown);
+}
+
+void keep(const Context& context, const ItemView& view, const Arguments& arguments, SyncBase& bases, Tally& tally) {
+  if (view.state == ObjectState::InStep && !view.damagedHere) {
+    bases.put(view.fileName, {*view.here, *view.store});
+    if (!arguments.all) report(context, view.label(), L"in step", L"nothing to fetch", &view);
+    return tally.done();
+  }
+  report(context, view.label(), L"kept",
+         view.damagedHere ? L"the file here is damaged; fetch --force replaces it" : stateReason(view.state));
+  return view.state == ObjectState::ChangedHere && arguments.all ? tally.done() : tally.failed();
+}
+
+void fetchItem(Context& context, const ItemView& view, const Arguments& arguments, SyncBase& bases, Tally& tally) {
+  const std::wstring item = view.label();
   if (!view.store) {
     if (arguments.all) return;
-    report(context, item, L"refused", L"the store has no such object");
+    report(context, item, L"refused", L"the store has no such item");
     return tally.failed();
   }
-  if (damaged ? !arguments.force : !wantsFetch(view.state, arguments.force)) {
-    if (view.state == ObjectState::InStep) {
-      bases.put(object, *view.here);
-      if (!arguments.all) report(context, item, L"in step", L"nothing to fetch");
-      return tally.done();
-    }
-    report(context, item, L"kept",
-           damaged ? L"the file here is damaged; fetch --force replaces it" : stateReason(view.state));
-    return view.state == ObjectState::ChangedHere && arguments.all ? tally.done() : tally.failed();
-  }
+  if (!wantsFetch(view, arguments.force)) return keep(context, view, arguments, bases, tally);
   if (context.options().dryRun) {
     report(context, item, L"would be fetched", stateName(view.state));
     return tally.done();
   }
-  const bool overwrite = damaged || view.state == ObjectState::ChangedHere || view.state == ObjectState::ChangedOnBoth;
-  if (overwrite && platform::fileStatus(objectPath(object)).exists) {
-    if (!autoBackup::createBackup(objectPath(object), object.type)) {
-      report(context, item, L"kept", L"what is here could not be copied to the project's backup directory");
-      return tally.failed();
-    }
-    context.output().message(item + L": what was here is in the project's backup directory");
+  // The list was read before the first item moved; what is here may have changed since.
+  const ItemView before = readLocal({view.object, view.fileName});
+  if (before.here != view.here || before.damagedHere != view.damagedHere) {
+    report(context, item, L"kept", L"it is being changed; try again");
+    return tally.failed();
   }
-  const unsigned long result = download(object, overwrite);
-  const ObjectView now = readLocal(object);
+  const bool overwrites =
+      view.damagedHere || view.state == ObjectState::ChangedHere || view.state == ObjectState::ChangedOnBoth;
+  if (overwrites && !backUpHere(view)) {
+    report(context, item, L"kept", L"what is here could not be copied to the project's backup directory");
+    return tally.failed();
+  }
+  unsigned long result = 0;
+  const ItemView now = bring(view, result);
   if (result != 0 || !now.here) {
-    report(context, item, L"not fetched", platform::formatWide(L"code %lu", result));
+    report(context, item, L"not fetched", failureText(result));
     return tally.failed();
   }
-  bases.put(object, *now.here);
-  report(context, item, L"fetched", platform::formatWide(L"version %u", now.here->version));
-  tally.done();
-}
-
-void fetchFile(Context& context, const std::wstring& name, Tally& tally) {
-  if (context.options().dryRun) {
-    report(context, name, L"would be fetched", L"");
-    return tally.done();
-  }
-  const unsigned long result =
-      Quorvel::FileAccess::WGO_downloadFile(get_ActivePrj(), (lfinigC(1) + name).c_str(), false);
-  if (result != 0) {
-    report(context, name, L"not fetched",
-           result == kMissing ? L"the store has no such file" : platform::formatWide(L"code %lu", result));
-    return tally.failed();
-  }
-  report(context, name, L"fetched", L"");
+  bases.put(view.fileName, {*now.here, *view.store});
+  report(context, item, L"fetched", now.object ? platform::formatWide(L"version %u", now.here->version) : L"", &now);
+  if (overwrites) context.output().message(item + L": what was here is in the project's backup directory");
   tally.done();
 }
 
 ExitCode fetch(Context& context, const Arguments& arguments) {
-  const Items items = itemsOf(arguments.items);
-  if (arguments.all != arguments.items.empty()) throw CommandFailure{ExitCode::Usage, L"fetch needs objects, or --all"};
+  const std::vector<ItemName> items = itemArguments(arguments.items);
+  if (arguments.all != arguments.items.empty()) {
+    throw CommandFailure{ExitCode::Usage, L"fetch needs objects, or --all"};
+  }
   context.startInProject();
+  const ProjectGuard guard = context.guardProject();
   Tally tally;
   SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
-  if (arguments.all || !items.objects.empty()) {
-    for (const auto& view : arguments.all ? readObjects() : readObjects(items.objects)) {
-      fetchObject(context, view, arguments, bases, tally);
-    }
+  for (const auto& view : arguments.all ? readObjects() : readItems(items)) {
+    fetchItem(context, view, arguments, bases, tally);
   }
-  for (const auto& name : items.files) fetchFile(context, name, tally);
   if (arguments.all && tally.doneCount() + tally.failedCount() == 0) context.output().message(L"nothing to fetch");
   return tally.exitCode();
 }
 
-// ---- remove
+/// What stands against a removal; empty when nothing does.
+std::wstring objection(const ItemView& view, bool force) {
+  if (!view.store) return L"the store has no such item";
+  const bool seen = view.state == ObjectState::InStep || view.state == ObjectState::ChangedHere ||
+                    view.state == ObjectState::RemovedHere;
+  return seen || force ? L"" : L"the store has a version that was not fetched; fetch it, or remove --force";
+}
 
-void removeItem(Context& context, const std::wstring& item, const std::wstring& path, const ObjectName* object,
-                SyncBase& bases, Tally& tally) {
+void removeItem(const Context& context, const ItemView& view, bool force, SyncBase& bases, Tally& tally) {
+  const std::wstring item = view.label();
+  FileLockInfo info;
+  IZepFileLockingManager& locks = getFileLockingManager();
+  if (view.object && locks.GetLockInfo(view.object->number, view.object->objectType(), info) &&
+      !locks.IsLockedByCurrentUser(view.object->number, view.object->objectType())) {
+    report(context, item, L"refused", L"locked by " + holderOf(info));
+    return tally.locked();
+  }
+  if (const std::wstring reason = objection(view, force); !reason.empty()) {
+    report(context, item, L"refused", reason);
+    return tally.failed();
+  }
   if (context.options().dryRun) {
     report(context, item, L"would be removed", L"the copy here would go to the trash");
     return tally.done();
   }
-  const unsigned long result = object != nullptr
-                                   ? Quorvel::FileAccess::WGO_deleteServerFile(object->number, object->type)
+  const std::wstring path = itemPath(view.fileName);
+  const unsigned long result = view.object
+                                   ? Quorvel::FileAccess::WGO_deleteServerFile(view.object->number, view.object->type)
                                    : Quorvel::FileAccess::WGO_deleteServerFile(get_ActivePrj(), path.c_str());
   if (result != 0) {
-    report(context, item, L"not removed", platform::formatWide(L"code %lu", result));
+    report(context, item, L"not removed", failureText(result));
     return tally.failed();
   }
   if (platform::fileStatus(path).exists && !moveFileToWindowsRecycleBin(path)) {
     context.output().error(item + L": removed from the store, but the copy here could not be moved to the trash");
   }
-  if (object != nullptr) bases.forget(*object);
+  bases.forget(view.fileName);
   report(context, item, L"removed", L"");
   tally.done();
 }
 
 ExitCode remove(Context& context, const Arguments& arguments) {
-  const Items items = itemsOf(arguments.items);
+  const std::vector<ItemName> items = itemArguments(arguments.items);
   context.startInProject();
+  const ProjectGuard guard = context.guardProject();
   Tally tally;
   SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
-  for (const auto& object : items.objects) {
-    FileLockInfo info;
-    if (getFileLockingManager().GetLockInfo(object.number, object.objectType(), info) &&
-        !getFileLockingManager().IsLockedByCurrentUser(object.number, object.objectType())) {
-      report(context, object.shortName(), L"refused", L"locked by " + holderOf(info));
-      tally.locked();
-      continue;
-    }
-    removeItem(context, object.shortName(), objectPath(object), &object, bases, tally);
-  }
-  for (const auto& name : items.files) removeItem(context, name, lfinigC(1) + name, nullptr, bases, tally);
+  for (const auto& view : readItems(items)) removeItem(context, view, arguments.force, bases, tally);
   return tally.exitCode();
 }
 
@@ -240,19 +205,21 @@ ExitCode remove(Context& context, const Arguments& arguments) {
 void addTransferCommands(CLI::App& app, Action& selected) {
   auto arguments = std::make_shared<Arguments>();
   auto* saveCommand = app.add_subcommand("save", "Send objects or other files of the project to the store");
-  saveCommand->add_option("OBJECT", arguments->items, "Objects, or files below the project's directory")->required();
-  saveCommand->add_flag("--force", arguments->force, "Save over a version that was not fetched");
+  saveCommand->add_option("ITEM", arguments->items, "Objects, or files below the project's directory")->required();
+  saveCommand->add_flag("--force", arguments->force,
+                        "Save over a version that was not fetched, after a copy to the project's backup directory");
   saveCommand->callback(
       [&selected, arguments] { selected = [arguments](Context& context) { return save(context, *arguments); }; });
   auto* fetchCommand = app.add_subcommand("fetch", "Bring what the store has newer; local changes stay");
-  fetchCommand->add_option("OBJECT", arguments->items, "Objects, or files below the project's directory");
+  fetchCommand->add_option("ITEM", arguments->items, "Objects, or files below the project's directory");
   fetchCommand->add_flag("--all", arguments->all, "All objects of the project");
   fetchCommand->add_flag("--force", arguments->force,
                          "Replace local changes too, after a copy to the project's backup directory");
   fetchCommand->callback(
       [&selected, arguments] { selected = [arguments](Context& context) { return fetch(context, *arguments); }; });
   auto* removeCommand = app.add_subcommand("remove", "Remove from the store; the copy here goes to the trash");
-  removeCommand->add_option("OBJECT", arguments->items, "Objects, or files below the project's directory")->required();
+  removeCommand->add_option("ITEM", arguments->items, "Objects, or files below the project's directory")->required();
+  removeCommand->add_flag("--force", arguments->force, "Remove a version that was not fetched");
   removeCommand->callback(
       [&selected, arguments] { selected = [arguments](Context& context) { return remove(context, *arguments); }; });
 }

@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <exception>
@@ -72,6 +75,10 @@ int run(int argc, char** argv) {
   try {
     const ExitCode code = selected(context);
     if (code != ExitCode::Done) context.explain();
+    if (code == ExitCode::Done && workstation::program::Output::isBroken()) {
+      context.output().error(L"zephor: the results could not be written");
+      return static_cast<int>(ExitCode::Failure);
+    }
     return static_cast<int>(code);
   } catch (const CommandFailure& failure) {
     if (!failure.message.empty()) context.output().error(L"zephor: " + failure.message);
@@ -83,6 +90,8 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // A standard stream that is closed must not become the number of the next file that is opened.
+  for (int fd = ::open("/dev/null", O_RDWR); fd >= 0 && fd <= STDERR_FILENO;) fd = ::open("/dev/null", O_RDWR);
   // A reader that goes away (`zephor status | head`) ends the output, not the work.
   std::signal(SIGPIPE, SIG_IGN);
   try {

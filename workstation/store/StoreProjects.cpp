@@ -63,7 +63,7 @@ Membership requireRole(Connection& connection, const StoreActor& actor, const st
   statement << project << actor.user.uuid;
   if (!statement.row()) throw StoreError{kStoreNotFound, L"this user has no project \"" + project + L"\""};
   Membership membership{static_cast<StoreRole>(statement.number(0)), statement.number(1) == kProjectArchived,
-                              statement.text(2)};
+                        statement.text(2)};
   if (membership.role > weakest) {
     throw StoreError{kStoreAccessDenied,
                      L"this user's role in the project \"" + membership.projectName + L"\" does not allow that"};
