@@ -1,6 +1,7 @@
 // What people expect of a command-line tool: streams, exit codes, dry runs, the order of flag, environment and file.
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -25,6 +26,9 @@ TEST(ProgramConventions, WrongUseAnswersTwoAndSaysWhatWasExpected) {
       {{"save", "../other/tb000001.zdw"}, "below the project's directory"},
       {{"save", "C:\\x"}, "below the project's directory"},
       {{"fetch"}, "--all"},
+      {{"save", "tb10000"}, "tb10000"},
+      {{"save", "Project1.Dat.xml"}, "not shared"},
+      {{"fetch", "quorvelprojectdb.db3"}, "not shared"},
       {{"import", "x", "y", "--into", "tb1"}, "exactly one file"},
       {{"create", "zz", "Name"}, "expected tb, pb or ze"},
       {{"--yes", "--no", "status"}, "--no"},
@@ -68,6 +72,8 @@ TEST(ProgramConventions, DryRunChangesNothing) {
   office.found({"anna", "ben"});
   office.must("anna", {"import", office.writeFile("a.dxf", "x").string()});
   office.must("anna", {"lock", "tb1"});
+  office.must("anna", {"save", "tb1"});
+  office.must("anna", {"import", office.path("a.dxf").string(), "--into", "tb1"});
   const std::string before = office.must("anna", {"status", "--json"}) + office.must("anna", {"locks", "--json"});
   office.must("anna", {"-n", "save", "tb1"});
   office.must("anna", {"-n", "unlock", "tb1"});
@@ -91,6 +97,19 @@ TEST(ProgramConventions, FlagBeatsTheEnvironment) {
   ::setenv("ZEPHOR_STORE", "/nonexistent", 1);
   EXPECT_EQ(office.run("anna", {"--project", "Library", "status"}).exitCode, 5);
   EXPECT_EQ(office.run("anna", {"--project", "Library", "--store", office.store().string(), "status"}).exitCode, 0);
+}
+
+TEST(ProgramConventions, ClosedAndFullOutputsAreNoticed) {
+  Office office;
+  office.found({"anna"});
+  const auto shell = [&](const std::string& redirection) {
+    const std::string command =
+        std::string(ZEPHOR_PROGRAM) + " -w " + office.path("anna").string() + " team list " + redirection;
+    return WEXITSTATUS(std::system(command.c_str()));
+  };
+  EXPECT_EQ(shell(">/dev/full 2>/dev/null"), 1);
+  EXPECT_EQ(shell(">&- 2>&- <&-"), 0);
+  EXPECT_EQ(shell("| true"), 0);
 }
 
 TEST(ProgramConventions, SomeDoneAndSomeRefusedIsPartlyDone) {

@@ -118,6 +118,81 @@ TEST(SharedWork, FetchNeverOverwritesAChangeThatWasNotSaved) {
   EXPECT_FALSE(std::filesystem::is_empty(office.project("ben") / "Backup"));
 }
 
+TEST(SharedWork, TwoDrawingsOfOneNumberAreNeverTakenForVersionsOfOne) {
+  Office office;
+  office.found({"anna", "ben"});
+  const std::string file = office.writeFile("a.dxf", "anna's").string();
+  office.must("ben", {"import", office.writeFile("b.dxf", "ben's").string(), "--number", "5"});
+  office.must("anna", {"import", file, "--number", "5"});
+  office.must("anna", {"import", file, "--into", "tb5"});
+  office.must("anna", {"lock", "tb5"});
+  office.must("anna", {"save", "tb5"});
+  office.must("anna", {"unlock", "tb5"});
+  EXPECT_EQ(office.run("ben", {"fetch", "--all"}).exitCode, 1);
+  office.must("ben", {"lock", "tb5"});
+  EXPECT_EQ(office.run("ben", {"save", "tb5"}).exitCode, 1);
+  office.must("ben", {"export", "tb5", office.path("out").string()});
+  EXPECT_EQ(contentOf(office.path("out")), "ben's");
+  EXPECT_THAT(office.must("ben", {"import", file}), HasSubstr("tb1:")) << "numbers of the store are not free";
+  office.must("anna", {"import", file});
+  office.must("anna", {"lock", "tb1"});
+  office.must("anna", {"save", "tb1"});
+  EXPECT_THAT(office.must("ben", {"import", file}), HasSubstr("tb2:"));
+}
+
+TEST(SharedWork, ForcedSaveKeepsTheOtherVersionAndReachesTheOthers) {
+  Office office;
+  office.found({"anna", "ben"});
+  office.must("anna", {"import", office.writeFile("a.dxf", "one").string()});
+  office.must("anna", {"lock", "tb1"});
+  office.must("anna", {"save", "tb1"});
+  office.must("ben", {"fetch", "tb1"});
+  office.must("anna", {"import", office.writeFile("a.dxf", "anna's").string(), "--into", "tb1"});
+  office.must("anna", {"save", "tb1"});
+  office.must("anna", {"unlock", "tb1"});
+  office.must("ben", {"lock", "tb1"});
+  office.must("ben", {"import", office.writeFile("b.dxf", "ben's").string(), "--into", "tb1"});
+  office.must("ben", {"save", "tb1", "--force"});
+  EXPECT_FALSE(std::filesystem::is_empty(office.project("ben") / "Backup"));
+  office.must("anna", {"fetch", "tb1"});
+  office.must("anna", {"export", "tb1", office.path("out").string()});
+  EXPECT_EQ(contentOf(office.path("out")), "ben's");
+}
+
+TEST(SharedWork, ChangeOfAZeichnungIsSeenHoweverSoonAfterASave) {
+  Office office;
+  office.found({"anna", "ben"});
+  office.must("anna", {"create", "ze", "Z", "--number", "7"});
+  office.must("anna", {"lock", "ze7"});
+  for (const std::string content : {"a", "b", "c"}) {
+    office.must("anna", {"import", office.writeFile("z.txt", content).string(), "--into", "ze7"});
+    EXPECT_THAT(office.must("anna", {"save", "ze7"}), HasSubstr("saved"));
+    office.must("ben", {"fetch", "ze7"});
+    office.must("ben", {"export", "ze7", office.path("out").string()});
+    EXPECT_EQ(contentOf(office.path("out")), content);
+  }
+}
+
+TEST(SharedWork, ParallelFailuresAreAllRemembered) {
+  Office office;
+  office.found({"anna"});
+  std::vector<std::thread> makers;
+  for (int i = 0; i < 4; ++i) {
+    makers.emplace_back([&] { office.must("anna", {"create", "tb", "Parallel"}); });
+  }
+  for (auto& maker : makers) maker.join();
+  office.must("anna", {"lock", "tb1", "tb2", "tb3", "tb4"});
+  std::filesystem::remove_all(office.store() / "incoming");
+  office.writeFile("store/incoming", "no directory");
+  std::vector<std::thread> savers;
+  for (int i = 1; i <= 4; ++i) {
+    savers.emplace_back([&office, i] { office.run("anna", {"--no", "save", "tb" + std::to_string(i)}); });
+  }
+  for (auto& saver : savers) saver.join();
+  const std::string list = office.must("anna", {"not-uploaded", "list", "--json"});
+  EXPECT_EQ(std::count(list.begin(), list.end(), '\n'), 4) << list;
+}
+
 TEST(SharedWork, FailedUploadAnsweredNoIsRememberedAndCaughtUp) {
   Office office;
   office.found({"anna", "ben"});
@@ -181,6 +256,17 @@ TEST(SharedWork, OrdinaryFileTravelsByItsNameBelowTheProject) {
   office.must("ben", {"fetch", "BIM\\notes.txt"});
   EXPECT_EQ(contentOf(office.project("ben") / "BIM" / "notes.txt"), "hello");
   EXPECT_EQ(office.run("ben", {"fetch", "BIM/none.txt"}).exitCode, 1);
+
+  std::filesystem::remove(office.project("ben") / "BIM" / "notes.txt");
+  office.writeFile("ben.txt", "ben's notes");
+  std::filesystem::copy(office.path("ben.txt"), office.project("ben") / "BIM" / "notes.txt");
+  office.writeFile("anna.txt", "anna's newer notes");
+  std::filesystem::copy(office.path("anna.txt"), office.project("anna") / "BIM" / "notes.txt",
+                        std::filesystem::copy_options::overwrite_existing);
+  office.must("anna", {"save", "BIM/notes.txt"});
+  EXPECT_EQ(office.run("ben", {"fetch", "BIM/notes.txt"}).exitCode, 1);
+  EXPECT_EQ(office.run("ben", {"save", "BIM/notes.txt"}).exitCode, 1);
+  EXPECT_EQ(contentOf(office.project("ben") / "BIM" / "notes.txt"), "ben's notes");
 }
 
 }  // namespace

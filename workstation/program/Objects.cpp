@@ -164,8 +164,15 @@ void readStore(Views& views, bool withFiles) {
 void complete(ItemView& view, const SyncBase& bases) {
   readHere(view);
   view.base = bases.get(view.fileName);
-  view.same = isSame(view);
+  // Without a stored header only time and size can be compared; what was in step once is told by that alone.
+  view.same = isSame(view) && (hasStoredHeader(view) || !view.base);
   view.state = stateOf(view.here, view.store, view.same, view.base);
+}
+
+/// "tb10000": written like an object, but there can be none of that number.
+bool looksLikeObject(const std::wstring& text) {
+  const std::wstring digits = text.size() > 2 && parseObjectType(text.substr(0, 2)) ? text.substr(2) : text;
+  return !digits.empty() && digits.find_first_not_of(L"0123456789") == std::wstring::npos;
 }
 
 /// The host's and the program's own files, which no other workstation has a use for.
@@ -251,7 +258,8 @@ std::vector<ItemName> itemArguments(const std::vector<std::string>& arguments) {
       std::replace(item.fileName.begin(), item.fileName.end(), L'/', L'\\');
       QuorvelFileType type = eFileType_Unknown;
       int number = 0;
-      const bool isObject = GetTypeFromFilePathName(item.fileName, type, number) && isObjectType(type);
+      const bool isObject =
+          looksLikeObject(text) || (GetTypeFromFilePathName(item.fileName, type, number) && isObjectType(type));
       if (isObject || !platform::isSafeRelativeName(item.fileName)) {
         throw CommandFailure{
             ExitCode::Usage,
