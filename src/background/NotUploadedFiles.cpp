@@ -42,6 +42,7 @@ struct NotUploadedState {
   std::mutex lock;
   std::vector<Entry> entries;
   bool loaded = false;  ///< false too when the file is there and could not be read
+  std::wstring path;    ///< of the project's file that the entries belong to
 };
 
 NotUploadedState& state() {
@@ -115,6 +116,12 @@ LineKind parseLine(const std::wstring& line, Entry& entry) {
 void loadOnce() {
   NotUploadedState& list = state();
   const std::wstring path = listPath();
+  // Another project has another list; the one before stands in its file.
+  if (!path.empty() && !list.path.empty() && path != list.path) {
+    list.entries.clear();
+    list.loaded = false;
+  }
+  if (!path.empty()) list.path = path;
   if (list.loaded || path.empty()) return;
   platform::TextFile file(path, L"r");
   // A file that is there and can't be read now stays unread; the next call tries again.
@@ -135,6 +142,7 @@ void loadOnce() {
 void clearList() {
   state().entries.clear();
   state().loaded = false;
+  state().path.clear();
 }
 
 std::wstring shownText(const std::vector<std::wstring>& names) {
@@ -189,7 +197,8 @@ std::size_t getNotUploadedFilesList(std::vector<std::wstring>& names) {
   names.clear();
   for (const Entry& entry : state().entries) {
     int error = 0;
-    names.push_back(lfznamC(entry.type, entry.number, 0, error));
+    std::wstring name = lfznamC(entry.type, entry.number, 0, error);
+    if (error == 0) names.push_back(std::move(name));
   }
   return names.size();
 }

@@ -52,6 +52,13 @@ void rememberNotUploaded(const std::vector<QuorvFileInfo>& files) {
   }
 }
 
+std::vector<std::wstring> namesOf(const std::vector<QuorvFileInfo>& files) {
+  std::vector<std::wstring> names;
+  names.reserve(files.size());
+  for (const QuorvFileInfo& file : files) names.push_back(file.name);
+  return names;
+}
+
 /// What the next pass sends: the files that the service named, compared exactly. When it named none of them, that is
 /// nothing.
 std::vector<QuorvFileInfo> filesToResend(const std::vector<QuorvFileInfo>& all,
@@ -83,10 +90,15 @@ CloudStatus UploadFilesRetry(const std::wstring& project, const std::wstring& ba
   for (;;) {
     const CloudStatus previous = status;
     std::vector<std::wstring> failed;
+    bool answered = false;
     status = guardedCall(kFunction, [&] {
-      return QuorvelCloudController()->GetProjectService()->UploadFilesAndMetadata(project, baseDirectory, working,
-                                                                                   headerSize, options, failed);
+      const CloudStatus answer = QuorvelCloudController()->GetProjectService()->UploadFilesAndMetadata(
+          project, baseDirectory, working, headerSize, options, failed);
+      answered = true;
+      return answer;
     });
+    // A service that broke off could not say which files are left: all of them.
+    if (!answered) failed = namesOf(working);
     if (status == 0) {
       // After a retry the caller learns of the failure before it, and the list stays: a file that the user was asked
       // about is only settled by an upload that goes through at once.

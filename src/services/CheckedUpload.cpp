@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "cloud/Ondrath_Services.h"
 #include "core/ObjectNames.h"
 #include "host/Events.h"
@@ -71,9 +73,12 @@ bool WGO_uploadConvertedFilesAfterDatwa() {
   const PRJ active = get_ActivePrj();
   if (!active.IsOndrathProject()) return true;
   const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
-  auto& waiting = fileServicesState().convertedFiles;
+  // Taken out first: a question of an upload may let the host call this service again.
+  auto waiting = std::exchange(fileServicesState().convertedFiles, {});
   std::erase_if(waiting, [&](const auto& file) { return Ondrath_uploadFile(active, file.second); });
-  return waiting.empty();
+  const bool allWent = waiting.empty();
+  fileServicesState().convertedFiles.merge(waiting);
+  return allWent;
 }
 
 }  // namespace Quorvel::FileAccess

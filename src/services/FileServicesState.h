@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <mutex>
 #include <set>
 #include <string>
 #include <utility>
@@ -15,7 +16,8 @@ struct FileServicesState {
   std::atomic<int> uploadBlocks{0};
   std::atomic<int> downloadBlocks{0};
   std::atomic<bool> displayBusyCursor{true};
-  std::atomic<int> busyCursors{0};
+  std::mutex cursorLock;
+  int busyCursors = 0;  ///< under cursorLock
   /// Name and full path of the files that wait for the end of a data conversion.
   std::set<std::pair<std::wstring, std::wstring>> convertedFiles;
   std::vector<int> markedForDelete;
