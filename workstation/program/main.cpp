@@ -23,7 +23,7 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
       ->envname("ZEPHOR_WORKSTATION");
   app.add_option("--store", options.store, "Directory of the store, for this run")->envname("ZEPHOR_STORE");
   app.add_option("-p,--project", options.project, "Project to work in, for this run")->envname("ZEPHOR_PROJECT");
-  app.add_option("--language", options.language, "Language of the messages: en, de")
+  app.add_option("--language", options.language, "Language of questions and boxes: en, de")
       ->envname("ZEPHOR_LANGUAGE")
       ->check(CLI::IsMember({"en", "de"}));
   app.add_flag("--json", options.json, "Results as one JSON object a line");
