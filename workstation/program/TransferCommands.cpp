@@ -55,28 +55,30 @@ bool wantsFetch(const ItemView& view, bool force) {
   }
 }
 
-/// Brings the store's version. The library's own verdict goes by counters alone, so what it leaves is brought all the
-/// same.
+/// True when what is here is what the store has, as far as a header tells it.
+bool isBrought(const ItemView& here, const ItemView& store) {
+  const bool hasHeader = store.object && store.object->type != eFileType_Zeichnung;
+  return here.here && store.store && (!hasHeader || here.here == store.store);
+}
+
+/// Brings the store's version and answers how both sides stand then. The library's own verdict goes by counters alone,
+/// so what it leaves is brought all the same.
 ItemView bring(const ItemView& view, unsigned long& result) {
   const ItemName item{view.object, view.fileName};
-  const auto isThere = [&](const ItemView& now) {
-    ItemView compared = now;
-    compared.store = view.store;
-    return compared.here &&
-           (!view.object || view.object->type == eFileType_Zeichnung || compared.here == compared.store);
-  };
-  result = ERROR_GEN_FAILURE;
+  ItemView after = view;
   if (view.object && view.object->type != eFileType_Zeichnung) {
     const bool done = Quorvel::FileAccess::WGO_CheckLockAndDownloadFile(view.object->number, view.object->type, false);
-    result = done ? ERROR_SUCCESS : ERROR_GEN_FAILURE;
-    const ItemView now = readLocal(item);
-    if (done && isThere(now)) return now;
+    after.here = readLocal(item).here;
+    result = ERROR_SUCCESS;
+    if (done && isBrought(after, view)) return after;
   }
   result = Quorvel::FileAccess::WGO_downloadFile(get_ActivePrj(), itemPath(view.fileName).c_str(), false);
-  const ItemView now = readLocal(item);
-  if (result == 0 && !isThere(now)) result = ERROR_GEN_FAILURE;
-  if (view.object && now.here) noteInDatabase(*view.object);
-  return now;
+  after.here = readLocal(item).here;
+  // Somebody may have saved meanwhile; then a newer version than the one in the list has come.
+  if (result == ERROR_SUCCESS && !isBrought(after, view)) after = readItems({item}).front();
+  if (result == ERROR_SUCCESS && !isBrought(after, after)) result = ERROR_GEN_FAILURE;
+  if (view.object && after.here) noteInDatabase(*view.object);
+  return after;
 }
 
 /// Copies what is here to the project's backup directory before it is replaced.
@@ -123,11 +125,11 @@ void fetchItem(Context& context, const ItemView& view, const Arguments& argument
   }
   unsigned long result = 0;
   const ItemView now = bring(view, result);
-  if (result != 0 || !now.here) {
+  if (result != ERROR_SUCCESS) {
     report(context, item, L"not fetched", failureText(result));
     return tally.failed();
   }
-  bases.put(view.fileName, {*now.here, *view.store});
+  bases.put(view.fileName, {*now.here, *now.store});
   report(context, item, L"fetched", now.object ? platform::formatWide(L"version %u", now.here->version) : L"", &now);
   if (overwrites) context.output().message(item + L": what was here is in the project's backup directory");
   tally.done();
