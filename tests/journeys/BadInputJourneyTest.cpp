@@ -12,9 +12,7 @@ using testing::HasSubstr;
 TEST(BadInput, DamagedOrForeignObjectFileIsNamedAndNeverSaved) {
   Office office;
   office.found({"anna", "ben"});
-  office.must("anna", {"import", office.writeFile("a.dxf", "good").string()});
-  office.must("anna", {"lock", "tb1"});
-  office.must("anna", {"save", "tb1"});
+  office.share("anna", "good");
   const auto file = office.project("anna") / "tb000001.zdw";
   const std::string good = contentOf(file);
   for (const std::string& bad : {std::string(), std::string("AC1009 no object"), good.substr(0, good.size() / 2)}) {
@@ -30,8 +28,7 @@ TEST(BadInput, DamagedOrForeignObjectFileIsNamedAndNeverSaved) {
     EXPECT_EQ(contentOf(file), bad) << "a damaged file is left for a person to look at";
   }
   office.must("ben", {"fetch", "tb1"});
-  office.must("ben", {"export", "tb1", office.path("out").string()});
-  EXPECT_EQ(contentOf(office.path("out")), "good");
+  EXPECT_EQ(office.exported("ben", "tb1"), "good");
 }
 
 TEST(BadInput, MissingOrForeignOrNewerStoreIsToldWithItsPath) {

@@ -106,6 +106,17 @@ void Office::found(const std::vector<std::string>& users) {
   }
 }
 
+void Office::share(const std::string& user, const std::string& content) const {
+  must(user, {"import", writeFile("shared.dxf", content).string()});
+  must(user, {"lock", "tb1"});
+  must(user, {"save", "tb1"});
+}
+
+std::string Office::exported(const std::string& user, const std::string& object) const {
+  must(user, {"export", object, path("exported").string()});
+  return contentOf(path("exported"));
+}
+
 std::filesystem::path Office::project(const std::string& user) const {
   for (const auto& entry : std::filesystem::recursive_directory_iterator(directory_ / user)) {
     if (entry.is_directory() && entry.path().extension() == ".prj") return entry.path();

@@ -28,6 +28,11 @@ class Office {
   /// As run; a test failure when the exit code is not 0.
   std::string must(const std::string& user, const std::vector<std::string>& arguments) const;
 
+  /// Makes tb1 of a content, locks it and saves it.
+  void share(const std::string& user, const std::string& content) const;
+  /// Content of an object on a user's workstation.
+  std::string exported(const std::string& user, const std::string& object) const;
+
   std::filesystem::path path(const std::string& name) const { return directory_ / name; }
   std::filesystem::path store() const { return directory_ / "store"; }
   /// Directory of the one project on a user's workstation.

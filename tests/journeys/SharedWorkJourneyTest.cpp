@@ -23,10 +23,7 @@ TEST(SharedWork, SavedDrawingReachesTheOtherWorkstationByteForByte) {
   office.must("anna", {"save", "tb1", "tb2", "pb1", "ze7"});
 
   office.must("ben", {"fetch", "--all"});
-  const auto fetched = [&](const std::string& object) {
-    office.must("ben", {"export", object, office.path("out").string()});
-    return contentOf(office.path("out"));
-  };
+  const auto fetched = [&](const std::string& object) { return office.exported("ben", object); };
   EXPECT_EQ(fetched("tb1"), contentOf(drawing));
   EXPECT_EQ(fetched("tb2"), binary);
   EXPECT_EQ(fetched("pb1"), "");
@@ -39,9 +36,7 @@ TEST(SharedWork, SavedDrawingReachesTheOtherWorkstationByteForByte) {
 TEST(SharedWork, ChangesGoBackAndForthAndTheVersionRises) {
   Office office;
   office.found({"anna", "ben"});
-  office.must("anna", {"import", office.writeFile("a.dxf", "first").string()});
-  office.must("anna", {"lock", "tb1"});
-  office.must("anna", {"save", "tb1"});
+  office.share("anna", "first");
   office.must("anna", {"unlock", "tb1"});
   for (int round = 0; round < 3; ++round) {
     const std::string writer = round % 2 == 0 ? "ben" : "anna";
@@ -55,17 +50,14 @@ TEST(SharedWork, ChangesGoBackAndForthAndTheVersionRises) {
     office.must(writer, {"unlock", "tb1"});
     EXPECT_THAT(office.must(reader, {"status", "tb1"}), HasSubstr("newer in the store"));
     office.must(reader, {"fetch", "tb1"});
-    office.must(reader, {"export", "tb1", office.path("out").string()});
-    EXPECT_EQ(contentOf(office.path("out")), content);
+    EXPECT_EQ(office.exported(reader, "tb1"), content);
   }
 }
 
 TEST(SharedWork, ObjectThatSomebodyElseHoldsIsRefusedAndStaysAsItIs) {
   Office office;
   office.found({"anna", "ben"});
-  office.must("anna", {"import", office.writeFile("a.dxf", "anna's").string()});
-  office.must("anna", {"lock", "tb1"});
-  office.must("anna", {"save", "tb1"});
+  office.share("anna", "anna's");
   office.must("ben", {"fetch", "tb1"});
   office.must("ben", {"import", office.writeFile("b.dxf", "ben's").string(), "--into", "tb1"});
 
@@ -76,11 +68,9 @@ TEST(SharedWork, ObjectThatSomebodyElseHoldsIsRefusedAndStaysAsItIs) {
   EXPECT_EQ(office.run("ben", {"remove", "tb1"}).exitCode, 4);
   EXPECT_EQ(office.run("ben", {"unlock", "tb1"}).exitCode, 4);
 
-  office.must("ben", {"export", "tb1", office.path("out").string()});
-  EXPECT_EQ(contentOf(office.path("out")), "ben's");
+  EXPECT_EQ(office.exported("ben", "tb1"), "ben's");
   office.must("anna", {"fetch", "tb1"});
-  office.must("anna", {"export", "tb1", office.path("out").string()});
-  EXPECT_EQ(contentOf(office.path("out")), "anna's");
+  EXPECT_EQ(office.exported("anna", "tb1"), "anna's");
 }
 
 TEST(SharedWork, SaveWithoutAnyLockIsRefused) {
@@ -96,9 +86,7 @@ TEST(SharedWork, SaveWithoutAnyLockIsRefused) {
 TEST(SharedWork, FetchNeverOverwritesAChangeThatWasNotSaved) {
   Office office;
   office.found({"anna", "ben"});
-  office.must("anna", {"import", office.writeFile("a.dxf", "one").string()});
-  office.must("anna", {"lock", "tb1"});
-  office.must("anna", {"save", "tb1"});
+  office.share("anna", "one");
   office.must("ben", {"fetch", "tb1"});
   office.must("ben", {"import", office.writeFile("b.dxf", "ben's").string(), "--into", "tb1"});
   office.must("anna", {"import", office.writeFile("a.dxf", "two").string(), "--into", "tb1"});
@@ -109,12 +97,10 @@ TEST(SharedWork, FetchNeverOverwritesAChangeThatWasNotSaved) {
   EXPECT_THAT(office.must("ben", {"status", "tb1"}), HasSubstr("changed on both sides"));
   office.must("ben", {"lock", "tb1"});
   EXPECT_EQ(office.run("ben", {"save", "tb1"}).exitCode, 1) << "saved over a version that was never seen";
-  office.must("ben", {"export", "tb1", office.path("out").string()});
-  EXPECT_EQ(contentOf(office.path("out")), "ben's");
+  EXPECT_EQ(office.exported("ben", "tb1"), "ben's");
 
   office.must("ben", {"fetch", "tb1", "--force"});
-  office.must("ben", {"export", "tb1", office.path("out").string()});
-  EXPECT_EQ(contentOf(office.path("out")), "two");
+  EXPECT_EQ(office.exported("ben", "tb1"), "two");
   EXPECT_FALSE(std::filesystem::is_empty(office.project("ben") / "Backup"));
 }
 
@@ -131,8 +117,7 @@ TEST(SharedWork, TwoDrawingsOfOneNumberAreNeverTakenForVersionsOfOne) {
   EXPECT_EQ(office.run("ben", {"fetch", "--all"}).exitCode, 1);
   office.must("ben", {"lock", "tb5"});
   EXPECT_EQ(office.run("ben", {"save", "tb5"}).exitCode, 1);
-  office.must("ben", {"export", "tb5", office.path("out").string()});
-  EXPECT_EQ(contentOf(office.path("out")), "ben's");
+  EXPECT_EQ(office.exported("ben", "tb5"), "ben's");
   EXPECT_THAT(office.must("ben", {"import", file}), HasSubstr("tb1:")) << "numbers of the store are not free";
   office.must("anna", {"import", file});
   office.must("anna", {"lock", "tb1"});
@@ -143,9 +128,7 @@ TEST(SharedWork, TwoDrawingsOfOneNumberAreNeverTakenForVersionsOfOne) {
 TEST(SharedWork, ForcedSaveKeepsTheOtherVersionAndReachesTheOthers) {
   Office office;
   office.found({"anna", "ben"});
-  office.must("anna", {"import", office.writeFile("a.dxf", "one").string()});
-  office.must("anna", {"lock", "tb1"});
-  office.must("anna", {"save", "tb1"});
+  office.share("anna", "one");
   office.must("ben", {"fetch", "tb1"});
   office.must("anna", {"import", office.writeFile("a.dxf", "anna's").string(), "--into", "tb1"});
   office.must("anna", {"save", "tb1"});
@@ -155,8 +138,7 @@ TEST(SharedWork, ForcedSaveKeepsTheOtherVersionAndReachesTheOthers) {
   office.must("ben", {"save", "tb1", "--force"});
   EXPECT_FALSE(std::filesystem::is_empty(office.project("ben") / "Backup"));
   office.must("anna", {"fetch", "tb1"});
-  office.must("anna", {"export", "tb1", office.path("out").string()});
-  EXPECT_EQ(contentOf(office.path("out")), "ben's");
+  EXPECT_EQ(office.exported("anna", "tb1"), "ben's");
 }
 
 TEST(SharedWork, ChangeOfAZeichnungIsSeenHoweverSoonAfterASave) {
@@ -168,8 +150,7 @@ TEST(SharedWork, ChangeOfAZeichnungIsSeenHoweverSoonAfterASave) {
     office.must("anna", {"import", office.writeFile("z.txt", content).string(), "--into", "ze7"});
     EXPECT_THAT(office.must("anna", {"save", "ze7"}), HasSubstr("saved"));
     office.must("ben", {"fetch", "ze7"});
-    office.must("ben", {"export", "ze7", office.path("out").string()});
-    EXPECT_EQ(contentOf(office.path("out")), content);
+    EXPECT_EQ(office.exported("ben", "ze7"), content);
   }
 }
 
@@ -215,8 +196,7 @@ TEST(SharedWork, FailedUploadAnsweredNoIsRememberedAndCaughtUp) {
   EXPECT_EQ(office.must("anna", {"not-uploaded", "list"}), "");
   EXPECT_FALSE(std::filesystem::exists(office.project("anna") / "NotUploadedFiles.xml"));
   office.must("ben", {"fetch", "tb1"});
-  office.must("ben", {"export", "tb1", office.path("out").string()});
-  EXPECT_EQ(contentOf(office.path("out")), "kept");
+  EXPECT_EQ(office.exported("ben", "tb1"), "kept");
 }
 
 TEST(SharedWork, TwoProcessesRacingForOneLockHaveOneWinner) {
@@ -236,9 +216,7 @@ TEST(SharedWork, TwoProcessesRacingForOneLockHaveOneWinner) {
 TEST(SharedWork, RemovedObjectGoesToTheTrashAndIsToldToTheOthers) {
   Office office;
   office.found({"anna", "ben"});
-  office.must("anna", {"import", office.writeFile("a.dxf", "x").string()});
-  office.must("anna", {"lock", "tb1"});
-  office.must("anna", {"save", "tb1"});
+  office.share("anna", "x");
   office.must("anna", {"unlock", "tb1"});
   office.must("ben", {"fetch", "--all"});
   office.must("anna", {"remove", "tb1"});
