@@ -1,6 +1,9 @@
 #include "zephor/NotUploadedFiles.h"
 
+#include <thread>
+
 #include "platform/Files.h"
+#include "platform/Text.h"
 #include "tests/support/CloudFixture.h"
 
 namespace {
@@ -47,6 +50,23 @@ TEST_F(NotUploadedFiles, ARemovalReachesTheFileWhenTheListIsClosed) {
   EXPECT_TRUE(desk.exists(file()));
   closeNotUploadedFilesList();
   EXPECT_FALSE(desk.exists(file()));
+}
+
+TEST_F(NotUploadedFiles, UploadsOfSeveralThreadsAllLeaveTheirEntries) {
+  constexpr int kThreads = 4;
+  constexpr int kEach = 10;
+  std::vector<std::thread> uploads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    uploads.emplace_back([thread] {
+      for (int i = 1; i <= kEach; ++i) {
+        const std::wstring name = platform::formatWide(L"tb%06d.zdw", thread * 100 + i);
+        addEntryToNotUploadedFilesList(name.c_str());
+        if (i % 2 == 0) removeEntryFromNotUploadedFilesList(name.c_str());
+      }
+    });
+  }
+  for (auto& upload : uploads) upload.join();
+  EXPECT_EQ(names().size(), std::size_t{kThreads * kEach / 2});
 }
 
 TEST_F(NotUploadedFiles, WhatAnEarlierRunLeftIsNeverForgotten) {
