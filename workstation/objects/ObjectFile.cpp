@@ -238,13 +238,15 @@ DWORD writeCompressedWithRecord(const OpenedObject& old, const ObjectRecord& rec
 
 }  // namespace
 
-DWORD touchVersion(const std::wstring& path, const ObjectAuthor& author, std::wstring& error) {
+DWORD touchVersion(const std::wstring& path, const ObjectAuthor& author, std::wstring& error,
+                   const std::uint32_t* above) {
   const std::lock_guard saving(savingMutex());
   recoverInterruptedReplace(path);
   const QuiescedFile quiet(path);
   OpenedObject old;
   if (const DWORD code = openObject(path, old, error)) return code;
   NewObject object{old.info.record, old.info.contentName, {}};
+  if (above != nullptr) std::visit([&](auto& header) { header.versionCounter = *above; }, object.record);
   raiseVersion(object.record, author);
   TemporaryFileGuard temporary(temporaryBeside(path));
   if (old.info.compressed) {

@@ -43,7 +43,9 @@ WORKSTATION_API DWORD replaceContent(const std::wstring& path, const std::wstrin
                                      std::wstring& error);
 
 /// Saves without another content.
-WORKSTATION_API DWORD touchVersion(const std::wstring& path, const ObjectAuthor& author, std::wstring& error);
+/// @param above  counter that the new version follows; null: the file's own
+WORKSTATION_API DWORD touchVersion(const std::wstring& path, const ObjectAuthor& author, std::wstring& error,
+                                   const std::uint32_t* above = nullptr);
 
 /// Writes the wrapped content to `target`, byte for byte, checked against its CRC-32 on the way; an existing target is
 /// replaced. A compressed Teilbild has to be decompressed first.

@@ -164,9 +164,10 @@ void readStore(Views& views, bool withFiles) {
 void complete(ItemView& view, const SyncBase& bases) {
   readHere(view);
   view.base = bases.get(view.fileName);
+  view.same = isSame(view);
   // Without a stored header only time and size can be compared; what was in step once is told by that alone.
-  view.same = isSame(view) && (hasStoredHeader(view) || !view.base);
-  view.state = stateOf(view.here, view.store, view.same, view.base);
+  const bool surelySame = view.same && (hasStoredHeader(view) || !view.base);
+  view.state = stateOf(view.here, view.store, surelySame, view.base);
 }
 
 /// "tb10000": written like an object, but there can be none of that number.

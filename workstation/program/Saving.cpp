@@ -52,18 +52,15 @@ bool backUpStored(const ItemView& view) {
                                                                      view.fileName, L"") == 0;
 }
 
-/// A forced save of an object has to be newer than what the store has, or the others would never fetch it.
+/// A forced save of an object has to be newer than what the store has, or the others would never fetch it. The store
+/// keeps no counter of a Zeichnung.
 bool raiseAboveStore(const ItemView& view) {
-  constexpr int kMostRaises = 1000;
-  const ObjectAuthor author{lzbnum(), identity().user.name};
-  for (int i = 0; i < kMostRaises; ++i) {
-    const ItemView now = readLocal({view.object, view.fileName});
-    if (!now.here) return false;
-    if (now.here->version != view.store->version && now.here->version - view.store->version < 0x80000000U) return true;
-    std::wstring error;
-    if (touchVersion(objectPath(*view.object), author, error) != 0) return false;
-  }
-  return false;
+  if (!view.object || view.object->type == eFileType_Zeichnung) return true;
+  const std::uint32_t here = view.here->version;
+  const std::uint32_t store = view.store->version;
+  if (here != store && here - store < 0x80000000U) return true;
+  std::wstring error;
+  return touchVersion(objectPath(*view.object), {lzbnum(), identity().user.name}, error, &store) == 0;
 }
 
 /// What stands against a save; empty when nothing does.
@@ -90,6 +87,7 @@ void report(const Context& context, const std::wstring& item, const std::wstring
 }
 
 std::wstring failureText(unsigned long code) {
+  if (code == ERROR_SUCCESS) return L"it changed here or in the store while it was sent; see zephor status";
   if (code == 1 || code == ERROR_INVALID_DATA) return L"refused; what was wrong is told below";
   return platform::formatWide(L"code 0x%lx", code);
 }
@@ -117,8 +115,12 @@ void saveItem(Context& context, const ItemView& view, bool force, SyncBase& base
     return tally.done();
   }
   const bool replaces = view.state == ObjectState::NewerInStore || view.state == ObjectState::ChangedOnBoth;
-  if (replaces && (!backUpStored(view) || (view.object && !raiseAboveStore(view)))) {
+  if (replaces && !backUpStored(view)) {
     report(context, item, L"refused", L"what the store has could not be copied to the backup directory first");
+    return tally.failed();
+  }
+  if (replaces && !raiseAboveStore(view)) {
+    report(context, item, L"refused", L"the file here can't be made a newer version");
     return tally.failed();
   }
   ItemView sent;
