@@ -125,10 +125,10 @@ void saveItem(Context& context, const ItemView& view, bool force, SyncBase& base
   }
   ItemView sent;
   const unsigned long result = sendUnchanged(view, sent);
-  // An upload that went through at a second try still answers the first try's failure, so the store is asked what it
-  // has.
+  // The store is asked what it has: an upload that went through at a second try still answers the first try's failure,
+  // and what changed once more here, or was saved by somebody else meanwhile, must not count as in step.
   const ItemView after = readItems({{view.object, view.fileName}}).front();
-  if (!sent.here || !after.store || (result != 0 && !after.same)) {
+  if (!sent.here || !after.same || after.here != sent.here) {
     const bool waiting = existsEntryInNotUploadedFilesList(view.fileName.c_str());
     report(context, item, L"not saved",
            waiting ? L"it is in the list of what could not be sent; zephor not-uploaded retry" : failureText(result));
