@@ -82,6 +82,7 @@ class HOST_API CServerProperties {
   std::wstring userName;
   std::wstring password;
   std::wstring baseDirectory;
+  std::wstring certificateFile;  ///< PEM file of certificates trusted beside the system's; empty for none
   bool explicitTls = false;
   int epsvMode = 2;  ///< 0 off, 1 on, 2 the client's choice
   int connectLimitMilliseconds = 0;

@@ -78,7 +78,7 @@ bool CZepFtpConnection::initialize(Initialize_forIZepInetFileTransfer& record) {
     return false;
   }
   const CServerProperties properties(record.serverName);
-  RemoteConfiguration& configuration = remote_.configuration();
+  RemoteConfiguration& configuration = remote_;
   const bool hostChanged = configuration.take(properties);
   setServerName(configuration.hostName.c_str());
   remote_.setParentWindow(record.parentWindow);
@@ -89,6 +89,10 @@ bool CZepFtpConnection::initialize(Initialize_forIZepInetFileTransfer& record) {
   initialised_ = true;
   if (hostChanged) configuration.reconnectRequired = true;
   return true;
+}
+
+RemoteStatus CZepFtpConnection::retry(std::initializer_list<RemoteStep> steps) {
+  return runWithRetries(remote_, retrySettings_.top(), steps);
 }
 
 void CZepFtpConnection::shutdown() {

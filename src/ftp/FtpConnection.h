@@ -3,6 +3,7 @@
 
 #include "core/InetFileTransfer.h"
 #include "ftp/RemoteFtp.h"
+#include "ftp/RetryLoop.h"
 #include "ftp/RetrySettings.h"
 #include "ftp/TransferRecords.h"
 
@@ -71,10 +72,21 @@ class CZepFtpConnection : public CZepInetFileTransfer {
   std::size_t fillLockInfo(const wchar_t* project, std::vector<LockFileInfo>& out, int userFilter) override;
   std::size_t fillLockInfo(const int* pathNr, int userFilter, std::vector<LockFileInfo>& out) override;
 
-  RemoteFtp& remote() { return remote_; }
+  /// Brings down what the server has newer in a directory below the path number; see WGO_syncFromServer.
+  DWORD syncFromServer(const wchar_t* directory, const int* pathNr, const WGO_FileFilter* filter, int progress,
+                       bool recursive);
+
+  RemoteConfiguration& remote() { return remote_; }
   bool isInitialised() const { return initialised_; }
 
  private:
+  /// One operation: its steps under the settings in force.
+  RemoteStatus retry(std::initializer_list<RemoteStep> steps);
+  /// Local path of a file or directory below a path number; an empty part is left out.
+  std::wstring localPathOf(const int* pathNr, const wchar_t* dir, const wchar_t* name);
+  /// The directory's counterpart on the server, separated by `/` behind the server's root.
+  std::wstring serverDirectoryOf(const int* pathNr, const wchar_t* dir);
+
   RetrySettingsStack retrySettings_;
   RemoteFtp remote_;
   bool listingCacheOn_;

@@ -95,22 +95,6 @@ bool CZepFtpConnection::updateFileTime(const wchar_t* /*name*/, const wchar_t* /
   return false;
 }
 
-UpdateVerdict CZepFtpConnection::fileNeedsUpdate(const wchar_t* /*name*/, const wchar_t* /*dir*/, const int* /*pathNr*/,
-                                                 unsigned /*flags*/, std::uint32_t* /*lockMask*/) {
-  return eVerdict_Equal;
-}
-
-DWORD CZepFtpConnection::syncServerDirectory(const int* /*pathNr*/, const wchar_t* /*directory*/,
-                                             const WGO_FileFilter* /*filter*/, int /*progress*/) {
-  return ERROR_INVALID_DATA;
-}
-
-DWORD CZepFtpConnection::syncServerDirectoryTree(const wchar_t* /*directory*/, const int* /*pathNr*/,
-                                                 const WGO_FileFilter* /*filter*/, int /*progress*/,
-                                                 bool /*recursive*/) {
-  return ERROR_INVALID_DATA;
-}
-
 DWORD CZepFtpConnection::deleteServerDirectory(const wchar_t* /*path*/, const wchar_t* /*dir*/, const int* /*pathNr*/) {
   return ERROR_INVALID_DATA;
 }
@@ -122,35 +106,6 @@ bool CZepFtpConnection::getServerDirectories(const wchar_t* /*directory*/, int /
 
 bool CZepFtpConnection::createServerDirectory(const wchar_t* /*path*/) {
   return false;
-}
-
-bool CZepFtpConnection::createLockFile(int /*objectNumber*/, const int* /*objectType*/, const wchar_t* /*name*/,
-                                       const wchar_t* /*text*/) {
-  return false;
-}
-
-bool CZepFtpConnection::deleteLockFile(int /*objectNumber*/, const int* /*objectType*/, const wchar_t* /*name*/) {
-  return false;
-}
-
-bool CZepFtpConnection::readLockFile(const wchar_t* /*name*/, std::wstring& /*text*/) {
-  return false;
-}
-
-bool CZepFtpConnection::lockFileExists(int /*objectNumber*/, const int* /*objectType*/, const wchar_t* /*name*/,
-                                       const wchar_t* /*pattern*/) {
-  return false;
-}
-
-std::size_t CZepFtpConnection::fillLockInfo(const wchar_t* /*project*/, std::vector<LockFileInfo>& out,
-                                            int /*userFilter*/) {
-  out.clear();
-  return 0;
-}
-
-std::size_t CZepFtpConnection::fillLockInfo(const int* /*pathNr*/, int /*userFilter*/, std::vector<LockFileInfo>& out) {
-  out.clear();
-  return 0;
 }
 
 }  // namespace Quorvel::FileAccess

@@ -16,6 +16,7 @@ bool RemoteConfiguration::take(const CServerProperties& properties) {
   hostName = properties.hostName;
   userName = properties.userName;
   password = properties.password;
+  trustedCertificates = properties.certificateFile;
   connectionType = connectionTypeOf(properties.protocol, properties.explicitTls);
   readTimeoutSeconds = properties.readLimitMilliseconds / kMillisecondsPerSecond;
   connectTimeoutSeconds = properties.connectLimitMilliseconds / kMillisecondsPerSecond;

@@ -21,7 +21,7 @@ class FtpConnection : public StartedWorkstation {
 TEST_F(FtpConnection, AServerNameBecomesAConfiguration) {
   start();
   CZepFtpConnection connection;
-  const RemoteConfiguration& configuration = connection.remote().configuration();
+  const RemoteConfiguration& configuration = connection.remote();
   EXPECT_EQ(configuration.epsvMode, 2);
   ASSERT_TRUE(initialise(connection, L"wire"));
   EXPECT_EQ(configuration.hostName, L"ftp.example.org");
@@ -31,7 +31,7 @@ TEST_F(FtpConnection, AServerNameBecomesAConfiguration) {
   EXPECT_EQ(configuration.readTimeoutSeconds, 2);
   EXPECT_TRUE(configuration.reconnectRequired);
 
-  connection.remote().configuration().reconnectRequired = false;
+  connection.remote().reconnectRequired = false;
   initialise(connection, L"wire");
   EXPECT_FALSE(configuration.reconnectRequired) << "the same host keeps its connections";
   initialise(connection, L"unknown");

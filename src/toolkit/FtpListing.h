@@ -1,0 +1,42 @@
+// Lines of FTP directory listings: facts (RFC 3659, MLSD and MLST), Unix and DOS text. Pure.
+//
+// Texts are the server's bytes; nameOf turns them into wide text. A line that is none of these gives nothing; neither
+// do "." and "..", nor a name with a separator, NUL or line end in it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/WindowsTypes.h"
+
+namespace Quorvel::FileAccess {
+
+struct FtpEntry {
+  std::string name;
+  bool isDirectory = false;
+  bool isLink = false;
+  std::optional<std::int64_t> size;  ///< bytes; never negative
+  std::optional<FILETIME> time;      ///< UTC
+};
+
+/// "type=file;size=12;modify=20240131101500.123; name". The entries "cdir" and "pdir" give nothing.
+std::optional<FtpEntry> parseFactsLine(std::string_view line);
+
+/// A line of LIST, Unix ("-rw-r--r-- 1 o g 12 Jan 31 10:15 name") or DOS ("01-31-24 10:15AM 12 name").
+/// @param now  UTC; a date without a year is the one that lies nearest before it, or at most a day behind it
+std::optional<FtpEntry> parseListLine(std::string_view line, const FILETIME& now);
+
+/// "20240131101500" with an optional fraction, UTC (RFC 3659, section 2.3). A leap second counts as the second before.
+std::optional<FILETIME> parseFtpTime(std::string_view text);
+/// The same form, whole seconds.
+std::string formatFtpTime(const FILETIME& time);
+
+/// UTF-8, otherwise Latin-1.
+std::wstring nameOf(std::string_view bytes);
+
+/// `*` and `?`, without regard to case.
+bool matchesPattern(const std::wstring& name, const std::wstring& pattern);
+
+}  // namespace Quorvel::FileAccess

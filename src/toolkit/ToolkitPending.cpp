@@ -1,0 +1,12 @@
+// Nothing of the toolkit is built yet; its headers are read here so that they stay sound.
+#include "toolkit/ByteData.h"
+#include "toolkit/DirectoryClient.h"
+#include "toolkit/Ftp2W.h"
+#include "toolkit/FtpAddress.h"
+#include "toolkit/FtpFeatures.h"
+#include "toolkit/FtpListing.h"
+#include "toolkit/FtpReply.h"
+#include "toolkit/Progress.h"
+#include "toolkit/StringW.h"
+#include "zephor/ServerStore.h"
+#include "zephor/ThreadedTransfers.h"
