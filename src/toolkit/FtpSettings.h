@@ -1,0 +1,27 @@
+// What the caller set on an FTP client before it connects.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace Quorvel::FileAccess {
+
+struct FtpSettings {
+  std::wstring hostname;
+  std::string user;
+  std::string password;
+  std::wstring trustedCertificates;  ///< library path of a PEM file; empty for none
+  bool autoFeat = true;
+  std::optional<bool> useEpsv;
+  std::int32_t readTimeoutSeconds = 60;     ///< idle time; 0 for no limit
+  std::int32_t connectTimeoutSeconds = 30;  ///< 0: the limits of the system
+  std::int32_t port = 21;
+  bool authTls = false;
+  bool implicitTls = false;
+  std::size_t sendPieceBytes = std::size_t{256} * 1024;
+  int sendBufferBytes = 0;  ///< of the socket; 0 leaves it to the system
+};
+
+}  // namespace Quorvel::FileAccess
