@@ -10,8 +10,8 @@ namespace Quorvel::FileAccess {
 
 struct FtpSettings {
   std::wstring hostname;
-  std::string user;
-  std::string password;
+  std::wstring user;
+  std::wstring password;
   std::wstring trustedCertificates;  ///< library path of a PEM file; empty for none
   bool autoFeat = true;
   std::optional<bool> useEpsv;

@@ -3,7 +3,6 @@
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 
-#include <array>
 #include <boost/asio/ip/tcp.hpp>
 #include <climits>
 
@@ -52,6 +51,11 @@ FtpConnectState FtpSocket::connectState() const {
     state.connect = state.connectResult->error ? FtpConnectState::Refused : FtpConnectState::Connected;
   }
   return state.connect;
+}
+
+std::string FtpSocket::connectError() const {
+  const auto& result = state_->connectResult;
+  return result && result->error ? result->error.message() : error_;
 }
 
 bool FtpSocket::isOpen() const {

@@ -48,6 +48,8 @@ class FtpSocket {
   /// @param sendBufferBytes  0 leaves it to the system
   void beginConnect(const FtpEndpoint& endpoint, int sendBufferBytes);
   FtpConnectState connectState() const;
+  /// Why it was refused.
+  std::string connectError() const;
   bool isOpen() const;
   /// Address of the peer; empty when there is none.
   FtpEndpoint peer() const;
@@ -61,6 +63,8 @@ class FtpSocket {
   std::string tlsVersion() const;
   /// The handshake failed because of the peer's certificate.
   bool isCertificateRefused() const;
+  /// TLS failed because the connection broke.
+  bool isResetByPeer() const;
 
   FtpMoved read(void* data, std::size_t size);
   FtpMoved write(const void* data, std::size_t size);

@@ -31,6 +31,7 @@ struct FtpSocket::State {
   std::unique_ptr<SSL, FtpSslDeleter> ssl;  ///< its BIO points to `socket`
   bool isHandshakeDone = false;
   bool isTlsEnded = false;
+  bool isReset = false;
   std::shared_ptr<Readiness> readable = std::make_shared<Readiness>();
   std::shared_ptr<Readiness> writable = std::make_shared<Readiness>();
   std::shared_ptr<ConnectResult> connectResult;

@@ -93,6 +93,10 @@ bool FtpSocket::isCertificateRefused() const {
   return state_->ssl && SSL_get_verify_result(state_->ssl.get()) != X509_V_OK;
 }
 
+bool FtpSocket::isResetByPeer() const {
+  return state_->isReset;
+}
+
 FtpIo FtpSocket::tlsStatus(int result) {
   SSL* const ssl = state_->ssl.get();
   switch (SSL_get_error(ssl, result)) {
@@ -104,6 +108,7 @@ FtpIo FtpSocket::tlsStatus(int result) {
       return FtpIo::End;
     case SSL_ERROR_SYSCALL:
       state_->isTlsEnded = true;
+      state_->isReset = true;
       error_ = "the connection was reset";
       return FtpIo::Failed;
     default:

@@ -1,0 +1,48 @@
+// Listings of the current directory, and single entries, with one source of times per server.
+//
+// MLSD and MLST (RFC 3659) where the server has them. Otherwise LIST for the names and MDTM for the time of each entry.
+// The text of LIST gives times only where neither exists: it has minutes, or days, of a zone that nobody tells, and
+// would differ from the time of the same file asked for alone.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "toolkit/FtpEntryList.h"
+
+namespace Quorvel::FileAccess {
+
+class FtpSession;
+
+class FtpLister {
+ public:
+  explicit FtpLister(FtpSession& session) : session_(session) {}
+
+  /// A new connection: what was found out about the server is forgotten.
+  void reset() { isListAllRefused_ = false; }
+
+  /// Entries whose names match; none is a success.
+  bool list(const std::wstring& pattern, FtpEntryList& out);
+  /// Everything, links told apart, times where they cost nothing.
+  bool listForDeletion(FtpEntryList& out);
+  /// One entry by its name, on the control connection. None is a success.
+  bool find(const std::string& name, FtpEntryList& out);
+  /// Empty when there is no such file, or on a failure.
+  std::optional<std::int64_t> size(const std::string& name);
+
+ private:
+  using Accept = std::function<bool(const FtpEntry&)>;
+  bool read(const Accept& accept, FtpEntryList& out);
+  bool readFacts(const Accept& accept, FtpEntryList& out, bool& isUnknown);
+  bool readLines(const Accept& accept, FtpEntryList& out);
+  bool askTimes(FtpEntryList& out);
+  bool findByFacts(const std::string& name, FtpEntryList& out, bool& isUnknown);
+  bool findBySize(const std::string& name, FtpEntryList& out, bool& isUnknown);
+
+  FtpSession& session_;
+  bool isListAllRefused_ = false;
+};
+
+}  // namespace Quorvel::FileAccess

@@ -1,0 +1,271 @@
+#include "toolkit/FtpTransfer.h"
+
+#include <array>
+#include <charconv>
+#include <limits>
+
+#include "toolkit/FtpData.h"
+#include "toolkit/FtpDialogue.h"
+#include "toolkit/FtpSettings.h"
+#include "toolkit/Progress.h"
+
+namespace Quorvel::FileAccess {
+
+namespace {
+
+// How long a server may take to refuse a transfer whose port, asked for ahead of need, it has closed.
+constexpr std::chrono::seconds kStaleRefusal{5};
+
+/// "150 Opening BINARY mode data connection for a (1234 bytes)."
+std::optional<std::int64_t> announcedSize(std::string_view text) {
+  const std::size_t end = text.rfind(" bytes)");
+  const std::size_t open = end == std::string_view::npos ? end : text.rfind('(', end);
+  if (open == std::string_view::npos) return std::nullopt;
+  std::int64_t size = 0;
+  const auto [stop, error] = std::from_chars(text.data() + open + 1, text.data() + end, size);
+  if (error != std::errc() || stop != text.data() + end || size < 0) return std::nullopt;
+  return size;
+}
+
+}  // namespace
+
+FtpTransfer::FtpTransfer(FtpSession& session) : session_(session) {}
+
+FtpLoop::Clock::time_point FtpTransfer::idleDeadline() const {
+  return FtpLoop::deadlineIn(session_.settings().readTimeoutSeconds);
+}
+
+bool FtpTransfer::retrieve(const std::string& command, FtpSink& sink) {
+  const bool isReceived = begin(command) && receive(sink) && awaitFinal(false);
+  const bool isKept = sink.finish();
+  if (!isReceived) return false;
+  if (!isKept) session_.dialogue().note("Error: " + sink.error());
+  return isWhole() && isKept;
+}
+
+bool FtpTransfer::store(const std::string& command, FtpSource& source) {
+  return begin(command) && send(source) && awaitFinal(true) && isWhole();
+}
+
+bool FtpTransfer::begin(const std::string& command) {
+  for (bool mayRepeat = true;; mayRepeat = false) {
+    const std::optional<FtpDataPort> port = session_.dataPort();
+    if (!port) return false;
+    Step step = connectData(*port, command);
+    if (step == Step::Done && session_.tls() != nullptr) step = secureData();
+    if (step == Step::Done) break;
+    if (step == Step::Stale && mayRepeat) continue;
+    if (data_) data_->reset();
+    return false;
+  }
+  begun_ = FtpLoop::Clock::now();
+  return true;
+}
+
+FtpTransfer::Step FtpTransfer::connectData(const FtpDataPort& port, const std::string& command) {
+  final_.reset();
+  announced_.reset();
+  FtpSocket& data = data_.emplace(session_.loop());
+  data.beginConnect({session_.peerAddress(), port.number}, session_.settings().sendBufferBytes);
+  if (!session_.control().send(command)) return Step::Failed;
+  const auto deadline = FtpLoop::deadlineIn(session_.settings().connectTimeoutSeconds);
+  for (;;) {
+    const FtpConnectState state = data.connectState();
+    if (state == FtpConnectState::Connected) return Step::Done;
+    if (!takeReplies()) return Step::Failed;
+    // The server gave the port up: it may do so when the question was asked long ago.
+    if (isRefused()) return port.isSentAhead && final_->code == 425 ? Step::Stale : Step::Refused;
+    if (state == FtpConnectState::Refused) {
+      if (port.isSentAhead) return awaitStaleRefusal();
+      session_.control().fail(FtpFailure::Lost, "Error: the data connection was refused: " + data.connectError());
+      return Step::Failed;
+    }
+    if (!watch(FtpInterest::Connect, deadline)) return Step::Failed;
+  }
+}
+
+FtpTransfer::Step FtpTransfer::awaitStaleRefusal() {
+  const auto deadline = FtpLoop::Clock::now() + kStaleRefusal;
+  while (!final_) {
+    const FtpWaited waited = session_.loop().wait({{session_.control().socket(), FtpInterest::Read}}, deadline);
+    if (waited != FtpWaited::Ready) {
+      session_.control().fail(waited == FtpWaited::Aborted ? FtpFailure::Aborted : FtpFailure::TimedOut,
+                              "Error: the data connection was refused");
+      return Step::Failed;
+    }
+    if (!takeReplies()) return Step::Failed;
+  }
+  return Step::Stale;
+}
+
+FtpTransfer::Step FtpTransfer::secureData() {
+  FtpSocket& data = *data_;
+  if (!data.secure(*session_.tls(), nullptr, &session_.tlsSession())) {
+    abandon("Error: " + data.error());
+    return Step::Failed;
+  }
+  const auto deadline = FtpLoop::deadlineIn(session_.settings().connectTimeoutSeconds);
+  for (;;) {
+    const FtpIo status = data.handshake();
+    if (status == FtpIo::Done) return Step::Done;
+    if (status != FtpIo::AgainRead && status != FtpIo::AgainWrite) {
+      if (takeReplies() && !isRefused()) abandon("Error: TLS of the data connection failed: " + data.error());
+      return Step::Failed;
+    }
+    if (!watch(status == FtpIo::AgainWrite ? FtpInterest::Write : FtpInterest::Read, deadline)) return Step::Failed;
+    if (isRefused()) return Step::Refused;
+  }
+}
+
+bool FtpTransfer::receive(FtpSink& sink) {
+  for (;;) {
+    const FtpSpace space = sink.space();
+    if (space.size == 0) return abandon("Error: " + sink.error());
+    const FtpMoved moved = data_->read(space.data, space.size);
+    switch (moved.status) {
+      case FtpIo::Done:
+        bytes_ += static_cast<std::int64_t>(moved.bytes);
+        if (!sink.filled(moved.bytes)) return abandon("Error: " + sink.error());
+        if (!tellProgress()) return false;
+        continue;
+      case FtpIo::AgainRead:
+      case FtpIo::AgainWrite: {
+        if (isRefused()) return true;
+        const bool forWrite = moved.status == FtpIo::AgainWrite;
+        if (!watch(forWrite ? FtpInterest::Write : FtpInterest::Read, idleDeadline())) return false;
+        continue;
+      }
+      case FtpIo::End:
+        return true;
+      case FtpIo::Truncated:
+        isTruncated_ = true;
+        return true;
+      case FtpIo::Failed:
+        break;
+    }
+    isBroken_ = true;
+    session_.dialogue().note("Error: the data connection broke: " + data_->error());
+    return true;
+  }
+}
+
+bool FtpTransfer::send(FtpSource& source) {
+  for (;;) {
+    const std::string_view piece = source.next();
+    if (source.failed()) return abandon("Error: " + source.error());
+    if (piece.empty()) return true;
+    const FtpMoved moved = data_->write(piece.data(), piece.size());
+    if (moved.status == FtpIo::Done) {
+      source.consumed(moved.bytes);
+      bytes_ += static_cast<std::int64_t>(moved.bytes);
+      if (!tellProgress()) return false;
+      continue;
+    }
+    if (moved.status != FtpIo::AgainRead && moved.status != FtpIo::AgainWrite) {
+      isBroken_ = true;
+      session_.dialogue().note("Error: the data connection broke: " + data_->error());
+      return true;
+    }
+    const bool forWrite = moved.status == FtpIo::AgainWrite;
+    if (!watch(forWrite ? FtpInterest::Write : FtpInterest::Read, idleDeadline())) return false;
+    if (final_) {
+      // The server's last word before all was sent: its disk may be full.
+      isBroken_ = true;
+      return true;
+    }
+  }
+}
+
+bool FtpTransfer::awaitFinal(bool drain) {
+  // Over TLS an upload ends with the end of TLS and the half-close; the server's own end and its sessions are read before
+  // the connection is closed, since bytes left unread would turn the close into a reset. A plain one has nothing to read.
+  if (drain && !isBroken_ && session_.tls() != nullptr) {
+    data_->finishSending();
+  } else {
+    data_->close();
+    drain = false;
+  }
+  std::array<char, 4096> rest{};
+  while (!final_) {
+    if (!takeReplies()) return false;
+    if (final_) break;
+    if (drain) {
+      const FtpMoved moved = data_->read(rest.data(), rest.size());
+      drain = moved.status == FtpIo::Done || moved.status == FtpIo::AgainRead;
+      if (!drain) data_->close();
+      if (moved.status == FtpIo::Done) continue;
+    }
+    if (drain) {
+      if (!watch(FtpInterest::Read, idleDeadline())) return false;
+      continue;
+    }
+    const FtpWaited waited = session_.loop().wait({{session_.control().socket(), FtpInterest::Read}}, idleDeadline());
+    if (waited == FtpWaited::Aborted) return abandon("Error: aborted");
+    if (waited == FtpWaited::TimedOut) {
+      session_.control().fail(FtpFailure::TimedOut, "Error: the server does not answer at the end of the transfer");
+      return false;
+    }
+  }
+  data_->close();
+  return true;
+}
+
+bool FtpTransfer::isWhole() {
+  if (isRefused() || isBroken_) return false;
+  if (announced_ && !isPartial_ && bytes_ < *announced_) {
+    session_.dialogue().note("Error: " + std::to_string(bytes_) + " bytes arrived of the " +
+                             std::to_string(*announced_) + " that the server announced");
+    return false;
+  }
+  // Servers exist that leave out the end of TLS; their word on the control connection stands for it.
+  if (isTruncated_) session_.dialogue().note("The data connection ended without the end of TLS");
+  return true;
+}
+
+bool FtpTransfer::watch(FtpInterest interest, FtpLoop::Clock::time_point deadline) {
+  FtpControl& control = session_.control();
+  const FtpWaited waited =
+      final_ ? session_.loop().wait({{*data_, interest}}, deadline)
+             : session_.loop().wait({{*data_, interest}, {control.socket(), FtpInterest::Read}}, deadline);
+  if (waited == FtpWaited::Aborted) return abandon("Error: aborted");
+  if (waited == FtpWaited::Ready) return final_ || takeReplies();
+  data_->reset();
+  control.fail(FtpFailure::TimedOut, "Error: no data moved within the time allowed");
+  return false;
+}
+
+bool FtpTransfer::takeReplies() {
+  FtpControl& control = session_.control();
+  while (!final_) {
+    std::optional<FtpReply> reply = control.tryReply();
+    if (!reply) break;
+    if (reply->isPreliminary()) {
+      announced_ = announcedSize(reply->text);
+    } else {
+      final_ = std::move(reply);
+    }
+  }
+  if (control.isOpen()) return true;
+  if (data_) data_->reset();
+  return false;
+}
+
+bool FtpTransfer::tellProgress() {
+  CkFtp2ProgressW* const receiver = session_.loop().receiver();
+  if (receiver == nullptr) return true;
+  const auto micros =
+      std::chrono::duration_cast<std::chrono::microseconds>(FtpLoop::Clock::now() - begun_).count() + 1;
+  const double rate = static_cast<double>(bytes_) * 1e6 / static_cast<double>(micros);
+  constexpr auto kMost = static_cast<double>(std::numeric_limits<std::uint32_t>::max());
+  receiver->onTransferRate(bytes_, rate < kMost ? static_cast<std::uint32_t>(rate) : 0xFFFFFFFFU);
+  return !session_.loop().isAbortAsked() || abandon("Error: aborted");
+}
+
+bool FtpTransfer::abandon(const std::string& why) {
+  session_.dialogue().note(why);
+  data_->reset();
+  session_.abandonTransfer(!final_.has_value());
+  return false;
+}
+
+}  // namespace Quorvel::FileAccess
