@@ -29,7 +29,7 @@ bool ClsFtp2::retrieve(const std::wstring& remote, FtpSink& sink) {
     session_.noteTransferDone();
   } else {
     noteRefusedTransfer(transfer.finalCode());
-    if (*offset > 0) session_.doubtRestart();
+    if (*offset > 0 && lastBytes_ == 0) session_.doubtRestart();
   }
   if (receiver != nullptr) receiver->onEndDownload(remote.c_str(), lastBytes_);
   return isRetrieved;

@@ -40,11 +40,11 @@ bool FtpFileSink::open() {
 }
 
 FtpSpace FtpFileSink::space() {
-  if (!open()) return {};
   return {buffer_.data() + used_, buffer_.size() - used_};
 }
 
 bool FtpFileSink::filled(std::size_t bytes) {
+  if (!open()) return false;
   used_ += bytes;
   return used_ < buffer_.size() || write();
 }
@@ -55,8 +55,8 @@ bool FtpFileSink::write() {
   return size == 0 || file_->write(buffer_.data(), static_cast<DWORD>(size)) || fail();
 }
 
-bool FtpFileSink::finish() {
-  if (!error_.empty() || !open()) return false;
+bool FtpFileSink::finish(bool isReceived) {
+  if (!error_.empty() || (!file_ && !isReceived) || !open()) return false;
   // A full disk of the network kind is told at the close.
   return write() && (file_->close() || fail());
 }
@@ -99,7 +99,7 @@ bool FtpLineSink::filled(std::size_t bytes) {
   return true;
 }
 
-bool FtpLineSink::finish() {
+bool FtpLineSink::finish(bool /*isReceived*/) {
   if (used_ > 0) take({buffer_.data(), used_});
   used_ = 0;
   return true;

@@ -28,8 +28,9 @@ class FtpSink {
   virtual FtpSpace space() = 0;
   /// @return false when they could not be kept
   virtual bool filled(std::size_t bytes) = 0;
-  /// The transfer is over, well or not. @return false when not all is kept
-  virtual bool finish() { return true; }
+  /// The transfer is over. One that failed leaves what arrived, and nothing where nothing was asked for.
+  /// @return false when not all is kept
+  virtual bool finish(bool /*isReceived*/) { return true; }
   /// Why it failed.
   virtual std::string error() const { return {}; }
 };
@@ -45,14 +46,14 @@ class FtpSource {
   virtual std::string error() const { return {}; }
 };
 
-/// A file, made anew when the data connection stands: a download that is refused leaves the old file alone.
+/// A file, made anew when the first bytes arrive: a download that is refused leaves the old file alone.
 class FtpFileSink final : public FtpSink {
  public:
   /// @param buffer  lent; kept from one transfer to the next
   FtpFileSink(std::wstring path, std::vector<char>& buffer);
   FtpSpace space() override;
   bool filled(std::size_t bytes) override;
-  bool finish() override;
+  bool finish(bool isReceived) override;
   std::string error() const override { return error_; }
 
  private:
@@ -84,7 +85,7 @@ class FtpLineSink final : public FtpSink {
   explicit FtpLineSink(std::function<void(std::string_view)> onLine);
   FtpSpace space() override;
   bool filled(std::size_t bytes) override;
-  bool finish() override;
+  bool finish(bool isReceived) override;
 
  private:
   void take(std::string_view line);

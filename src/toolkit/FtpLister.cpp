@@ -50,7 +50,7 @@ bool FtpLister::list(const std::wstring& pattern, FtpEntryList& out) {
   const bool isAll = pattern.empty() || pattern == L"*";
   const auto accept = [&](const FtpEntry& entry) { return isAll || matchesPattern(nameOf(entry.name), pattern); };
   if (!read(accept, out)) return false;
-  return session_.features().mlst || askTimes(out);
+  return askDetails(out, session_.features().mlst);
 }
 
 bool FtpLister::listForDeletion(FtpEntryList& out) {
@@ -107,19 +107,33 @@ bool FtpLister::readLines(const Accept& accept, FtpEntryList& out) {
   return true;
 }
 
-bool FtpLister::askTimes(FtpEntryList& out) {
+// A link shows its own size and time in every form of a listing; SIZE and MDTM tell those of what it leads to.
+bool FtpLister::askDetails(FtpEntryList& out, bool onlyLinks) {
   if (!session_.features().mdtm) return true;
-  std::vector<std::uint32_t> files;
+  struct Question {
+    std::uint32_t index;
+    bool isSize;
+  };
+  std::vector<Question> questions;
   for (std::size_t i = 0; i < out.size(); ++i) {
-    if (!out.isDirectory(i)) files.push_back(static_cast<std::uint32_t>(i));
+    if (out.isDirectory(i) || (onlyLinks && !out.isLink(i))) continue;
+    questions.push_back({static_cast<std::uint32_t>(i), false});
+    if (out.isLink(i) && session_.features().size) questions.push_back({static_cast<std::uint32_t>(i), true});
   }
   bool isUnknown = false;
   const bool isAsked = sendAhead(
-      session_, files.size(), [&](std::size_t i) { return "MDTM " + std::string(out.name(files[i])); },
+      session_, questions.size(),
+      [&](std::size_t i) {
+        return (questions[i].isSize ? "SIZE " : "MDTM ") + std::string(out.name(questions[i].index));
+      },
       [&](std::size_t i, const FtpReply& reply) {
+        if (questions[i].isSize) {
+          out.setBytes(questions[i].index, sizeIn(reply));
+          return;
+        }
         isUnknown = isUnknown || isUnknownCommand(reply.code);
         // The time of the listing line stays only where no other source exists.
-        if (!isUnknown) out.setTime(files[i], timeIn(reply));
+        if (!isUnknown) out.setTime(questions[i].index, timeIn(reply));
       });
   if (isUnknown) session_.withdraw(&FtpFeatures::mdtm);
   return isAsked;
@@ -138,7 +152,7 @@ bool FtpLister::find(const std::string& name, FtpEntryList& out) {
     if (!isUnknown) return false;
   }
   if (!session_.control().isOpen()) return false;
-  return read([&](const FtpEntry& entry) { return entry.name == name; }, out) && askTimes(out);
+  return read([&](const FtpEntry& entry) { return entry.name == name; }, out) && askDetails(out, false);
 }
 
 bool FtpLister::findByFacts(const std::string& name, FtpEntryList& out, bool& isUnknown) {
@@ -154,10 +168,13 @@ bool FtpLister::findByFacts(const std::string& name, FtpEntryList& out, bool& is
     std::optional<FtpEntry> entry = parseFactsOfOne(text.substr(begin, end - begin));
     if (!entry) continue;
     entry->name = leafOf(name);
+    // proftpd 1.3.8 gives a link the type of what it leads to and yet its own size; the mode tells it apart.
+    const bool isHiddenLink = !entry->isDirectory && text.find(";UNIX.mode=0777;") != std::string_view::npos;
+    entry->isLink = entry->isLink || isHiddenLink;
     out.add(*entry);
     break;
   }
-  return true;
+  return askDetails(out, true);
 }
 
 bool FtpLister::findBySize(const std::string& name, FtpEntryList& out, bool& isUnknown) {

@@ -37,7 +37,7 @@ class FtpLister {
   bool read(const Accept& accept, FtpEntryList& out);
   bool readFacts(const Accept& accept, FtpEntryList& out, bool& isUnknown);
   bool readLines(const Accept& accept, FtpEntryList& out);
-  bool askTimes(FtpEntryList& out);
+  bool askDetails(FtpEntryList& out, bool onlyLinks);
   bool findByFacts(const std::string& name, FtpEntryList& out, bool& isUnknown);
   bool findBySize(const std::string& name, FtpEntryList& out, bool& isUnknown);
 

@@ -37,9 +37,9 @@ FtpLoop::Clock::time_point FtpTransfer::idleDeadline() const {
 
 bool FtpTransfer::retrieve(const std::string& command, FtpSink& sink) {
   const bool isReceived = begin(command) && receive(sink) && awaitFinal(false);
-  const bool isKept = sink.finish();
+  const bool isKept = sink.finish(isReceived && !isRefused());
   if (!isReceived) return false;
-  if (!isKept) session_.dialogue().note("Error: " + sink.error());
+  if (!isKept && !sink.error().empty()) session_.dialogue().note("Error: " + sink.error());
   return isWhole() && isKept;
 }
 
