@@ -13,8 +13,8 @@ namespace Quorvel::FileAccess {
 
 namespace {
 
-// How long a server may take to refuse a transfer whose port, asked for ahead of need, it has closed.
-constexpr std::chrono::seconds kStaleRefusal{5};
+// How long a server may take to refuse a transfer whose data connection it has closed itself.
+constexpr std::chrono::seconds kRefusal{5};
 
 /// "150 Opening BINARY mode data connection for a (1234 bytes)."
 std::optional<std::int64_t> announcedSize(std::string_view text) {
@@ -76,7 +76,7 @@ FtpTransfer::Step FtpTransfer::connectData(const FtpDataPort& port, const std::s
     // The server gave the port up: it may do so when the question was asked long ago.
     if (isRefused()) return port.isSentAhead && final_->code == 425 ? Step::Stale : Step::Refused;
     if (state == FtpConnectState::Refused) {
-      if (port.isSentAhead) return awaitStaleRefusal();
+      if (port.isSentAhead) return awaitRefusal() ? Step::Stale : Step::Failed;
       session_.control().fail(FtpFailure::Lost, "Error: the data connection was refused: " + data.connectError());
       return Step::Failed;
     }
@@ -84,18 +84,16 @@ FtpTransfer::Step FtpTransfer::connectData(const FtpDataPort& port, const std::s
   }
 }
 
-FtpTransfer::Step FtpTransfer::awaitStaleRefusal() {
-  const auto deadline = FtpLoop::Clock::now() + kStaleRefusal;
-  while (!final_) {
+bool FtpTransfer::awaitRefusal() {
+  const auto deadline = FtpLoop::Clock::now() + kRefusal;
+  while (takeReplies()) {
+    if (final_) return true;
     const FtpWaited waited = session_.loop().wait({{session_.control().socket(), FtpInterest::Read}}, deadline);
-    if (waited != FtpWaited::Ready) {
-      session_.control().fail(waited == FtpWaited::Aborted ? FtpFailure::Aborted : FtpFailure::TimedOut,
-                              "Error: the data connection was refused");
-      return Step::Failed;
-    }
-    if (!takeReplies()) return Step::Failed;
+    if (waited == FtpWaited::Ready) continue;
+    session_.control().fail(waited == FtpWaited::Aborted ? FtpFailure::Aborted : FtpFailure::TimedOut,
+                            "Error: the server does not answer for the data connection");
   }
-  return Step::Stale;
+  return false;
 }
 
 FtpTransfer::Step FtpTransfer::secureData() {
@@ -109,8 +107,12 @@ FtpTransfer::Step FtpTransfer::secureData() {
     const FtpIo status = data.handshake();
     if (status == FtpIo::Done) return Step::Done;
     if (status != FtpIo::AgainRead && status != FtpIo::AgainWrite) {
-      if (takeReplies() && !isRefused()) abandon("Error: TLS of the data connection failed: " + data.error());
-      return Step::Failed;
+      // A server that refuses the transfer itself may close the data connection before its reply arrives.
+      const std::string error = data.error();
+      data.reset();
+      if (awaitRefusal() && !isRefused()) isBroken_ = true;
+      if (!isRefused()) session_.dialogue().note("Error: TLS of the data connection failed: " + error);
+      return Step::Refused;
     }
     if (!watch(status == FtpIo::AgainWrite ? FtpInterest::Write : FtpInterest::Read, deadline)) return Step::Failed;
     if (isRefused()) return Step::Refused;

@@ -39,7 +39,8 @@ class FtpTransfer {
 
   bool begin(const std::string& command);
   Step connectData(const FtpDataPort& port, const std::string& command);
-  Step awaitStaleRefusal();
+  /// The data connection could not be brought up: the server will say so.
+  bool awaitRefusal();
   Step secureData();
   bool receive(FtpSink& sink);
   bool send(FtpSource& source);
