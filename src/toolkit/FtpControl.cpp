@@ -111,4 +111,15 @@ std::optional<FtpReply> FtpControl::reply() {
   }
 }
 
+std::optional<FtpReply> FtpControl::replyWithin(std::int64_t milliseconds) {
+  const auto deadline = FtpLoop::Clock::now() + std::chrono::milliseconds(milliseconds);
+  for (;;) {
+    if (std::optional<FtpReply> reply = tryReply()) return reply;
+    if (!isOpen()) return std::nullopt;
+    const FtpWaited waited = loop_.wait({{*socket_, FtpInterest::Read}}, deadline);
+    if (waited == FtpWaited::Aborted) fail(FtpFailure::Aborted, "Error: aborted");
+    if (waited != FtpWaited::Ready) return std::nullopt;
+  }
+}
+
 }  // namespace Quorvel::FileAccess

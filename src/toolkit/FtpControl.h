@@ -49,6 +49,8 @@ class FtpControl {
   /// Waits for the next reply. Empty on a failure, which failure() tells; the connection is then closed, since replies
   /// would be taken for those of other commands.
   std::optional<FtpReply> reply();
+  /// The same for at most a time, in milliseconds; when that passes the connection stays open.
+  std::optional<FtpReply> replyWithin(std::int64_t milliseconds);
   FtpFailure failure() const { return failure_; }
   /// Closes and notes why.
   void fail(FtpFailure failure, std::string_view text);

@@ -12,6 +12,10 @@ namespace {
 constexpr int kPathName = 257;
 // Replies that may stand between an abandoned transfer and the answer to PWD: its 150, its 226 or 426, one of ABOR.
 constexpr int kMostStrayReplies = 6;
+// How long a server may keep silent about an abandoned transfer, beside some round trips; and how many times that it
+// may take to answer PWD before a new session is the better way.
+constexpr std::int64_t kPatienceMilliseconds = 300;
+constexpr std::int64_t kLongestStep = 10;
 }  // namespace
 
 FtpSession::FtpSession(const FtpSettings& settings, FtpLoop& loop, FtpDialogue& dialogue)
@@ -184,11 +188,13 @@ bool FtpSession::cancelRestart() {
 bool FtpSession::isInStepAgain() {
   // One reply of whatever code ends the abandoned transfer: 426, 226, or the 150 that was not read yet. PWD goes out
   // only then, since a server may swallow what arrives before; its 257 can't be taken for a reply of the transfer.
-  if (isReplyOwed_ && !control_.reply()) return false;
+  // pure-ftpd says nothing at all after some transfers over TLS: silence ends the wait as well.
+  const std::int64_t patience = kPatienceMilliseconds + 8 * roundTrip_ / 1000;
+  if (isReplyOwed_) control_.replyWithin(patience);
   isReplyOwed_ = false;
   if (!control_.isOpen() || !control_.send("PWD")) return false;
   for (int i = 0; i < kMostStrayReplies; ++i) {
-    const std::optional<FtpReply> answer = control_.reply();
+    const std::optional<FtpReply> answer = control_.replyWithin(kLongestStep * patience);
     if (!answer || !control_.isOpen()) return false;
     if (answer->code == kPathName) {
       isOutOfStep_ = false;
