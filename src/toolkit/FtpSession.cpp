@@ -207,10 +207,7 @@ bool FtpSession::isInStepAgain() {
 bool FtpSession::resynchronise() {
   if (isInStepAgain()) return true;
   if (control_.failure() == FtpFailure::Aborted) return false;
-  const bool wasTls13 = facts_.tlsVersion == L"TLSv1.3";
   dialogue_.note("The session did not outlive the end of a transfer; connecting anew");
-  // A server whose session breaks at an abandoned transfer over TLS 1.3 keeps it over TLS 1.2: proftpd 1.3.8.
-  if (wasTls13) isTls13Forbidden_ = true;
   const std::string wanted = directory_.wanted();
   if (!open()) return false;
   directory_.want(wanted);

@@ -115,7 +115,6 @@ class FtpSession {
   int transfersInRow_ = 0;
   bool isOutOfStep_ = false;
   bool isReplyOwed_ = false;
-  bool isTls13Forbidden_ = false;
 };
 
 }  // namespace Quorvel::FileAccess

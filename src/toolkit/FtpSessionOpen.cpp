@@ -38,7 +38,6 @@ std::int32_t FtpSession::setupTimeout() const {
 
 bool FtpSession::connect() {
   directory_.forgetAll();
-  isTls13Forbidden_ = false;
   return open();
 }
 
@@ -131,7 +130,6 @@ bool FtpSession::secure(const std::string& host) {
     return refuse(problem, "Error: can't read the certificates in " + platform::toUtf8(settings_.trustedCertificates));
   }
   if (problem != eConnect_Ok) return refuse(problem, "Error: TLS can't be prepared: " + tlsErrorText());
-  if (isTls13Forbidden_) tls_->forbidTls13();
   if (!control_.socket().secure(*tls_, &tlsSession_, nullptr)) {
     return refuse(eConnect_TlsNotStarted, "Error: " + control_.socket().error());
   }

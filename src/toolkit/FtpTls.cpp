@@ -65,10 +65,6 @@ std::int32_t FtpTls::prepare(const std::string& trustedPem) {
   return eConnect_Ok;
 }
 
-void FtpTls::forbidTls13() {
-  if (context_ != nullptr) SSL_CTX_set_max_proto_version(context_, TLS1_2_VERSION);
-}
-
 ssl_st* FtpTls::newConnection(FtpTlsSession* keep, const FtpTlsSession* resume) {
   ERR_clear_error();
   SSL* const ssl = context_ != nullptr ? SSL_new(context_) : nullptr;

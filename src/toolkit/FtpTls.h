@@ -27,8 +27,6 @@ class FtpTls {
   /// Trusts what the system trusts, and the certificates of a PEM file (system path) unless it is empty.
   /// @return 0, or the ConnectFailReason
   std::int32_t prepare(const std::string& trustedPem);
-  /// From the next connection on.
-  void forbidTls13();
 
   /// @return null on failure; the caller owns it
   ssl_st* newConnection(FtpTlsSession* keep, const FtpTlsSession* resume);
