@@ -109,7 +109,8 @@ bool FtpLister::readLines(const Accept& accept, FtpEntryList& out) {
 
 // A link shows its own size and time in every form of a listing; SIZE and MDTM tell those of what it leads to.
 bool FtpLister::askDetails(FtpEntryList& out, bool onlyLinks) {
-  if (!session_.features().mdtm) return true;
+  const bool hasTime = session_.features().mdtm;
+  const bool hasSize = session_.features().size;
   struct Question {
     std::uint32_t index;
     bool isSize;
@@ -117,8 +118,8 @@ bool FtpLister::askDetails(FtpEntryList& out, bool onlyLinks) {
   std::vector<Question> questions;
   for (std::size_t i = 0; i < out.size(); ++i) {
     if (out.isDirectory(i) || (onlyLinks && !out.isLink(i))) continue;
-    questions.push_back({static_cast<std::uint32_t>(i), false});
-    if (out.isLink(i) && session_.features().size) questions.push_back({static_cast<std::uint32_t>(i), true});
+    if (hasTime) questions.push_back({static_cast<std::uint32_t>(i), false});
+    if (hasSize && out.isLink(i)) questions.push_back({static_cast<std::uint32_t>(i), true});
   }
   bool isUnknown = false;
   const bool isAsked = sendAhead(
