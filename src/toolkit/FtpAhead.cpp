@@ -13,14 +13,17 @@ bool sendAhead(FtpSession& session, std::size_t count, const std::function<std::
   FtpControl& control = session.control();
   std::size_t sent = 0;
   for (std::size_t answered = 0; answered < count; ++answered) {
-    if (sent < count && sent - answered <= kMostUnderWay / 2) {
+    std::optional<FtpReply> reply = session.replyAtHand();
+    if (!reply) {
+      // Only now, so that replies that come together are answered together; and before the wait, since a server that
+      // collects small packets holds its next replies back until it hears from us.
       for (; sent < count && sent - answered < kMostUnderWay; ++sent) {
         const std::string line = command(sent);
         control.queue(line, line);
       }
       if (!control.flush()) return false;
+      reply = session.reply();
     }
-    const std::optional<FtpReply> reply = session.reply();
     if (!reply || !control.isOpen()) return false;
     onReply(answered, *reply);
   }

@@ -51,6 +51,13 @@ std::optional<FtpReply> FtpSession::reply() {
   return control_.reply();
 }
 
+std::optional<FtpReply> FtpSession::replyAtHand() {
+  std::optional<FtpReply> reply = control_.tryReply();
+  if (!reply || !passive_.isAwaited()) return reply;
+  passive_.takeAwaited(*reply);
+  return control_.tryReply();
+}
+
 std::optional<FtpReply> FtpSession::exchange(std::string_view line, std::string_view shown) {
   const auto begin = FtpLoop::Clock::now();
   if (!control_.send(line, shown)) return std::nullopt;

@@ -38,6 +38,8 @@ class FtpSession {
   std::optional<FtpReply> exchange(std::string_view line, std::string_view shown);
   /// Next reply to commands that were queued, past the one to a question sent ahead.
   std::optional<FtpReply> reply();
+  /// The same where it has come already.
+  std::optional<FtpReply> replyAtHand();
   bool changeDirectory(const std::string& path);
 
   /// Asks for them when that has not been done. What a server without FEAT can is found out by trying.
