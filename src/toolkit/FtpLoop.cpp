@@ -1,6 +1,7 @@
 #include "toolkit/FtpLoop.h"
 
 #include <boost/asio/io_context.hpp>
+#include <boost/system/system_error.hpp>
 
 #include "toolkit/FtpSocket.h"
 #include "toolkit/Progress.h"
@@ -11,9 +12,19 @@ namespace {
 constexpr std::chrono::minutes kLongestSlice{10};
 }
 
-FtpLoop::FtpLoop() : context_(std::make_unique<boost::asio::io_context>(1)) {}
+FtpLoop::FtpLoop() = default;
 
 FtpLoop::~FtpLoop() = default;
+
+bool FtpLoop::prepare() {
+  if (context_) return true;
+  try {
+    context_ = std::make_unique<boost::asio::io_context>(1);
+  } catch (const boost::system::system_error&) {
+    return false;
+  }
+  return true;
+}
 
 FtpLoop::Clock::time_point FtpLoop::deadlineIn(std::int32_t seconds) {
   return seconds <= 0 ? kNoDeadline : Clock::now() + std::chrono::seconds(seconds);

@@ -37,6 +37,8 @@ class FtpLoop {
   FtpLoop(const FtpLoop&) = delete;
   FtpLoop& operator=(const FtpLoop&) = delete;
 
+  /// Before anything else. @return false when the system has no descriptors left
+  bool prepare();
   boost::asio::io_context& context() { return *context_; }
 
   void setReceiver(CkFtp2ProgressW* receiver) { receiver_ = receiver; }

@@ -70,7 +70,8 @@ std::optional<FtpReply> FtpSession::exchange(std::string_view line, std::string_
 }
 
 bool FtpSession::prepare() {
-  if (!control_.isOpen()) {
+  // A reply that nobody asked for would be taken for the next command's, and all that follow would be one off.
+  if (!isConnected()) {
     control_.fail(FtpFailure::NotConnected, "Error: there is no connection to the server");
     return false;
   }

@@ -61,7 +61,10 @@ class FtpSession {
   void abandonTransfer(bool isReplyOwed);
 
   /// REST was accepted for the next retrieve.
-  void setRestart(std::uint64_t offset) { restart_ = offset; }
+  void setRestart(std::uint64_t offset) {
+    restart_ = offset;
+    isRestartDoubtful_ = false;
+  }
   /// The offset of the retrieve that begins now; empty when the session is gone.
   std::optional<std::uint64_t> takeRestart();
   /// Before anything else that moves data: takes back an offset that the server still holds.

@@ -56,6 +56,7 @@ bool FtpSession::open() {
   if (settings_.hostname.empty()) return refuse(eConnect_NoHostName, "Error: no host name is given");
   if (!host) return refuse(eConnect_NotResolved, "Error: the host name is no name, address or either with a port");
   const auto port = host->port != 0 ? host->port : static_cast<std::uint16_t>(settings_.port);
+  if (!loop_.prepare()) return refuse(eConnect_Internal, "Error: the system has no descriptors left");
   if (!openSocket(host->name, port)) return false;
   control_.setTimeout(setupTimeout());
   if (settings_.implicitTls && !secure(host->name)) return false;

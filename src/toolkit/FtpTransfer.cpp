@@ -67,6 +67,10 @@ FtpTransfer::Step FtpTransfer::connectData(const FtpDataPort& port, const std::s
   announced_.reset();
   FtpSocket& data = data_.emplace(session_.loop());
   data.beginConnect({session_.peerAddress(), port.number}, session_.settings().sendBufferBytes);
+  if (data.connectState() == FtpConnectState::Refused) {
+    session_.dialogue().note("Error: no data connection can be made: " + data.connectError());
+    return Step::Failed;
+  }
   if (!session_.control().send(command)) return Step::Failed;
   const auto deadline = FtpLoop::deadlineIn(session_.settings().connectTimeoutSeconds);
   for (;;) {
