@@ -90,9 +90,9 @@ bool ClsFtp2::quote(const std::wstring& command) {
   }
   if (!session_.prepare()) return false;
   const std::string line = platform::toUtf8(command);
-  const std::optional<FtpReply> answer =
-      isOneOf(command, {L"PASS", L"ACCT"}) ? session_.exchange(line, line.substr(0, 4) + " ****")
-                                           : session_.exchange(line);
+  const std::optional<FtpReply> answer = isOneOf(command, {L"PASS", L"ACCT"})
+                                             ? session_.exchange(line, line.substr(0, 4) + " ****")
+                                             : session_.exchange(line);
   if (!answer) return false;
   if (answer->code == kRestartPending) session_.setRestart(restartOffset(line).value_or(0));
   if (isOneOf(command, {L"CWD", L"CDUP", L"XCWD", L"XCUP", L"SMNT", L"REIN", L"USER"})) {

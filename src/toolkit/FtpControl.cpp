@@ -58,8 +58,7 @@ bool FtpControl::flush() {
       return false;
     }
     const bool forWrite = moved.status == FtpIo::AgainWrite;
-    const FtpWaited waited =
-        loop_.wait({{*socket_, forWrite ? FtpInterest::Write : FtpInterest::Read}}, deadline);
+    const FtpWaited waited = loop_.wait({{*socket_, forWrite ? FtpInterest::Write : FtpInterest::Read}}, deadline);
     if (waited == FtpWaited::Ready) continue;
     const bool aborted = waited == FtpWaited::Aborted;
     fail(aborted ? FtpFailure::Aborted : FtpFailure::TimedOut,

@@ -18,9 +18,9 @@ class FtpDialogue;
 enum class FtpFailure : std::uint8_t {
   None,
   NotConnected,
-  Lost,      ///< the connection ended or what came is no reply
+  Lost,  ///< the connection ended or what came is no reply
   TimedOut,
-  Aborted,   ///< by the receiver
+  Aborted,  ///< by the receiver
 };
 
 class FtpControl {

@@ -108,7 +108,8 @@ bool FtpSession::changeDirectory(const std::string& path) {
   }
   const std::optional<FtpReply> where = exchange("PWD");
   if (!where) return false;
-  const std::optional<std::string> printed = where->code == kPathName ? parsePrintedDirectory(where->text) : std::nullopt;
+  const std::optional<std::string> printed =
+      where->code == kPathName ? parsePrintedDirectory(where->text) : std::nullopt;
   directory_.forgetAll();
   if (printed) {
     directory_.confirm(*printed);

@@ -183,8 +183,9 @@ bool FtpTransfer::send(FtpSource& source) {
 }
 
 bool FtpTransfer::awaitFinal(bool drain) {
-  // Over TLS an upload ends with the end of TLS and the half-close; the server's own end and its sessions are read before
-  // the connection is closed, since bytes left unread would turn the close into a reset. A plain one has nothing to read.
+  // Over TLS an upload ends with the end of TLS and the half-close; the server's own end and its sessions are read
+  // before the connection is closed, since bytes left unread would turn the close into a reset. A plain one has nothing
+  // to read.
   if (drain && !isBroken_ && session_.tls() != nullptr) {
     data_->finishSending();
   } else {
@@ -259,8 +260,7 @@ bool FtpTransfer::takeReplies() {
 bool FtpTransfer::tellProgress() {
   CkFtp2ProgressW* const receiver = session_.loop().receiver();
   if (receiver == nullptr) return true;
-  const auto micros =
-      std::chrono::duration_cast<std::chrono::microseconds>(FtpLoop::Clock::now() - begun_).count() + 1;
+  const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(FtpLoop::Clock::now() - begun_).count() + 1;
   const double rate = static_cast<double>(bytes_) * 1e6 / static_cast<double>(micros);
   constexpr auto kMost = static_cast<double>(std::numeric_limits<std::uint32_t>::max());
   receiver->onTransferRate(bytes_, rate < kMost ? static_cast<std::uint32_t>(rate) : 0xFFFFFFFFU);
