@@ -97,4 +97,23 @@ TEST_P(PlainServer, RunsOutOfDisk) {
 INSTANTIATE_TEST_SUITE_P(, PlainServer, ::testing::ValuesIn(ftpServersWith(FtpTls::None)),
                          [](const auto& tested) { return nameOf(tested.param); });
 
+class AnyServer : public PlainServer {};
+
+TEST_P(AnyServer, StartsWithEveryOption) {
+  RealFtpServerOptions options;
+  options.onlyTls12 = true;
+  options.withoutFacts = true;
+  options.withoutRest = true;
+  options.maximumConnections = 3;
+  options.bytesPerSecond = 100000;
+  const RealFtpServer server(GetParam(), options);
+  if (GetParam().tls == FtpTls::Implicit) return;
+  RawFtpDialogue dialogue(server.address(), server.port());
+  EXPECT_THAT(dialogue.reply(), StartsWith("220"));
+  EXPECT_EQ(dialogue.send("AUTH TLS").starts_with("234"), GetParam().tls == FtpTls::Explicit);
+}
+
+INSTANTIATE_TEST_SUITE_P(, AnyServer, ::testing::ValuesIn(allFtpServers()),
+                         [](const auto& tested) { return nameOf(tested.param); });
+
 }  // namespace
