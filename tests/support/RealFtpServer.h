@@ -18,6 +18,7 @@
 
 #include <cstdint>
 #include <ctime>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,9 @@ struct FtpServerVariant {
 
 /// "VsftpdExplicitTls": for INSTANTIATE_TEST_SUITE_P.
 std::string nameOf(const FtpServerVariant& variant);
+inline void PrintTo(const FtpServerVariant& variant, std::ostream* out) {
+  *out << nameOf(variant);
+}
 /// Every server with every kind of TLS that it has: pure-ftpd has no implicit TLS.
 std::vector<FtpServerVariant> allFtpServers();
 std::vector<FtpServerVariant> ftpServersWith(FtpTls tls);

@@ -1,0 +1,212 @@
+// Listings, single files and trees: the commands, the times, and what hostile or broken listings must not do.
+#include "platform/Time.h"
+#include "tests/servers/DialogueFixture.h"
+
+using namespace zephor_test;
+using ::testing::Contains;
+using ::testing::Not;
+
+namespace {
+
+using Names = std::vector<std::wstring>;
+
+class ListingDialogueTest : public DialogueTest {
+ protected:
+  std::string timeOf(std::int32_t index) {
+    FILETIME time{};
+    SYSTEMTIME utc{};
+    if (!client.GetLastModifiedFTime(index, time) || FileTimeToSystemTime(&time, &utc) == FALSE) return "none";
+    char text[64];
+    std::snprintf(text, sizeof text, "%04d%02d%02d%02d%02d%02d", utc.wYear, utc.wMonth, utc.wDay, utc.wHour,
+                  utc.wMinute, utc.wSecond);
+    return text;
+  }
+  /// An MLSD or LIST that sends this text.
+  void willList(const char* command, const std::string& text) {
+    server.on(command).reply("150 go").sendData(text).closeData().reply("226 done");
+  }
+};
+
+TEST_F(ListingDialogueTest, IsReadOnceAndKeptUntilItIsForgotten) {
+  server.addFile("/.hidden", "1");
+  server.addFile("/a b.txt", "12");
+  server.addDirectory("/plans");
+  connect();
+  EXPECT_EQ(list(L"*"), (Names{L".hidden", L"a b.txt", L"plans"}));
+  EXPECT_EQ(client.get_NumFilesAndDirs(), 3);
+  EXPECT_EQ(server.commands(), (Commands{"EPSV", "MLSD"}));
+  EXPECT_EQ(client.GetSize64(1), 2);
+  EXPECT_TRUE(client.GetIsDirectory(2));
+  EXPECT_LT(client.GetSize64(2), 0);
+  EXPECT_EQ(timeOf(0), "20240131101500");
+  EXPECT_EQ(list(L"*.TXT"), Names{L"a b.txt"});
+  CkStringW name;
+  EXPECT_FALSE(client.GetFilename(1, name));
+  EXPECT_FALSE(client.GetFilename(-1, name));
+}
+
+// updateFileTime runs after every transfer: it must not cost a listing.
+TEST_F(ListingDialogueTest, OfOneNameIsAQuestionOnTheControlConnection) {
+  server.addFile("/a.txt", "abc", "20230405060708");
+  connect();
+  EXPECT_EQ(list(L"a.txt"), Names{L"a.txt"});
+  EXPECT_EQ(timeOf(0), "20230405060708");
+  EXPECT_EQ(list(L"b.txt"), Names{});
+  EXPECT_EQ(server.commands(), (Commands{"MLST a.txt", "MLST b.txt"}));
+}
+
+TEST_F(ListingDialogueTest, HasTheSameTimesForOneFileAsForMany) {
+  for (const char* const missing : {"", "MLST", "MDTM"}) {
+    SCOPED_TRACE(missing);
+    ScriptedFtpServer one;
+    // LIST tells the day alone, MDTM the second.
+    one.addFile("/a.txt", "abc", "20230405060708");
+    one.addFile("/b.txt", "abcd", "20230405060709");
+    if (*missing != '\0') one.without("MLST");
+    if (std::string(missing) == "MDTM") one.without("MDTM");
+    client.put_Hostname(one.host().c_str());
+    ASSERT_TRUE(client.Connect());
+    ASSERT_EQ(list(L"*"), (Names{L"a.txt", L"b.txt"})) << errorText();
+    const std::string ofMany = timeOf(1);
+    ASSERT_EQ(list(L"b.txt"), Names{L"b.txt"}) << errorText();
+    EXPECT_EQ(timeOf(0), ofMany);
+    EXPECT_EQ(client.GetSize64(0), 4);
+    EXPECT_EQ(ofMany, std::string(missing) == "MDTM" ? "20230405000000" : "20230405060709");
+    EXPECT_EQ(list(L"c.txt"), Names{});
+  }
+}
+
+TEST_F(ListingDialogueTest, FallsBackWhereFeatPromisesTooMuch) {
+  server.addFile("/a.txt", "abc");
+  server.on("MLSD").reply("500 what");
+  server.on("MLST").reply("502 not yet");
+  server.on("MDTM").reply("500 what");
+  connect();
+  EXPECT_EQ(list(L"*"), Names{L"a.txt"});
+  EXPECT_EQ(list(L"a.txt"), Names{L"a.txt"});
+}
+
+TEST_F(ListingDialogueTest, TakesWhatItUnderstandsOfDosTextAndGarbage) {
+  server.without("MLST");
+  server.without("MDTM");
+  server.setListing(
+      "total 12\r\n"
+      "01-31-24  10:15AM       <DIR>          Old plans\r\n"
+      "12-01-2023  03:04PM              1234 House.dwg\r\n"
+      "-rw-r--r--   1 o g  99999999999999999999999 Jan 31  2024 too-large\r\n"
+      "\r\n\r\n-rw-r--r--\r\n? ? ? ?\r\n\x80\xFF\x00\x01 nothing\r\n"
+      "-rw-r--r--   1 o g  5 Jan 31  2024 ../../etc/passwd\r\n"
+      "drwxr-xr-x   1 o g  5 Jan 31  2024 ..\r\n"
+      "-rw-r--r--   1 o g  5 Feb 30  2024 kept\xE4.txt");
+  connect();
+  const Names names = list(L"*");
+  EXPECT_THAT(names, Contains(L"Old plans"));
+  EXPECT_THAT(names, Contains(L"House.dwg"));
+  EXPECT_THAT(names, Not(Contains(L"..")));
+  EXPECT_THAT(names, Not(Contains(L"../../etc/passwd")));
+  EXPECT_LE(names.size(), 4U);
+  for (std::size_t i = 0; i < names.size(); ++i) EXPECT_EQ(names[i].find(L'/'), std::wstring::npos);
+}
+
+TEST_F(ListingDialogueTest, TakesTimesOfAnyClockAndNoSizeThatIsNone) {
+  willList("MLSD",
+           "type=file;size=1;modify=19700101000000; epoch\r\n"
+           "type=file;size=2;modify=21000228235959.999; far\r\n"
+           "type=file;size=-3;modify=20241341996199; wrong\r\n"
+           "type=file;size=18446744073709551615;modify=; huge\r\n"
+           "type=file;size=5000000000;modify=20240131101500; five\r\n");
+  connect();
+  ASSERT_EQ(list(L"*"), (Names{L"epoch", L"far", L"wrong", L"huge", L"five"}));
+  EXPECT_EQ(timeOf(0), "19700101000000");
+  EXPECT_EQ(timeOf(1), "21000228235959");
+  EXPECT_EQ(timeOf(2), "none");
+  EXPECT_LT(client.GetSize64(2), 0);
+  EXPECT_LT(client.GetSize64(3), 0);
+  EXPECT_EQ(client.GetSize64(4), 5'000'000'000);
+  server.on("SIZE").reply("213 5000000000");
+  EXPECT_EQ(client.GetSizeByName64(L"five"), 5'000'000'000);
+  EXPECT_LT(client.GetSizeByName(L"five"), 0);
+}
+
+TEST_F(ListingDialogueTest, IsAFailureWhenItBreaksOff) {
+  for (const char* const reply : {"426 cut", "226 done"}) {
+    ScriptedFtpServer one;
+    one.once("MLSD").reply("150 go").sendData("type=file;size=1; a\r\n").pause(20).resetData().reply(reply);
+    one.addFile("/a", "1");
+    client.put_Hostname(one.host().c_str());
+    ASSERT_TRUE(client.Connect());
+    EXPECT_EQ(list(L"*"), Names{L"failed"}) << reply;
+    connectIfDead();
+    EXPECT_EQ(list(L"*"), Names{L"a"});
+  }
+}
+
+TEST_F(ListingDialogueTest, MayBeVeryLong) {
+  std::string text;
+  constexpr int kEntries = 200'000;
+  for (int i = 0; i < kEntries; ++i)
+    text += "type=file;size=1;modify=20240131101500; file" + std::to_string(i) + "\r\n";
+  willList("MLSD", text);
+  connect();
+  client.put_ListPattern(L"*");
+  EXPECT_EQ(client.get_NumFilesAndDirs(), kEntries);
+  EXPECT_EQ(list(L"file199999"), Names{});
+}
+
+TEST_F(ListingDialogueTest, GivesUpOnALineWithoutEnd) {
+  willList("MLSD", std::string(20'000'000, 'x'));
+  connect();
+  EXPECT_THAT(list(L"*"), ::testing::AnyOf(Names{}, Names{L"failed"}));
+}
+
+TEST_F(ListingDialogueTest, OfATreeIsDeletedFromBelowWithoutFollowingLinks) {
+  server.addFile("/plans/a.txt", "1");
+  server.addFile("/plans/old/b.txt", "2");
+  server.addFile("/plans/old/deep/c.txt", "3");
+  server.addFile("/other/kept.txt", "4");
+  connect();
+  ASSERT_TRUE(client.ChangeRemoteDir(L"/plans"));
+  EXPECT_TRUE(client.DeleteTree()) << errorText();
+  EXPECT_TRUE(server.has("/plans"));
+  EXPECT_FALSE(server.has("/plans/a.txt") || server.has("/plans/old"));
+  EXPECT_EQ(server.file("/other/kept.txt"), "4");
+  EXPECT_EQ(list(L"*"), Names{});
+
+  server.addFile("/plans/link", "not followed");
+  willList("MLSD", "type=OS.unix=slink:/other;size=6; link\r\ntype=dir; ..\r\ntype=dir; /other\r\ntype=pdir; x\r\n");
+  server.clearCommands();
+  EXPECT_TRUE(client.DeleteTree()) << errorText();
+  EXPECT_FALSE(server.has("/plans/link"));
+  for (const std::string& command : server.commands()) {
+    EXPECT_FALSE(command.starts_with("RMD") || command.starts_with("CWD /other") || command == "CWD ..") << command;
+  }
+  EXPECT_EQ(server.file("/other/kept.txt"), "4");
+}
+
+TEST_F(ListingDialogueTest, OfATreeThatCannotAllBeDeletedIsAFailure) {
+  server.addFile("/plans/a.txt", "1");
+  server.addFile("/plans/b.txt", "2");
+  server.on("DELE a.txt").reply("550 in use");
+  connect();
+  ASSERT_TRUE(client.ChangeRemoteDir(L"/plans"));
+  EXPECT_FALSE(client.DeleteTree());
+  EXPECT_FALSE(server.has("/plans/b.txt"));
+}
+
+TEST_F(ListingDialogueTest, ChangesNamesAndDirectories) {
+  server.addFile("/a.txt", "1");
+  connect();
+  EXPECT_TRUE(client.RenameRemoteFile(L"a.txt", L"sub\\b.txt"));
+  EXPECT_TRUE(client.CreateRemoteDir(L"new"));
+  EXPECT_FALSE(client.CreateRemoteDir(L"new"));
+  EXPECT_TRUE(client.RemoveRemoteDir(L"new"));
+  EXPECT_FALSE(client.RenameRemoteFile(L"missing", L"c"));
+  EXPECT_TRUE(client.DeleteRemoteFile(L"sub/b.txt"));
+  EXPECT_FALSE(client.DeleteRemoteFile(L"sub/b.txt"));
+  EXPECT_FALSE(client.ChangeRemoteDir(L"/missing"));
+  EXPECT_EQ(client.lastReplyCode(), 550);
+  EXPECT_EQ(server.commands(), (Commands{"RNFR a.txt", "RNTO sub/b.txt", "MKD new", "MKD new", "RMD new",
+                                         "RNFR missing", "DELE sub/b.txt", "DELE sub/b.txt", "CWD /missing"}));
+}
+
+}  // namespace
