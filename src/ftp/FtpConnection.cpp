@@ -1,11 +1,14 @@
 #include "ftp/FtpConnection.h"
 
+#include <algorithm>
 #include <exception>
+#include <string_view>
 
 #include "diagnostics/ConnectionLog.h"
 #include "ftp/UpdateVerdict.h"
 #include "host/System.h"
 #include "platform/Files.h"
+#include "platform/Paths.h"
 #include "zephor/Diagnostics.h"
 
 namespace Quorvel::FileAccess {
@@ -66,6 +69,18 @@ bool findFile(const wchar_t* path, std::int64_t& size, FILETIME& time) {
   return true;
 }
 
+/// True for a part of a path with a component "..".
+bool leavesItsDirectory(const wchar_t* part) {
+  if (part == nullptr) return false;
+  const std::wstring_view text = part;
+  for (std::size_t begin = 0; begin <= text.size();) {
+    const std::size_t end = std::min(text.find_first_of(L"/\\", begin), text.size());
+    if (text.substr(begin, end - begin) == L"..") return true;
+    begin = end + 1;
+  }
+  return false;
+}
+
 }  // namespace
 
 CZepFtpConnection::CZepFtpConnection()
@@ -89,6 +104,27 @@ bool CZepFtpConnection::initialize(Initialize_forIZepInetFileTransfer& record) {
   initialised_ = true;
   if (hostChanged) configuration.reconnectRequired = true;
   return true;
+}
+
+std::wstring CZepFtpConnection::localPathOf(const int* pathNr, const wchar_t* dir, const wchar_t* name) {
+  const std::wstring root = getPathFromNr(pathNr);
+  if (root == kNoPathText || leavesItsDirectory(dir) || leavesItsDirectory(name)) return {};
+  std::wstring path = root;
+  for (const wchar_t* part : {dir, name}) {
+    if (part != nullptr && *part != L'\0') path = platform::joinPath(path, part);
+  }
+  std::replace(path.begin(), path.end(), L'/', L'\\');
+  return path;
+}
+
+std::wstring CZepFtpConnection::serverDirectoryOf(const int* pathNr, const wchar_t* dir) {
+  std::wstring path = getServerPathFromNr(pathNr);
+  if (path == kNoPathText || leavesItsDirectory(dir)) return {};
+  if (dir == nullptr || *dir == L'\0') return path;
+  std::wstring below = dir;
+  std::replace(below.begin(), below.end(), L'\\', L'/');
+  if (below.front() != L'/' && (path.empty() || (path.back() != L'/' && path.back() != L'\\'))) path += L'/';
+  return path + below;
 }
 
 RemoteStatus CZepFtpConnection::retry(std::initializer_list<RemoteStep> steps) {

@@ -83,8 +83,10 @@ class CZepFtpConnection : public CZepInetFileTransfer {
   /// One operation: its steps under the settings in force.
   RemoteStatus retry(std::initializer_list<RemoteStep> steps);
   /// Local path of a file or directory below a path number; an empty part is left out.
+  /// @return empty for a number without a path, and for a part that would leave its directory
   std::wstring localPathOf(const int* pathNr, const wchar_t* dir, const wchar_t* name);
   /// The directory's counterpart on the server, separated by `/` behind the server's root.
+  /// @return empty for a number without a counterpart, and for a part that would leave its directory
   std::wstring serverDirectoryOf(const int* pathNr, const wchar_t* dir);
 
   RetrySettingsStack retrySettings_;
