@@ -84,8 +84,7 @@ bool leavesItsDirectory(const wchar_t* part) {
 }  // namespace
 
 CZepFtpConnection::CZepFtpConnection()
-    : retrySettings_(defaultRetrySettings()),
-      listingCacheOn_(settingOr(L"Settings\\WGOUseDirectoryListingCache", 0) != 0) {}
+    : retrySettings_(defaultRetrySettings()), remote_(settingOr(L"Settings\\WGOUseDirectoryListingCache", 0) != 0) {}
 
 bool CZepFtpConnection::initialize(Initialize_forIZepInetFileTransfer& record) {
   if (record.serverName == nullptr || *record.serverName == L'\0') {
@@ -95,6 +94,7 @@ bool CZepFtpConnection::initialize(Initialize_forIZepInetFileTransfer& record) {
   const CServerProperties properties(record.serverName);
   RemoteConfiguration& configuration = remote_;
   const bool hostChanged = configuration.take(properties);
+  remote_.keepDowngrade();
   setServerName(configuration.hostName.c_str());
   remote_.setParentWindow(record.parentWindow);
   if (!logRemoved_) {

@@ -91,7 +91,6 @@ class CZepFtpConnection : public CZepInetFileTransfer {
 
   RetrySettingsStack retrySettings_;
   RemoteFtp remote_;
-  bool listingCacheOn_;
   bool initialised_ = false;
   bool logRemoved_ = false;  ///< the log of the previous run is gone
   TransferRecords transferRecords_;

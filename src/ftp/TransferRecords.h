@@ -1,7 +1,8 @@
-// The list of objects that moved. Not locked: the thread that downloads writes it.
+// The list of objects that moved. Any thread calls.
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <vector>
 
 #include "zephor/FileTransfer.h"
@@ -13,14 +14,15 @@ class TransferRecords {
   /// Appends a report, or brings the object's entry up to it; the first two values stay those of the first report.
   /// @return false, with nothing changed, for a report whose second value is 0 and for one of a finished download
   bool add(const TransferRecord& record);
-  void clear() { records_.clear(); }
-  const std::vector<TransferRecord>& all() const { return records_; }
+  void clear();
+  std::vector<TransferRecord> all() const;
   /// State of an object's entry.
-  /// @param filter  may be null; an entry that it refuses counts as missing
+  /// @param filter  may be null; an entry that it refuses counts as missing. It must not call back
   /// @return false, with `state` untouched, when there is none
   bool stateOf(int objectNumber, std::int32_t& state, bool (*filter)(const TransferRecord&)) const;
 
  private:
+  mutable std::mutex mutex_;
   std::vector<TransferRecord> records_;
 };
 
