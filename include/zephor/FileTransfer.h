@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -108,27 +109,54 @@ struct CPartialDownload;
 
 class WGO_FileFilter;
 class IProgress;
-struct WGO_ListOptions;
+
+/// How a listing of the server is made.
+struct WGO_ListOptions {
+  std::function<bool(const std::wstring& name)> excludes;  ///< true leaves a file out; may be empty
+  bool recursive = false;                                  ///< with all sub-directories; names are then relative paths
+                                                           ///< separated by `/`
+  IProgress* progress = nullptr;                           ///< is told the directory that is being read; may be null
+};
 
 class ZEPHOR_API IZepInetFileTransfer {
  public:
   virtual ~IZepInetFileTransfer() = default;
   virtual bool initialize(Initialize_forIZepInetFileTransfer& record) = 0;
   virtual void shutdown() = 0;
+  /// Renames on the server, and the local file with it where there is one.
   virtual DWORD renameFile(const wchar_t* oldName, const wchar_t* newName, const wchar_t* dir, const int* pathNr) = 0;
+  /// As downloadFile, but gives the content to a file that the host holds open. @return 13 when the host refuses it
   virtual DWORD downloadToOpenFile(int hostFile, const wchar_t* name, const wchar_t* dir, const int* serverPathNr,
                                    const int* localPathNr, int* number, int objectNumber, unsigned flags) = 0;
+  /// Fetches a file beside its local place (".part") and puts it there when it is whole. The local file takes the time
+  /// of the server's, except below path number 9.
+  /// @param number  receives 0, or why the transfer failed; may be null
   virtual DWORD downloadFile(const wchar_t* name, const wchar_t* dir, const int* serverPathNr, const int* localPathNr,
                              int* number, int objectNumber, unsigned flags) = 0;
+  /// Sends any local file into a server directory, which is made when it is not there.
   virtual DWORD uploadFreeFile(const wchar_t* fullPath, const wchar_t* dir, const int* pathNr, bool silent) = 0;
+  /// Sends a file, which then takes the time of the server's.
+  ///
+  /// The answer is the time stamp's success and not the transfer's; callers have always read it so. Whether the file
+  /// arrived stands in the thread's last error: 0 when it did, otherwise why it did not. After a failure that may have
+  /// left a part on the server the local file's time is set a minute ahead, so that it stays the newer one.
+  /// @return 0, or 29 when the local time could not be set
   virtual DWORD uploadFile(const wchar_t* name, const wchar_t* dir, const int* pathNr, bool silent) = 0;
   virtual bool deleteServerPath(const wchar_t* path) = 0;
   virtual DWORD deleteFile(const wchar_t* name, const wchar_t* dir, const int* pathNr) = 0;
+  /// @return null, with the thread's last error set, when the file is not there or can't be asked for
   virtual CPartialDownload* openFile(const wchar_t* name, const wchar_t* dir, const int* pathNr) = 0;
+  /// @param origin  0 from the start, 1 from the position, 2 from the end
+  /// @return 1; -1 for another origin, a position before the start, and a handle that is none
   virtual int seekFile(CPartialDownload* record, long long offset, int origin) = 0;
+  /// Reads at the position, which stays where it is.
+  /// @return bytes read: 0 at the end of the file and on failure
+  /// @throws std::range_error when size or position do not fit into 32 bits
   virtual std::size_t readFilePartial(CPartialDownload* record, void* buffer, std::size_t size) = 0;
+  /// @return 6 for a handle that is none
   virtual DWORD closeFile(CPartialDownload* record) = 0;
   virtual bool existDirectory(const wchar_t* path) = 0;
+  /// A name that ends in ".prj" stands for a project. Always true while the server is not an online one.
   virtual bool existFile(const wchar_t* name) = 0;
   /// Resolves an open file handle to a project file. With a null handle `name` is resolved as it stands.
   /// @param type  file type: 0 Teilbild, 1 Zeichnung, 2 Plan, 5 QuorvelBim.xml, 10 QuorvelLayout.xml
@@ -144,19 +172,25 @@ class ZEPHOR_API IZepInetFileTransfer {
   virtual const wchar_t* getPathFromNr(const int* pathNr) = 0;
   /// The path of the number's counterpart on the server, as getPathFromNr answers it.
   virtual const wchar_t* getServerPathFromNr(const int* pathNr) = 0;
+  /// Sub-directories of a project on the server; without a project the directories of the projects themselves.
   virtual DWORD getProjectDirectories(const wchar_t* project, std::vector<WIN32_FIND_DATAW>& out) = 0;
   /// The bare file name of an object; the path number does not show in it.
   /// @param objectNumber  null or -1 gives the search pattern of the type
   /// @param name  empty for a type that is none
   virtual void getObjectFileName(const int* objectNumber, const ObjectType* type, std::wstring& name,
                                  const int* pathNr) = 0;
+  // The three listings answer 3 for a directory that is not there; an answer other than 0 leaves the list empty.
+
   virtual DWORD getServerFileInfos(const wchar_t* directory, const wchar_t* pattern, std::vector<RemoteFileEntry>& out,
                                    const WGO_ListOptions* options) = 0;
   virtual DWORD getServerFileNames(const wchar_t* directory, const wchar_t* pattern, std::vector<std::wstring>& out,
                                    const WGO_ListOptions* options) = 0;
   virtual DWORD getServerFiles(const wchar_t* directory, std::vector<RemoteFileEntry>& out) = 0;
+  /// @param size, time  may be null; untouched on failure
   virtual bool getServerFileSizeAndTime(std::int64_t* size, const wchar_t* path, FILETIME* time) = 0;
   virtual bool getLocalFileSizeAndTime(std::int64_t& size, const wchar_t* path, FILETIME& time) = 0;
+  /// Gives the local file the time of the server's, so that the two compare as equal.
+  /// @param entry  what is known of the server's file; null asks the server. A time of 0 leaves the local one as it is
   virtual bool updateFileTime(const wchar_t* name, const wchar_t* dir, const int* pathNr,
                               const RemoteFileEntry* entry) = 0;
   virtual UpdateVerdict objectNeedsUpdate(const int* objectNumber, const ObjectType* type, const int* pathNr,
@@ -176,7 +210,11 @@ class ZEPHOR_API IZepInetFileTransfer {
                                     int progress) = 0;
   virtual DWORD syncServerDirectoryTree(const wchar_t* directory, const int* pathNr, const WGO_FileFilter* filter,
                                         int progress, bool recursive) = 0;
+  /// Deletes a directory of the server with all that is in it.
+  /// @param path    below the path number and `dir`; a whole server path when `pathNr` is null
   virtual DWORD deleteServerDirectory(const wchar_t* path, const wchar_t* dir, const int* pathNr) = 0;
+  /// @param mode  0 the names of the sub-directories; otherwise all below, as relative paths separated by `/`, parents
+  ///              first
   virtual bool getServerDirectories(const wchar_t* directory, int mode, std::vector<std::wstring>& out) = 0;
   virtual void setDialogsSuppressed(bool suppressed) = 0;
 };
@@ -200,6 +238,7 @@ class ZEPHOR_API IZepInetFileTransferInternal {
   /// Null gives "/".
   virtual void setCurrentName(const wchar_t* name) = 0;
   virtual const wchar_t* getCurrentName() = 0;
+  /// Makes a directory of the server with all its parents. True when it is there.
   virtual bool createServerDirectory(const wchar_t* path) = 0;
 };
 

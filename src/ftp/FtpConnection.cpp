@@ -1,13 +1,11 @@
 #include "ftp/FtpConnection.h"
 
 #include <algorithm>
-#include <exception>
 #include <string_view>
 
 #include "diagnostics/ConnectionLog.h"
 #include "ftp/UpdateVerdict.h"
 #include "host/System.h"
-#include "platform/Files.h"
 #include "platform/Paths.h"
 #include "zephor/Diagnostics.h"
 
@@ -54,19 +52,6 @@ const wchar_t* lineOf(VerdictReason reason) {
 
 bool isDifference(VerdictReason reason) {
   return reason == VerdictReason::CountersDiffer || reason == VerdictReason::GuidsDiffer;
-}
-
-/// Size and write time of one file. @return false when there is none
-bool findFile(const wchar_t* path, std::int64_t& size, FILETIME& time) {
-  WIN32_FIND_DATAW data{};
-  const HANDLE find = FindFirstFileW(path, &data);
-  if (find == INVALID_HANDLE_VALUE) return false;
-  FindClose(find);
-  auto bytes = static_cast<std::uint64_t>(data.nFileSizeHigh) << 32U;
-  if (data.nFileSizeLow != INVALID_FILE_SIZE) bytes |= data.nFileSizeLow;
-  size = static_cast<std::int64_t>(bytes);
-  time = data.ftLastWriteTime;
-  return true;
 }
 
 /// True for a part of a path with a component "..".
@@ -131,6 +116,7 @@ RemoteStatus CZepFtpConnection::retry(std::initializer_list<RemoteStep> steps) {
   return runWithRetries(remote_, retrySettings_.top(), steps);
 }
 
+// There is no helper process to end: nothing starts one.
 void CZepFtpConnection::shutdown() {
   if (!initialised_) return;
   initialised_ = false;
@@ -143,19 +129,6 @@ void CZepFtpConnection::releaseThreadData() {
 
 void CZepFtpConnection::setDialogsSuppressed(bool suppressed) {
   remote_.setDialogsSuppressed(suppressed);
-}
-
-bool CZepFtpConnection::getLocalFileSizeAndTime(std::int64_t& size, const wchar_t* path, FILETIME& time) {
-  size = 0;
-  time = FILETIME{};
-  if (path == nullptr) return false;
-  try {
-    return findFile(path, size, time);
-  } catch (const std::exception&) {
-    ConnectionLogger::InternetExceptionSetMessageText((std::wstring(L"getLocalFileSizeAndTime ") + path).c_str());
-    ConnectionLogger::InternetExceptionResolve();
-    return false;
-  }
 }
 
 UpdateVerdict CZepFtpConnection::objectNeedsUpdate(const int* objectNumber, const ObjectType* type, const int* pathNr,

@@ -1,6 +1,9 @@
 // The transfer object of the process: file traffic with an FTP server or a plain directory.
 #pragma once
 
+#include <functional>
+#include <utility>
+
 #include "core/InetFileTransfer.h"
 #include "ftp/RemoteFtp.h"
 #include "ftp/RetryLoop.h"
@@ -76,10 +79,27 @@ class CZepFtpConnection : public CZepInetFileTransfer {
   DWORD syncFromServer(const wchar_t* directory, const int* pathNr, const WGO_FileFilter* filter, int progress,
                        bool recursive);
 
-  RemoteConfiguration& remote() { return remote_; }
+  /// Sends `bytes` bytes as "performance.test" once for each size of the send buffer, which grows by the factor 4.
+  /// @param passes  buffer size in bytes and time in milliseconds of each
+  DWORD WritePerformanceTest(const std::wstring& directory, std::vector<std::pair<std::int32_t, std::uint64_t>>& passes,
+                             std::size_t bytes = kPerformanceTestBytes);
+  static constexpr std::size_t kPerformanceTestBytes = 0x6400000;
+
+  /// Hands out one directory of a tree: its path relative to the root, separated by `/`, and what is in it.
+  using TreeVisitor = std::function<void(const std::wstring& relative, std::vector<RemoteFileEntry>& files,
+                                         std::vector<RemoteFileEntry>& directories)>;
+  /// Lists a server directory, and when `recursive` all below it, parents first.
+  /// @param progress  is told which directory is being read; may be null
+  /// @return success, or why a directory could not be listed; 3 when the root is not there. A sub-directory that has
+  ///         gone meanwhile is passed over
+  RemoteStatus listTree(const std::wstring& root, bool recursive, IProgress* progress, const TreeVisitor& visit);
+
+  RemoteFtp& remote() { return remote_; }
   bool isInitialised() const { return initialised_; }
 
  private:
+  struct Fetch;
+
   /// One operation: its steps under the settings in force.
   RemoteStatus retry(std::initializer_list<RemoteStep> steps);
   /// Local path of a file or directory below a path number; an empty part is left out.
@@ -88,6 +108,22 @@ class CZepFtpConnection : public CZepInetFileTransfer {
   /// The directory's counterpart on the server, separated by `/` behind the server's root.
   /// @return empty for a number without a counterpart, and for a part that would leave its directory
   std::wstring serverDirectoryOf(const int* pathNr, const wchar_t* dir);
+
+  /// "//host/directory/name"
+  std::wstring urlOf(const std::wstring& directory, const std::wstring& name) const;
+  /// Asks whether to try again, where dialogs may appear. The thread's last error stays.
+  bool askAgain(const std::wstring& text, const wchar_t* caption);
+  /// Puts a fetched file in the place of the target, whole or not at all. @return false with the thread's last error
+  bool replaceTarget(const std::wstring& part, const std::wstring& target);
+  RemoteStatus fetch(const Fetch& what);
+  DWORD finishDownload(const Fetch& what, const RemoteStatus& status, int* number, int objectNumber,
+                       const std::function<DWORD()>& takePlace);
+  bool settleUploadTime(const wchar_t* name, const wchar_t* dir, const int* pathNr, const RemoteStatus& status);
+  RemoteStatus goToOrMake(RemoteRetryContext& context, const std::wstring& path);
+  RemoteStatus makeServerDirectory(const std::wstring& path, const wchar_t* function);
+  RemoteStatus deleteIn(const std::wstring& directory, const std::wstring& name);
+  RemoteStatus renameOnServer(const std::wstring& directory, const std::wstring& oldName, const std::wstring& newName);
+  bool isOnline();
 
   RetrySettingsStack retrySettings_;
   RemoteFtp remote_;

@@ -1,0 +1,104 @@
+// Files sent to the server.
+#include <optional>
+
+#include "ftp/FtpConnection.h"
+#include "ftp/ServerPaths.h"
+#include "host/Trace.h"
+#include "host/UserMessages.h"
+#include "platform/Files.h"
+#include "platform/Paths.h"
+#include "platform/Time.h"
+#include "zephor/Diagnostics.h"
+#include "zephor/Service.h"
+
+namespace Quorvel::FileAccess {
+namespace {
+
+/// A snapshot that stays beside a file while the file is sent. It may fail, as for a file that is open elsewhere.
+class SideCopy {
+ public:
+  explicit SideCopy(const std::wstring& path) : copy_(path + L".upload") {
+    CopyFileW(path.c_str(), copy_.c_str(), FALSE);
+  }
+  ~SideCopy() { DeleteFileW(copy_.c_str()); }
+  SideCopy(const SideCopy&) = delete;
+  SideCopy& operator=(const SideCopy&) = delete;
+
+ private:
+  std::wstring copy_;
+};
+
+}  // namespace
+
+std::wstring CZepFtpConnection::urlOf(const std::wstring& directory, const std::wstring& name) const {
+  return L"//" + joinServerPath(joinServerPath(remote_.hostName, directory), name);
+}
+
+DWORD CZepFtpConnection::uploadFile(const wchar_t* name, const wchar_t* dir, const int* pathNr, bool silent) {
+  if (!initialised_ || name == nullptr) return ERROR_INVALID_DATA;
+  const std::wstring local = localPathOf(pathNr, dir, name);
+  const std::wstring server = serverDirectoryOf(pathNr, dir);
+  if (local.empty() || server.empty()) return ERROR_INVALID_DATA;
+
+  const std::wstring url = urlOf(server, name);
+  CTimeTrace timer(WGO_GetTrace(), platform::formatWide(L"uploadFile: '%s' <- '%s'", url, local), 1, false, true);
+  const ScopedSilence silence(retrySettings_, silent);
+  RemoteStatus status;
+  {
+    const CScopedDisplayInfo info(L"uploading: " + url);
+    const SideCopy copy(local);
+    status = retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, server); },
+                    [&](RemoteRetryContext& context) { return remote_.uploadFile(context, local, name); }});
+  }
+  timer.setBytesRead(remote_.bytesTransferred);
+  // The answer is the time stamp's success, not the transfer's: callers have always read it so.
+  const bool isTimeSet = settleUploadTime(name, dir, pathNr, status);
+  SetLastError(codeOf(status));
+  return isTimeSet ? ERROR_SUCCESS : ERROR_WRITE_FAULT;
+}
+
+bool CZepFtpConnection::settleUploadTime(const wchar_t* name, const wchar_t* dir, const int* pathNr,
+                                         const RemoteStatus& status) {
+  if (status.isSuccess()) return updateFileTime(name, dir, pathNr, nullptr);
+  // What did not arrive must not look equal to what is there. A part on the server is newer than this file and would
+  // even come back in its place; a minute makes up for clocks that differ a little.
+  RemoteFileEntry entry;
+  entry.name = name;
+  if (remote_.mayHaveLeftPart()) {
+    constexpr std::uint64_t kTicksPerMinute = 600'000'000;
+    FILETIME now{};
+    GetSystemTimeAsFileTime(&now);
+    entry.time = platform::fromTicks(platform::toTicks(now) + kTicksPerMinute);
+  }
+  return updateFileTime(name, dir, pathNr, &entry);
+}
+
+DWORD CZepFtpConnection::uploadFreeFile(const wchar_t* fullPath, const wchar_t* dir, const int* pathNr, bool silent) {
+  constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::CZepFtpConnection::uploadFreeFile";
+  if (!initialised_ || fullPath == nullptr) return ERROR_INVALID_DATA;
+  const std::wstring local = fullPath;
+  const std::wstring name = platform::fileNameOf(local);
+  const std::wstring server = serverDirectoryOf(pathNr, dir);
+  if (name.empty() || server.empty()) return ERROR_INVALID_DATA;
+  if (WGO_GetTrace() >= 1) {
+    ConnectionLogger::traceFmt(3, L"\n\n%s() from: \"%s\" to \"%s\\%s\" ...", kFunction, local, server, name);
+  }
+
+  const ScopedSilence silence(retrySettings_, silent);
+  const CScopedDisplayInfo info(L"uploading: " + urlOf(server, name));
+  RemoteStatus status = makeServerDirectory(server, kFunction);
+  if (status.isSuccess()) {
+    status = retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, server); },
+                    [&](RemoteRetryContext& context) { return remote_.uploadFile(context, local, name); }});
+  }
+  const DWORD code = codeOf(status);
+  if (code != ERROR_SUCCESS) {
+    const CConsoleTrace trace(platform::formatWide(L"\n\n%s(): copy \"%s\" to \"%s\" failed with error: %d!\n\n",
+                                                   kFunction, local, server, code),
+                              1);
+  }
+  SetLastError(code);
+  return code;
+}
+
+}  // namespace Quorvel::FileAccess
