@@ -6,36 +6,13 @@
 #include <new>
 #include <stdexcept>
 
-#include "platform/Files.h"
+#include "toolkit/OpenFile.h"
 
 namespace Quorvel::FileAccess {
 
 namespace {
 
 constexpr std::uint64_t kPiece = std::uint64_t{1} << 20U;
-
-class OpenFile {
- public:
-  explicit OpenFile(const std::wstring& path)
-      : handle_(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                            OPEN_EXISTING, 0, nullptr)) {}
-  ~OpenFile() {
-    if (isOpen()) CloseHandle(handle_);
-  }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-
-  bool isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
-  HANDLE get() const { return handle_; }
-  std::uint64_t size() const {
-    DWORD high = 0;
-    const DWORD low = GetFileSize(handle_, &high);
-    return (std::uint64_t{high} << 32U) | low;
-  }
-
- private:
-  HANDLE handle_;
-};
 
 /// Reads to the end that the file has then: its size at the start is a guess, since it may grow or shrink meanwhile.
 DWORD readAll(const OpenFile& file, std::vector<std::uint8_t>& bytes) {
@@ -48,7 +25,7 @@ DWORD readAll(const OpenFile& file, std::vector<std::uint8_t>& bytes) {
     const auto room = static_cast<DWORD>(before > expected ? kPiece : std::min(expected - before + 1, kPiece));
     bytes.resize(before + room);
     DWORD read = 0;
-    const bool isRead = ReadFile(file.get(), bytes.data() + before, room, &read, nullptr) != FALSE;
+    const bool isRead = file.read(bytes.data() + before, room, read);
     bytes.resize(before + read);
     if (!isRead) return GetLastError();
     if (read < room) return ERROR_SUCCESS;
@@ -64,7 +41,7 @@ void CkByteData::append(const void* data, std::size_t size) {
 
 bool CkByteData::loadFile(const std::wstring& path) {
   bytes_.clear();
-  const OpenFile file(path);
+  const OpenFile file(path, GENERIC_READ, kShareAll, OPEN_EXISTING);
   if (!file.isOpen()) return false;
   DWORD error = ERROR_SUCCESS;
   try {

@@ -1,0 +1,5 @@
+#include "toolkit/DirectoryClient.h"
+
+#include <gtest/gtest.h>
+
+TEST(DirectoryClient, Compiles) {}
