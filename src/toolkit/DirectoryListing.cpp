@@ -4,7 +4,6 @@
 #include "platform/Paths.h"
 #include "toolkit/ArrivingFile.h"
 #include "toolkit/FtpListing.h"
-#include "toolkit/OpenFile.h"
 
 namespace Quorvel::FileAccess {
 
@@ -30,7 +29,7 @@ class Find {
 
 /// A link to nothing has no size of its own.
 bool leadsNowhere(const std::wstring& path) {
-  return !OpenFile(path, GENERIC_READ, kShareAll, OPEN_EXISTING).isOpen() && GetLastError() == ERROR_FILE_NOT_FOUND;
+  return !platform::fileStatus(platform::weaklyCanonical(path)).exists;
 }
 
 DirectoryEntry toEntry(const WIN32_FIND_DATAW& data, const std::wstring& directory) {
