@@ -1,0 +1,378 @@
+// What happens when a server fails: how often it is tried, what the user is asked, what the caller gets.
+#include <thread>
+
+#include "diagnostics/DiagnosticsState.h"
+#include "ftp/ByteCountAndAbort.h"
+#include "platform/Files.h"
+#include "platform/Time.h"
+#include "tests/ftp/FakeServerFixture.h"
+
+namespace {
+
+using namespace Quorvel::FileAccess;
+using zephor_test::FakeFailure;
+using zephor_test::kNoReply;
+
+constexpr UINT kRetryWithHelp = 21 | MB_HELP;
+
+class FailingServer : public zephor_test::FakeServerFixture {
+ protected:
+  FailingServer() { forgetLastBox(); }
+  RemoteStatus run(const RemoteStep& step, bool interactive = true) {
+    RetrySettings settings;
+    settings.interactive = interactive;
+    return runWithRetries(connection().remote(), settings, {step});
+  }
+  /// The same question within a second is not put again; here it shall be.
+  static void forgetLastBox() { ConnectionLogger::diagnosticsState().box.style = 0; }
+  RemoteFtp& remote() { return connection().remote(); }
+};
+
+TEST_F(FailingServer, EachPrimitiveAsksAndAnswersInItsOwnWords) {
+  CkByteData data;
+  std::vector<RemoteFileEntry> entries;
+  std::vector<std::wstring> names;
+  RemoteFileEntry entry;
+  std::int64_t number = 0;
+  write("a.txt");
+  const std::wstring local = path(L"a.txt");
+  server.files[L"a"] = "x";
+  struct Row {
+    const char* operation;
+    RemoteStep step;
+    const wchar_t* text;
+    const wchar_t* caption;
+    DWORD code;
+  };
+  const Row rows[] = {
+      {"ChangeRemoteDir", [&](auto& c) { return remote().changeDirectory(c, L"/x"); },
+       L"Failed to change directory ftp.example.org/x", L"FTP Operation", 58},
+      {"GetFile", [&](auto& c) { return remote().downloadFile(c, L"a", local); }, L"Failed to download file ",
+       L"Download File", 2},
+      {"PutFile", [&](auto& c) { return remote().uploadFile(c, local, L"a"); }, L"Failed to upload file ",
+       L"Upload File", 29},
+      {"PutFileFromBinaryData", [&](auto& c) { return remote().uploadData(c, data, L"a", 0); },
+       L"Failed to upload data to server ", L"Upload Data", 29},
+      {"GetRemoteFileBinaryData", [&](auto& c) { return remote().readFilePart(c, L"a", 0, -1, data, number, number); },
+       L"Failed to download file \"", L"Download file", 0},
+      {"List", [&](auto& c) { return remote().getFileInfos(c, L"*", entries); }, L"Failed to get files ", L"Get Files",
+       0},
+      {"List", [&](auto& c) { return remote().getFileNames(c, L"*", names); }, L"Failed to get files ", L"Get Files",
+       0},
+      {"List", [&](auto& c) { return remote().getDirectoryInfos(c, entries); }, L"Failed to get directories ",
+       L"get directories", 0},
+      {"List", [&](auto& c) { return remote().getDirectoryNames(c, names); }, L"Failed to get directories ",
+       L"get directories", 0},
+      {"List", [&](auto& c) { return remote().getConnectionFile(c, L"a", entry); }, L"Failed to get file data on \"",
+       L"Runtime error", 0},
+      {"DeleteRemoteFile", [&](auto& c) { return remote().deleteFile(c, L"a"); }, L"Failed to delete file ",
+       L"Delete file ", 5},
+      {"RenameRemoteFile", [&](auto& c) { return remote().renameFile(c, L"a", L"b"); }, L"Failed to rename directory ",
+       L"Delete directory ", 12},
+      {"DeleteTree", [&](auto& c) { return remote().deleteDirectory(c, L"/x/y"); }, L"Failed to delete directory ",
+       L"Delete directory ", 12},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(platform::toUtf8(row.text));
+    const std::size_t boxes = user.boxes().size();
+    const int before = server.count(row.operation);
+    const int disconnects = server.count("Disconnect");
+    server.failAlways(row.operation, {.code = 451});
+    user.answerWith(IDRETRY);
+    user.answerWith(IDCANCEL);
+    SetLastError(99);
+    const RemoteStatus status = run(row.step);
+    EXPECT_TRUE(status.failed);
+    EXPECT_EQ(status.error, row.code);
+    EXPECT_EQ(GetLastError(), row.code);
+    EXPECT_EQ(server.count(row.operation) - before, 5) << "three silent repeats, and one that the user asked for";
+    EXPECT_EQ(server.count("Disconnect") - disconnects, 2) << "at the first repeat, and at the user's";
+    ASSERT_EQ(user.boxes().size(), boxes + 2);
+    EXPECT_TRUE(user.boxes().back().text.starts_with(row.text)) << platform::toUtf8(user.boxes().back().text);
+    EXPECT_EQ(user.boxes().back().caption, row.caption);
+    EXPECT_EQ(user.boxes().back().style, kRetryWithHelp);
+    EXPECT_NE(user.boxes().back().details.find(L"what the server said"), std::wstring::npos);
+    server.recover();
+    forgetLastBox();
+  }
+}
+
+TEST_F(FailingServer, AMakingOfADirectoryThatFailsIs82) {
+  server.failAlways("CreateRemoteDir", {.code = 550});
+  server.failAlways("ChangeRemoteDir", {.code = 550});
+  EXPECT_EQ(run([&](auto& c) { return remote().createDirectory(c, L"/a"); }, false).error, 3U) << "no parent";
+  server.recover();
+  server.failAlways("CreateRemoteDir", {.code = 550});
+  EXPECT_TRUE(run([&](auto& c) { return remote().createDirectory(c, L"/a"); }, false).isSuccess())
+      << "somebody else made it";
+  server.fail("ChangeRemoteDir", {});
+}
+
+TEST_F(FailingServer, AMissingDirectoryIsToldAtOnce) {
+  server.failAlways("ChangeRemoteDir", {.code = 550});
+  const RemoteStatus status = run([&](auto& c) { return remote().changeDirectory(c, L"/x"); });
+  EXPECT_TRUE(status.failed);
+  EXPECT_EQ(status.error, 3U);
+  EXPECT_EQ(server.count("ChangeRemoteDir"), 1);
+  EXPECT_TRUE(user.boxes().empty());
+  EXPECT_EQ(run([&](auto& c) { return remote().changeDirectory(c, L""); }).error, 87U);
+}
+
+TEST_F(FailingServer, AnOperationThatFailsTwiceSucceedsWithOneReconnect) {
+  server.fail("List", {kNoReply, FakeFailure{.code = 425}});
+  std::vector<RemoteFileEntry> entries;
+  EXPECT_EQ(connection().getServerFiles(L"/data", entries), 0U);
+  EXPECT_EQ(server.count("List"), 3);
+  EXPECT_EQ(server.count("Connect"), 2);
+  EXPECT_TRUE(user.boxes().empty());
+}
+
+TEST_F(FailingServer, AListingThatFailsIsNoEmptyDirectory) {
+  connection().setDialogsSuppressed(true);
+  server.failAlways("List", {.code = 451});
+  std::vector<RemoteFileEntry> entries;
+  EXPECT_NE(connection().getServerFiles(L"/data", entries), 0U);
+  EXPECT_TRUE(user.boxes().empty());
+}
+
+TEST_F(FailingServer, AConnectionLostBetweenOperationsCostsNoRetry) {
+  EXPECT_TRUE(connection().existDirectory(L"/data"));
+  server.dropAll();
+  EXPECT_TRUE(connection().existDirectory(L"/data"));
+  EXPECT_EQ(server.count("Connect"), 2);
+  EXPECT_EQ(server.count("ChangeRemoteDir"), 2);
+  EXPECT_EQ(server.count("Feat"), 1) << "asked once in a process";
+}
+
+TEST_F(FailingServer, RefusedTlsFallsBackToPlainOnce) {
+  server.fail("Connect", {FakeFailure{.code = 502, .reason = 201}});
+  EXPECT_TRUE(connection().existDirectory(L"/data"));
+  EXPECT_EQ(server.types,
+            (std::vector<RemoteConnectionType>{RemoteConnectionType::FtpExplicitTls, RemoteConnectionType::Ftp}));
+  EXPECT_EQ(server.count("Disconnect"), 0) << "no retry was lost";
+  EXPECT_TRUE(user.boxes().empty());
+  EXPECT_TRUE(remote().isDowngraded());
+  initialise();
+  EXPECT_EQ(remote().connectionType, RemoteConnectionType::Ftp) << "it lasts";
+
+  server.dropAll();
+  server.failAlways("Connect", {.code = 502, .reason = 201});
+  connection().setDialogsSuppressed(true);
+  EXPECT_FALSE(connection().existDirectory(L"/data"));
+  EXPECT_EQ(GetLastError(), 2250U);
+}
+
+TEST_F(FailingServer, AWrongPasswordIsAskedAboutAfterThreeRepeats) {
+  server.failAlways("Connect", {.code = 530, .reason = 301});
+  EXPECT_EQ(run([](auto&) { return RemoteStatus{}; }).error, 2250U);
+  EXPECT_EQ(server.count("Connect"), 4);
+  ASSERT_EQ(user.boxes().size(), 1U);
+  EXPECT_TRUE(user.boxes()[0].text.starts_with(L"Error:301\n\n") ||
+              user.boxes()[0].text.find(L"\n\n") != std::wstring::npos);
+  EXPECT_NE(user.boxes()[0].caption.find(L"ftp.example.org"), std::wstring::npos);
+  EXPECT_EQ(user.boxes()[0].details.find(L"password=x"), std::wstring::npos);
+  EXPECT_EQ(GetLastError(), 2250U);
+}
+
+TEST_F(FailingServer, OfTwoThreadsThatFailAtOnceOneAsks) {
+  server.failAlways("List", {.code = 451});
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 2; ++i) {
+    threads.emplace_back([this] {
+      std::vector<RemoteFileEntry> entries;
+      EXPECT_NE(connection().getServerFiles(L"/data", entries), 0U);
+      connection().releaseThreadData();
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(user.boxes().size(), 1U);
+}
+
+TEST_F(FailingServer, SuppressedDialogsAreThoseOfTheThread) {
+  server.failAlways("List", {.code = 451});
+  connection().setDialogsSuppressed(true);
+  std::vector<RemoteFileEntry> entries;
+  connection().getServerFiles(L"/data", entries);
+  EXPECT_TRUE(user.boxes().empty());
+  std::thread([&] {
+    connection().getServerFiles(L"/data", entries);
+    connection().releaseThreadData();
+  }).join();
+  EXPECT_EQ(user.boxes().size(), 1U);
+}
+
+TEST_F(FailingServer, AnotherHostMeansANewConnectionForEveryThread) {
+  EXPECT_TRUE(connection().existDirectory(L"/data"));
+  remote().hostName = L"other.example.org";
+  remote().reconnectRequired = true;
+  std::thread([&] {
+    EXPECT_TRUE(connection().existDirectory(L"/data"));
+    connection().releaseThreadData();
+  }).join();
+  EXPECT_FALSE(remote().reconnectRequired);
+  EXPECT_TRUE(connection().existDirectory(L"/data"));
+  EXPECT_EQ(server.count("Connect"), 3);
+}
+
+TEST_F(FailingServer, WithoutRestPiecesComeFromTheBeginning) {
+  server.files[L"a"] = "0123456789";
+  CkByteData data;
+  std::int64_t offset = -1;
+  std::int64_t size = -1;
+  const auto read = [&](std::int64_t from, std::int64_t count) {
+    const RemoteStatus status =
+        run([&](auto& c) { return remote().readFilePart(c, L"a", from, count, data, offset, size); }, false);
+    const auto* bytes = reinterpret_cast<const char*>(data.getData());  // NOLINT
+    return status.isSuccess() ? std::string(bytes + offset, static_cast<std::size_t>(size)) : "failed";
+  };
+  EXPECT_EQ(read(3, 4), "3456");
+  EXPECT_EQ(offset, 0);
+  EXPECT_LT(data.getSize(), 7U) << "it ends at the limit";
+  EXPECT_EQ(read(8, 4), "failed") << "there are not that many";
+
+  server.fail("Quote", {FakeFailure{.code = 502}});
+  EXPECT_EQ(read(3, 4), "3456");
+  EXPECT_EQ(offset, 3);
+  EXPECT_FALSE(remote().supportsRest());
+  connection().releaseThreadData();
+  EXPECT_EQ(read(9, 1), "9");
+  EXPECT_FALSE(remote().supportsRest()) << "a new connection does not bring it back";
+}
+
+TEST_F(FailingServer, ARenameWhoseReplyWasLostIsNotDoneTwice) {
+  server.files[L"a"] = "x";
+  server.fail("RenameRemoteFile", {FakeFailure{.code = 0, .dropped = true, .doneAnyway = true}});
+  EXPECT_EQ(connection().renameFile(L"a", L"b", nullptr, project()), 0U);
+  EXPECT_TRUE(server.files.contains(L"b"));
+}
+
+TEST_F(FailingServer, ARenameByCaseEndsWithOneOfBothNames) {
+  connection().setDialogsSuppressed(true);
+  server.files[L"a"] = "x";
+  server.fail("RenameRemoteFile A_ A", {kNoReply, FakeFailure{.code = 451}});
+  ASSERT_EQ(connection().renameFile(L"a", L"A", nullptr, project()), 0U);
+  EXPECT_EQ(server.count("RenameRemoteFile a A_"), 1) << "a step that is done is not done again";
+  EXPECT_TRUE(server.files.contains(L"A"));
+
+  server.failAlways("RenameRemoteFile a_ a", {.code = 553});
+  EXPECT_EQ(connection().renameFile(L"A", L"a", nullptr, project()), 12U);
+  EXPECT_TRUE(server.files.contains(L"A")) << "it goes back";
+  EXPECT_EQ(server.files.size(), 1U);
+}
+
+TEST_F(FailingServer, AnUploadThatMayHaveLeftAPartKeepsTheLocalFileNewer) {
+  connection().setDialogsSuppressed(true);
+  write("local/Prj/a.txt", "drawing");
+  const auto timeOf = [&] {
+    std::int64_t size = 0;
+    FILETIME time{};
+    connection().getLocalFileSizeAndTime(size, path(L"local\\Prj\\a.txt").c_str(), time);
+    return platform::toTicks(time);
+  };
+  const std::uint64_t before = timeOf();
+  server.failAlways("PutFile", {.code = 553});
+  EXPECT_EQ(connection().uploadFile(L"a.txt", nullptr, project(), true), 0U);
+  EXPECT_EQ(GetLastError(), 29U);
+  EXPECT_EQ(timeOf(), before) << "refused before it began";
+
+  server.failAlways("PutFile", {.code = 426, .bytes = 100});
+  EXPECT_EQ(connection().uploadFile(L"a.txt", nullptr, project(), true), 0U);
+  EXPECT_EQ(GetLastError(), 29U);
+  FILETIME now{};
+  GetSystemTimeAsFileTime(&now);
+  EXPECT_GT(timeOf(), platform::toTicks(now)) << "the part must not come back in its place";
+  server.recover();
+  EXPECT_EQ(connection().uploadFile(L"a.txt", nullptr, project(), true), 0U);
+  EXPECT_EQ(GetLastError(), 0U);
+  EXPECT_LT(timeOf(), platform::toTicks(now));
+}
+
+TEST_F(FailingServer, ATargetThatCannotBeReplacedIsAskedAbout) {
+  write("local/Prj/a.txt", "old");
+  server.files[L"a.txt"] = "new";
+  const std::wstring target = path(L"local\\Prj\\a.txt");
+  SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_READONLY);
+  EXPECT_EQ(connection().downloadFile(L"a.txt", nullptr, project(), project(), nullptr, 0, 0), 5U);
+  EXPECT_EQ(read("local/Prj/a.txt"), "old");
+  ASSERT_EQ(user.boxes().size(), 1U);
+  EXPECT_EQ(user.boxes()[0].text, L"Failed to delete file " + target);
+  EXPECT_EQ(user.boxes()[0].caption, L"Download File");
+
+  forgetLastBox();
+  user.setResponder([&](const workstation::ScriptedInterface::Box&) {
+    SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL);
+    return IDRETRY;
+  });
+  EXPECT_EQ(connection().downloadFile(L"a.txt", nullptr, project(), project(), nullptr, 0, 0), 0U);
+  EXPECT_EQ(read("local/Prj/a.txt"), "new");
+}
+
+TEST_F(FailingServer, AFileOfALikeNameIsNotTakenForTheOneAskedFor) {
+  server.matchesBareNames = false;
+  server.files = {{L"xa.txt", "other"}};
+  std::int64_t size = -1;
+  EXPECT_FALSE(connection().getServerFileSizeAndTime(&size, L"/data/a.txt", nullptr));
+  server.files[L"A.txt"] = "12";
+  EXPECT_TRUE(connection().getServerFileSizeAndTime(&size, L"/data/a.txt", nullptr));
+  EXPECT_EQ(size, 2);
+}
+
+TEST_F(FailingServer, TheListingCacheLastsAsLongAsTheDirectory) {
+  RemoteFtp cached(true);
+  cached.setClientMaker(server.maker());
+  cached.hostName = L"ftp.example.org";
+  server.files[L"a"] = "1";
+  RemoteFileEntry entry;
+  const auto find = [&](const wchar_t* directory, const wchar_t* name) {
+    return runWithRetries(cached, RetrySettings{},
+                          {[&](auto& c) { return cached.changeDirectory(c, directory); },
+                           [&](auto& c) { return cached.getConnectionFile(c, name, entry); }});
+  };
+  EXPECT_TRUE(find(L"/x", L"A").isSuccess()) << "without regard to case";
+  EXPECT_EQ(entry.size, 1);
+  server.files[L"b"] = "22";
+  EXPECT_EQ(find(L"/x/", L"b").error, 2U) << "the same directory: what is new is not seen";
+  EXPECT_EQ(server.count("List"), 1);
+  EXPECT_TRUE(find(L"/y", L"b").isSuccess());
+  EXPECT_EQ(server.count("List"), 2);
+}
+
+TEST_F(FailingServer, NothingWorksBeforeTheManagerIsInitialised) {
+  CZepFtpConnection fresh;
+  std::vector<RemoteFileEntry> entries;
+  EXPECT_EQ(fresh.uploadFile(L"a", nullptr, project(), true), 13U);
+  EXPECT_EQ(fresh.downloadFile(L"a", nullptr, project(), project(), nullptr, 0, 0), 13U);
+  EXPECT_EQ(fresh.deleteFile(L"a", nullptr, project()), 13U);
+  EXPECT_EQ(fresh.getServerFiles(L"/", entries), 13U);
+  EXPECT_EQ(fresh.openFile(L"a", nullptr, project()), nullptr);
+  EXPECT_EQ(connection().uploadFile(nullptr, nullptr, project(), true), 13U);
+  EXPECT_EQ(connection().uploadFile(L"../a", nullptr, project(), true), 13U) << "it would leave its directory";
+}
+
+TEST_F(FailingServer, TheSpeedTestGrowsTheBufferAndCleansUp) {
+  std::vector<std::pair<std::int32_t, std::uint64_t>> passes;
+  EXPECT_EQ(connection().WritePerformanceTest(L"/data", passes, 20'000), 0U);
+  ASSERT_EQ(passes.size(), 3U);
+  EXPECT_EQ(passes[0].first, 4096);
+  EXPECT_EQ(passes[2].first, 65536);
+  EXPECT_FALSE(server.files.contains(L"performance.test"));
+}
+
+TEST(ByteCountAndAbort, AbortsBehindItsLimitOnly) {
+  Quorvel::FileAccess::ByteCountAndAbort receiver(100);
+  bool abort = false;
+  receiver.onTransferRate(100, 1);
+  receiver.onAbortCheck(abort);
+  EXPECT_FALSE(abort);
+  receiver.onTransferRate(101, 1);
+  receiver.onAbortCheck(abort);
+  EXPECT_TRUE(abort);
+  Quorvel::FileAccess::ByteCountAndAbort unlimited;
+  unlimited.onTransferRate(1'000'000'000'000, 1);
+  EXPECT_FALSE(unlimited.isAborted());
+  unlimited.setLastMessage(L"text");
+  EXPECT_EQ(unlimited.takeLastMessage(), L"text");
+  EXPECT_EQ(unlimited.takeLastMessage(), L"");
+}
+
+}  // namespace
