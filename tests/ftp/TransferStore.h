@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,11 @@ struct TransferStoreKind {
   /// Starts a store, which may keep its files below a directory.
   std::function<std::unique_ptr<TransferStore>(const std::filesystem::path& directory)> start;
 };
+
+/// How the test library shows a kind.
+inline void PrintTo(const TransferStoreKind& kind, std::ostream* out) {
+  *out << kind.name;
+}
 
 TransferStoreKind directoryStore();
 /// The directory and every real server with every kind of TLS that it has.
