@@ -8,6 +8,7 @@
 #include "host/System.h"
 #include "platform/Paths.h"
 #include "zephor/Diagnostics.h"
+#include "zephor/Service.h"
 
 namespace Quorvel::FileAccess {
 
@@ -93,7 +94,8 @@ bool CZepFtpConnection::initialize(Initialize_forIZepInetFileTransfer& record) {
 
 std::wstring CZepFtpConnection::localPathOf(const int* pathNr, const wchar_t* dir, const wchar_t* name) {
   const std::wstring root = getPathFromNr(pathNr);
-  if (root == kNoPathText || leavesItsDirectory(dir) || leavesItsDirectory(name)) return {};
+  // Without a root the path would begin at the process's directory.
+  if (root.empty() || root == kNoPathText || leavesItsDirectory(dir) || leavesItsDirectory(name)) return {};
   std::wstring path = root;
   for (const wchar_t* part : {dir, name}) {
     if (part != nullptr && *part != L'\0') path = platform::joinPath(path, part);
@@ -121,6 +123,10 @@ void CZepFtpConnection::shutdown() {
   if (!initialised_) return;
   initialised_ = false;
   remote_.closeConnection();
+}
+
+int CZepFtpConnection::timeTraceLevel() const {
+  return retrySettings_.top().keepTimeTrace ? WGO_GetTrace() : 0;
 }
 
 void CZepFtpConnection::releaseThreadData() {

@@ -124,6 +124,8 @@ class CZepFtpConnection : public CZepInetFileTransfer {
   RemoteStatus deleteIn(const std::wstring& directory, const std::wstring& name);
   RemoteStatus renameOnServer(const std::wstring& directory, const std::wstring& oldName, const std::wstring& newName);
   bool isOnline();
+  /// Level for the time traces of operations; 0 while they are not kept.
+  int timeTraceLevel() const;
 
   RetrySettingsStack retrySettings_;
   RemoteFtp remote_;

@@ -5,7 +5,6 @@
 #include "host/Trace.h"
 #include "platform/Text.h"
 #include "zephor/Diagnostics.h"
-#include "zephor/Service.h"
 
 namespace Quorvel::FileAccess {
 
@@ -82,7 +81,7 @@ DWORD CZepFtpConnection::deleteServerDirectory(const wchar_t* path, const wchar_
     whole = serverDirectoryOf(pathNr, below.c_str());
   }
   if (componentPaths(whole).empty()) return ERROR_INVALID_DATA;
-  const CTimeTrace timer(WGO_GetTrace(), L"deleteServerDirectory: \"" + urlOf(whole, L""), 1, false, true);
+  const CTimeTrace timer(timeTraceLevel(), L"deleteServerDirectory: \"" + urlOf(whole, L""), 1, false, true);
   return codeOf(retry({[&](RemoteRetryContext& context) { return remote_.deleteDirectory(context, whole); }}));
 }
 

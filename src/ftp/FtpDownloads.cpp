@@ -63,7 +63,7 @@ bool CZepFtpConnection::replaceTarget(const std::wstring& part, const std::wstri
       return false;
     }
     if (MoveFileW(part.c_str(), target.c_str()) != FALSE) return true;
-    if (!askAgain(L"Failed to rename file " + part + L" to " + target, kCaption)) return false;
+    if (!askAgain(platform::formatWide(L"Failed to rename file %s to %s", part, target), kCaption)) return false;
   }
 }
 
@@ -72,8 +72,8 @@ RemoteStatus CZepFtpConnection::fetch(const Fetch& what) {
   const std::wstring url = urlOf(what.server, what.name);
   if (traced) traceFmt(3, L"\n[%s]:\nfrom: %s\nto %s ...", what.function, url, what.local);
   const ULONGLONG begin = GetTickCount64();
-  CTimeTrace timer(WGO_GetTrace(), platform::formatWide(L"%s: '%s' -> '%s'", what.function, url, what.local), 1, false,
-                   true);
+  CTimeTrace timer(timeTraceLevel(), platform::formatWide(L"%s: '%s' -> '%s'", what.function, url, what.local), 1,
+                   false, true);
   const CScopedDisplayInfo info(L"downloading: " + url);
   makeLocalDirectory(what.part);
   const RemoteStatus status =

@@ -8,7 +8,6 @@
 #include "platform/Files.h"
 #include "toolkit/ByteData.h"
 #include "zephor/Diagnostics.h"
-#include "zephor/Service.h"
 
 namespace Quorvel::FileAccess {
 namespace {
@@ -53,7 +52,7 @@ bool CZepFtpConnection::getLocalFileSizeAndTime(std::int64_t& size, const wchar_
 
 bool CZepFtpConnection::getServerFileSizeAndTime(std::int64_t* size, const wchar_t* path, FILETIME* time) {
   if (!initialised_ || path == nullptr) return false;
-  const CTimeTrace timer(WGO_GetTrace(),
+  const CTimeTrace timer(timeTraceLevel(),
                          platform::formatWide(L"getServerFileSizeAndTime: \"%s%s", remote_.hostName, path), 1, false,
                          true);
   const ServerPath parts = splitServerPath(path);
@@ -95,7 +94,7 @@ bool CZepFtpConnection::getCRC(std::uint32_t& crc, const wchar_t* name, const wc
   CkByteData data;
   if (isOnline()) {
     const std::wstring directory = serverDirectoryOf(pathNr, dir);
-    const CTimeTrace timer(WGO_GetTrace(), L"getCRC: \"" + urlOf(directory, name), 1, false, true);
+    const CTimeTrace timer(timeTraceLevel(), L"getCRC: \"" + urlOf(directory, name), 1, false, true);
     RemoteFileEntry entry;
     std::int64_t offset = 0;
     std::int64_t size = 0;
@@ -108,7 +107,7 @@ bool CZepFtpConnection::getCRC(std::uint32_t& crc, const wchar_t* name, const wc
     if (!status.isSuccess()) return false;
   } else {
     const std::wstring local = localPathOf(pathNr, dir, name);
-    const CTimeTrace timer(WGO_GetTrace(), L"getCRC: \"" + local, 1, false, true);
+    const CTimeTrace timer(timeTraceLevel(), L"getCRC: \"" + local, 1, false, true);
     if (!data.loadFile(local)) return false;
   }
   crc = CkZipCrc::CalculateCrc(data);

@@ -8,7 +8,6 @@
 #include "toolkit/FtpListing.h"
 #include "zephor/Progress.h"
 #include "zephor/Projects.h"
-#include "zephor/Service.h"
 
 namespace Quorvel::FileAccess {
 namespace {
@@ -63,7 +62,7 @@ DWORD CZepFtpConnection::getServerFileInfos(const wchar_t* directory, const wcha
   out.clear();
   const std::wstring root = directory;
   const std::wstring wanted = pattern != nullptr && *pattern != L'\0' ? pattern : kEverything;
-  const CTimeTrace timer(WGO_GetTrace(), L"query directory files: \"" + urlOf(root, wanted), 1, false, true);
+  const CTimeTrace timer(timeTraceLevel(), L"query directory files: \"" + urlOf(root, wanted), 1, false, true);
   RemoteStatus status;
   if (options != nullptr && options->recursive) {
     status = listTree(root, true, options->progress,
@@ -105,7 +104,7 @@ DWORD CZepFtpConnection::getServerFiles(const wchar_t* directory, std::vector<Re
 bool CZepFtpConnection::getServerDirectories(const wchar_t* directory, int mode, std::vector<std::wstring>& out) {
   if (!initialised_ || directory == nullptr) return false;
   out.clear();
-  const CTimeTrace timer(WGO_GetTrace(), L"query directories: \"" + urlOf(directory, L""), 1, false, true);
+  const CTimeTrace timer(timeTraceLevel(), L"query directories: \"" + urlOf(directory, L""), 1, false, true);
   const RemoteStatus status = listTree(directory, mode != 0, nullptr,
                                        [&out](const std::wstring& relative, std::vector<RemoteFileEntry>& /*files*/,
                                               std::vector<RemoteFileEntry>& directories) {

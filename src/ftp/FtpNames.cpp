@@ -4,7 +4,6 @@
 #include "host/Trace.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
-#include "zephor/Service.h"
 
 namespace Quorvel::FileAccess {
 namespace {
@@ -69,7 +68,7 @@ DWORD CZepFtpConnection::renameFile(const wchar_t* oldName, const wchar_t* newNa
   if (!initialised_ || oldName == nullptr || newName == nullptr) return ERROR_INVALID_DATA;
   const std::wstring server = serverDirectoryOf(pathNr, dir);
   if (server.empty()) return ERROR_INVALID_DATA;
-  const CTimeTrace timer(WGO_GetTrace(), platform::formatWide(L"renameFile: \"%s\" -> \"%s\"", oldName, newName), 1,
+  const CTimeTrace timer(timeTraceLevel(), platform::formatWide(L"renameFile: \"%s\" -> \"%s\"", oldName, newName), 1,
                          false, true);
   DWORD code = codeOf(renameOnServer(server, oldName, newName));
   if (code == ERROR_SUCCESS) {
@@ -82,7 +81,7 @@ DWORD CZepFtpConnection::renameFile(const wchar_t* oldName, const wchar_t* newNa
 }
 
 RemoteStatus CZepFtpConnection::deleteIn(const std::wstring& directory, const std::wstring& name) {
-  const CTimeTrace timer(WGO_GetTrace(), L"deleteFile: \"" + urlOf(directory, name), 1, false, true);
+  const CTimeTrace timer(timeTraceLevel(), L"deleteFile: \"" + urlOf(directory, name), 1, false, true);
   return retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
                 [&](RemoteRetryContext& context) { return remote_.deleteFile(context, name); }});
 }

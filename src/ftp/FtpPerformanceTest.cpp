@@ -7,7 +7,6 @@
 #include "host/Trace.h"
 #include "platform/Time.h"
 #include "toolkit/ByteData.h"
-#include "zephor/Service.h"
 
 namespace Quorvel::FileAccess {
 namespace {
@@ -42,8 +41,8 @@ DWORD CZepFtpConnection::WritePerformanceTest(const std::wstring& directory,
   DWORD code = ERROR_SUCCESS;
   for (std::int32_t size = kFirstSize; code == ERROR_SUCCESS && static_cast<std::size_t>(size) < bytes;) {
     size *= kGrowth;
-    CTimeTrace timer(WGO_GetTrace(), platform::formatWide(L"WritePerformanceTest: BufferSize: %d Kbytes", size / 1024),
-                     1, false, true);
+    CTimeTrace timer(timeTraceLevel(),
+                     platform::formatWide(L"WritePerformanceTest: BufferSize: %d Kbytes", size / 1024), 1, false, true);
     const ULONGLONG begin = GetTickCount64();
     code = codeOf(retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
                          [&](RemoteRetryContext& context) { return remote_.uploadData(context, data, kName, size); }}));

@@ -41,7 +41,7 @@ DWORD CZepFtpConnection::uploadFile(const wchar_t* name, const wchar_t* dir, con
   if (local.empty() || server.empty()) return ERROR_INVALID_DATA;
 
   const std::wstring url = urlOf(server, name);
-  CTimeTrace timer(WGO_GetTrace(), platform::formatWide(L"uploadFile: '%s' <- '%s'", url, local), 1, false, true);
+  CTimeTrace timer(timeTraceLevel(), platform::formatWide(L"uploadFile: '%s' <- '%s'", url, local), 1, false, true);
   const ScopedSilence silence(retrySettings_, silent);
   RemoteStatus status;
   {

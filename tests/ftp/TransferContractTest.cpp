@@ -1,5 +1,8 @@
 // What holds of the transfer object whatever store it is aimed at.
+#include <sys/resource.h>
+
 #include <algorithm>
+#include <csignal>
 #include <set>
 #include <thread>
 
@@ -85,6 +88,24 @@ TEST_P(TransferContract, WhatIsNotThereLeavesTheLocalFileWhole) {
   EXPECT_EQ(connection().getServerFiles(store().serverPath(L"nowhere").c_str(), entries), 3U);
   EXPECT_TRUE(entries.empty());
   EXPECT_TRUE(user.boxes().empty());
+}
+
+TEST_P(TransferContract, AFullDiskHereLeavesTheOldFile) {
+  connection().setDialogsSuppressed(true);
+  store().write("a.dat", patternOf(300'000));
+  writeLocal("a.dat", "mine");
+  rlimit before{};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit small = {100'000, before.rlim_max};
+  std::signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &small);
+  const DWORD code = connection().downloadFile(L"a.dat", nullptr, server(), local(), nullptr, 0, 0);
+  setrlimit(RLIMIT_FSIZE, &before);
+  EXPECT_EQ(code, 2U);
+  EXPECT_EQ(localFile("a.dat"), "mine");
+  EXPECT_EQ(entryCount("local/Prj"), 1U);
+  EXPECT_EQ(connection().downloadFile(L"a.dat", nullptr, server(), local(), nullptr, 0, 0), 0U);
+  EXPECT_EQ(localFile("a.dat"), store().read("a.dat"));
 }
 
 TEST_P(TransferContract, AFailedUploadShowsInTheLastErrorAlone) {
