@@ -127,6 +127,8 @@ const wchar_t* GetBoostRegExFilterExpression(QuorvelFileType type) {
   if (const workstation::Kind* kind = workstation::findKind(type)) return kind->expression;
   if (type == eFileType_ResourceA) return L"^.+\\.zra$";
   if (type == eFileType_ResourceB) return L"^.+\\.zrb$";
+  if (type == eFileType_QuorvelBim) return L"^quorvelbim\\.xml$";
+  if (type == eFileType_QuorvelLayout) return L"^quorvellayout\\.xml$";
   return nullptr;
 }
 

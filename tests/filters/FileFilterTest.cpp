@@ -1,0 +1,137 @@
+#include "zephor/FileFilter.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace Quorvel::FileAccess;
+
+struct Query {
+  const wchar_t* name;
+  bool file;
+  bool directory;
+  bool either;
+};
+
+void expectAnswers(const WGO_FileFilter& filter, std::initializer_list<Query> queries) {
+  for (const Query& query : queries) {
+    const std::wstring shown = query.name != nullptr ? query.name : L"(null)";
+    EXPECT_EQ(filter.IsFileExcluded(query.name), query.file) << shown;
+    EXPECT_EQ(filter.IsDirectoryExcluded(query.name), query.directory) << shown;
+    EXPECT_EQ(filter.IsFileOrDirectoryExcluded(query.name), query.either) << shown;
+  }
+}
+
+TEST(FileFilter, WithoutARuleNothingIsKeptOut) {
+  WGO_FileFilter filter;
+  filter.ExcludeFileExact(L"");
+  filter.ExcludeFileExtension(nullptr);
+  filter.ExcludeFileLeftMatch(L"");
+  filter.ExcludeDirectoryExact(L"");
+  filter.IncludeFileRightMatch(L"");
+  filter.IncludeDirectoryExact(nullptr);
+  filter.ExcludeFileType(eFileType_Unknown);
+  for (const WGO_FileFilter& each : {filter, WGO_FileFilter(filter)}) {
+    expectAnswers(each, {{nullptr, false, false, false}, {L"", false, false, false}, {L"a\\", false, false, false}});
+  }
+}
+
+TEST(FileFilter, WhatHasNoNameIsKeptOutByAnyRule) {
+  WGO_FileFilter filter;
+  filter.IncludeFileExact(L"x");
+  expectAnswers(filter, {{nullptr, true, true, true},
+                         {L"", true, false, true},
+                         {L"dir\\", false, false, true},
+                         {L"dir\\a", false, false, false}});
+}
+
+TEST(FileFilter, RulesAreTextsWithoutRegardToCase) {
+  WGO_FileFilter filter;
+  filter.ExcludeFileExact(L"Desktop.ini");
+  filter.ExcludeFileLeftMatch(L"lpauser");
+  filter.ExcludeFileExtension(L".bak");
+  filter.ExcludeFileExact(L"a[1]*.d\\Q.\\E");
+  filter.ExcludeFileExact(L"\\Eend\\");
+  filter.ExcludeFileRightMatch(L"\u00DCber");
+  filter.ExcludeDirectoryExact(L"BIM");
+  expectAnswers(filter, {{L"desktop.INI", true, false, true},
+                         {L"desktop_ini", false, false, false},
+                         {L"xdesktop.ini", false, false, false},
+                         {L"desktop.ini.x", false, false, false},
+                         {L"x\ndesktop.ini", false, false, false},
+                         {L"LPAUSER.dat", true, false, true},
+                         {L"sub\\lpauser.dat", false, false, true},
+                         {L"sub\\deep\\a.BAK", true, false, true},
+                         {L"a.bakx", false, false, false},
+                         {L"abak", false, false, false},
+                         {L"A[1]*.D\\q.\\e", true, false, false},
+                         {L"a1.d", false, false, false},
+                         {L"x\u00FCBER", true, false, true},
+                         {L"bim", false, true, true},
+                         {L"Bim\\a.txt", false, false, true},
+                         {L"sub\\bim\\a.txt", false, false, false},
+                         {L"bim/b.txt", false, false, false},
+                         {L"bim2\\a.txt", false, false, false}});
+}
+
+TEST(FileFilter, AnIncludeBeatsAnExcludeWhicheverCameFirst) {
+  for (const bool includesFirst : {true, false}) {
+    WGO_FileFilter filter;
+    const auto include = [&] {
+      filter.IncludeFileExact(L"version.txt");
+      filter.IncludeFileLeftMatch(L"keep");
+      filter.IncludeFileExtension(L".md.txt");
+      filter.IncludeDirectoryExact(L"Docs");
+    };
+    if (includesFirst) include();
+    filter.ExcludeFileExtension(L".txt");
+    filter.ExcludeDirectoryExact(L"docs");
+    filter.ExcludeDirectoryExact(L"BIM");
+    if (!includesFirst) include();
+    expectAnswers(filter, {{L"VERSION.txt", false, false, false},
+                           {L"other.txt", true, false, true},
+                           {L"keep.txt", false, false, false},
+                           {L"a.md.txt", false, false, false},
+                           {L"docs", false, false, false},
+                           // An included directory lets a path through, but not its file asked by itself.
+                           {L"DOCS\\other.txt", false, false, true},
+                           {L"sub\\docs\\other.txt", true, false, true},
+                           {L"\\docs\\other.txt", true, false, true},
+                           // An included file stands in an excluded directory all the same.
+                           {L"bim\\version.txt", true, false, true},
+                           {L"bim\\keep.txt", true, false, true}});
+  }
+}
+
+TEST(FileFilter, KindsOfFilesAreKnownByTheHostsExpressions) {
+  const struct {
+    QuorvelFileType type;
+    const wchar_t* ofKind;
+    const wchar_t* ofNone;
+  } table[] = {
+      {eFileType_Teilbild, L"TB000001.zdw", L"tb00001.zdw"},
+      {eFileType_Zeichnung, L"ze000001.000", L"ze000001x000"},
+      {eFileType_Plan, L"pb000001.ZPL", L"xpb000001.zpl"},
+      {eFileType_ResourceA, L"a.zra", L"azra"},
+      {eFileType_ResourceB, L"a.zrb", L"a.zrb.x"},
+      {eFileType_QuorvelBim, L"QuorvelBim.xml", L"QuorvelBim_xml"},
+      {eFileType_QuorvelLayout, L"QuorvelLayout.xml", L"quorvellayout.xml.bak"},
+  };
+  for (const auto& row : table) {
+    WGO_FileFilter filter;
+    filter.ExcludeFileType(row.type);
+    EXPECT_TRUE(filter.IsFileExcluded(row.ofKind)) << row.ofKind;
+    EXPECT_FALSE(filter.IsFileExcluded(row.ofNone)) << row.ofNone;
+  }
+}
+
+TEST(FileFilter, ACopyGoesItsOwnWay) {
+  WGO_FileFilter filter;
+  filter.ExcludeFileExact(L"a");
+  WGO_FileFilter copy(filter);
+  copy.ExcludeFileExact(L"b");
+  EXPECT_TRUE(copy.IsFileExcluded(L"a") && copy.IsFileExcluded(L"b"));
+  EXPECT_FALSE(filter.IsFileExcluded(L"b"));
+}
+
+}  // namespace
