@@ -83,7 +83,7 @@ std::wstring DirectoryClient::fileOf(const wchar_t* name) {
 }
 
 std::wstring DirectoryClient::directoryOf(const wchar_t* path) {
-  const std::wstring result = resolveDirectory(current_, path);
+  std::wstring result = resolveDirectory(current_, path);
   if (result.empty()) fail(ERROR_INVALID_NAME, path != nullptr ? path : L"");
   return result;
 }

@@ -57,7 +57,7 @@ std::optional<FILETIME> parseFtpTime(std::string_view text) {
   if (hour > 23 || minute > 59 || second > 60) return std::nullopt;
   second = std::min(second, 59U);
   const std::int64_t days = std::chrono::sys_days(date).time_since_epoch().count();
-  const std::int64_t seconds = days * kSecondsPerDay + std::int64_t{hour} * 3600 + minute * 60 + second;
+  const std::int64_t seconds = days * kSecondsPerDay + std::int64_t{hour} * 3600 + std::int64_t{minute} * 60 + second;
   return platform::fromTicks(platform::toTicks(platform::fromUnixTime(seconds, 0)) + fraction);
 }
 
