@@ -21,7 +21,7 @@ std::wstring freshName() {
 }
 
 /// Where the file has to go, which a link at the path may tell. Empty, with the last error, when it can't be replaced.
-std::wstring placeOf(const std::wstring& target) {
+std::wstring placeOf(const std::wstring& target, DWORD& attributes) {
   constexpr DWORD kProtected = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY;
   const auto refuse = [](DWORD error) {
     SetLastError(error);
@@ -29,7 +29,7 @@ std::wstring placeOf(const std::wstring& target) {
   };
   const bool isPossible = platform::fileNameOf(target).find_first_of(L"<>:\"|?*") == std::wstring::npos;
   if (!isPossible) return refuse(ERROR_INVALID_NAME);
-  const DWORD attributes = GetFileAttributesW(target.c_str());
+  attributes = GetFileAttributesW(target.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) return target;
   if ((attributes & kProtected) != 0) return refuse(ERROR_ACCESS_DENIED);
   return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ? platform::weaklyCanonical(target) : target;
@@ -37,7 +37,7 @@ std::wstring placeOf(const std::wstring& target) {
 
 }  // namespace
 
-ArrivingFile::ArrivingFile(const std::wstring& target) : target_(placeOf(target)) {
+ArrivingFile::ArrivingFile(const std::wstring& target) : target_(placeOf(target, attributes_)) {
   if (target_.empty()) return;
   for (int attempt = 0; attempt < kMostAttempts && !isOpen(); ++attempt) {
     path_ = platform::joinPath(platform::directoryOf(target_), freshName());
@@ -55,11 +55,10 @@ ArrivingFile::~ArrivingFile() {
 }
 
 bool ArrivingFile::takePlace() {
-  const DWORD attributes = GetFileAttributesW(target_.c_str());
   if (!file_->flush() || !file_->close()) return false;
   constexpr DWORD kKept = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
-  const bool keepsAttributes = attributes != INVALID_FILE_ATTRIBUTES && (attributes & kKept) != 0;
-  if (keepsAttributes && SetFileAttributesW(path_.c_str(), attributes) == FALSE) return false;
+  const bool keepsAttributes = attributes_ != INVALID_FILE_ATTRIBUTES && (attributes_ & kKept) != 0;
+  if (keepsAttributes && SetFileAttributesW(path_.c_str(), attributes_) == FALSE) return false;
   if (MoveFileExW(path_.c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING) == FALSE) return false;
   path_.clear();
   return true;

@@ -30,6 +30,7 @@ class ArrivingFile {
   static bool isNameOfOne(const std::wstring& name);
 
  private:
+  DWORD attributes_ = INVALID_FILE_ATTRIBUTES;  // of the file that is replaced
   std::wstring target_;
   std::wstring path_;  // empty once there is nothing to remove
   std::optional<OpenFile> file_;

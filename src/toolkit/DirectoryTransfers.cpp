@@ -4,7 +4,6 @@
 #include <new>
 
 #include "platform/Files.h"
-#include "platform/Paths.h"
 #include "platform/Text.h"
 #include "toolkit/ArrivingFile.h"
 #include "toolkit/ByteData.h"
@@ -56,11 +55,12 @@ bool DirectoryClient::GetFile(const wchar_t* remote, const wchar_t* local) {
   const std::wstring target = local != nullptr ? local : L"";
   const OpenFile source(path, GENERIC_READ, kShareAll, OPEN_EXISTING);
   if (!source.isOpen()) return failed(path);
-  // Made anew, the local file would take what is to be read with it.
-  const std::wstring opened = platform::pathOfHandle(source.handle());
-  if (platform::equalsIgnoreCase(opened, platform::weaklyCanonical(target))) return fail(ERROR_SHARING_VIOLATION, path);
-  OpenFile file(target, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS);
+  OpenFile file(target, GENERIC_WRITE, FILE_SHARE_READ, OPEN_ALWAYS);
   if (!file.isOpen()) return failed(target);
+  // Emptied, the local file would take what is to be read with it.
+  const std::wstring opened = platform::pathOfHandle(source.handle());
+  if (!opened.empty() && opened == platform::pathOfHandle(file.handle())) return fail(ERROR_SHARING_VIOLATION, path);
+  if (!file.empty()) return failed(target);
   TransferMeter meter(receiver_);
   const auto sink = [&](const char* data, DWORD size) { return file.write(data, size) || failed(target); };
   if (!send(source, path, source.size(), meter, sink)) return false;

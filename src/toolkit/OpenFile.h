@@ -34,6 +34,8 @@ class OpenFile {
     DWORD written = 0;
     return WriteFile(handle_, data, size, &written, nullptr) != FALSE;
   }
+  /// Takes the whole content away; the position must be at the start.
+  bool empty() const { return SetEndOfFile(handle_) != FALSE; }
   bool flush() const { return FlushFileBuffers(handle_) != FALSE; }
   bool seek(std::uint64_t offset) const {
     auto high = static_cast<LONG>(offset >> 32U);

@@ -141,17 +141,6 @@ TEST_F(DirectoryClient, AListingShowsWhatMatchesAndNothingOnItsWay) {
   EXPECT_EQ(client->lastReplyCode(), 550);
 }
 
-TEST_F(DirectoryClient, AListingStaysUntilItIsCleared) {
-  write("server/a", "1");
-  EXPECT_EQ(list(L"*"), L"a 1; ");
-  write("server/b", "1");
-  EXPECT_EQ(client->get_NumFilesAndDirs(), 1);
-  client->ClearDirCache();
-  EXPECT_EQ(client->get_NumFilesAndDirs(), 2);
-  client->put_ListPattern(L"b*");
-  EXPECT_EQ(client->get_NumFilesAndDirs(), 1);
-}
-
 TEST_F(DirectoryClient, TimesAreExactAndTheSameForOneFileAsForAListing) {
   write("server/a", "1");
   const FILETIME exact = platform::fromTicks(133512345671234567);

@@ -71,15 +71,4 @@ TEST(FtpReply, WhatIsNoReplyBreaksTheParserForGood) {
   }
 }
 
-TEST(FtpReply, AReplyThatIsNotWholeWaits) {
-  FtpReplyParser parser;
-  for (const char* part : {"2", "30-first\r\n", "230", " ", "last\r"}) {
-    parser.append(part);
-    EXPECT_FALSE(parser.next()) << part;
-    EXPECT_FALSE(parser.isEmpty());
-  }
-  parser.append("\n");
-  EXPECT_EQ(parser.next().value_or(FtpReply()).text, "230-first\n230 last");
-}
-
 }  // namespace
