@@ -1,0 +1,38 @@
+// Sharing a list out over threads of the threading library, and ending their connections with it.
+#pragma once
+
+#include <cstddef>
+
+namespace Quorvel::FileAccess {
+
+class IZepInetFileTransferInternal;
+
+namespace Threading {
+
+/// Threads that the threading library allows this process now; at least 1.
+int allowedThreads();
+
+/// Work on elements of a list, on any of its threads.
+class ListWork {
+ public:
+  virtual ~ListWork() = default;
+  virtual void workOn(std::size_t begin, std::size_t end) = 0;
+};
+
+/// How a list is shared out.
+struct ShareOut {
+  int threads = 1;
+  /// Where each thread that worked ends its connection; null when there are none.
+  IZepInetFileTransferInternal* connections = nullptr;
+
+  // Both answer when all is done and no thread of the list holds a connection any more, the calling one included. An
+  // exception of the threading library passes, after that.
+
+  /// Ranges of at least three elements, so that a connection stays busy with several before a range is split further.
+  void ranges(std::size_t count, ListWork& work) const;
+  /// Each element by itself.
+  void elements(std::size_t count, ListWork& work) const;
+};
+
+}  // namespace Threading
+}  // namespace Quorvel::FileAccess

@@ -1,0 +1,167 @@
+#include "zephor/ThreadedTransfers.h"
+
+#include <cstdio>
+
+#include "background/ThreadedList.h"
+#include "background/WriteTimes.h"
+#include "host/System.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+#include "platform/Time.h"
+
+namespace Quorvel::FileAccess::Threading {
+namespace {
+
+constexpr double kBytesPerMegabyte = 1048576.0;
+
+IZepInetFileTransferInternal* connectionsOf(IZepInetFileTransfer& transfer) {
+  return dynamic_cast<IZepInetFileTransferInternal*>(&transfer);
+}
+
+const wchar_t* textOf(const wchar_t* text) {
+  return text != nullptr ? text : L"";
+}
+
+class ThreadedDownload : private ThreadedList {
+ public:
+  ThreadedDownload(IZepInetFileTransfer& transfer, const wchar_t* serverDirectory, int serverPathNr, int objectNumber,
+                   bool flag)
+      : ThreadedList({threads(), connectionsOf(transfer)}),
+        transfer_(transfer),
+        serverDirectory_(textOf(serverDirectory)),
+        serverPathNr_(serverPathNr),
+        objectNumber_(objectNumber),
+        flag_(flag) {}
+
+  DWORD download(const std::vector<InetFileInfo>& files, IProgress** progress) {
+    return run(
+        files.size(), [&](std::size_t index) { return downloadOne(files[index]); }, [&] { ThreadFunc(files); },
+        progress);
+  }
+
+ private:
+  static int threads() {
+    static const int kThreads = allowedThreads();
+    return kThreads;
+  }
+
+  void ThreadFunc(const std::vector<InetFileInfo>& files) { shareOut().ranges(files.size(), *this); }
+
+  DWORD downloadOne(const InetFileInfo& file) {
+    const int localPathNr = ePrjPath;
+    int number = 0;  // 0 asks for a transfer record
+    const DWORD start = GetTickCount();
+    const DWORD result = transfer_.downloadFile(file.name.c_str(), serverDirectory_.c_str(), &serverPathNr_,
+                                                &localPathNr, &number, objectNumber_, flag_ ? 1U : 0U);
+    if (getFileAccessTrace() > 0) tell(file, GetTickCount() - start);
+    return result;
+  }
+
+  void tell(const InetFileInfo& file, DWORD milliseconds) const {
+    const std::string line = platform::toUtf8(
+        platform::formatWide(L"\ndownload file %s/%s: -- filesize: %.4lf Mb, ellapsed time: %d ms\n", serverDirectory_,
+                             file.name, static_cast<double>(file.size) / kBytesPerMegabyte, milliseconds));
+    std::fwrite(line.data(), 1, line.size(), stdout);
+    std::fflush(stdout);
+  }
+
+  IZepInetFileTransfer& transfer_;
+  std::wstring serverDirectory_;
+  int serverPathNr_;
+  int objectNumber_;
+  bool flag_;
+};
+
+class ThreadedUpload : private ThreadedList {
+ public:
+  /// @param serverDirectory  of the list by names; the other list brings a directory with each file
+  ThreadedUpload(IZepInetFileTransfer& transfer, const wchar_t* serverDirectory, int pathNr, bool silent)
+      : ThreadedList({threads(), connectionsOf(transfer)}),
+        transfer_(transfer),
+        serverDirectory_(textOf(serverDirectory)),
+        pathNr_(pathNr),
+        silent_(silent) {}
+
+  DWORD upload(const std::vector<InetFileInfo>& files, IProgress** progress) {
+    return run(
+        files.size(), [&](std::size_t index) { return uploadOne(files[index]); }, [&] { ThreadFunc1(files); },
+        progress);
+  }
+  DWORD upload(const std::vector<FileSyncPair>& files, IProgress** progress) {
+    return run(
+        files.size(), [&](std::size_t index) { return uploadOne(files[index]); }, [&] { ThreadFunc2(files); },
+        progress);
+  }
+
+ private:
+  static int threads() {
+    static const int kThreads = allowedThreads();
+    return kThreads;
+  }
+
+  void ThreadFunc1(const std::vector<InetFileInfo>& files) { shareOut().ranges(files.size(), *this); }
+  void ThreadFunc2(const std::vector<FileSyncPair>& files) { shareOut().ranges(files.size(), *this); }
+
+  DWORD uploadOne(const InetFileInfo& file) {
+    return transfer_.uploadFile(file.name.c_str(), serverDirectory_.c_str(), &pathNr_, silent_);
+  }
+  DWORD uploadOne(const FileSyncPair& file) {
+    return transfer_.uploadFreeFile(file.first.c_str(), file.second.path.c_str(), &pathNr_, silent_);
+  }
+
+  IZepInetFileTransfer& transfer_;
+  std::wstring serverDirectory_;
+  int pathNr_;
+  bool silent_;
+};
+
+class ThreadedSyncServer : private ThreadedList {
+ public:
+  ThreadedSyncServer() : ThreadedList({threads(), nullptr}) {}
+
+  DWORD sync(const std::vector<FileSyncPair>& files, IProgress** progress) {
+    return run(
+        files.size(), [&](std::size_t index) { return syncOne(files[index]); }, [&] { ThreadFunc(files); }, progress);
+  }
+
+ private:
+  static int threads() {
+    static const int kThreads = allowedThreads();
+    return kThreads;
+  }
+
+  void ThreadFunc(const std::vector<FileSyncPair>& files) { shareOut().elements(files.size(), *this); }
+
+  static DWORD syncOne(const FileSyncPair& pair) {
+    const std::wstring& target = pair.first;
+    const std::wstring& source = pair.second.path;
+    if (!copiesSecond(compareWriteTimes(target, source))) return 0;
+    if (CopyFileW(source.c_str(), target.c_str(), FALSE) != FALSE) return 0;
+    const DWORD error = GetLastError();
+    return error != 0 ? error : ERROR_GEN_FAILURE;
+  }
+};
+
+}  // namespace
+
+DWORD downloadList(IZepInetFileTransfer& transfer, const std::vector<InetFileInfo>& files,
+                   const wchar_t* serverDirectory, int serverPathNr, int objectNumber, bool flag,
+                   IProgress** progress) {
+  return ThreadedDownload(transfer, serverDirectory, serverPathNr, objectNumber, flag).download(files, progress);
+}
+
+DWORD uploadList(IZepInetFileTransfer& transfer, const std::vector<InetFileInfo>& files, const wchar_t* serverDirectory,
+                 int pathNr, bool silent, IProgress** progress) {
+  return ThreadedUpload(transfer, serverDirectory, pathNr, silent).upload(files, progress);
+}
+
+DWORD uploadList(IZepInetFileTransfer& transfer, const std::vector<FileSyncPair>& files, int pathNr, bool silent,
+                 IProgress** progress) {
+  return ThreadedUpload(transfer, nullptr, pathNr, silent).upload(files, progress);
+}
+
+DWORD syncServerList(const std::vector<FileSyncPair>& files, IProgress** progress) {
+  return ThreadedSyncServer().sync(files, progress);
+}
+
+}  // namespace Quorvel::FileAccess::Threading
