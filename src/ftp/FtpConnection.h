@@ -108,6 +108,9 @@ class CZepFtpConnection : public CZepInetFileTransfer {
   /// The directory's counterpart on the server, separated by `/` behind the server's root.
   /// @return empty for a number without a counterpart, and for a part that would leave its directory
   std::wstring serverDirectoryOf(const int* pathNr, const wchar_t* dir);
+  /// Directory of a project's lock files on the server; empty when there is no project, or no server yet.
+  std::wstring lockDirectoryOf(const wchar_t* project);
+  std::size_t listLocks(const std::wstring& directory, int userFilter, std::vector<LockFileInfo>& out);
 
   /// "//host/directory/name"
   std::wstring urlOf(const std::wstring& directory, const std::wstring& name) const;

@@ -19,33 +19,4 @@ DWORD CZepFtpConnection::syncServerDirectoryTree(const wchar_t* /*directory*/, c
   return ERROR_INVALID_DATA;
 }
 
-bool CZepFtpConnection::createLockFile(int /*objectNumber*/, const int* /*objectType*/, const wchar_t* /*name*/,
-                                       const wchar_t* /*text*/) {
-  return false;
-}
-
-bool CZepFtpConnection::deleteLockFile(int /*objectNumber*/, const int* /*objectType*/, const wchar_t* /*name*/) {
-  return false;
-}
-
-bool CZepFtpConnection::readLockFile(const wchar_t* /*name*/, std::wstring& /*text*/) {
-  return false;
-}
-
-bool CZepFtpConnection::lockFileExists(int /*objectNumber*/, const int* /*objectType*/, const wchar_t* /*name*/,
-                                       const wchar_t* /*pattern*/) {
-  return false;
-}
-
-std::size_t CZepFtpConnection::fillLockInfo(const wchar_t* /*project*/, std::vector<LockFileInfo>& out,
-                                            int /*userFilter*/) {
-  out.clear();
-  return 0;
-}
-
-std::size_t CZepFtpConnection::fillLockInfo(const int* /*pathNr*/, int /*userFilter*/, std::vector<LockFileInfo>& out) {
-  out.clear();
-  return 0;
-}
-
 }  // namespace Quorvel::FileAccess

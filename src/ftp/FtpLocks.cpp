@@ -1,0 +1,193 @@
+// Lock files in the sub-directory "Lck" of a project on the server. What a lock means and who may hold it is the host's
+// locking manager's to say.
+#include <algorithm>
+
+#include "ftp/FtpConnection.h"
+#include "ftp/LockContent.h"
+#include "host/Locking.h"
+#include "host/Trace.h"
+#include "host/Users.h"
+#include "platform/Text.h"
+#include "toolkit/ByteData.h"
+#include "zephor/Diagnostics.h"
+#include "zephor/Service.h"
+
+namespace Quorvel::FileAccess {
+
+using ConnectionLogger::traceFmt;
+
+namespace {
+
+constexpr const wchar_t* kLockDirectory = L"Lck";
+constexpr int kAnyFileNumber = -1;
+/// The object type whose number stands in the name of its lock alone.
+constexpr int kTypeNumberedByName = 6;
+
+const wchar_t* textOf(const wchar_t* text) {
+  return text != nullptr ? text : L"";
+}
+
+RemoteStatus failedWith(DWORD error) {
+  RemoteStatus status;
+  status.failed = true;
+  status.error = error;
+  return status;
+}
+
+/// What the thread's last error says of a listing: an empty list is no proof that nobody holds a lock.
+DWORD listingError(const RemoteStatus& status) {
+  if (status.isSuccess() || status.error == ERROR_PATH_NOT_FOUND) return 0;
+  return status.error != 0 ? status.error : ERROR_READ_FAULT;
+}
+
+/// True when the locking manager knows of somebody else who holds the object.
+bool isHeldByOther(int objectNumber, const int* objectType, const wchar_t* name) {
+  IZepFileLockingManager& manager = getFileLockingManager();
+  const int type = objectType != nullptr ? *objectType : 0;
+  if (type == kTypeNumberedByName) {
+    int typeInName = 0;
+    int number = kAnyFileNumber;
+    int user = 0;
+    if (manager.parseLockFileName(name, typeInName, number, user)) objectNumber = number;
+  }
+  const int owner = manager.getLockOwner(objectNumber, type, 0);
+  return owner >= 0 && owner != lzbnum();
+}
+
+/// No dialog comes up on this thread while it lives.
+class ScopedSilence {
+ public:
+  explicit ScopedSilence(RemoteConfiguration& remote) : remote_(remote), before_(remote.getDialogsSuppressed()) {
+    remote_.setDialogsSuppressed(true);
+  }
+  ~ScopedSilence() { remote_.setDialogsSuppressed(before_); }
+  ScopedSilence(const ScopedSilence&) = delete;
+  ScopedSilence& operator=(const ScopedSilence&) = delete;
+
+ private:
+  RemoteConfiguration& remote_;
+  bool before_;
+};
+
+std::wstring traceName(const wchar_t* operation, const std::wstring& host, const std::wstring& directory,
+                       const wchar_t* name) {
+  return platform::formatWide(L"%s: \"%s%s/%s\"", operation, host, directory, textOf(name));
+}
+
+}  // namespace
+
+std::wstring CZepFtpConnection::lockDirectoryOf(const wchar_t* project) {
+  const int pathNr = ePrjPath;
+  if (!initialised_ || project == nullptr || *project == L'\0') return {};
+  return serverDirectoryOf(&pathNr, (std::wstring(project) + L"/" + kLockDirectory).c_str());
+}
+
+bool CZepFtpConnection::createLockFile(int objectNumber, const int* objectType, const wchar_t* name,
+                                       const wchar_t* text) {
+  const std::wstring directory = lockDirectoryOf(getProjectName());
+  if (directory.empty() || name == nullptr || *name == L'\0') return false;
+  const CTimeTrace timer(WGO_GetTrace(), traceName(L"createLockFile", remote_.hostName, directory, name), 1, false,
+                         true);
+  return retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
+                [&](RemoteRetryContext& context) {
+                  const std::string bytes = lockContentOf(textOf(text));
+                  CkByteData content;
+                  content.append(bytes.data(), bytes.size());
+                  if (isHeldByOther(objectNumber, objectType, name)) return failedWith(ERROR_LOCK_VIOLATION);
+                  return remote_.uploadData(context, content, name, 0);
+                }})
+      .isSuccess();
+}
+
+bool CZepFtpConnection::deleteLockFile(int /*objectNumber*/, const int* /*objectType*/, const wchar_t* name) {
+  const std::wstring directory = lockDirectoryOf(getProjectName());
+  if (directory.empty() || name == nullptr || *name == L'\0') return false;
+  const CTimeTrace timer(WGO_GetTrace(), traceName(L"deleteLockFile", remote_.hostName, directory, name), 1, false,
+                         true);
+  return retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
+                [&](RemoteRetryContext& context) { return remote_.deleteFile(context, name); }})
+      .isSuccess();
+}
+
+bool CZepFtpConnection::readLockFile(const wchar_t* name, std::wstring& text) {
+  const std::wstring directory = lockDirectoryOf(getProjectName());
+  if (directory.empty() || name == nullptr || *name == L'\0') return false;
+  const ScopedSilence silence(remote_);
+  const CTimeTrace timer(WGO_GetTrace(), traceName(L"readLockFile", remote_.hostName, directory, name), 1, false, true);
+  CkByteData data;
+  std::int64_t offset = 0;
+  std::int64_t size = 0;
+  const RemoteStatus status =
+      retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
+             [&](RemoteRetryContext& context) {
+               data.clear();
+               return remote_.readFilePart(context, name, 0, RemoteConfiguration::kWholeFile, data, offset, size);
+             }});
+  if (!status.isSuccess()) return false;
+  const auto* bytes = reinterpret_cast<const char*>(data.getData());
+  text = lockTextOf({bytes, data.getSize()});
+  return true;
+}
+
+bool CZepFtpConnection::lockFileExists(int /*objectNumber*/, const int* /*objectType*/, const wchar_t* name,
+                                       const wchar_t* pattern) {
+  const std::wstring directory = lockDirectoryOf(getProjectName());
+  if (directory.empty() || pattern == nullptr) return false;
+  const CTimeTrace timer(WGO_GetTrace(), traceName(L"lockFileExists", remote_.hostName, directory, name), 1, false,
+                         true);
+  std::vector<std::wstring> names;
+  const RemoteStatus status =
+      retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
+             [&](RemoteRetryContext& context) {
+               names.clear();
+               return remote_.getFileNames(context, pattern, names);
+             }});
+  if (!status.isSuccess()) names.clear();
+  const auto hit = std::find_if(names.begin(), names.end(),
+                                [&](const std::wstring& listed) { return matchesLockPattern(listed, pattern); });
+  if (verbose()) {
+    traceFmt(0, hit != names.end() ? platform::formatWide(L"lockFileExists: %s found\n", *hit)
+                                   : std::wstring(L"lockFileExists NOT found\n"));
+  }
+  return hit != names.end();
+}
+
+std::size_t CZepFtpConnection::fillLockInfo(const wchar_t* project, std::vector<LockFileInfo>& out, int userFilter) {
+  return listLocks(lockDirectoryOf(project != nullptr ? project : getProjectName()), userFilter, out);
+}
+
+std::size_t CZepFtpConnection::fillLockInfo(const int* pathNr, int userFilter, std::vector<LockFileInfo>& out) {
+  return listLocks(initialised_ ? serverDirectoryOf(pathNr, kLockDirectory) : std::wstring(), userFilter, out);
+}
+
+std::size_t CZepFtpConnection::listLocks(const std::wstring& directory, int userFilter,
+                                         std::vector<LockFileInfo>& out) {
+  out.clear();
+  SetLastError(ERROR_INVALID_DATA);
+  if (directory.empty()) return 0;
+  std::wstring label;
+  WGO_Service_CreateIOTraceMsg(L"fillLockInfo", directory.c_str(), label);
+  const CTimeTrace timer(WGO_GetTrace(), label, 1, false, true);
+  std::vector<std::wstring> names;
+  const RemoteStatus status =
+      retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
+             [&](RemoteRetryContext& context) {
+               names.clear();
+               return remote_.getFileNames(context, L"*", names);
+             }});
+  SetLastError(listingError(status));
+  if (!status.isSuccess()) return 0;
+  IZepFileLockingManager& manager = getFileLockingManager();
+  for (std::wstring& name : names) {
+    if (!isLockFileName(name)) continue;
+    LockFileInfo info;
+    if (!manager.parseLockFileName(name, info.objectType, info.objectNumber, info.userId)) continue;
+    if (!isLockWanted(info.userId, userFilter, getQuorvelUserID())) continue;
+    info.baseName = lockBaseNameOf(name);
+    info.fileName = std::move(name);
+    out.push_back(std::move(info));
+  }
+  return out.size();
+}
+
+}  // namespace Quorvel::FileAccess
