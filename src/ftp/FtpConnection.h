@@ -110,6 +110,7 @@ class CZepFtpConnection : public CZepInetFileTransfer {
   std::wstring serverDirectoryOf(const int* pathNr, const wchar_t* dir);
   /// Directory of a project's lock files on the server; empty when there is no project, or no server yet.
   std::wstring lockDirectoryOf(const wchar_t* project);
+  RemoteStatus listLockNames(const std::wstring& directory, std::vector<std::wstring>& names);
   std::size_t listLocks(const std::wstring& directory, int userFilter, std::vector<LockFileInfo>& out);
 
   /// "//host/directory/name"

@@ -34,10 +34,15 @@ RemoteStatus failedWith(DWORD error) {
   return status;
 }
 
-/// What the thread's last error says of a listing: an empty list is no proof that nobody holds a lock.
-DWORD listingError(const RemoteStatus& status) {
-  if (status.isSuccess() || status.error == ERROR_PATH_NOT_FOUND) return 0;
-  return status.error != 0 ? status.error : ERROR_READ_FAULT;
+/// The thread's last error tells why an operation failed.
+bool answerOf(const RemoteStatus& status) {
+  SetLastError(codeOf(status));
+  return status.isSuccess();
+}
+
+bool refuse() {
+  SetLastError(ERROR_INVALID_DATA);
+  return false;
 }
 
 /// True when the locking manager knows of somebody else who holds the object.
@@ -85,34 +90,34 @@ std::wstring CZepFtpConnection::lockDirectoryOf(const wchar_t* project) {
 bool CZepFtpConnection::createLockFile(int objectNumber, const int* objectType, const wchar_t* name,
                                        const wchar_t* text) {
   const std::wstring directory = lockDirectoryOf(getProjectName());
-  if (directory.empty() || name == nullptr || *name == L'\0') return false;
+  if (directory.empty() || name == nullptr || *name == L'\0') return refuse();
   const CTimeTrace timer(WGO_GetTrace(), traceName(L"createLockFile", remote_.hostName, directory, name), 1, false,
                          true);
-  return retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
-                [&](RemoteRetryContext& context) {
-                  const std::string bytes = lockContentOf(textOf(text));
-                  CkByteData content;
-                  content.append(bytes.data(), bytes.size());
-                  if (isHeldByOther(objectNumber, objectType, name)) return failedWith(ERROR_LOCK_VIOLATION);
-                  return remote_.uploadData(context, content, name, 0);
-                }})
-      .isSuccess();
+  const RemoteStatus status =
+      retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
+             [&](RemoteRetryContext& context) {
+               const std::string bytes = lockContentOf(textOf(text));
+               CkByteData content;
+               content.append(bytes.data(), bytes.size());
+               if (isHeldByOther(objectNumber, objectType, name)) return failedWith(ERROR_LOCK_VIOLATION);
+               return remote_.uploadData(context, content, name, 0);
+             }});
+  return answerOf(status);
 }
 
 bool CZepFtpConnection::deleteLockFile(int /*objectNumber*/, const int* /*objectType*/, const wchar_t* name) {
   const std::wstring directory = lockDirectoryOf(getProjectName());
-  if (directory.empty() || name == nullptr || *name == L'\0') return false;
+  if (directory.empty() || name == nullptr || *name == L'\0') return refuse();
   const CTimeTrace timer(WGO_GetTrace(), traceName(L"deleteLockFile", remote_.hostName, directory, name), 1, false,
                          true);
-  return retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
-                [&](RemoteRetryContext& context) { return remote_.deleteFile(context, name); }})
-      .isSuccess();
+  return answerOf(retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
+                         [&](RemoteRetryContext& context) { return remote_.deleteFile(context, name); }}));
 }
 
 bool CZepFtpConnection::readLockFile(const wchar_t* name, std::wstring& text) {
   const std::wstring directory = lockDirectoryOf(getProjectName());
-  if (directory.empty() || name == nullptr || *name == L'\0') return false;
-  const ScopedSilence silence(remote_);
+  if (directory.empty() || name == nullptr || *name == L'\0') return refuse();
+  const ScopedNoDialogs silence(remote_);
   const CTimeTrace timer(WGO_GetTrace(), traceName(L"readLockFile", remote_.hostName, directory, name), 1, false, true);
   CkByteData data;
   std::int64_t offset = 0;
@@ -123,7 +128,7 @@ bool CZepFtpConnection::readLockFile(const wchar_t* name, std::wstring& text) {
                data.clear();
                return remote_.readFilePart(context, name, 0, RemoteConfiguration::kWholeFile, data, offset, size);
              }});
-  if (!status.isSuccess()) return false;
+  if (!answerOf(status)) return false;
   const auto* bytes = reinterpret_cast<const char*>(data.getData());
   text = lockTextOf({bytes, data.getSize()});
   return true;
@@ -160,23 +165,23 @@ std::size_t CZepFtpConnection::fillLockInfo(const int* pathNr, int userFilter, s
   return listLocks(initialised_ ? serverDirectoryOf(pathNr, kLockDirectory) : std::wstring(), userFilter, out);
 }
 
-std::size_t CZepFtpConnection::listLocks(const std::wstring& directory, int userFilter,
-                                         std::vector<LockFileInfo>& out) {
-  out.clear();
-  SetLastError(ERROR_INVALID_DATA);
-  if (directory.empty()) return 0;
+RemoteStatus CZepFtpConnection::listLockNames(const std::wstring& directory, std::vector<std::wstring>& names) {
   std::wstring label;
   WGO_Service_CreateIOTraceMsg(L"fillLockInfo", directory.c_str(), label);
   const CTimeTrace timer(WGO_GetTrace(), label, 1, false, true);
+  return retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
+                [&](RemoteRetryContext& context) {
+                  names.clear();
+                  return remote_.getFileNames(context, L"*", names);
+                }});
+}
+
+std::size_t CZepFtpConnection::listLocks(const std::wstring& directory, int userFilter,
+                                         std::vector<LockFileInfo>& out) {
+  out.clear();
   std::vector<std::wstring> names;
-  const RemoteStatus status =
-      retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
-             [&](RemoteRetryContext& context) {
-               names.clear();
-               return remote_.getFileNames(context, L"*", names);
-             }});
-  SetLastError(listingError(status));
-  if (!status.isSuccess()) return 0;
+  const RemoteStatus status = directory.empty() ? failedWith(ERROR_INVALID_DATA) : listLockNames(directory, names);
+  if (!status.isSuccess()) names.clear();
   IZepFileLockingManager& manager = getFileLockingManager();
   for (std::wstring& name : names) {
     if (!isLockFileName(name)) continue;
@@ -187,6 +192,8 @@ std::size_t CZepFtpConnection::listLocks(const std::wstring& directory, int user
     info.fileName = std::move(name);
     out.push_back(std::move(info));
   }
+  // A directory that is missing holds no locks. Any other failure must not read as if nobody held one.
+  SetLastError(status.error == ERROR_PATH_NOT_FOUND ? 0 : codeOf(status));
   return out.size();
 }
 

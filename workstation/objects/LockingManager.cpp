@@ -1,74 +1,50 @@
-// The locking manager over the locks of the embedded cloud store.
-//
-// A project of the older store has no locks here: every question is answered with "nobody holds it", and no lock is
-// given.
-#include <map>
-
+// The locking manager: locks of a project in the cloud live in its store, those of a project of the older store in
+// files on its server. Where neither is at hand nobody holds a lock, and none is given.
 #include "host/Locking.h"
 #include "host/System.h"
-#include "host/Trace.h"
-#include "host/Users.h"
-#include "platform/Time.h"
+#include "platform/Text.h"
+#include "workstation/objects/CloudLocks.h"
+#include "workstation/objects/FileLocks.h"
 #include "workstation/objects/LockNames.h"
-#include "workstation/objects/ObjectNames.h"
 #include "workstation/projects/OpenUnits.h"
-#include "workstation/store/StoreContext.h"
 
 namespace workstation {
 namespace {
 
-/// The store with the project and the person on whose behalf it is asked.
-struct LockStore {
-  std::shared_ptr<CloudStore> store;
-  StoreActor actor;
-  std::wstring project;
-};
+/// Where a project's locks live.
+enum class LockPlace { None, Cloud, Files };
 
-/// @return false when the project is not in the cloud, or, with a log line, when its store can't be reached
-bool connect(const PRJ& prj, const wchar_t* operation, LockStore& out) {
-  if (!prj.IsOndrathProject()) return false;
-  CloudStatus status = kStoreOk;
-  std::wstring error;
-  out.store = currentStore(status, error);
-  if (!out.store) {
-    lfperrC(L"%s: the locks of %s can't be asked for: %s\n", operation, prj.GetProjectDisplayName(), error);
-    return false;
+LockPlace placeOf(const PRJ& prj) {
+  if (prj.IsOndrathProject()) return LockPlace::Cloud;
+  if (!filelocks::areInUse()) return LockPlace::None;
+  // Of the older store only the transfer object's project can be asked for. Without an open project that is the one.
+  const std::wstring directory = prj.GetDirectoryName();
+  const std::wstring served = filelocks::projectDirectory();
+  const bool isTheOne = directory.empty() || platform::equalsIgnoreCase(served, directory) ||
+                        platform::equalsIgnoreCase(served, directory + L".prj");
+  return isTheOne ? LockPlace::Files : LockPlace::None;
+}
+
+int lockIn(const PRJ& prj, int number, int objectType) {
+  switch (placeOf(prj)) {
+    case LockPlace::Cloud:
+      return cloudlocks::lock(prj, number, objectType);
+    case LockPlace::Files:
+      return filelocks::lock(number, objectType);
+    default:
+      return 0;
   }
-  out.actor = storeActor();
-  out.project = prj.GetOndrathProjectUuid();
-  return true;
 }
 
-bool isSamePerson(const ObjectLock& lock, const StoreActor& actor) {
-  return lock.holder.uuid == actor.user.uuid;
-}
-
-bool isOwn(const ObjectLock& lock, const StoreActor& actor) {
-  return isSamePerson(lock, actor) && lock.workstationId == actor.workstationId;
-}
-
-std::wstring textOf(const FILETIME& time) {
-  SYSTEMTIME parts{};
-  if (FileTimeToSystemTime(&time, &parts) == FALSE) return {};
-  return platform::formatWide(L"%04d-%02d-%02d %02d:%02d:%02d", int{parts.wYear}, int{parts.wMonth}, int{parts.wDay},
-                              int{parts.wHour}, int{parts.wMinute}, int{parts.wSecond});
-}
-
-FileLockInfo infoOf(const ObjectLock& lock, const StoreActor& actor) {
-  FileLockInfo info;
-  info.objectType = objectTypeOfFileType(lock.objectType);
-  info.objectNumber = lock.number;
-  info.userNumber = isSamePerson(lock, actor) ? lzbnum() : lock.memberNumber;
-  info.userName = lock.holder.name;
-  info.workstation = lock.workstationName;
-  info.time = textOf(lock.since);
-  info.fileName = lockFileName({info.objectType, info.objectNumber, info.userNumber, lock.workstationId});
-  return info;
-}
-
-int logFailure(const wchar_t* operation, int objectType, int number) {
-  lfperrC(L"%s: object type %d, number %d: %s\n", operation, objectType, number, CloudStore::lastText());
-  return 0;
+int unlockIn(const PRJ& prj, int number, int objectType) {
+  switch (placeOf(prj)) {
+    case LockPlace::Cloud:
+      return cloudlocks::unlock(prj, number, objectType);
+    case LockPlace::Files:
+      return filelocks::unlock(number, objectType);
+    default:
+      return 0;
+  }
 }
 
 class LockingManager final : public IZepFileLockingManager {
@@ -79,18 +55,9 @@ class LockingManager final : public IZepFileLockingManager {
   int UnlockObject(int number, int objectType, int /*flags*/) override {
     return unlockIn(get_ActivePrj(), number, objectType);
   }
-  int GetLockOwner(int number, int objectType, int /*flags*/) override {
-    FileLockInfo info;
-    return GetLockInfo(number, objectType, info) ? info.userNumber : -1;
-  }
-  int getLockOwner(int number, int objectType, int flags) override { return GetLockOwner(number, objectType, flags); }
-
-  bool IsLockingOff() override {
-    int off = 0;
-    if (ZSYST_ZepRegGetNumber(L"HKCU", L"Settings\\LockingOff", off) && off != 0) return true;
-    return get_ActPrjPath().empty();
-  }
-
+  int GetLockOwner(int number, int objectType, int flags) override;
+  int getLockOwner(int number, int objectType, int flags) override;
+  bool IsLockingOff() override;
   bool GetLockInfo(int number, int objectType, FileLockInfo& out) override;
   bool IsLockedByCurrentUser(int number, int objectType) override;
   bool parseLockFileName(const std::wstring& name, int& objectType, int& number, int& userNumber) override;
@@ -105,55 +72,55 @@ class LockingManager final : public IZepFileLockingManager {
   std::vector<int>& delayedUnlocks() override { return delayedUnlocks_; }
 
  private:
-  static int lockIn(const PRJ& prj, int number, int objectType);
-  static int unlockIn(const PRJ& prj, int number, int objectType);
-  static bool findLock(int number, int objectType, LockStore& store, std::optional<ObjectLock>& out);
-  static bool ownLocks(LockStore& store, std::vector<ObjectLock>& out);
-
   std::vector<int> delayedLocks_;
   std::vector<int> delayedUnlocks_;
 };
 
-int LockingManager::lockIn(const PRJ& prj, int number, int objectType) {
-  const QuorvelFileType type = fileTypeOfObjectType(objectType);
-  LockStore locks;
-  if (!isPossibleNumber(type, number) || !connect(prj, L"LockObject", locks)) return 0;
-  const CloudStatus status = locks.store->lockObject(locks.actor, locks.project, type, number);
-  if (status == kStoreOk) return 1;
-  // A refusal is an ordinary answer, which the caller tells of.
-  return status == kStoreLocked ? 0 : logFailure(L"LockObject", objectType, number);
+int LockingManager::GetLockOwner(int number, int objectType, int flags) {
+  return placeOf(get_ActivePrj()) == LockPlace::Files ? filelocks::owner(number, objectType)
+                                                      : getLockOwner(number, objectType, flags);
 }
 
-int LockingManager::unlockIn(const PRJ& prj, int number, int objectType) {
-  const QuorvelFileType type = fileTypeOfObjectType(objectType);
-  LockStore locks;
-  if (!isPossibleNumber(type, number) || !connect(prj, L"UnlockObject", locks)) return 0;
-  if (locks.store->unlockObject(locks.actor, locks.project, type, number) == kStoreOk) return 1;
-  return logFailure(L"UnlockObject", objectType, number);
-}
-
-bool LockingManager::findLock(int number, int objectType, LockStore& store, std::optional<ObjectLock>& out) {
-  const QuorvelFileType type = fileTypeOfObjectType(objectType);
-  if (!isPossibleNumber(type, number) || !connect(get_ActivePrj(), L"GetLockOwner", store)) return false;
-  if (store.store->lockOf(store.actor, store.project, type, number, out) != kStoreOk) {
-    logFailure(L"GetLockOwner", objectType, number);
-    return false;
+int LockingManager::getLockOwner(int number, int objectType, int /*flags*/) {
+  const PRJ prj = get_ActivePrj();
+  switch (placeOf(prj)) {
+    case LockPlace::Cloud: {
+      const auto info = cloudlocks::lockInfo(prj, number, objectType);
+      return info ? info->userNumber : -1;
+    }
+    case LockPlace::Files:
+      return filelocks::ownerInPicture(number, objectType);
+    default:
+      return -1;
   }
-  return out.has_value();
+}
+
+bool LockingManager::IsLockingOff() {
+  int off = 0;
+  if (ZSYST_ZepRegGetNumber(L"HKCU", L"Settings\\LockingOff", off) && off != 0) return true;
+  return get_ActPrjPath().empty() && placeOf(get_ActivePrj()) == LockPlace::None;
 }
 
 bool LockingManager::GetLockInfo(int number, int objectType, FileLockInfo& out) {
-  LockStore store;
-  std::optional<ObjectLock> lock;
-  if (!findLock(number, objectType, store, lock)) return false;
-  out = infoOf(*lock, store.actor);
-  return true;
+  const PRJ prj = get_ActivePrj();
+  const LockPlace place = placeOf(prj);
+  if (place == LockPlace::None) return false;
+  const auto info = place == LockPlace::Cloud ? cloudlocks::lockInfo(prj, number, objectType)
+                                              : filelocks::lockInfo(number, objectType);
+  if (info) out = *info;
+  return info.has_value();
 }
 
 bool LockingManager::IsLockedByCurrentUser(int number, int objectType) {
-  LockStore store;
-  std::optional<ObjectLock> lock;
-  return findLock(number, objectType, store, lock) && isOwn(*lock, store.actor);
+  const PRJ prj = get_ActivePrj();
+  switch (placeOf(prj)) {
+    case LockPlace::Cloud:
+      return cloudlocks::isOwn(prj, number, objectType);
+    case LockPlace::Files:
+      return filelocks::isOwn(number, objectType);
+    default:
+      return false;
+  }
 }
 
 bool LockingManager::parseLockFileName(const std::wstring& name, int& objectType, int& number, int& userNumber) {
@@ -165,53 +132,40 @@ bool LockingManager::parseLockFileName(const std::wstring& name, int& objectType
   return true;
 }
 
-bool LockingManager::ownLocks(LockStore& store, std::vector<ObjectLock>& out) {
-  if (!connect(get_ActivePrj(), L"getOwnLocks", store)) return false;
-  if (store.store->locks(store.actor, store.project, out) != kStoreOk) {
-    lfperrC(L"getOwnLocks: %s\n", CloudStore::lastText());
-    return false;
-  }
-  std::erase_if(out, [&](const ObjectLock& lock) { return !isOwn(lock, store.actor); });
-  return true;
-}
-
 int LockingManager::getOwnLocks(std::vector<FileLockInfo>& out) {
   out.clear();
-  LockStore store;
-  std::vector<ObjectLock> locks;
-  if (!ownLocks(store, locks)) return 0;
-  for (const ObjectLock& lock : locks) out.push_back(infoOf(lock, store.actor));
+  const PRJ prj = get_ActivePrj();
+  const LockPlace place = placeOf(prj);
+  if (place == LockPlace::Cloud) out = cloudlocks::ownLocks(prj);
+  if (place == LockPlace::Files) out = filelocks::ownLocks();
   return static_cast<int>(out.size());
 }
 
 int LockingManager::updateLockInfoEx(int unit, std::vector<FileLockInfo>& out) {
   out.clear();
   const auto prj = projectOfUnit(unit);
-  LockStore store;
-  if (!prj || !connect(*prj, L"updateLockInfoEx", store)) return 0;
-  std::vector<ObjectLock> locks;
-  if (store.store->locks(store.actor, store.project, locks) != kStoreOk) {
-    lfperrC(L"updateLockInfoEx: %s\n", CloudStore::lastText());
-    return 0;
+  // Without an open project the transfer object's own is meant.
+  if (!prj && *get_ActivePrj().GetDirectoryName() != L'\0') return 0;
+  switch (placeOf(prj ? *prj : PRJ())) {
+    case LockPlace::Cloud:
+      return cloudlocks::allLocks(*prj, out) ? 1 : 0;
+    case LockPlace::Files:
+      return filelocks::allLocks(out) ? 1 : 0;
+    default:
+      return 0;
   }
-  for (const ObjectLock& lock : locks) out.push_back(infoOf(lock, store.actor));
-  return 1;
 }
 
-/// Gives back what this user still holds on this workstation. @return locks given back
 int LockingManager::CleanupLocks(int /*flags*/) {
-  LockStore store;
-  std::vector<ObjectLock> locks;
-  if (!ownLocks(store, locks)) return 0;
-  int count = 0;
-  for (const ObjectLock& lock : locks) {
-    if (store.store->unlockObject(store.actor, store.project, lock.objectType, lock.number) == kStoreOk) {
-      ++count;
-    } else {
-      logFailure(L"CleanupLocks", objectTypeOfFileType(lock.objectType), lock.number);
-    }
+  const PRJ prj = get_ActivePrj();
+  switch (placeOf(prj)) {
+    case LockPlace::Cloud:
+      return cloudlocks::releaseOwn(prj);
+    case LockPlace::Files:
+      return filelocks::releaseOwn();
+    default:
+      return 0;
   }
-  return count;
 }
 
 bool LockingManager::LockDelayedList(const PRJ& prj, const std::vector<int>& numbers, int objectType,
