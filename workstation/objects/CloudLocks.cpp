@@ -80,6 +80,7 @@ bool listOwn(const PRJ& prj, LockStore& store, std::vector<ObjectLock>& out) {
 
 std::vector<FileLockInfo> infosOf(const std::vector<ObjectLock>& locks, const StoreActor& actor) {
   std::vector<FileLockInfo> infos;
+  infos.reserve(locks.size());
   for (const ObjectLock& lock : locks) infos.push_back(infoOf(lock, actor));
   return infos;
 }

@@ -41,32 +41,29 @@ Picture& picture() {
   return instance;
 }
 
-/// The transfer object with the interfaces that locks need; null without the library.
+/// The transfer object with the interfaces that locks need.
 struct Transfer {
-  IZepInetFileTransfer* files = nullptr;
-  IZepInetFileTransferInternal* internals = nullptr;
-  IZepInetFileTransferLocking* locking = nullptr;
+  IZepInetFileTransfer& files;
+  IZepInetFileTransferInternal& internals;
+  IZepInetFileTransferLocking& locking;
 };
 
+/// While areInUse() is true.
 Transfer transfer() {
-  Transfer result;
-  if (Quorvel::FileAccess::getInetFileManager == nullptr) return result;
-  result.files = &Quorvel::FileAccess::getInetFileManager();
-  result.internals = dynamic_cast<IZepInetFileTransferInternal*>(result.files);
-  result.locking = dynamic_cast<IZepInetFileTransferLocking*>(result.files);
-  return result;
+  IZepInetFileTransfer& files = Quorvel::FileAccess::getInetFileManager();
+  return {files, dynamic_cast<IZepInetFileTransferInternal&>(files), dynamic_cast<IZepInetFileTransferLocking&>(files)};
 }
 
 /// Reads the lock files of the server. @return false, with a line in the error log, when they can't be read
 bool refresh(const wchar_t* operation) {
   const Transfer current = transfer();
-  const std::wstring server = current.files->getServerName();
-  const std::wstring project = current.files->getProjectName();
+  const std::wstring server = current.files.getServerName();
+  const std::wstring project = current.files.getProjectName();
   std::vector<LockFileInfo> locks;
   // The library lists those of one user, or of all others.
-  for (const int filter : {-1, current.internals->getQuorvelUserID()}) {
+  for (const int filter : {-1, current.internals.getQuorvelUserID()}) {
     std::vector<LockFileInfo> part;
-    if (current.locking->fillLockInfo(project.c_str(), part, filter) == 0 && GetLastError() != 0) {
+    if (current.locking.fillLockInfo(project.c_str(), part, filter) == 0 && GetLastError() != 0) {
       lfperrC(L"%s: the lock files of %s on %s can't be read: error %d\n", operation, project, server, GetLastError());
       return false;
     }
@@ -87,8 +84,8 @@ std::vector<LockFileInfo> pictured(const wchar_t* operation) {
   Picture& seen = picture();
   {
     const std::lock_guard guard(seen.mutex);
-    if (seen.isLoaded && seen.server == current.files->getServerName() &&
-        seen.project == current.files->getProjectName()) {
+    if (seen.isLoaded && seen.server == current.files.getServerName() &&
+        seen.project == current.files.getProjectName()) {
       return seen.locks;
     }
   }
@@ -145,7 +142,7 @@ FileLockInfo infoOf(const LockFileInfo& lock) {
 FileLockInfo readInfo(const LockFileInfo& lock) {
   FileLockInfo info = infoOf(lock);
   std::wstring text;
-  if (!transfer().locking->readLockFile(lock.fileName.c_str(), text)) return info;
+  if (!transfer().locking.readLockFile(lock.fileName.c_str(), text)) return info;
   const LockText parts = parseLockText(text);
   if (!parts.userName.empty()) info.userName = parts.userName;
   if (!parts.workstation.empty()) info.workstation = parts.workstation;
@@ -161,19 +158,19 @@ std::wstring ownLockText() {
 
 std::wstring lockDirectory(const Transfer& current) {
   const int pathNr = ePrjPath;
-  std::wstring path = current.files->getServerPathFromNr(&pathNr);
+  std::wstring path = current.files.getServerPathFromNr(&pathNr);
   if (path.empty() || (path.back() != L'/' && path.back() != L'\\')) path += L'/';
-  return path + current.files->getProjectName() + L"/Lck";
+  return path + current.files.getProjectName() + L"/Lck";
 }
 
 /// Writes this workstation's lock file, with the directory of lock files where that is missing.
 bool writeLock(int number, int objectType, const std::wstring& name) {
   const Transfer current = transfer();
   const std::wstring text = ownLockText();
-  if (current.locking->createLockFile(number, &objectType, name.c_str(), text.c_str())) return true;
+  if (current.locking.createLockFile(number, &objectType, name.c_str(), text.c_str())) return true;
   if (GetLastError() != ERROR_PATH_NOT_FOUND) return false;
-  return current.internals->createServerDirectory(lockDirectory(current).c_str()) &&
-         current.locking->createLockFile(number, &objectType, name.c_str(), text.c_str());
+  return current.internals.createServerDirectory(lockDirectory(current).c_str()) &&
+         current.locking.createLockFile(number, &objectType, name.c_str(), text.c_str());
 }
 
 std::wstring ownLockName(int number, int objectType) {
@@ -185,7 +182,7 @@ void logFailure(const wchar_t* operation, const std::wstring& name) {
 }
 
 bool removeLock(const wchar_t* operation, int number, int objectType, const std::wstring& name) {
-  if (transfer().locking->deleteLockFile(number, &objectType, name.c_str())) return true;
+  if (transfer().locking.deleteLockFile(number, &objectType, name.c_str())) return true;
   logFailure(operation, name);
   return false;
 }
@@ -193,14 +190,13 @@ bool removeLock(const wchar_t* operation, int number, int objectType, const std:
 }  // namespace
 
 bool areInUse() {
+  if (Quorvel::FileAccess::getInetFileManager == nullptr) return false;
   const Transfer current = transfer();
-  if (current.internals == nullptr || current.locking == nullptr) return false;
-  const std::wstring server = current.files->getServerName();
-  return *current.files->getProjectName() != L'\0' && !ZSYST_IsOndrathServer(server);
+  return *current.files.getProjectName() != L'\0' && !ZSYST_IsOndrathServer(current.files.getServerName());
 }
 
 std::wstring projectDirectory() {
-  return transfer().files->getProjectName();
+  return transfer().files.getProjectName();
 }
 
 int lock(int number, int objectType) {
