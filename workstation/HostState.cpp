@@ -29,6 +29,7 @@ std::optional<int> settingsNumber(const std::wstring& key) {
   {
     HostState& state = hostState();
     const std::lock_guard guard(state.mutex);
+    if (const auto ofRun = state.numbersOfRun.find(key); ofRun != state.numbersOfRun.end()) return ofRun->second;
     if (const auto unsaved = state.unsavedNumbers.find(key); unsaved != state.unsavedNumbers.end())
       return unsaved->second;
   }

@@ -39,6 +39,10 @@ struct HostState {
   std::mutex mutex;
   /// Per-user numbers that settings.json could not take; for this process they stand before those of the file.
   std::map<std::wstring, int, IgnoreCaseLess> unsavedNumbers;
+  // What this run puts in the place of the settings.
+  std::map<std::wstring, int, IgnoreCaseLess> numbersOfRun;
+  std::map<std::wstring, std::wstring, IgnoreCaseLess> hostDirectories;
+  std::map<std::wstring, std::wstring, IgnoreCaseLess> serverPasswords;
   std::wstring currentServer;
   std::wstring corPath;
   std::map<int, std::wstring> paths;  ///< path numbers that were set, each with its backslash

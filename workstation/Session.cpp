@@ -63,6 +63,9 @@ void clearState(HostState& state) {
   state.traceLevel = -1;
   const std::lock_guard guard(state.mutex);
   state.unsavedNumbers.clear();
+  state.numbersOfRun.clear();
+  state.hostDirectories.clear();
+  state.serverPasswords.clear();
   state.currentServer.clear();
   state.corPath.clear();
   state.paths.clear();

@@ -95,7 +95,10 @@ std::wstring get_data_path() {
 }
 
 std::wstring ZSYST_getLocalDataServerRoot(const std::wstring& host) {
-  return workstation::isKnownHost(host) ? workstation::serverRootName(host) : std::wstring();
+  if (!workstation::isKnownHost(host)) return {};
+  // A server that was asked for by its host name has the directory of its name.
+  const std::wstring name = workstation::serverNameOf(host);
+  return workstation::serverRootName(name.empty() ? host : name);
 }
 
 bool ZSYST_getPrgDirectory(wchar_t* buffer, std::size_t size) {

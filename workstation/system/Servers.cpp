@@ -1,5 +1,7 @@
 // Which servers this workstation knows and which one the current work is for.
 
+#include <algorithm>
+
 #include "host/System.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
@@ -12,9 +14,46 @@ using workstation::settings;
 
 namespace {
 
-const workstation::ServerSettings* findServer(const workstation::SettingsValues& values, const std::wstring& name) {
-  const auto found = values.servers.find(name);
-  return found == values.servers.end() ? nullptr : &found->second;
+using workstation::ServerMap;
+using workstation::ServerSettings;
+using workstation::SettingsValues;
+
+/// By its name, otherwise by its host name.
+ServerMap::const_iterator findServer(const SettingsValues& values, const std::wstring& host) {
+  const ServerMap& servers = values.servers;
+  const auto named = servers.find(host);
+  if (named != servers.end() || host.empty()) return named;
+  const auto hasHost = [&host](const auto& server) {
+    return !server.second.isDirectory && platform::equalsIgnoreCase(server.second.hostName, host);
+  };
+  const auto current = servers.find(ZSYST_getCurrentWorkgroupServer());
+  if (current != servers.end() && hasHost(*current)) return current;
+  return std::find_if(servers.begin(), servers.end(), hasHost);
+}
+
+using RunTexts = std::map<std::wstring, std::wstring, workstation::IgnoreCaseLess>;
+
+/// What this run was given for a server, under the name that is asked for or the server's own; otherwise empty.
+std::wstring ofThisRun(const RunTexts& texts, const std::wstring& host) {
+  workstation::HostState& state = hostState();
+  {
+    const std::lock_guard guard(state.mutex);
+    if (texts.empty()) return {};
+    if (const auto found = texts.find(host); found != texts.end()) return found->second;
+  }
+  const std::wstring name = workstation::serverNameOf(host);
+  const std::lock_guard guard(state.mutex);
+  const auto found = texts.find(name);
+  return found != texts.end() ? found->second : std::wstring();
+}
+
+void putForRun(RunTexts& texts, const std::wstring& host, const std::wstring& text) {
+  const std::wstring name = workstation::serverNameOf(host);
+  const std::lock_guard guard(hostState().mutex);
+  for (const std::wstring& key : {host, name}) {
+    texts.erase(key);
+    if (!text.empty() && !key.empty()) texts.emplace(key, text);
+  }
 }
 
 }  // namespace
@@ -32,7 +71,8 @@ bool ZSYST_IsOndrathConnection() {
 }
 
 bool ZSYST_IsInetServer(const std::wstring& host) {
-  return findServer(*settings(), host) != nullptr;
+  const auto values = settings();
+  return findServer(*values, host) != values->servers.end();
 }
 
 bool ZSYST_IsInetConnection() {
@@ -57,14 +97,14 @@ void ZSYST_setCurrentWorkgroupServer(const std::wstring& host) {
 
 int ZSYST_getWorkgroupOnlineConnectionType(const std::wstring& host) {
   const auto values = settings();
-  const auto* server = findServer(*values, host);
-  return server != nullptr && !server->isDirectory ? 1 : 0;
+  const auto server = findServer(*values, host);
+  return server != values->servers.end() && !server->second.isDirectory ? 1 : 0;
 }
 
 std::wstring ZSYST_getWorkgroupOnlineServerDescription(const std::wstring& host) {
   const auto values = settings();
-  const auto* server = findServer(*values, host);
-  return server != nullptr ? server->description : std::wstring();
+  const auto server = findServer(*values, host);
+  return server != values->servers.end() ? server->second.description : std::wstring();
 }
 
 std::wstring ZSYST_getQuorvelServer() {
@@ -78,10 +118,11 @@ int IsHostAvailable(const std::wstring& server, int /*flags*/) {
     return !store.empty() && platform::fileStatus(platform::libraryPath(store)).isDirectory ? 1 : 0;
   }
   const auto values = settings();
-  const auto* known = findServer(*values, server);
-  if (known == nullptr) return 0;
+  const auto known = findServer(*values, server);
+  if (known == values->servers.end()) return 0;
   // A real server shows itself at the first connection; only a directory can be asked before.
-  return !known->isDirectory || platform::fileStatus(known->baseDirectory).isDirectory ? 1 : 0;
+  const ServerSettings& properties = known->second;
+  return !properties.isDirectory || platform::fileStatus(properties.baseDirectory).isDirectory ? 1 : 0;
 }
 
 globalHostsManager& globalHostsManager::instance() {
@@ -90,6 +131,7 @@ globalHostsManager& globalHostsManager::instance() {
 }
 
 std::wstring globalHostsManager::getHostPath(const std::wstring& host) const {
+  if (std::wstring directory = ofThisRun(hostState().hostDirectories, host); !directory.empty()) return directory;
   if (!workstation::isKnownHost(host)) return {};
   return platform::joinPath(platform::joinPath(ZSYST_getLocalDataDirectory(), L"Prj"),
                             ZSYST_getLocalDataServerRoot(host));
@@ -97,13 +139,16 @@ std::wstring globalHostsManager::getHostPath(const std::wstring& host) const {
 
 CServerProperties::CServerProperties(const std::wstring& serverName) {
   const auto values = settings();
-  const auto* server = findServer(*values, serverName);
-  if (server == nullptr || server->isDirectory) return;
+  const auto found = findServer(*values, serverName);
+  if (found == values->servers.end() || found->second.isDirectory) return;
+  const ServerSettings* const server = &found->second;
   hostName = server->hostName;
   protocol = server->protocol;
   userName = server->userName;
-  password = server->password;
+  password = ofThisRun(hostState().serverPasswords, serverName);
+  if (password.empty()) password = server->password;
   baseDirectory = server->baseDirectory;
+  certificateFile = server->certificateFile;
   explicitTls = server->explicitTls;
   epsvMode = server->epsvMode;
   connectLimitMilliseconds = server->connectLimitMilliseconds;
@@ -113,3 +158,21 @@ CServerProperties::CServerProperties(const std::wstring& serverName) {
 CServerProperties::CServerProperties(const CServerProperties&) = default;
 CServerProperties& CServerProperties::operator=(const CServerProperties&) = default;
 CServerProperties::~CServerProperties() = default;
+
+namespace workstation {
+
+void setHostDirectory(const std::wstring& host, const std::wstring& libraryPath) {
+  putForRun(hostState().hostDirectories, host, libraryPath);
+}
+
+void setServerPassword(const std::wstring& server, const std::wstring& password) {
+  putForRun(hostState().serverPasswords, server, password);
+}
+
+std::wstring serverNameOf(const std::wstring& host) {
+  const auto values = settings();
+  const auto found = findServer(*values, host);
+  return found == values->servers.end() ? std::wstring() : found->first;
+}
+
+}  // namespace workstation

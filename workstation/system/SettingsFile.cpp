@@ -1,5 +1,6 @@
 #include "workstation/system/SettingsFile.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "platform/Files.h"
@@ -48,6 +49,19 @@ std::wstring lockPath(const std::wstring& settingsPath) {
 
 std::wstring failureText(const std::wstring& file, const wchar_t* what, DWORD code) {
   return platform::formatWide(L"%s: %s (error %u)", file, what, code);
+}
+
+bool holdsPassword(const SettingsValues& values) {
+  return std::any_of(values.servers.begin(), values.servers.end(),
+                     [](const auto& server) { return !server.second.password.empty(); });
+}
+
+/// Takes the file from everybody but its user. A later write keeps the permissions.
+std::error_code keepFromOthers(const std::wstring& path) {
+  using std::filesystem::perms;
+  std::error_code problem;
+  std::filesystem::permissions(platform::systemPath(path), perms::owner_read | perms::owner_write, problem);
+  return problem;
 }
 
 }  // namespace
@@ -105,6 +119,11 @@ bool SettingsFile::change(const std::function<void(SettingsValues&)>& edit, std:
   edit(values);
   const std::string after = renderSettings(before, values);
   if (after != before) {
+    // Before the write: a password is at no moment in a file that others may read.
+    if (const std::error_code problem = holdsPassword(values) ? keepFromOthers(path_) : std::error_code(); problem) {
+      error = failureText(path_, L"the settings can't be kept from others", static_cast<DWORD>(problem.value()));
+      return false;
+    }
     const DWORD code = platform::writeFileAtomically(path_, after.data(), after.size());
     if (code != 0) {
       error = failureText(path_, L"the settings can't be written", code);
@@ -140,6 +159,7 @@ bool SettingsFile::create(const SettingsValues& values, bool replace, std::wstri
       merged.numbers = existing.numbers;
       merged.lastProject = existing.lastProject;
       merged.recentProjects = existing.recentProjects;
+      merged.servers = existing.servers;
     } else {
       before.clear();
       if (CopyFileW(path_.c_str(), (path_ + L".old").c_str(), FALSE) == FALSE) {
@@ -154,10 +174,8 @@ bool SettingsFile::create(const SettingsValues& values, bool replace, std::wstri
     error = failureText(path_, L"the settings can't be written", code);
     return false;
   }
-  // The settings may hold the passwords of servers; a later write keeps the permissions.
-  using std::filesystem::perms;
-  std::error_code problem;
-  std::filesystem::permissions(platform::systemPath(path_), perms::owner_read | perms::owner_write, problem);
+  // The settings may come to hold the passwords of servers.
+  const std::error_code problem = keepFromOthers(path_);
   if (problem)
     error = failureText(path_, L"the settings can't be kept from others", static_cast<DWORD>(problem.value()));
   return !problem;

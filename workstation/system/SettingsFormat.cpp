@@ -147,6 +147,7 @@ void readServer(Reader& reader, ServerSettings& out) {
   reader.text("user", out.userName);
   reader.text("password", out.password);
   reader.text("baseDirectory", out.baseDirectory);
+  reader.text("certificateFile", out.certificateFile);
   reader.flag("explicitTls", out.explicitTls);
   reader.number("epsvMode", out.epsvMode, 0, 2);
   reader.number("connectLimitMilliseconds", out.connectLimitMilliseconds, 0, INT32_MAX);
@@ -226,6 +227,49 @@ Json projectJson(const ProjectReference& project) {
       {"host", toUtf8(project.host)}, {"directory", toUtf8(project.directoryName)}, {"name", toUtf8(project.name)}};
 }
 
+Json serverJson(const ServerSettings& server, Json before) {
+  Json json = before.is_object() ? std::move(before) : Json::object();
+  const auto put = [&json](const char* key, const std::wstring& text) {
+    if (text.empty()) {
+      json.erase(key);
+    } else {
+      json[key] = toUtf8(text);
+    }
+  };
+  json["kind"] = server.isDirectory ? "directory" : "server";
+  put("description", server.description);
+  put("host", server.hostName);
+  put("protocol", server.protocol);
+  put("user", server.userName);
+  put("password", server.password);
+  put("baseDirectory", server.baseDirectory);
+  put("certificateFile", server.certificateFile);
+  json["explicitTls"] = server.explicitTls;
+  json["epsvMode"] = server.epsvMode;
+  json["connectLimitMilliseconds"] = server.connectLimitMilliseconds;
+  json["readLimitMilliseconds"] = server.readLimitMilliseconds;
+  return json;
+}
+
+/// Writes the servers that differ from what the document says; the others stay as they stand in it.
+void renderServers(Json& document, const ServerMap& before, const ServerMap& now) {
+  if (before == now) return;
+  Json& servers = document["servers"];
+  if (!servers.is_object()) servers = Json::object();
+  Json result = Json::object();
+  for (const auto& [name, json] : servers.items()) {
+    const auto kept = now.find(fromUtf8(name));
+    if (kept == now.end()) continue;
+    const auto known = before.find(kept->first);
+    const bool isUnchanged = known != before.end() && known->second == kept->second;
+    result[name] = isUnchanged ? json : serverJson(kept->second, json);
+  }
+  for (const auto& [name, server] : now) {
+    if (!before.contains(name)) result[toUtf8(name)] = serverJson(server, {});
+  }
+  servers = std::move(result);
+}
+
 }  // namespace
 
 bool parseSettings(const std::string& text, const std::wstring& file, SettingsValues& out, std::wstring& error) {
@@ -252,9 +296,12 @@ bool parseSettings(const std::string& text, const std::wstring& file, SettingsVa
 
 std::string renderSettings(const std::string& before, const SettingsValues& values) {
   Json document = Json::object();
+  SettingsValues previous;
   if (!before.empty()) {
     Json parsed = Json::parse(before, nullptr, false);
     if (parsed.is_object()) document = std::move(parsed);
+    std::wstring ignored;
+    parseSettings(before, L"", previous, ignored);
   }
   document["format"] = kFormat;
   document["storeDirectory"] = values.storeDirectory;
@@ -270,6 +317,7 @@ std::string renderSettings(const std::string& before, const SettingsValues& valu
   Json numbers = Json::object();
   for (const auto& [key, value] : values.numbers) numbers[toUtf8(key)] = value;
   document["HKCU"] = std::move(numbers);
+  renderServers(document, previous.servers, values.servers);
   document["lastProject"] = projectJson(values.lastProject);
   Json recent = Json::array();
   for (const ProjectReference& project : values.recentProjects) recent.push_back(projectJson(project));

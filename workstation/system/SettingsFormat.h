@@ -13,7 +13,8 @@ namespace workstation {
 bool parseSettings(const std::string& text, const std::wstring& file, SettingsValues& out, std::wstring& error);
 
 /// The settings text with `values` in it. What `before` (a text that parseSettings takes, or empty) holds beside them
-/// is kept; servers and setup paths are the administrator's and are kept as they stand there.
+/// is kept; setup paths are the administrator's and are kept as they stand there, and so are servers that are the same
+/// in both.
 std::string renderSettings(const std::string& before, const SettingsValues& values);
 
 }  // namespace workstation

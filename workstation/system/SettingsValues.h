@@ -6,29 +6,10 @@
 #include <vector>
 
 #include "platform/Text.h"
+#include "workstation/Servers.h"
 #include "workstation/Session.h"
 
 namespace workstation {
-
-/// Orders names that are the same in any letter case as one.
-struct IgnoreCaseLess {
-  bool operator()(const std::wstring& a, const std::wstring& b) const { return _wcsicmp(a.c_str(), b.c_str()) < 0; }
-};
-
-/// A server of the older store.
-struct ServerSettings {
-  bool isDirectory = false;  ///< a plain directory, `baseDirectory`, in the place of a server
-  std::wstring description;
-  std::wstring hostName;
-  std::wstring protocol;  ///< "FTP" or "FTPS"
-  std::wstring userName;
-  std::wstring password;
-  std::wstring baseDirectory;
-  bool explicitTls = false;
-  int epsvMode = 2;
-  int connectLimitMilliseconds = 0;
-  int readLimitMilliseconds = 0;
-};
 
 /// A project by its place on this workstation.
 struct ProjectReference {
@@ -53,7 +34,7 @@ struct SettingsValues {
   unsigned codePage = 1252;
   std::map<std::wstring, int, IgnoreCaseLess> numbers;              ///< the hive "HKCU"
   std::map<std::wstring, std::wstring, IgnoreCaseLess> setupPaths;  ///< those that differ from the built-in ones
-  std::map<std::wstring, ServerSettings, IgnoreCaseLess> servers;
+  ServerMap servers;
   ProjectReference lastProject;
   std::vector<ProjectReference> recentProjects;  ///< the latest first
 };

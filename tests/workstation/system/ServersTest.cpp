@@ -8,6 +8,7 @@
 #include "host/System.h"
 #include "platform/Files.h"
 #include "tests/workstation/Fixtures.h"
+#include "workstation/Servers.h"
 
 namespace {
 
@@ -27,6 +28,7 @@ class Servers : public testing::Test {
         " \"user\": \"u\", \"password\": \"p\", \"explicitTls\": true, \"connectLimitMilliseconds\": 15000},"
         "\"Share\": {\"kind\": \"directory\", \"baseDirectory\": \"C:\\\\Server\"},"
         "\"Gone\": {\"kind\": \"directory\", \"baseDirectory\": \"C:\\\\Nowhere\"},"
+        "\"Second\": {\"host\": \"FTP.example.org\", \"protocol\": \"FTPS\", \"user\": \"second\"},"
         "\"ftp://a/b\": {\"host\": \"a\", \"protocol\": \"FTPS\"},"
         "\"ftp://a_b\": {\"host\": \"a\", \"protocol\": \"FTPS\"}},";
     std::ofstream(file, std::ios::trunc) << servers << before.substr(1);
@@ -70,6 +72,74 @@ TEST_F(Servers, HaveADirectoryOfTheirOwnWhateverTheyAreCalled) {
   const std::wstring awkward = ZSYST_getLocalDataServerRoot(L"ftp://a/b");
   EXPECT_EQ(awkward.find_first_of(L"\\/:"), std::wstring::npos);
   EXPECT_NE(awkward, ZSYST_getLocalDataServerRoot(L"ftp://a_b"));
+}
+
+TEST_F(Servers, AreKnownByTheirHostNameToo) {
+  const globalHostsManager& hosts = globalHostsManager::instance();
+  EXPECT_TRUE(ZSYST_IsInetServer(L"ftp.example.org"));
+  EXPECT_EQ(ZSYST_getWorkgroupOnlineConnectionType(L"FTP.EXAMPLE.ORG"), 1);
+  EXPECT_EQ(hosts.getHostPath(L"ftp.example.org"), L"C:\\Data\\Prj\\Office");
+  EXPECT_EQ(CServerProperties(L"ftp.example.org").userName, L"u");
+  ZSYST_setCurrentWorkgroupServer(L"second");
+  EXPECT_EQ(CServerProperties(L"ftp.example.org").userName, L"second") << "the current one of two with one host";
+  EXPECT_EQ(hosts.getHostPath(L"ftp.example.org"), L"C:\\Data\\Prj\\Second");
+  EXPECT_EQ(ZSYST_getLocalDataServerRoot(L"Office"), L"Office");
+}
+
+TEST_F(Servers, TakeWhatARunPutsInThePlaceOfTheSettings) {
+  workstation::setHostDirectory(L"Office", L"C:\\Elsewhere");
+  workstation::setServerPassword(L"ftp.example.org", L"asked for");
+  workstation::setNumberForRun(L"Settings\\WGOUseThreading", 1);
+  const globalHostsManager& hosts = globalHostsManager::instance();
+  EXPECT_EQ(hosts.getHostPath(L"office"), L"C:\\Elsewhere");
+  EXPECT_EQ(hosts.getHostPath(L"ftp.example.org"), L"C:\\Elsewhere");
+  EXPECT_EQ(hosts.getHostPath(L"Share"), L"C:\\Data\\Prj\\Share");
+  EXPECT_EQ(CServerProperties(L"Office").password, L"asked for");
+  int number = 0;
+  EXPECT_TRUE(ZSYST_ZepRegGetNumber(L"HKCU", L"Settings\\WGOUseThreading", number));
+  EXPECT_EQ(number, 1);
+  workstation::setHostDirectory(L"Office", L"");
+  EXPECT_EQ(hosts.getHostPath(L"ftp.example.org"), L"C:\\Data\\Prj\\Office");
+  workstation_.restart();
+  EXPECT_EQ(CServerProperties(L"Office").password, L"p");
+  EXPECT_FALSE(ZSYST_ZepRegGetNumber(L"HKCU", L"Settings\\WGOUseThreading", number)) << "nothing was written";
+}
+
+TEST_F(Servers, WithAPasswordAreKeptFromOtherUsers) {
+  namespace fs = std::filesystem;
+  const std::string file = workstation_.directory() + "/workstation/config/settings.json";
+  const fs::perms wide =
+      fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read | fs::perms::others_read;
+  fs::permissions(file, wide);
+  std::wstring path;
+  EXPECT_FALSE(workstation::areSettingsPrivate(path));
+  std::wstring error;
+  workstation::ServerSettings server;
+  server.hostName = L"h";
+  server.protocol = L"FTP";
+  server.password = L"q";
+  ASSERT_TRUE(workstation::putServer(L"New", server, error)) << error;
+  EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_TRUE(workstation::areSettingsPrivate(path));
+}
+
+TEST_F(Servers, AreAddedAndRemovedWithoutTouchingTheOthers) {
+  std::wstring error;
+  workstation::ServerSettings server;
+  server.hostName = L"new.example.org";
+  server.protocol = L"FTPS";
+  server.certificateFile = L"C:\\c.pem";
+  ASSERT_TRUE(workstation::putServer(L"New", server, error)) << error;
+  ASSERT_TRUE(workstation::removeServer(L"gone", error)) << error;
+  EXPECT_FALSE(workstation::removeServer(L"nobody", error));
+  EXPECT_FALSE(workstation::putServer(L"Ondrath", server, error));
+  EXPECT_FALSE(workstation::putServer(L"", server, error));
+  workstation_.restart();
+  EXPECT_EQ(workstation::knownServers().at(L"new"), server);
+  EXPECT_EQ(CServerProperties(L"New").certificateFile, L"C:\\c.pem");
+  EXPECT_FALSE(ZSYST_IsInetServer(L"Gone"));
+  EXPECT_EQ(CServerProperties(L"Office").password, L"p");
+  EXPECT_EQ(workstation::knownServers().size(), 6U);
 }
 
 TEST(Cloud, IsAvailableWhileItsStoreIs) {
