@@ -34,6 +34,7 @@ TerminalOptions terminalOptions(const GlobalOptions& options) {
   result.quiet = options.quiet;
   result.assumeYes = options.yes;
   result.assumeNo = options.no;
+  result.details = options.verbosity > 0;
   return result;
 }
 

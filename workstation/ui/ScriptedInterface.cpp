@@ -47,7 +47,8 @@ void ScriptedInterface::setResponder(std::function<int(const Box&)> responder) {
 }
 
 int ScriptedInterface::messageBox(const platform::MessageBoxRequest& request) {
-  Box box{request.caption, request.text, request.style, request.details, platform::denyingAnswer(request.style)};
+  Box box{request.caption, request.text,           request.style,
+          request.details, request.detailsCaption, platform::denyingAnswer(request.style)};
   std::function<int(const Box&)> responder;
   int answer = box.answer;
   {

@@ -21,6 +21,7 @@ class WORKSTATION_API ScriptedInterface final : public platform::IUserInterface 
     std::wstring text;
     UINT style = 0;
     std::wstring details;
+    std::wstring detailsCaption;
     int answer = 0;
   };
 

@@ -17,6 +17,12 @@ std::wstring boxText(const platform::MessageBoxRequest& request) {
   return text + L'\n';
 }
 
+std::wstring detailsText(const platform::MessageBoxRequest& request) {
+  std::wstring text = request.details;
+  while (text.ends_with(L'\n')) text.pop_back();
+  return (request.detailsCaption.empty() ? std::wstring() : request.detailsCaption + L":\n") + text + L'\n';
+}
+
 std::wstring labelOf(UINT style, int answer) {
   for (const BoxButton& button : boxButtons(style)) {
     if (button.answer == answer) return plainLabel(button.label);
@@ -35,6 +41,7 @@ TerminalInterface::~TerminalInterface() {
 
 int TerminalInterface::messageBox(const platform::MessageBoxRequest& request) {
   const std::lock_guard lock(questions_);
+  if (options_.details && !request.details.empty()) terminal_.write(detailsText(request));
   const bool isQuestion = boxButtons(request.style).size() > 1;
   if (!isQuestion) {
     terminal_.write(boxText(request));
@@ -84,7 +91,7 @@ int TerminalInterface::ask(const platform::MessageBoxRequest& request) {
       if (meansButton(typed, button.label)) return button.answer;
     }
     const bool wantsHelp = !help.empty() && meansButton(typed, help);
-    terminal_.write((wantsHelp ? request.details : languageText(kTextNotUnderstood)) + L"\n");
+    terminal_.write(wantsHelp ? detailsText(request) : languageText(kTextNotUnderstood) + L"\n");
   }
 }
 

@@ -20,6 +20,8 @@ struct TerminalOptions {
   bool assumeNo = false;
   /// Shows no progress and no status; boxes are printed all the same.
   bool quiet = false;
+  /// Shows the details of every box below it; otherwise they are shown to a person who asks for help.
+  bool details = false;
 };
 
 /// Prints the text of every box. A question is put when a person sits at the terminal; otherwise it gets its denying
