@@ -28,7 +28,9 @@ bool loadSettings(const StartOptions& options, HostState& state, std::wstring& e
   }
   state.settings = std::make_unique<SettingsFile>(settingsPath(state.directories));
   if (!platform::fileStatus(state.settings->path()).exists) {
-    error = platform::formatWide(L"%s: there is no workstation yet; make one: zephor init", state.settings->path());
+    error = platform::formatWide(
+        L"%s: there is no workstation yet; make one: zephor init, or for servers alone: zephor server add",
+        state.settings->path());
     return false;
   }
   return state.settings->load(error);

@@ -91,7 +91,9 @@ bool readConfiguration(const std::string& directory, WorkstationConfiguration& o
   if (!findDirectories(directory, directories, error)) return false;
   SettingsFile file(settingsPath(directories));
   if (!platform::fileStatus(file.path()).exists) {
-    error = platform::formatWide(L"%s: there is no workstation yet; make one: zephor init", file.path());
+    error = platform::formatWide(
+        L"%s: there is no workstation yet; make one: zephor init, or for servers alone: zephor server add",
+        file.path());
     return false;
   }
   if (!file.load(error)) return false;

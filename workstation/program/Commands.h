@@ -21,6 +21,7 @@ void addProjectCommands(CLI::App& app, Action& selected);
 void addObjectCommands(CLI::App& app, Action& selected);
 void addLockCommands(CLI::App& app, Action& selected);
 void addTransferCommands(CLI::App& app, Action& selected);
+void addServerCommands(CLI::App& app, Action& selected);
 void addStatusCommand(CLI::App& app, Action& selected);
 void addNotUploadedCommands(CLI::App& app, Action& selected);
 void addCompletionCommand(CLI::App& app, Action& selected);

@@ -107,7 +107,10 @@ ExitCode initWorkstation(Context& context, const InitArguments& arguments) {
 
   WorkstationConfiguration present;
   std::wstring ignored;
-  if (!arguments.replace && readConfiguration(options.workstation, present, ignored)) {
+  const bool isThere = readConfiguration(options.workstation, present, ignored);
+  // A workstation that was made for servers only takes a store without losing anything.
+  const bool isForServersOnly = isThere && present.storeDirectory.empty() && present.identity.user.email.empty();
+  if (!arguments.replace && isThere && !isForServersOnly) {
     throw CommandFailure{ExitCode::Failure, L"this is the workstation of " + present.identity.user.name + L" <" +
                                                 present.identity.user.email + L"> already; --replace makes it anew"};
   }
@@ -125,7 +128,7 @@ ExitCode initWorkstation(Context& context, const InitArguments& arguments) {
     return ExitCode::Done;
   }
   if (store->registerUser(user) != kStoreOk) throw CommandFailure{ExitCode::Failure, CloudStore::lastText()};
-  if (!writeConfiguration(options.workstation, configuration, arguments.replace, error)) {
+  if (!writeConfiguration(options.workstation, configuration, arguments.replace || isForServersOnly, error)) {
     throw CommandFailure{ExitCode::Failure, error};
   }
   context.output().result(L"made a workstation for " + user.name + L" <" + user.email + L">",

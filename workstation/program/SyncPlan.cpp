@@ -1,0 +1,73 @@
+#include "workstation/program/SyncPlan.h"
+
+#include <map>
+#include <set>
+
+#include "platform/Time.h"
+#include "workstation/Servers.h"
+
+namespace workstation::program {
+
+namespace {
+
+/// Finds a file by its exact path, otherwise by one that differs in letter case only.
+class Index {
+ public:
+  explicit Index(const Tree& tree) {
+    for (const TreeFile& file : tree.files) {
+      exact_.emplace(file.path(), &file);
+      anyCase_.emplace(file.path(), &file);
+    }
+  }
+  const TreeFile* find(const std::wstring& path) const {
+    if (const auto found = exact_.find(path); found != exact_.end()) return found->second;
+    const auto found = anyCase_.find(path);
+    return found == anyCase_.end() ? nullptr : found->second;
+  }
+
+ private:
+  std::map<std::wstring, const TreeFile*> exact_;
+  std::map<std::wstring, const TreeFile*, IgnoreCaseLess> anyCase_;
+};
+
+SyncAction actionFor(const TreeFile& source, const TreeFile* target) {
+  if (target == nullptr) return SyncAction::Move;
+  const LONG order = CompareFileTime(&source.time, &target->time);
+  if (order != 0) return order > 0 ? SyncAction::Move : SyncAction::Newer;
+  return source.size == target->size ? SyncAction::InStep : SyncAction::Differs;
+}
+
+std::vector<SyncStep> plan(const Tree& source, const Tree& target, SyncAction whenInterrupted) {
+  const Index index(target);
+  std::vector<SyncStep> steps;
+  for (const TreeFile& file : source.files) {
+    const TreeFile* const other = index.find(file.path());
+    SyncStep step{actionFor(file, other), file, std::nullopt};
+    if (other != nullptr) step.target = *other;
+    const bool isInterrupted = other != nullptr && (file.interrupted || other->interrupted);
+    if (isInterrupted && step.action != SyncAction::InStep) step.action = whenInterrupted;
+    steps.push_back(std::move(step));
+  }
+  return steps;
+}
+
+}  // namespace
+
+std::vector<SyncStep> planUp(const Tree& here, const Tree& server) {
+  return plan(here, server, SyncAction::Resume);
+}
+
+std::vector<SyncStep> planDown(const Tree& here, const Tree& server) {
+  return plan(server, here, SyncAction::Pending);
+}
+
+std::vector<std::wstring> missingDirectories(const Tree& source, const Tree& target) {
+  const std::set<std::wstring, IgnoreCaseLess> known(target.directories.begin(), target.directories.end());
+  std::vector<std::wstring> missing;
+  for (const std::wstring& directory : source.directories) {
+    if (!known.contains(directory)) missing.push_back(directory);
+  }
+  return missing;
+}
+
+}  // namespace workstation::program

@@ -1,0 +1,177 @@
+#include "workstation/program/SyncUpload.h"
+
+#include <zlib.h>
+
+#include <array>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <utility>
+
+#include "platform/Files.h"
+#include "platform/Paths.h"
+#include "platform/Time.h"
+#include "workstation/program/ServerLookup.h"
+#include "workstation/program/ServerProgress.h"
+#include "workstation/program/ServerSession.h"
+#include "zephor/ThreadedTransfers.h"
+
+namespace workstation::program {
+
+using namespace Quorvel::FileAccess;
+
+namespace {
+
+constexpr int kServerSide = eServerPrjPath;
+constexpr int kLocalSide = ePrjPath;
+constexpr std::size_t kFewFiles = 5;
+
+/// CRC-32 of the first bytes of a file here; empty when there are fewer.
+std::optional<std::uint32_t> crcHere(const Transfer& transfer, std::int64_t size) {
+  std::ifstream stream(platform::systemPath(localPathOf(transfer)), std::ios::binary);
+  std::vector<char> buffer(std::size_t{1} << 20U);
+  uLong crc = crc32(0, nullptr, 0);
+  while (size > 0) {
+    const auto wanted = std::min<std::int64_t>(size, static_cast<std::int64_t>(buffer.size()));
+    if (!stream.read(buffer.data(), wanted)) return std::nullopt;
+    crc = crc32(crc, reinterpret_cast<const Bytef*>(buffer.data()), static_cast<uInt>(wanted));
+    size -= wanted;
+  }
+  return static_cast<std::uint32_t>(crc);
+}
+
+/// The server's file as it stands now. Its directory is the one that is aimed at.
+std::optional<RemoteFileEntry> entryOf(const ServerSession& session, const Transfer& transfer) {
+  std::vector<RemoteFileEntry> found;
+  findServerFiles(session, {joinServerPath(transfer.serverDirectory, transfer.file.name)}, found);
+  for (RemoteFileEntry& entry : found) {
+    if (entry.name == transfer.file.name) return std::move(entry);
+  }
+  return std::nullopt;
+}
+
+/// True when the server's bytes are the first ones of the file here, or all of them.
+bool isBeginOfFileHere(const ServerSession& session, const Transfer& transfer, std::int64_t serverSize) {
+  std::uint32_t crc = 0;
+  const std::optional<std::uint32_t> here = crcHere(transfer, serverSize);
+  return here && session.transfer().getCRC(crc, transfer.file.name.c_str(), nullptr, &kServerSide) && crc == *here;
+}
+
+/// What the last, interrupted upload left on the server may be overwritten; what somebody else sent meanwhile may not.
+bool mayResume(const ServerSession& session, Upload& upload) {
+  if (upload.step.action != SyncAction::Resume) return true;
+  if (isBeginOfFileHere(session, upload.transfer, upload.step.target->size)) return true;
+  upload.transfer.problem =
+      L"its last upload was interrupted, and the server has another version since; server put or get "
+      L"--force settles it";
+  return false;
+}
+
+void setTimeHere(const std::wstring& path, const FILETIME& time) {
+  const HANDLE file = CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                  OPEN_EXISTING, 0, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return;
+  SetFileTime(file, nullptr, nullptr, &time);
+  CloseHandle(file);
+}
+
+/// What the server has is what is here, and it is not what it had before.
+bool isThere(const ServerSession& session, const Upload& upload, const std::optional<RemoteFileEntry>& entry) {
+  const TreeFile& source = upload.step.source;
+  const platform::FileStatus here = platform::fileStatus(localPathOf(upload.transfer));
+  if (!entry || entry->size != source.size || here.size != static_cast<std::uint64_t>(source.size)) return false;
+  const bool isNew = !upload.step.target || CompareFileTime(&upload.step.target->time, &entry->time) != 0;
+  return isNew || isBeginOfFileHere(session, upload.transfer, entry->size);
+}
+
+/// Makes the next sync see that this file is newer than what the server has, or a piece of it.
+void undo(const Upload& upload, const std::optional<RemoteFileEntry>& entry) {
+  const std::wstring path = localPathOf(upload.transfer);
+  const platform::FileStatus here = platform::fileStatus(path);
+  const bool hasServerTime = entry && CompareFileTime(&here.writeTime, &entry->time) == 0;
+  if (hasServerTime) setTimeHere(path, upload.step.source.time);
+  const bool isOldOne = upload.step.target && entry && entry->size == upload.step.target->size &&
+                        CompareFileTime(&entry->time, &upload.step.target->time) == 0;
+  if (!entry || isOldOne) return;
+  const HANDLE mark = CreateFileW((path + kSendingSuffix).c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
+  if (mark != INVALID_HANDLE_VALUE) CloseHandle(mark);
+}
+
+/// @return false when the connection is gone
+bool sendAgain(const ServerSession& session, Upload& upload) {
+  Transfer& transfer = upload.transfer;
+  SetLastError(ERROR_SUCCESS);
+  session.transfer().uploadFile(transfer.file.name.c_str(), nullptr, &kLocalSide, false);
+  const DWORD code = GetLastError();
+  const std::optional<RemoteFileEntry> entry = entryOf(session, transfer);
+  transfer.isDone = isThere(session, upload, entry);
+  if (transfer.isDone) return true;
+  undo(upload, entry);
+  const bool isChanged =
+      platform::fileStatus(localPathOf(transfer)).size != static_cast<std::uint64_t>(upload.step.source.size);
+  transfer.problem = isChanged ? L"it changed while it was sent; try again" : serverErrorText(code);
+  if (!isChanged && code == ERROR_SUCCESS) transfer.problem = L"the server does not have it whole";
+  return !isConnectionLost(code);
+}
+
+std::map<std::wstring, RemoteFileEntry> entriesOf(const ServerSession& session, const std::vector<Upload*>& group) {
+  std::map<std::wstring, RemoteFileEntry> entries;
+  if (group.size() <= kFewFiles) {
+    for (const Upload* const upload : group) {
+      if (auto entry = entryOf(session, upload->transfer))
+        entries.emplace(upload->transfer.file.name, std::move(*entry));
+    }
+    return entries;
+  }
+  std::vector<RemoteFileEntry> found;
+  findServerFiles(session, {joinServerPath(group.front()->transfer.serverDirectory, L"*")}, found);
+  for (RemoteFileEntry& entry : found) entries.insert_or_assign(entry.name, std::move(entry));
+  return entries;
+}
+
+/// @return false when the connection is gone
+bool sendGroup(ServerSession& session, std::vector<Upload*>& group, ServerProgress& progress) {
+  const Transfer& first = group.front()->transfer;
+  session.aim(first.serverDirectory, first.localDirectory);
+  std::erase_if(group, [&](Upload* upload) { return !mayResume(session, *upload); });
+  if (group.empty()) return true;
+  std::vector<InetFileInfo> list;
+  for (const Upload* const upload : group) list.push_back({upload->transfer.file.name, 0, upload->step.source.size});
+  IProgress* steps = &progress;
+  Threading::uploadList(session.transfer(), list, L"", kLocalSide, false, &steps);
+  const auto entries = entriesOf(session, group);
+  bool isLost = false;
+  for (Upload* const upload : group) {
+    const auto found = entries.find(upload->transfer.file.name);
+    const std::optional<RemoteFileEntry> entry = found != entries.end() ? std::optional(found->second) : std::nullopt;
+    upload->transfer.isDone = isThere(session, *upload, entry);
+    if (upload->transfer.isDone) continue;
+    if (isLost) {
+      undo(*upload, entry);
+      upload->transfer.problem = L"the connection is lost";
+    } else {
+      isLost = !sendAgain(session, *upload);
+    }
+  }
+  progress.endList(group.size());
+  return !isLost;
+}
+
+}  // namespace
+
+void sendInStep(ServerSession& session, std::vector<Upload>& uploads) {
+  session.chooseConnections();
+  ServerProgress progress(L"sending", uploads.size());
+  std::map<std::wstring, std::vector<Upload*>> groups;
+  for (Upload& upload : uploads) groups[upload.transfer.serverDirectory].push_back(&upload);
+  bool isLost = false;
+  for (auto& group : groups) {
+    if (isLost) {
+      for (Upload* const upload : group.second) upload->transfer.problem = L"the connection is lost";
+    } else {
+      isLost = !sendGroup(session, group.second, progress);
+    }
+  }
+}
+
+}  // namespace workstation::program
