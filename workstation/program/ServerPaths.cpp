@@ -57,7 +57,8 @@ bool hasWildcards(const std::wstring& name) {
 }
 
 bool isUsableHere(const std::wstring& directory, const std::wstring& name) {
-  if (name.find_first_of(L"/\\") != std::wstring::npos || directory.find(L'\\') != std::wstring::npos) return false;
+  if (name.empty() || name.find_first_of(L"/\\") != std::wstring::npos || directory.find(L'\\') != std::wstring::npos)
+    return false;
   return platform::isSafeRelativeName(joinServerPath(directory, name));
 }
 
