@@ -22,6 +22,7 @@ constexpr int kLocalSide = ePrjPath;
 
 struct FileArguments {
   std::vector<std::string> paths;
+  std::string path;
   std::string newName;
   bool details = false;
   bool recursive = false;
@@ -109,14 +110,14 @@ void print(const Output& output, const Listing& listing, bool details) {
 }
 
 ExitCode list(Context& context, const ServerOptions& options, const FileArguments& arguments) {
-  const ServerPath path = serverPathArgument(arguments.paths.empty() ? std::string() : arguments.paths.front());
+  const ServerPath path = serverPathArgument(arguments.path);
   const ServerSession session(context, options);
   print(context.output(), readListing(session, path, arguments.recursive), arguments.details);
   return ExitCode::Done;
 }
 
 ExitCode rename(Context& context, const ServerOptions& options, const FileArguments& arguments) {
-  const ServerPath from = serverPathArgument(arguments.paths.front());
+  const ServerPath from = serverPathArgument(arguments.path);
   ServerPath to = serverPathArgument(arguments.newName);
   if (to.text == to.name()) to.text = joinServerPath(from.directory(), to.name());
   if (from.text.empty() || to.text.empty() || from.directory() != to.directory()) {
@@ -161,7 +162,7 @@ void removeDirectory(const ServerSession& session, const ServerPath& path, Tally
     return tally.done();
   }
   const DWORD result =
-      session.transfer().deleteServerDirectory(session.serverPath(path.text).c_str(), nullptr, &kServerSide);
+      session.transfer().deleteServerDirectory(session.serverPath(path.text).c_str(), nullptr, nullptr);
   if (result != 0 || isServerDirectory(session, path)) {
     reportServerItem(context, path.text, L"not deleted", serverErrorText(result));
     return tally.failed();
@@ -211,7 +212,7 @@ ExitCode remove(Context& context, const ServerOptions& options, const FileArgume
 }
 
 ExitCode makeDirectory(Context& context, const ServerOptions& options, const FileArguments& arguments) {
-  const ServerPath path = serverPathArgument(arguments.paths.front());
+  const ServerPath path = serverPathArgument(arguments.path);
   const ServerSession session(context, options);
   if (isServerDirectory(session, path)) {
     reportServerItem(context, path.text, L"is there already");
@@ -226,7 +227,7 @@ ExitCode makeDirectory(Context& context, const ServerOptions& options, const Fil
 }
 
 ExitCode printCrc(Context& context, const ServerOptions& options, const FileArguments& arguments) {
-  const ServerPath path = serverPathArgument(arguments.paths.front());
+  const ServerPath path = serverPathArgument(arguments.path);
   const ServerSession session(context, options);
   const std::wstring directory = path.directory();
   std::uint32_t crc = 0;
@@ -254,20 +255,20 @@ void addServerFileCommands(CLI::App& server, Action& selected, const SharedServe
     return command;
   };
   auto* ls = add("ls", "List a directory of the server", list);
-  ls->add_option("PATH", arguments->paths, "Directory, file or pattern (default: the base directory)")->expected(0, 1);
+  ls->add_option("PATH", arguments->path, "Directory, file or pattern (default: the base directory)");
   ls->add_flag("-l", arguments->details, "With size and time");
   ls->add_flag("-r,--recursive", arguments->recursive, "With all sub-directories");
   auto* mv = add("mv", "Rename a file of the server within its directory", rename);
-  mv->add_option("OLD", arguments->paths, "File on the server")->required()->expected(1);
+  mv->add_option("OLD", arguments->path, "File on the server")->required();
   mv->add_option("NEW", arguments->newName, "Its new name")->required();
   mv->add_flag("--force", arguments->force, "Replace a file that has the new name");
   auto* rm = add("rm", "Delete files of the server", remove);
   rm->add_option("PATH", arguments->paths, "Files, patterns or directories")->required();
   rm->add_flag("-r,--recursive", arguments->recursive, "Directories with everything in them, after a question");
   auto* mkdir = add("mkdir", "Make a directory on the server, with its parents", makeDirectory);
-  mkdir->add_option("PATH", arguments->paths, "Directory")->required()->expected(1);
+  mkdir->add_option("PATH", arguments->path, "Directory")->required();
   auto* crc = add("crc", "Print the CRC-32 of a file of the server", printCrc);
-  crc->add_option("PATH", arguments->paths, "File on the server")->required()->expected(1);
+  crc->add_option("PATH", arguments->path, "File on the server")->required();
 }
 
 }  // namespace workstation::program

@@ -104,6 +104,7 @@ std::wstring readPasswordFile(const std::string& path) {
 }
 
 bool promptForPassword(const std::wstring& server, std::wstring& password) {
+  if (::isatty(STDIN_FILENO) == 0) return false;
   const Descriptor terminal(::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY));
   if (terminal.number() < 0) return false;
   const SilentTerminal silence(terminal.number());

@@ -14,7 +14,6 @@ ServerProgress::ServerProgress(const std::wstring& title, std::size_t files) : t
   if (!window_) return;
   window_->setRange(
       static_cast<std::uint32_t>(std::min<std::size_t>(files, std::numeric_limits<std::uint32_t>::max())));
-  window_->show();
 }
 
 // The range is that of all lists; one list knows only its own.
@@ -26,6 +25,10 @@ void ServerProgress::setPos(std::uint64_t value, bool /*force*/) {
   window_->setPosition(static_cast<std::uint32_t>(done));
   window_->setText(platform::formatWide(L"%s: %llu of %llu", title_, static_cast<unsigned long long>(done),
                                         static_cast<unsigned long long>(files_)));
+  constexpr std::chrono::seconds kShortWork{1};
+  if (shown_ || std::chrono::steady_clock::now() - begin_ < kShortWork) return;
+  shown_ = true;
+  window_->show();
 }
 
 void ServerProgress::setText(const std::wstring& text) {

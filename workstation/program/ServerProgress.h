@@ -1,6 +1,7 @@
 // Progress of a list of transfers on the terminal.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -10,7 +11,7 @@
 
 namespace workstation::program {
 
-/// Counts files over several lists: each list begins where the one before ended.
+/// Shows itself after a second, so that short work leaves no line behind. Counts files over several lists: each list begins where the one before ended.
 class ServerProgress final : public Quorvel::FileAccess::IProgress {
  public:
   ServerProgress(const std::wstring& title, std::size_t files);
@@ -26,6 +27,8 @@ class ServerProgress final : public Quorvel::FileAccess::IProgress {
   std::wstring title_;
   std::size_t files_;
   std::uint64_t before_ = 0;
+  std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+  bool shown_ = false;
 };
 
 }  // namespace workstation::program

@@ -87,8 +87,9 @@ class Collector {
     for (const std::wstring& each : tree.directories)
       directories.insert(joinServerPath(target_.text, joinServerPath(name, each)));
     for (TreeFile& file : tree.files) {
+      const std::wstring shownPath = file.path();
       const std::wstring below = file.directory;
-      add(joinServerPath(name, file.path()), joinServerPath(name, below),
+      add(joinServerPath(name, shownPath), joinServerPath(name, below),
           platform::joinPath(platform::libraryPath(path), below), std::move(file));
     }
   }
