@@ -110,7 +110,9 @@ void ServerSession::initialise(const std::string& passwordFile) {
 }
 
 void ServerSession::connect() {
+  SetLastError(ERROR_SUCCESS);
   const bool isThere = transfer_.existDirectory(base_.c_str());
+  const DWORD code = GetLastError();
   if (isThere) {
     if (WGO_isConnectionDowngraded()) {
       context_.output().error(L"zephor: warning: " + name() +
@@ -118,11 +120,11 @@ void ServerSession::connect() {
     }
     return;
   }
-  if (server_.second.isDirectory || WGO_connectionRoundTrip() != 0) {
+  if (server_.second.isDirectory || code != ERROR_NOT_CONNECTED) {
     throw CommandFailure{ExitCode::Failure, name() + L": the base directory " + base_ + L" is not there"};
   }
-  const int code = CheckConnection_ofServerProperties(CServerProperties(name()));
-  if (code == kCheckNoConnection) throw connectFailure(name(), DataForCheckConnection_fromError(code));
+  const int answer = CheckConnection_ofServerProperties(CServerProperties(name()));
+  if (answer == kCheckNoConnection) throw connectFailure(name(), DataForCheckConnection_fromError(answer));
   throw CommandFailure{ExitCode::Failure,
                        name() + L": the connection failed; zephor server check " + name() + L" tells more"};
 }
