@@ -176,7 +176,7 @@ void sendAll(ServerSession& session, std::vector<Transfer>& files) {
         unchanged && (result == 0 ? isOnServer(now, file) : isProvedNew(before.at(file.serverDirectory), now, file));
     if (file.isDone) continue;
     if (isLost) {
-      file.problem = L"the connection is lost";
+      file.problem = L"the connection was lost";
     } else {
       isLost = !sendAgain(session, file);
     }

@@ -125,6 +125,9 @@ ExitCode syncUp(Context& context, const ServerOptions& options, const SyncArgume
   std::vector<Upload> uploads;
   std::vector<Transfer> planned;
   for (SyncStep& step : planUp(sides.here, sides.there)) {
+    // The upload that left its copy here had come to its end.
+    const bool hasOldCopy = step.action == SyncAction::InStep && step.source.interrupted && !context.options().dryRun;
+    if (hasOldCopy) DeleteFileW((localPathOf(transferOf(sides, step)) + kSendingSuffix).c_str());
     if (tellOfRest(context, step, true, tally, inStep)) continue;
     planned.push_back(transferOf(sides, step));
     uploads.push_back({planned.back(), std::move(step)});

@@ -75,7 +75,7 @@ void fetchAll(ServerSession& session, std::vector<Transfer>& files) {
   forEachDirectory(files, [&](std::vector<Transfer*>& group) {
     const Transfer& first = *group.front();
     if (isLost) {
-      for (Transfer* const file : group) file->problem = L"the connection is lost";
+      for (Transfer* const file : group) file->problem = L"the connection was lost";
       return;
     }
     const int made = SHCreateDirectoryExW(nullptr, first.localDirectory.c_str(), nullptr);
@@ -90,7 +90,7 @@ void fetchAll(ServerSession& session, std::vector<Transfer>& files) {
     const DWORD result = Threading::downloadList(session.transfer(), list, L"", kServerSide, 0, false, &steps);
     for (Transfer* const file : group) {
       file->isDone = hasArrived(*file, file->file) || (result == 0 && hasArrivedAnew(session, *file));
-      if (!file->isDone && isLost) file->problem = L"the connection is lost";
+      if (!file->isDone && isLost) file->problem = L"the connection was lost";
       if (!file->isDone && !isLost) isLost = !fetchAgain(session, *file);
     }
     progress.endList(group.size());

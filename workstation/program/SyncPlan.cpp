@@ -45,7 +45,11 @@ std::vector<SyncStep> plan(const Tree& source, const Tree& target, SyncAction wh
     SyncStep step{actionFor(file, other), file, std::nullopt};
     if (other != nullptr) step.target = *other;
     const bool isInterrupted = other != nullptr && (file.interrupted || other->interrupted);
-    if (isInterrupted && step.action != SyncAction::InStep) step.action = whenInterrupted;
+    // A server's file that is older than the one here is what was there before that upload.
+    const SyncAction serverIsNewer = whenInterrupted == SyncAction::Resume ? SyncAction::Newer : SyncAction::Move;
+    if (isInterrupted && (step.action == serverIsNewer || step.action == SyncAction::Differs)) {
+      step.action = whenInterrupted;
+    }
     steps.push_back(std::move(step));
   }
   return steps;

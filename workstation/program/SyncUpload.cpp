@@ -25,6 +25,7 @@ namespace {
 constexpr int kServerSide = eServerPrjPath;
 constexpr int kLocalSide = ePrjPath;
 constexpr std::size_t kFewFiles = 5;
+constexpr const wchar_t* kLost = L"the connection is lost; whether it arrived shows at the next sync";
 
 /// CRC-32 of the first bytes of a file here; empty when there are fewer.
 std::optional<std::uint32_t> crcHere(const Transfer& transfer, std::int64_t size) {
@@ -84,15 +85,14 @@ bool isThere(const ServerSession& session, const Upload& upload, const std::opti
   return isNew || isBeginOfFileHere(session, upload.transfer, entry->size);
 }
 
-/// Makes the next sync see that this file is newer than what the server has, or a piece of it.
+/// The transfer object keeps the times apart where it knows of a failure. Where the file here has the server's time all
+/// the same, it gets its own back, and a mark that the server's may be a piece of it.
 void undo(const Upload& upload, const std::optional<RemoteFileEntry>& entry) {
   const std::wstring path = localPathOf(upload.transfer);
-  const platform::FileStatus here = platform::fileStatus(path);
-  const bool hasServerTime = entry && CompareFileTime(&here.writeTime, &entry->time) == 0;
-  if (hasServerTime) setTimeHere(path, upload.step.source.time);
-  const bool isOldOne = upload.step.target && entry && entry->size == upload.step.target->size &&
-                        CompareFileTime(&entry->time, &upload.step.target->time) == 0;
-  if (!entry || isOldOne) return;
+  const FILETIME here = platform::fileStatus(path).writeTime;
+  if (!entry || CompareFileTime(&here, &entry->time) != 0) return;
+  setTimeHere(path, upload.step.source.time);
+  if (CompareFileTime(&upload.step.source.time, &entry->time) > 0) return;
   const HANDLE mark = CreateFileW((path + kSendingSuffix).c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
   if (mark != INVALID_HANDLE_VALUE) CloseHandle(mark);
 }
@@ -148,7 +148,7 @@ bool sendGroup(ServerSession& session, std::vector<Upload*>& group, ServerProgre
     if (upload->transfer.isDone) continue;
     if (isLost) {
       undo(*upload, entry);
-      upload->transfer.problem = L"the connection is lost";
+      upload->transfer.problem = kLost;
     } else {
       isLost = !sendAgain(session, *upload);
     }
@@ -167,7 +167,7 @@ void sendInStep(ServerSession& session, std::vector<Upload>& uploads) {
   bool isLost = false;
   for (auto& group : groups) {
     if (isLost) {
-      for (Upload* const upload : group.second) upload->transfer.problem = L"the connection is lost";
+      for (Upload* const upload : group.second) upload->transfer.problem = kLost;
     } else {
       isLost = !sendGroup(session, group.second, progress);
     }

@@ -41,17 +41,22 @@ TEST(SyncPlan, TimesDecideWithoutTolerance) {
 
 // A piece that an interrupted upload left on the server is newer than the whole file here.
 TEST(SyncPlan, AnInterruptedUploadIsNeverFetchedOverTheFile) {
-  const Tree here = tree({file(L"a", 9, 100, true), file(L"b", 9, 100, true), file(L"c", 9, 100, true)});
-  const Tree server = tree({file(L"a", 4, 101), file(L"b", 9, 100)});
+  const Tree here = tree({file(L"a", 9, 100, true), file(L"b", 9, 100, true), file(L"c", 9, 100, true),
+                          file(L"d", 9, 100, true), file(L"e", 9, 100, true)});
+  const Tree server = tree({file(L"a", 4, 101), file(L"b", 9, 100), file(L"d", 4, 100), file(L"e", 4, 99)});
   const auto up = planUp(here, server);
-  ASSERT_EQ(up.size(), 3U);
+  ASSERT_EQ(up.size(), 5U);
   EXPECT_EQ(up[0].action, SyncAction::Resume);
   EXPECT_EQ(up[1].action, SyncAction::InStep);
   EXPECT_EQ(up[2].action, SyncAction::Move);
+  EXPECT_EQ(up[3].action, SyncAction::Resume);
+  EXPECT_EQ(up[4].action, SyncAction::Move) << "the server has what was there before the upload";
   const auto down = planDown(here, server);
-  ASSERT_EQ(down.size(), 2U);
+  ASSERT_EQ(down.size(), 4U);
   EXPECT_EQ(down[0].action, SyncAction::Pending);
   EXPECT_EQ(down[1].action, SyncAction::InStep);
+  EXPECT_EQ(down[2].action, SyncAction::Pending);
+  EXPECT_EQ(down[3].action, SyncAction::Newer);
 }
 
 }  // namespace
