@@ -245,6 +245,22 @@ TEST_F(ServerDirectory, PasswordsAreTakenFromPrivateFilesOnlyAndNeverShown) {
   EXPECT_EQ(server({"ls", "far"}).exitCode, 5) << "there is nobody to ask for the password";
 }
 
+TEST_F(ServerDirectory, LocksOfAProjectHoldAgainstOthers) {
+  fs::create_directories(remote() / "House.prj");
+  office_.must("ben", {"server", "add", "share", "--directory", remote().string()});
+  EXPECT_THAT(must({"lock", "share", "House", "tb12", "pb3"}), HasSubstr("tb12: locked"));
+  const ProgramRun refused = office_.run("ben", {"server", "lock", "share", "House", "tb12"});
+  EXPECT_EQ(refused.exitCode, 4) << refused.out << refused.err;
+  EXPECT_EQ(office_.run("ben", {"server", "unlock", "share", "House", "tb12"}).exitCode, 4);
+  const std::string locks = office_.must("ben", {"server", "locks", "share", "House"});
+  EXPECT_THAT(locks, HasSubstr("tb12"));
+  EXPECT_THAT(locks, HasSubstr("pb3"));
+  must({"unlock", "share", "House", "tb12"});
+  office_.must("ben", {"server", "lock", "share", "House", "tb12"});
+  EXPECT_EQ(server({"locks", "share", "Villa"}).exitCode, 1);
+  EXPECT_EQ(server({"lock", "share", "../x", "tb1"}).exitCode, 1);
+}
+
 // Servers need no store; a store that comes later keeps them.
 TEST_F(ServerDirectory, StayKnownWhenTheWorkstationGetsAStore) {
   office_.must("anna", {"store", "create", office_.store().string()});

@@ -11,7 +11,8 @@
 
 namespace workstation::program {
 
-/// Shows itself after a second, so that short work leaves no line behind. Counts files over several lists: each list begins where the one before ended.
+/// Shows itself after a second, so that short work leaves no line behind. Counts files over several lists: each list
+/// begins where the one before ended.
 class ServerProgress final : public Quorvel::FileAccess::IProgress {
  public:
   ServerProgress(const std::wstring& title, std::size_t files);
