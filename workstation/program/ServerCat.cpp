@@ -1,59 +1,19 @@
 // server cat: a file of a server, or a piece of it, as bytes on the standard output.
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <limits>
-#include <vector>
+#include <memory>
 
 #include "platform/Text.h"
 #include "workstation/program/ServerCommands.h"
 #include "workstation/program/ServerLookup.h"
+#include "workstation/program/ServerPieces.h"
 
 namespace workstation::program {
 
-using Quorvel::FileAccess::CPartialDownload;
-using Quorvel::FileAccess::IZepInetFileTransfer;
-
 namespace {
-
-// A piece costs a transfer of its own: the first is small for who wants the head of a file, later ones are not.
-constexpr std::int64_t kFirstPiece = 256 * 1024;
-constexpr std::int64_t kLargestPiece = 8 * 1024 * 1024;
-/// The offsets of a partial read have 32 bits.
-constexpr std::int64_t kLastOffset = std::numeric_limits<std::uint32_t>::max();
-constexpr int kServerSide = Quorvel::FileAccess::eServerPrjPath;
 
 struct CatArguments {
   std::string file;
   std::string range;
-};
-
-/// An open file of the server.
-class RemoteFile {
- public:
-  RemoteFile(const ServerSession& session, const ServerPath& path) : transfer_(session.transfer()), path_(path.text) {
-    const std::wstring directory = path.directory();
-    record_ = transfer_.openFile(path.name().c_str(), directory.empty() ? nullptr : directory.c_str(), &kServerSide);
-    if (record_ == nullptr) throw CommandFailure{ExitCode::Failure, path_ + L": there is no such file on the server"};
-  }
-  ~RemoteFile() { transfer_.closeFile(record_); }
-  RemoteFile(const RemoteFile&) = delete;
-  RemoteFile& operator=(const RemoteFile&) = delete;
-
-  void read(std::int64_t offset, std::string& piece) {
-    constexpr int kFromBegin = 0;
-    const bool isThere = transfer_.seekFile(record_, offset, kFromBegin) == 1;
-    const std::size_t received = isThere ? transfer_.readFilePartial(record_, piece.data(), piece.size()) : 0;
-    if (received == piece.size()) return;
-    throw CommandFailure{
-        ExitCode::Failure,
-        platform::formatWide(L"%s: the bytes from %lld on could not be read; the output is not complete", path_,
-                             static_cast<long long>(offset))};
-  }
-
- private:
-  IZepInetFileTransfer& transfer_;
-  std::wstring path_;
-  CPartialDownload* record_ = nullptr;
 };
 
 std::int64_t sizeOf(const ServerSession& session, const ServerPath& path) {
@@ -77,21 +37,12 @@ ExitCode printFile(Context& context, const ServerOptions& options, const CatArgu
     throw CommandFailure{ExitCode::Failure,
                          platform::formatWide(L"%s has only %lld bytes", path.text, static_cast<long long>(fileSize))};
   }
-  if (offset + size > kLastOffset) {
-    throw CommandFailure{ExitCode::Failure,
-                         path.text + L": bytes beyond 4 GiB can't be read in pieces; use server get"};
-  }
-  RemoteFile file(session, path);
-  std::string piece;
-  std::int64_t length = kFirstPiece;
-  while (size > 0 && !Output::isBroken()) {
-    piece.resize(static_cast<std::size_t>(std::min(size, length)));
-    file.read(offset, piece);
-    context.output().raw(piece);
-    offset += static_cast<std::int64_t>(piece.size());
-    size -= static_cast<std::int64_t>(piece.size());
-    length = std::min(length * 2, kLargestPiece);
-  }
+  const std::wstring problem =
+      readPieces(session, path.directory(), path.name(), offset, size, [&](const std::string& piece) {
+        context.output().raw(piece);
+        return !Output::isBroken();
+      });
+  if (!problem.empty()) throw CommandFailure{ExitCode::Failure, problem};
   return ExitCode::Done;
 }
 

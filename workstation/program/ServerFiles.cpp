@@ -1,12 +1,16 @@
 // server ls, mv, rm, mkdir, crc.
+#include <zlib.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <optional>
 
 #include "platform/Text.h"
 #include "platform/Time.h"
 #include "platform/UserInterface.h"
 #include "workstation/program/ServerCommands.h"
 #include "workstation/program/ServerLookup.h"
+#include "workstation/program/ServerPieces.h"
 #include "workstation/program/ServerTree.h"
 #include "zephor/ServerStore.h"
 
@@ -226,17 +230,33 @@ ExitCode makeDirectory(Context& context, const ServerOptions& options, const Fil
   return ExitCode::Done;
 }
 
+/// The transfer object takes the CRC of a whole file in memory; a large one is read in pieces.
+std::optional<std::uint32_t> crcOnServer(const ServerSession& session, const ServerPath& path, std::int64_t size) {
+  constexpr std::int64_t kLargest = 8 * 1024 * 1024;
+  const std::wstring directory = path.directory();
+  std::uint32_t crc = 0;
+  if (size <= kLargest) {
+    const bool isRead = session.transfer().getCRC(crc, path.name().c_str(), orNull(directory), &kServerSide);
+    return isRead ? std::optional(crc) : std::nullopt;
+  }
+  const std::wstring problem = readPieces(session, directory, path.name(), 0, size, [&](const std::string& piece) {
+    crc = static_cast<std::uint32_t>(
+        crc32(crc, reinterpret_cast<const Bytef*>(piece.data()), static_cast<uInt>(piece.size())));
+    return true;
+  });
+  return problem.empty() ? std::optional(crc) : std::nullopt;
+}
+
 ExitCode printCrc(Context& context, const ServerOptions& options, const FileArguments& arguments) {
   const ServerPath path = serverPathArgument(arguments.path);
   const ServerSession session(context, options);
-  const std::wstring directory = path.directory();
-  std::uint32_t crc = 0;
-  if (!isServerFile(session, path))
+  std::vector<RemoteFileEntry> found;
+  if (findServerFiles(session, path, found) != 0 || found.size() != 1) {
     throw CommandFailure{ExitCode::Failure, path.text + L": there is no such file on the server"};
-  if (!session.transfer().getCRC(crc, path.name().c_str(), orNull(directory), &kServerSide)) {
-    throw CommandFailure{ExitCode::Failure, path.text + L": the file could not be read"};
   }
-  const std::wstring text = platform::formatWide(L"%08x", crc);
+  const auto crc = crcOnServer(session, path, found.front().size);
+  if (!crc) throw CommandFailure{ExitCode::Failure, path.text + L": the file could not be read"};
+  const std::wstring text = platform::formatWide(L"%08x", *crc);
   context.output().result(text + L"  " + path.text, {{"crc", text}, {"name", path.text}});
   return ExitCode::Done;
 }

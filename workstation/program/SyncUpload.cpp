@@ -1,8 +1,5 @@
 #include "workstation/program/SyncUpload.h"
 
-#include <zlib.h>
-
-#include <array>
 #include <fstream>
 #include <map>
 #include <optional>
@@ -12,6 +9,7 @@
 #include "platform/Paths.h"
 #include "platform/Time.h"
 #include "workstation/program/ServerLookup.h"
+#include "workstation/program/ServerPieces.h"
 #include "workstation/program/ServerProgress.h"
 #include "workstation/program/ServerSession.h"
 #include "zephor/ThreadedTransfers.h"
@@ -22,24 +20,9 @@ using namespace Quorvel::FileAccess;
 
 namespace {
 
-constexpr int kServerSide = eServerPrjPath;
 constexpr int kLocalSide = ePrjPath;
 constexpr std::size_t kFewFiles = 5;
 constexpr const wchar_t* kLost = L"the connection is lost; whether it arrived shows at the next sync";
-
-/// CRC-32 of the first bytes of a file here; empty when there are fewer.
-std::optional<std::uint32_t> crcHere(const Transfer& transfer, std::int64_t size) {
-  std::ifstream stream(platform::systemPath(localPathOf(transfer)), std::ios::binary);
-  std::vector<char> buffer(std::size_t{1} << 20U);
-  uLong crc = crc32(0, nullptr, 0);
-  while (size > 0) {
-    const auto wanted = std::min<std::int64_t>(size, static_cast<std::int64_t>(buffer.size()));
-    if (!stream.read(buffer.data(), wanted)) return std::nullopt;
-    crc = crc32(crc, reinterpret_cast<const Bytef*>(buffer.data()), static_cast<uInt>(wanted));
-    size -= wanted;
-  }
-  return static_cast<std::uint32_t>(crc);
-}
 
 /// The server's file as it stands now. Its directory is the one that is aimed at.
 std::optional<RemoteFileEntry> entryOf(const ServerSession& session, const Transfer& transfer) {
@@ -53,9 +36,16 @@ std::optional<RemoteFileEntry> entryOf(const ServerSession& session, const Trans
 
 /// True when the server's bytes are the first ones of the file here, or all of them.
 bool isBeginOfFileHere(const ServerSession& session, const Transfer& transfer, std::int64_t serverSize) {
-  std::uint32_t crc = 0;
-  const std::optional<std::uint32_t> here = crcHere(transfer, serverSize);
-  return here && session.transfer().getCRC(crc, transfer.file.name.c_str(), nullptr, &kServerSide) && crc == *here;
+  std::ifstream here(platform::systemPath(localPathOf(transfer)), std::ios::binary);
+  bool isSame = true;
+  std::string bytes;
+  const std::wstring problem =
+      readPieces(session, {}, transfer.file.name, 0, serverSize, [&](const std::string& piece) {
+        bytes.resize(piece.size());
+        isSame = here.read(bytes.data(), static_cast<std::streamsize>(bytes.size())) && bytes == piece;
+        return isSame;
+      });
+  return isSame && problem.empty();
 }
 
 /// What the last, interrupted upload left on the server may be overwritten; what somebody else sent meanwhile may not.
