@@ -106,6 +106,12 @@ void tellPlan(const Context& context, const std::vector<Transfer>& transfers, co
   }
 }
 
+void tellInStep(const ServerSession& session, std::size_t files) {
+  if (files == 0) return;
+  session.context().output().message(
+      platform::formatWide(L"%s: %d files were in step", session.name(), static_cast<int>(files)));
+}
+
 void makeServerDirectories(const ServerSession& session, const Sides& sides) {
   std::vector<std::wstring> missing = missingDirectories(sides.here, sides.there);
   if (!sides.isOnServer) missing.insert(missing.begin(), L"");
@@ -141,8 +147,7 @@ ExitCode syncUp(Context& context, const ServerOptions& options, const SyncArgume
     for (Upload& upload : uploads) planned.push_back(std::move(upload.transfer));
     tellOfMoves(context, planned, L"sent", L"not sent", tally);
   }
-  context.output().message(
-      platform::formatWide(L"%s: %d files were in step", session.name(), static_cast<int>(inStep)));
+  tellInStep(session, inStep);
   return tally.exitCode();
 }
 
@@ -180,8 +185,7 @@ ExitCode syncDown(Context& context, const ServerOptions& options, const SyncArgu
     if (!transfers.empty()) fetchAll(session, transfers);
     tellOfMoves(context, transfers, L"fetched", L"not fetched", tally);
   }
-  context.output().message(
-      platform::formatWide(L"%s: %d files were in step", session.name(), static_cast<int>(inStep)));
+  tellInStep(session, inStep);
   return tally.exitCode();
 }
 
