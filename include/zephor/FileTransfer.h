@@ -249,7 +249,7 @@ class ZEPHOR_API IZepInetFileTransferLocking {
   virtual bool deleteLockFile(int objectNumber, const int* objectType, const wchar_t* name) = 0;
   virtual bool readLockFile(const wchar_t* name, std::wstring& text) = 0;
   virtual bool lockFileExists(int objectNumber, const int* objectType, const wchar_t* name, const wchar_t* pattern) = 0;
-  /// Lists the lock files of a project, or below a path number.
+  /// Lists the lock files of a project, or below a path number. A null project is the current one.
   /// @param userFilter  -1: all but the own; otherwise the locks of that user
   /// @return their count; for 0 the thread's last error tells a list that could not be read from an empty one (0)
   virtual std::size_t fillLockInfo(const wchar_t* project, std::vector<LockFileInfo>& out, int userFilter) = 0;

@@ -10,6 +10,7 @@
 #include "platform/Text.h"
 #include "toolkit/ByteData.h"
 #include "zephor/Diagnostics.h"
+#include "zephor/Projects.h"
 #include "zephor/Service.h"
 
 namespace Quorvel::FileAccess {
@@ -158,7 +159,8 @@ bool CZepFtpConnection::lockFileExists(int /*objectNumber*/, const int* /*object
 }
 
 std::size_t CZepFtpConnection::fillLockInfo(const wchar_t* project, std::vector<LockFileInfo>& out, int userFilter) {
-  return listLocks(lockDirectoryOf(project != nullptr ? project : getProjectName()), userFilter, out);
+  const std::wstring directory = project != nullptr && *project != L'\0' ? WGO_BuildProjectDirectoryName(project) : L"";
+  return listLocks(lockDirectoryOf(directory.empty() ? getProjectName() : directory.c_str()), userFilter, out);
 }
 
 std::size_t CZepFtpConnection::fillLockInfo(const int* pathNr, int userFilter, std::vector<LockFileInfo>& out) {

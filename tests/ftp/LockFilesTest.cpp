@@ -28,7 +28,7 @@ class LockFiles : public zephor_test::TransferFixture, public testing::WithParam
 
   std::vector<std::wstring> listed(int userFilter) {
     std::vector<LockFileInfo> locks;
-    const std::size_t count = connection().fillLockInfo(L"House.prj", locks, userFilter);
+    const std::size_t count = connection().fillLockInfo(L"House", locks, userFilter);
     EXPECT_EQ(count, locks.size());
     std::vector<std::wstring> names;
     for (const LockFileInfo& lock : locks) {

@@ -3,12 +3,14 @@
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "platform/Time.h"
+#include "tests/ftp/FakeServerFixture.h"
 #include "tests/ftp/TransferStore.h"
 #include "zephor/FileFilter.h"
 
 namespace {
 
 using namespace Quorvel::FileAccess;
+using zephor_test::kNoReply;
 using zephor_test::TransferStoreKind;
 
 constexpr std::time_t kSpring = 1'741'600'000;  // 2025-03-10, hours away from any change of clocks
@@ -114,6 +116,51 @@ TEST_P(Sync, AMissingDirectoryIsToldOrMade) {
 
 INSTANTIATE_TEST_SUITE_P(Stores, Sync, testing::ValuesIn(zephor_test::allTransferStores()),
                          [](const testing::TestParamInfo<TransferStoreKind>& kind) { return kind.param.name; });
+
+/// A server that fails while directories are brought in step.
+class FailingSync : public zephor_test::FakeServerFixture {
+ protected:
+  void SetUp() override {
+    FakeServerFixture::SetUp();
+    connection().setDialogsSuppressed(true);
+    for (const char* name : {"a", "b", "c"}) write(std::string("local/Prj/p/") + name, name);
+  }
+  DWORD upTree() { return connection().syncServerDirectoryTree(L"p", project(), nullptr, 0, true); }
+};
+
+TEST_F(FailingSync, AFileThatDoesNotArriveShowsInTheLastError) {
+  server.failAlways("PutFile b", {.code = 552});
+  EXPECT_EQ(connection().syncServerDirectory(project(), L"p", nullptr, 0), 0U);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_WRITE_FAULT});
+  EXPECT_EQ(server.files[L"a"] + server.files[L"c"], "ac") << "the others arrive";
+  EXPECT_EQ(upTree(), 0U);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_WRITE_FAULT});
+  server.recover();
+  EXPECT_EQ(upTree(), 0U);
+  EXPECT_EQ(GetLastError(), 0U);
+  EXPECT_EQ(server.files[L"b"], "b") << "the next run is right";
+}
+
+TEST_F(FailingSync, AListingThatFailsMovesNothing) {
+  server.failAlways("List", {.code = 451});
+  EXPECT_EQ(connection().syncServerDirectory(project(), L"p", nullptr, 0), DWORD{ERROR_READ_FAULT});
+  EXPECT_NE(upTree(), 0U);
+  EXPECT_NE(connection().syncFromServer(L"p", project(), nullptr, 0, true), 0U);
+  EXPECT_TRUE(server.files.empty());
+  EXPECT_EQ(server.count("PutFile") + server.count("GetFile"), 0);
+}
+
+TEST_F(FailingSync, ADownloadThatFailsLeavesTheLocalFileAndIsToldOnce) {
+  server.files = {{L"a", "theirs"}, {L"d", "theirs"}};
+  for (const char* name : {"a", "b", "c"}) {
+    std::filesystem::last_write_time(root() / "local/Prj/p" / name,
+                                     std::chrono::file_clock::from_sys(std::chrono::system_clock::from_time_t(kHour)));
+  }
+  server.failAlways("GetFile a", kNoReply);
+  EXPECT_EQ(connection().syncFromServer(L"p", project(), nullptr, 0, false), DWORD{ERROR_FILE_NOT_FOUND});
+  EXPECT_EQ(read("local/Prj/p/a"), "a");
+  EXPECT_EQ(read("local/Prj/p/d"), "theirs");
+}
 
 RemoteFileEntry entry(const wchar_t* name, std::uint64_t ticks, std::int64_t size = 1) {
   return {name, platform::fromTicks(ticks), size};
