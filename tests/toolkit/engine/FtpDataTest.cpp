@@ -1,0 +1,68 @@
+#include "toolkit/FtpData.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "toolkit/FtpEntryList.h"
+#include "toolkit/FtpListing.h"
+
+using namespace Quorvel::FileAccess;
+
+namespace {
+
+/// Feeds a text in pieces of a size, as the network might.
+std::vector<std::string> linesOf(const std::string& text, std::size_t pieceBytes) {
+  std::vector<std::string> lines;
+  FtpLineSink sink([&](std::string_view line) { lines.emplace_back(line); });
+  for (std::size_t at = 0; at < text.size();) {
+    const FtpSpace space = sink.space();
+    const std::size_t count = std::min({pieceBytes, space.size, text.size() - at});
+    std::memcpy(space.data, text.data() + at, count);
+    EXPECT_TRUE(sink.filled(count));
+    at += count;
+  }
+  EXPECT_TRUE(sink.finish(true));
+  return lines;
+}
+
+}  // namespace
+
+TEST(FtpLineSink, LinesAreTheSameHoweverTheyArrive) {
+  const std::vector<std::string> expected = {"one", "two words", "last"};
+  for (const std::size_t piece : {1U, 2U, 5U, 1000U}) {
+    EXPECT_EQ(linesOf("one\r\ntwo words\n\r\nlast", piece), expected) << piece;
+  }
+}
+
+TEST(FtpLineSink, AnEndlessLineIsLeftOutAndTheNextIsRead) {
+  const std::vector<std::string> expected = {"before", "after"};
+  EXPECT_EQ(linesOf("before\n" + std::string(1000000, 'x') + "\nafter\n", 4096), expected);
+}
+
+TEST(FtpEntryList, KeepsWhatItWasGiven) {
+  FtpEntryList list;
+  for (int i = 0; i < 50000; ++i) {
+    FtpEntry entry;
+    entry.name = "name " + std::to_string(i);
+    entry.isDirectory = i % 3 == 0;
+    entry.isLink = i % 5 == 0;
+    if (i % 2 == 0) entry.size = i;
+    if (i % 7 == 0) entry.time = FILETIME{static_cast<DWORD>(i + 1), 30000000};
+    list.add(entry);
+  }
+  ASSERT_EQ(list.size(), 50000U);
+  for (const std::size_t i : {0U, 1U, 2U, 30030U, 49999U}) {
+    EXPECT_EQ(list.name(i), "name " + std::to_string(i));
+    EXPECT_EQ(list.isDirectory(i), i % 3 == 0);
+    EXPECT_EQ(list.isLink(i), i % 5 == 0);
+    EXPECT_EQ(list.bytes(i), i % 2 == 0 ? static_cast<std::int64_t>(i) : -1);
+    EXPECT_EQ(list.time(i).has_value(), i % 7 == 0);
+  }
+  list.setTime(30, std::nullopt);
+  list.setBytes(30, std::nullopt);
+  EXPECT_TRUE(list.isDirectory(30) && list.isLink(30));
+  EXPECT_EQ(list.bytes(30), -1);
+}

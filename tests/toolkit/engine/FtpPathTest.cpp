@@ -1,0 +1,66 @@
+#include "toolkit/FtpPath.h"
+
+#include <gtest/gtest.h>
+
+using namespace Quorvel::FileAccess;
+
+TEST(FtpPath, SeparatorsBecomeOneKindAndSingle) {
+  const struct {
+    const wchar_t* given;
+    const char* sent;
+  } table[] = {{L"a\\b", "a/b"},
+               {L"//a///b/", "/a/b"},
+               {L"/", "/"},
+               {L"\\\\", "/"},
+               {L"", ""},
+               {L"Stra\u00dfe",
+                "Stra\xc3\x9f"
+                "e"}};
+  for (const auto& row : table) EXPECT_EQ(serverPath(row.given), row.sent);
+}
+
+TEST(FtpPath, RelativePathsAreSeenFromTheBase) {
+  const struct {
+    const char* base;
+    const char* path;
+    const char* absolute;
+  } table[] = {{"/a", "b", "/a/b"},      {"/", "b", "/b"},   {"/a/b", "..", "/a"}, {"/a", "../../..", "/"},
+               {"/a", "/x/./y", "/x/y"}, {"", "b/c", "b/c"}, {"", "/b/..", "/"},   {"/a", "./b/../c", "/a/c"}};
+  for (const auto& row : table)
+    EXPECT_EQ(absolutePath(row.base, row.path), row.absolute) << row.base << " " << row.path;
+}
+
+TEST(FtpPath, LineEndsAndZeroesAreNotSendable) {
+  EXPECT_TRUE(isSendable(L"a name \u00fc"));
+  EXPECT_FALSE(isSendable(L"a\rDELE b"));
+  EXPECT_FALSE(isSendable(L"a\nb"));
+  EXPECT_FALSE(isSendable(std::wstring_view(L"a\0b", 3)));
+}
+
+TEST(FtpPath, QuotesInPrintedDirectoriesAreDoubled) {
+  EXPECT_EQ(parsePrintedDirectory("257 \"/a \"\"b\"\" c\" is current"), "/a \"b\" c");
+  EXPECT_EQ(parsePrintedDirectory("257 /a"), std::nullopt);
+  EXPECT_EQ(parsePrintedDirectory("257 \"/a"), std::nullopt);
+}
+
+TEST(FtpCurrentDirectory, KnowsWhatLiesAboveTheServersPlaceOnly) {
+  FtpCurrentDirectory directory;
+  EXPECT_FALSE(directory.isKnown("/"));
+  directory.confirm("/a/b");
+  for (const char* known : {"/", "/a", "/a/b"}) EXPECT_TRUE(directory.isKnown(known)) << known;
+  for (const char* unknown : {"/a/b/c", "/a/bc", "/b"}) EXPECT_FALSE(directory.isKnown(unknown)) << unknown;
+}
+
+TEST(FtpCurrentDirectory, AsksForAChangeWhereTheWishDiffers) {
+  FtpCurrentDirectory directory;
+  EXPECT_FALSE(directory.isChangeNeeded());
+  directory.confirm("/a/b");
+  directory.want("/a");
+  EXPECT_TRUE(directory.isChangeNeeded());
+  directory.want("/a/b");
+  EXPECT_FALSE(directory.isChangeNeeded());
+  directory.forgetBelow("/a/bc");
+  EXPECT_FALSE(directory.isChangeNeeded());
+  directory.forgetBelow("/a");
+  EXPECT_TRUE(directory.isChangeNeeded());
+}
