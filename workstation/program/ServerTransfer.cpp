@@ -1,5 +1,8 @@
 #include "workstation/program/ServerTransfer.h"
 
+#include <algorithm>
+#include <filesystem>
+#include <limits>
 #include <map>
 #include <utility>
 
@@ -43,8 +46,37 @@ unsigned long fetchOne(const ServerSession& session, const Transfer& transfer) {
   return session.transfer().downloadFile(transfer.file.name.c_str(), nullptr, &kServerSide, &kLocalSide, &number, 0, 0);
 }
 
+/// Bytes that are free where a directory is, or will be.
+std::uint64_t roomFor(const std::wstring& directory) {
+  std::filesystem::path path = platform::systemPath(directory);
+  std::error_code problem;
+  while (path.has_relative_path() && !std::filesystem::exists(path, problem)) path = path.parent_path();
+  const auto space = std::filesystem::space(path, problem);
+  return problem ? std::numeric_limits<std::uint64_t>::max() : space.available;
+}
+
+/// A full disk shows in each of many files, after all their tries. Throws CommandFailure when there is not enough room.
+void requireRoom(const std::vector<Transfer>& files) {
+  std::uint64_t wanted = 0;
+  std::uint64_t replaced = 0;
+  for (const Transfer& file : files) {
+    wanted += static_cast<std::uint64_t>(std::max<std::int64_t>(file.file.size, 0));
+    replaced += platform::fileStatus(localPathOf(file)).size;
+  }
+  const std::uint64_t room = roomFor(files.front().localDirectory);
+  if (wanted <= room || wanted - room <= replaced) return;
+  throw CommandFailure{
+      ExitCode::Failure,
+      platform::formatWide(L"there is not enough room here: %llu bytes are to be fetched, %llu are free",
+                           static_cast<unsigned long long>(wanted), static_cast<unsigned long long>(room))};
+}
+
 /// @return false when the connection is gone
 bool fetchAgain(const ServerSession& session, Transfer& transfer) {
+  if (roomFor(transfer.localDirectory) < static_cast<std::uint64_t>(transfer.file.size)) {
+    transfer.problem = L"there is no room for it here";
+    return true;
+  }
   const unsigned long result = fetchOne(session, transfer);
   transfer.isDone = result == 0 && (hasArrived(transfer, transfer.file) || hasArrivedAnew(session, transfer));
   if (transfer.isDone) return true;
@@ -69,6 +101,7 @@ void forEachDirectory(std::vector<Transfer>& files, const std::function<void(std
 }
 
 void fetchAll(ServerSession& session, std::vector<Transfer>& files) {
+  requireRoom(files);
   session.chooseConnections();
   ServerProgress progress(L"fetching", files.size());
   bool isLost = false;

@@ -21,6 +21,7 @@ using Quorvel::FileAccess::RemoteFileEntry;
 using Quorvel::FileAccess::ServerTreeFile;
 using Names = std::set<std::wstring, IgnoreCaseLess>;
 
+constexpr std::size_t kFetchingLength = std::char_traits<wchar_t>::length(kFetchingSuffix);
 constexpr std::size_t kSendingLength = std::char_traits<wchar_t>::length(kSendingSuffix);
 
 bool endsWith(const std::wstring& name, const wchar_t* suffix) {
@@ -69,6 +70,11 @@ class ServerTreeReader {
   Names names_;
 };
 
+/// A name like that is no sign by itself; beside the file that was to be replaced it is.
+bool isLeftOfFetch(const std::wstring& name, const Names& names) {
+  return endsWith(name, kFetchingSuffix) && names.contains(name.substr(0, name.size() - kFetchingLength));
+}
+
 /// Sorts what transfers leave behind from the files of a directory.
 void addLocalFiles(std::vector<TreeFile> files, Tree& out) {
   Names names;
@@ -80,7 +86,7 @@ void addLocalFiles(std::vector<TreeFile> files, Tree& out) {
     const std::wstring original = isCopy ? file.name.substr(0, file.name.size() - kSendingLength) : std::wstring();
     if (isCopy && names.contains(original)) {
       sending.insert(original);
-    } else if (endsWith(file.name, kFetchingSuffix)) {
+    } else if (isLeftOfFetch(file.name, names)) {
       out.passedOver.push_back(file.path() + L": passed over, it is left by a transfer that was interrupted");
     } else {
       out.files.push_back(std::move(file));

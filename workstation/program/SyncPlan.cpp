@@ -37,6 +37,13 @@ SyncAction actionFor(const TreeFile& source, const TreeFile* target) {
   return source.size == target->size ? SyncAction::InStep : SyncAction::Differs;
 }
 
+/// What a first download that was interrupted leaves here: the beginning of a file that only the server has.
+bool isLeftOfFetch(const SyncStep& step, const Index& server) {
+  const std::wstring path = step.source.path();
+  if (step.target || !path.ends_with(kFetchingSuffix)) return false;
+  return server.find(path.substr(0, path.size() - std::char_traits<wchar_t>::length(kFetchingSuffix))) != nullptr;
+}
+
 std::vector<SyncStep> plan(const Tree& source, const Tree& target, SyncAction whenInterrupted) {
   const Index index(target);
   std::vector<SyncStep> steps;
@@ -58,7 +65,10 @@ std::vector<SyncStep> plan(const Tree& source, const Tree& target, SyncAction wh
 }  // namespace
 
 std::vector<SyncStep> planUp(const Tree& here, const Tree& server) {
-  return plan(here, server, SyncAction::Resume);
+  std::vector<SyncStep> steps = plan(here, server, SyncAction::Resume);
+  const Index index(server);
+  std::erase_if(steps, [&](const SyncStep& step) { return isLeftOfFetch(step, index); });
+  return steps;
 }
 
 std::vector<SyncStep> planDown(const Tree& here, const Tree& server) {

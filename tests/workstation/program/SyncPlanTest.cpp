@@ -59,5 +59,12 @@ TEST(SyncPlan, AnInterruptedUploadIsNeverFetchedOverTheFile) {
   EXPECT_EQ(down[3].action, SyncAction::Newer);
 }
 
+TEST(SyncPlan, WhatAnInterruptedDownloadLeftIsNotSent) {
+  const Tree here = tree({file(L"a.part", 4, 100), file(L"gear.part", 9, 100)});
+  const auto up = planUp(here, tree({file(L"a", 9, 99)}));
+  ASSERT_EQ(up.size(), 1U);
+  EXPECT_EQ(up[0].source.name, L"gear.part") << "a name like that is no sign by itself";
+}
+
 }  // namespace
 }  // namespace workstation::program
