@@ -232,7 +232,7 @@ ExitCode makeDirectory(Context& context, const ServerOptions& options, const Fil
 
 /// The transfer object takes the CRC of a whole file in memory; a large one is read in pieces.
 std::optional<std::uint32_t> crcOnServer(const ServerSession& session, const ServerPath& path, std::int64_t size) {
-  constexpr std::int64_t kLargest = 8 * 1024 * 1024;
+  constexpr std::int64_t kLargest = std::int64_t{8} * 1024 * 1024;
   const std::wstring directory = path.directory();
   std::uint32_t crc = 0;
   if (size <= kLargest) {

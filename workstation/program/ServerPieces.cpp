@@ -15,8 +15,8 @@ using Quorvel::FileAccess::IZepInetFileTransfer;
 namespace {
 
 // A piece costs a transfer of its own: the first is small for who wants the head of a file, later ones are not.
-constexpr std::int64_t kFirstPiece = 256 * 1024;
-constexpr std::int64_t kLargestPiece = 8 * 1024 * 1024;
+constexpr std::int64_t kFirstPiece = std::int64_t{256} * 1024;
+constexpr std::int64_t kLargestPiece = std::int64_t{8} * 1024 * 1024;
 /// The offsets of a partial read have 32 bits.
 constexpr std::int64_t kLastOffset = std::numeric_limits<std::uint32_t>::max();
 constexpr int kServerSide = Quorvel::FileAccess::eServerPrjPath;
