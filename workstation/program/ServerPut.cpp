@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <set>
 
 #include "platform/Files.h"
@@ -11,6 +12,7 @@
 #include "workstation/program/Arguments.h"
 #include "workstation/program/ServerCommands.h"
 #include "workstation/program/ServerLookup.h"
+#include "workstation/program/ServerParts.h"
 #include "workstation/program/ServerProgress.h"
 #include "workstation/program/ServerTransfer.h"
 #include "zephor/ThreadedTransfers.h"
@@ -77,7 +79,8 @@ class Collector {
     if (!isUsableHere({}, name)) return fail(shown, L"not every workstation can hold such a name");
     if (!isDirectory) {
       const std::wstring local = platform::libraryPath(path);
-      return add(shown, L"", platform::directoryOf(local), {{}, name, 0, {}, false});
+      const bool isInterrupted = platform::fileStatus(local + kSendingSuffix).exists;
+      return add(shown, L"", platform::directoryOf(local), {{}, name, 0, {}, isInterrupted});
     }
     if (!arguments_.recursive) return fail(shown, L"it is a directory; -r sends it");
     Tree tree;
@@ -120,7 +123,7 @@ class Collector {
 };
 
 /// Sends one file with the user's own choice of another try. @return false when the connection is gone
-bool sendAgain(const ServerSession& session, Transfer& transfer) {
+bool sendAgain(const ServerSession& session, Transfer& transfer, const std::optional<RemoteFileEntry>& before) {
   const std::wstring path = localPathOf(transfer);
   const std::uint64_t size = sizeHere(transfer);
   const std::wstring& directory = transfer.serverDirectory;
@@ -130,6 +133,7 @@ bool sendAgain(const ServerSession& session, Transfer& transfer) {
   const bool isThere = result == 0 && isOnServer(listFiles(session, directory, one), transfer);
   transfer.isDone = isThere && size == sizeHere(transfer);
   if (transfer.isDone) return true;
+  clearPart(session, directory, transfer, before, isConnectionLost(result));
   if (result != 0) {
     transfer.problem = serverErrorText(result);
   } else {
@@ -171,15 +175,17 @@ void sendAll(ServerSession& session, std::vector<Transfer>& files) {
   bool isLost = isConnectionLost(result) && files.size() == 1;
   for (Transfer& file : files) {
     const ServerFiles& now = after.at(file.serverDirectory);
+    const ServerFiles& old = before.at(file.serverDirectory);
     const bool unchanged = static_cast<std::uint64_t>(file.file.size) == sizeHere(file);
-    file.isDone =
-        unchanged && (result == 0 ? isOnServer(now, file) : isProvedNew(before.at(file.serverDirectory), now, file));
-    if (file.isDone) continue;
-    if (isLost) {
+    file.isDone = unchanged && (result == 0 ? isOnServer(now, file) : isProvedNew(old, now, file));
+    if (!file.isDone && isLost) {
       file.problem = L"the connection was lost";
-    } else {
-      isLost = !sendAgain(session, file);
+      markInterrupted(file);
+    } else if (!file.isDone) {
+      const auto known = old.find(file.file.name);
+      isLost = !sendAgain(session, file, known == old.end() ? std::nullopt : std::optional(known->second));
     }
+    if (file.isDone && file.file.interrupted) unmarkInterrupted(file);
   }
 }
 

@@ -1,6 +1,5 @@
 #include "workstation/program/SyncUpload.h"
 
-#include <fstream>
 #include <map>
 #include <optional>
 #include <utility>
@@ -9,7 +8,7 @@
 #include "platform/Paths.h"
 #include "platform/Time.h"
 #include "workstation/program/ServerLookup.h"
-#include "workstation/program/ServerPieces.h"
+#include "workstation/program/ServerParts.h"
 #include "workstation/program/ServerProgress.h"
 #include "workstation/program/ServerSession.h"
 #include "zephor/ThreadedTransfers.h"
@@ -24,34 +23,10 @@ constexpr int kLocalSide = ePrjPath;
 constexpr std::size_t kFewFiles = 5;
 constexpr const wchar_t* kLost = L"the connection is lost; whether it arrived shows at the next sync";
 
-/// The server's file as it stands now. Its directory is the one that is aimed at.
-std::optional<RemoteFileEntry> entryOf(const ServerSession& session, const Transfer& transfer) {
-  std::vector<RemoteFileEntry> found;
-  findServerFiles(session, {joinServerPath(transfer.serverDirectory, transfer.file.name)}, found);
-  for (RemoteFileEntry& entry : found) {
-    if (entry.name == transfer.file.name) return std::move(entry);
-  }
-  return std::nullopt;
-}
-
-/// True when the server's bytes are the first ones of the file here, or all of them.
-bool isBeginOfFileHere(const ServerSession& session, const Transfer& transfer, std::int64_t serverSize) {
-  std::ifstream here(platform::systemPath(localPathOf(transfer)), std::ios::binary);
-  bool isSame = true;
-  std::string bytes;
-  const std::wstring problem =
-      readPieces(session, {}, transfer.file.name, 0, serverSize, [&](const std::string& piece) {
-        bytes.resize(piece.size());
-        isSame = here.read(bytes.data(), static_cast<std::streamsize>(bytes.size())) && bytes == piece;
-        return isSame;
-      });
-  return isSame && problem.empty();
-}
-
 /// What the last, interrupted upload left on the server may be overwritten; what somebody else sent meanwhile may not.
 bool mayResume(const ServerSession& session, Upload& upload) {
   if (upload.step.action != SyncAction::Resume) return true;
-  if (isBeginOfFileHere(session, upload.transfer, upload.step.target->size)) return true;
+  if (isBeginOfFileHere(session, {}, upload.transfer, upload.step.target->size)) return true;
   upload.transfer.problem =
       L"its last upload was interrupted, and the server has another version since; server put or get "
       L"--force settles it";
@@ -72,19 +47,21 @@ bool isThere(const ServerSession& session, const Upload& upload, const std::opti
   const platform::FileStatus here = platform::fileStatus(localPathOf(upload.transfer));
   if (!entry || entry->size != source.size || here.size != static_cast<std::uint64_t>(source.size)) return false;
   const bool isNew = !upload.step.target || CompareFileTime(&upload.step.target->time, &entry->time) != 0;
-  return isNew || isBeginOfFileHere(session, upload.transfer, entry->size);
+  return isNew || isBeginOfFileHere(session, {}, upload.transfer, entry->size);
 }
 
 /// The transfer object keeps the times apart where it knows of a failure. Where the file here has the server's time all
-/// the same, it gets its own back, and a mark that the server's may be a piece of it.
-void undo(const Upload& upload, const std::optional<RemoteFileEntry>& entry) {
+/// the same, it gets its own back.
+void restoreTime(const Upload& upload, const std::optional<RemoteFileEntry>& entry) {
   const std::wstring path = localPathOf(upload.transfer);
   const FILETIME here = platform::fileStatus(path).writeTime;
-  if (!entry || CompareFileTime(&here, &entry->time) != 0) return;
-  setTimeHere(path, upload.step.source.time);
-  if (CompareFileTime(&upload.step.source.time, &entry->time) > 0) return;
-  const HANDLE mark = CreateFileW((path + kSendingSuffix).c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
-  if (mark != INVALID_HANDLE_VALUE) CloseHandle(mark);
+  if (entry && CompareFileTime(&here, &entry->time) == 0) setTimeHere(path, upload.step.source.time);
+}
+
+std::optional<RemoteFileEntry> entryBefore(const Upload& upload) {
+  if (!upload.step.target) return std::nullopt;
+  const TreeFile& target = *upload.step.target;
+  return RemoteFileEntry{target.name, target.time, target.size};
 }
 
 /// @return false when the connection is gone
@@ -96,12 +73,14 @@ bool sendAgain(const ServerSession& session, Upload& upload) {
   const std::optional<RemoteFileEntry> entry = entryOf(session, transfer);
   transfer.isDone = isThere(session, upload, entry);
   if (transfer.isDone) return true;
-  undo(upload, entry);
+  restoreTime(upload, entry);
+  const bool isLost = isConnectionLost(code);
+  if (!isLost) clearPart(session, {}, transfer, entryBefore(upload), false);
   const bool isChanged =
       platform::fileStatus(localPathOf(transfer)).size != static_cast<std::uint64_t>(upload.step.source.size);
   transfer.problem = isChanged ? L"it changed while it was sent; try again" : serverErrorText(code);
   if (!isChanged && code == ERROR_SUCCESS) transfer.problem = L"the server does not have it whole";
-  return !isConnectionLost(code);
+  return !isLost;
 }
 
 std::map<std::wstring, RemoteFileEntry> entriesOf(const ServerSession& session, const std::vector<Upload*>& group) {
@@ -137,7 +116,7 @@ bool sendGroup(ServerSession& session, std::vector<Upload*>& group, ServerProgre
     upload->transfer.isDone = isThere(session, *upload, entry);
     if (upload->transfer.isDone) continue;
     if (isLost) {
-      undo(*upload, entry);
+      restoreTime(*upload, entry);
       upload->transfer.problem = kLost;
     } else {
       isLost = !sendAgain(session, *upload);
