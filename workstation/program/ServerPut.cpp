@@ -163,6 +163,7 @@ void sendAll(ServerSession& session, std::vector<Transfer>& files) {
   session.chooseConnections();
   ServerProgress progress(L"sending", files.size());
   std::vector<FileSyncPair> list;
+  list.reserve(files.size());
   for (Transfer& file : files) {
     file.file.size = static_cast<std::int64_t>(sizeHere(file));
     list.emplace_back(localPathOf(file), FileSyncSpecAdditionalData{file.serverDirectory});

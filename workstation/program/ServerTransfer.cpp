@@ -118,6 +118,7 @@ void fetchAll(ServerSession& session, std::vector<Transfer>& files) {
     }
     session.aim(first.serverDirectory, first.localDirectory);
     std::vector<InetFileInfo> list;
+    list.reserve(group.size());
     for (const Transfer* const file : group) list.push_back({file->file.name, 0, file->file.size});
     IProgress* steps = &progress;
     const DWORD result = Threading::downloadList(session.transfer(), list, L"", kServerSide, 0, false, &steps);

@@ -105,6 +105,7 @@ bool sendGroup(ServerSession& session, std::vector<Upload*>& group, ServerProgre
   std::erase_if(group, [&](Upload* upload) { return !mayResume(session, *upload); });
   if (group.empty()) return true;
   std::vector<InetFileInfo> list;
+  list.reserve(group.size());
   for (const Upload* const upload : group) list.push_back({upload->transfer.file.name, 0, upload->step.source.size});
   IProgress* steps = &progress;
   Threading::uploadList(session.transfer(), list, L"", kLocalSide, false, &steps);
