@@ -7,5 +7,10 @@ if(ZEPHOR_SANITIZE)
   add_compile_options(-fsanitize=${ZEPHOR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   # g++ 12 takes its own instrumentation for reads out of bounds and of what was never set.
   add_compile_options(-Wno-array-bounds -Wno-maybe-uninitialized -Wno-stringop-overflow)
+  if(ZEPHOR_SANITIZE STREQUAL "thread")
+    # Fences are beyond this sanitizer; Boost.Asio can do without them where it hands work on.
+    add_compile_options(-Wno-tsan)
+    add_compile_definitions(BOOST_ASIO_DISABLE_FENCED_BLOCK)
+  endif()
   add_link_options(-fsanitize=${ZEPHOR_SANITIZE})
 endif()
