@@ -14,6 +14,7 @@ namespace Quorvel::FileAccess {
 namespace {
 
 constexpr int kFileStatus = 213;
+constexpr int kNoSuchFile = 450;
 
 bool isUnknownCommand(int code) {
   return code == 500 || code == 502 || code == 504;
@@ -97,7 +98,7 @@ bool FtpLister::readLines(const Accept& accept, FtpEntryList& out) {
     FtpTransfer transfer(session_);
     const bool isListed = transfer.retrieve("LIST -a", sink);
     if (isListed && lines > 0) return true;
-    if (!isListed && transfer.finalCode() < 500) return false;
+    if (!isListed && transfer.finalCode() < 500 && transfer.finalCode() != kNoSuchFile) return false;
     out.clear();
   }
   FtpLineSink sink(onLine);

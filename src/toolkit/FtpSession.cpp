@@ -12,6 +12,8 @@ namespace {
 constexpr int kPathName = 257;
 // Replies that may stand between an abandoned transfer and the answer to PWD: its 150, its 226 or 426, one of ABOR.
 constexpr int kMostStrayReplies = 6;
+// A server that has died is not waited for at the end.
+constexpr std::int64_t kFarewellMilliseconds = 1000;
 // How long a server may keep silent about an abandoned transfer, beside some round trips; and how many times that it
 // may take to answer PWD before a new session is the better way.
 constexpr std::int64_t kPatienceMilliseconds = 300;
@@ -23,7 +25,10 @@ FtpSession::FtpSession(const FtpSettings& settings, FtpLoop& loop, FtpDialogue& 
 
 void FtpSession::disconnect() {
   // A server that has not ended an abandoned transfer yet might wait for its end before it answers.
-  if (control_.isOpen() && !isOutOfStep_ && control_.send("QUIT")) reply();
+  if (control_.isOpen() && !isOutOfStep_ && control_.send("QUIT")) {
+    if (passive_.isAwaited()) control_.replyWithin(kFarewellMilliseconds);
+    control_.replyWithin(kFarewellMilliseconds);
+  }
   control_.close();
 }
 
@@ -32,9 +37,9 @@ bool FtpSession::isConnected() {
   while (const std::optional<FtpReply> reply = control_.tryReply()) {
     if (passive_.isAwaited()) {
       passive_.takeAwaited(*reply);
-    } else if (isOutOfStep_ && isReplyOwed_) {
-      isReplyOwed_ = false;
-    } else if (!isOutOfStep_) {
+    } else if (isOutOfStep_) {
+      countOwed(*reply);
+    } else {
       // Nothing was asked: whatever the server says, it is not what the next command would expect.
       control_.fail(FtpFailure::Lost, "The server spoke unasked; the session is given up");
     }
@@ -172,11 +177,15 @@ void FtpSession::noteTransferDone() {
   if (control_.send(passive_.command())) passive_.noteSentAhead();
 }
 
-void FtpSession::abandonTransfer(bool isReplyOwed) {
+void FtpSession::abandonTransfer(int repliesOwed) {
   endRun();
-  if (!isReplyOwed) return;
-  isOutOfStep_ = true;
-  isReplyOwed_ = true;
+  repliesOwed_ = repliesOwed;
+  isOutOfStep_ = repliesOwed > 0;
+}
+
+void FtpSession::countOwed(const FtpReply& reply) {
+  // pure-ftpd ends a transfer with 150 as well.
+  repliesOwed_ = reply.isPreliminary() ? std::max(repliesOwed_ - 1, 0) : 0;
 }
 
 std::optional<std::uint64_t> FtpSession::takeRestart() {
@@ -195,12 +204,16 @@ bool FtpSession::cancelRestart() {
 }
 
 bool FtpSession::isInStepAgain() {
-  // One reply of whatever code ends the abandoned transfer: 426, 226, or the 150 that was not read yet. PWD goes out
-  // only then, since a server may swallow what arrives before; its 257 can't be taken for a reply of the transfer.
-  // pure-ftpd says nothing at all after some transfers over TLS: silence ends the wait as well.
+  // One reply of whatever code ends the abandoned transfer: 426, 226, or with pure-ftpd a second 150. PWD goes out only
+  // then, since a server may swallow what arrives before; its 257 can't be taken for a reply of the transfer. pure-ftpd
+  // says nothing at all after some transfers over TLS: silence ends the wait as well.
   const std::int64_t patience = kPatienceMilliseconds + 8 * roundTrip_ / 1000;
-  if (isReplyOwed_) control_.replyWithin(patience);
-  isReplyOwed_ = false;
+  while (repliesOwed_ > 0) {
+    const std::optional<FtpReply> owed = control_.replyWithin(patience);
+    if (!owed) break;
+    countOwed(*owed);
+  }
+  repliesOwed_ = 0;
   if (!control_.isOpen() || !control_.send("PWD")) return false;
   for (int i = 0; i < kMostStrayReplies; ++i) {
     const std::optional<FtpReply> answer = control_.replyWithin(kLongestStep * patience);

@@ -58,7 +58,8 @@ class FtpSession {
   void endRun() { transfersInRow_ = 0; }
   /// The data connection was closed before the transfer's end. The next command brings the session in step again, so
   /// that an abort never waits for a silent server.
-  void abandonTransfer(bool isReplyOwed);
+  /// @param repliesOwed  that the server has yet to send: the end, and the beginning if it was not read
+  void abandonTransfer(int repliesOwed);
 
   /// REST was accepted for the next retrieve.
   void setRestart(std::uint64_t offset) {
@@ -95,6 +96,7 @@ class FtpSession {
   bool settle();
   bool resynchronise();
   bool isInStepAgain();
+  void countOwed(const FtpReply& reply);
   bool refuse(ConnectFailReason reason, std::string_view text);
   bool refuseLost(ConnectFailReason ifLost);
   std::int32_t setupTimeout() const;
@@ -119,7 +121,7 @@ class FtpSession {
   bool isRestartDoubtful_ = false;
   int transfersInRow_ = 0;
   bool isOutOfStep_ = false;
-  bool isReplyOwed_ = false;
+  int repliesOwed_ = 0;
 };
 
 }  // namespace Quorvel::FileAccess

@@ -48,7 +48,8 @@ bool FtpSession::open() {
   facts_ = {};
   features_ = {};
   featureText_.clear();
-  areFeaturesAsked_ = isOutOfStep_ = isReplyOwed_ = isRestartDoubtful_ = false;
+  areFeaturesAsked_ = isOutOfStep_ = isRestartDoubtful_ = false;
+  repliesOwed_ = 0;
   transfersInRow_ = 0;
   restart_ = 0;
   reason_ = eConnect_Ok;

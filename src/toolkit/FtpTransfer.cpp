@@ -65,6 +65,7 @@ bool FtpTransfer::begin(const std::string& command) {
 FtpTransfer::Step FtpTransfer::connectData(const FtpDataPort& port, const std::string& command) {
   final_.reset();
   announced_.reset();
+  isBegun_ = false;
   FtpSocket& data = data_.emplace(session_.loop());
   data.beginConnect({session_.peerAddress(), port.number}, session_.settings().sendBufferBytes);
   if (data.connectState() == FtpConnectState::Refused) {
@@ -248,6 +249,7 @@ bool FtpTransfer::takeReplies() {
     if (!reply) break;
     if (reply->isPreliminary()) {
       announced_ = announcedSize(reply->text);
+      isBegun_ = true;
     } else {
       final_ = std::move(reply);
     }
@@ -270,7 +272,8 @@ bool FtpTransfer::tellProgress() {
 bool FtpTransfer::abandon(const std::string& why) {
   session_.dialogue().note(why);
   data_->reset();
-  session_.abandonTransfer(!final_.has_value());
+  const int owed = isBegun_ ? 1 : 2;
+  session_.abandonTransfer(final_ ? 0 : owed);
   return false;
 }
 

@@ -62,6 +62,7 @@ class FtpTransfer {
   FtpLoop::Clock::time_point begun_{};
   std::int64_t bytes_ = 0;
   bool isPartial_ = false;
+  bool isBegun_ = false;  // the server said so
   bool isTruncated_ = false;
   bool isBroken_ = false;
 };
