@@ -20,7 +20,7 @@ static_assert(kRetryBox == (MB_RETRYCANCEL | MB_ICONHAND));
 namespace failure {
 
 // 3 is kept for a directory that is not there, which no dialog tells; any other failure to reach one is 58.
-constexpr RemoteFailure kChangeDirectory = {L"Failed to change directory ", L"FTP Operation", ERROR_NETNAME_DELETED};
+constexpr RemoteFailure kChangeDirectory = {L"Failed to change directory ", L"FTP Operation", ERROR_BAD_NET_RESP};
 constexpr RemoteFailure kDownloadFile = {L"Failed to download file ", L"Download File", ERROR_FILE_NOT_FOUND};
 constexpr RemoteFailure kUploadFile = {L"Failed to upload file ", L"Upload File", ERROR_WRITE_FAULT};
 constexpr RemoteFailure kUploadData = {L"Failed to upload data to server ", L"Upload Data", ERROR_WRITE_FAULT};
