@@ -17,6 +17,9 @@ namespace Quorvel::FileAccess::ConnectionLogger {
 /// @param details  what the box's help shows; empty: no help is offered
 int ShowErrorBox(const std::wstring& text, const std::wstring& caption, UINT style, const std::wstring& details);
 
+/// InternetExceptionResolve for callers that may have their dialogs off: what it has to tell is traced all the same.
+int ResolveInternetException(bool mayAsk);
+
 /// The text behind the help button: caption and message text between marks, then the details; empty without details.
 std::wstring errorBoxDetails(const std::wstring& text, const std::wstring& caption, const std::wstring& details);
 

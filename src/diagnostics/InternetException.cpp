@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "diagnostics/DiagnosticsState.h"
+#include "diagnostics/ErrorBox.h"
 #include "diagnostics/ErrorTexts.h"
 #include "host/System.h"
 #include "host/Trace.h"
@@ -51,6 +52,10 @@ void InternetExceptionSetMessageText(const wchar_t* text) {
 }
 
 int InternetExceptionResolve() {
+  return ResolveInternetException(true);
+}
+
+int ResolveInternetException(bool mayAsk) {
   const KeptErrors kept;
   const DWORD error = kept.lastError();
   const std::wstring text = errorText(error);
@@ -58,7 +63,7 @@ int InternetExceptionResolve() {
   if (!pending.empty()) traceFmt(1, pending);
   traceFmt(1, text);
 
-  if (error == kInternetExtendedError || error == kInternetInternalError) return IDCANCEL;
+  if (!mayAsk || error == kInternetExtendedError || error == kInternetInternalError) return IDCANCEL;
   if (Msg2usr_IsDeny()) {
     if (getFileAccessTrace() != 0) lfperrC(L"%s: is deny\n", L"InternetExceptionResolve");
     return IDCANCEL;

@@ -1,8 +1,10 @@
 // Sizes, times and check sums of files here and on the server.
 #include <exception>
 
+#include "diagnostics/ErrorBox.h"
 #include "ftp/FtpConnection.h"
 #include "ftp/ServerPaths.h"
+#include "ftp/SyncSteps.h"
 #include "host/Trace.h"
 #include "host/UserMessages.h"
 #include "platform/Files.h"
@@ -71,21 +73,21 @@ bool CZepFtpConnection::getServerFileSizeAndTime(std::int64_t* size, const wchar
 bool CZepFtpConnection::updateFileTime(const wchar_t* name, const wchar_t* dir, const int* pathNr,
                                        const RemoteFileEntry* entry) {
   if (!initialised_ || name == nullptr) return false;
-  const std::wstring local = localPathOf(pathNr, dir, name);
+  const int localNr = localNumberOf(pathNr);
+  const std::wstring local = localPathOf(&localNr, dir, name);
   FILETIME time = entry != nullptr ? entry->time : FILETIME{};
   // A time that the server does not tell stays 0, which leaves the local one as it is.
-  if (entry == nullptr) {
-    getServerFileSizeAndTime(nullptr, joinServerPath(serverDirectoryOf(pathNr, dir), name).c_str(), &time);
-  }
+  const std::wstring server = entry == nullptr ? serverDirectoryOf(pathNr, dir) : std::wstring();
+  if (!server.empty()) getServerFileSizeAndTime(nullptr, joinServerPath(server, name).c_str(), &time);
   for (;;) {
     const DWORD error = setTimes(local, time);
     if (error == ERROR_SUCCESS) return true;
     const std::wstring text = L"UpdateFileTime(" + local + L")";
     lfperrC(L"%s: error %d\n", text, error);
     SetLastError(error);
-    if (!retrySettings_.top().interactive || remote_.getDialogsSuppressed()) return false;
     ConnectionLogger::InternetExceptionSetMessageText(text.c_str());
-    if (ConnectionLogger::InternetExceptionResolve() != IDRETRY) return false;
+    const bool mayAsk = retrySettings_.top().interactive && !remote_.getDialogsSuppressed();
+    if (ConnectionLogger::ResolveInternetException(mayAsk) != IDRETRY) return false;
   }
 }
 
