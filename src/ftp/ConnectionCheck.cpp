@@ -33,9 +33,9 @@ int checkWith(const CServerProperties& properties, int epsvMode) {
   if (!properties.baseDirectory.empty() && !client->ChangeRemoteDir(properties.baseDirectory.c_str())) {
     return end(kCheckNoBaseDirectory);
   }
-  const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
-  const int limit = properties.connectLimitMilliseconds;
-  if (limit > 0 && elapsed.count() > limit) return end(kCheckSlow);
+  // Any time is longer than a limit of 0.
+  const std::chrono::milliseconds limit(properties.connectLimitMilliseconds);
+  if (std::chrono::steady_clock::now() - begin > limit) return end(kCheckSlow);
   client->put_ListPattern(L"*");
   return end(client->get_NumFilesAndDirs() >= 0 ? 0 : kCheckNoListing);
 }

@@ -82,7 +82,8 @@ int CZepFtpConnection::seekFile(CPartialDownload* record, long long offset, int 
   constexpr int kFromStart = 0;
   constexpr int kFromPosition = 1;
   constexpr int kFromEnd = 2;
-  if (!isAlive(record) || origin < kFromStart || origin > kFromEnd) return -1;
+  if (!initialised_) SetLastError(ERROR_INVALID_DATA);
+  if (!initialised_ || !isAlive(record) || origin < kFromStart || origin > kFromEnd) return -1;
   std::int64_t base = 0;
   if (origin == kFromPosition) base = record->position;
   if (origin == kFromEnd) base = record->size;
@@ -117,7 +118,8 @@ std::size_t CZepFtpConnection::readFilePartial(CPartialDownload* record, void* b
 }
 
 DWORD CZepFtpConnection::closeFile(CPartialDownload* record) {
-  if (!isAlive(record)) return ERROR_INVALID_HANDLE;
+  const DWORD otherwise = initialised_ ? ERROR_SUCCESS : ERROR_INVALID_DATA;
+  if (!isAlive(record)) return initialised_ ? ERROR_INVALID_HANDLE : ERROR_INVALID_DATA;
   OpenRecords& open = openRecords();
   {
     const std::lock_guard lock(open.mutex);
@@ -125,7 +127,7 @@ DWORD CZepFtpConnection::closeFile(CPartialDownload* record) {
   }
   const std::unique_ptr<CPartialDownload> owned(record);
   setTag(*owned, kDeleted);
-  return ERROR_SUCCESS;
+  return otherwise;
 }
 
 }  // namespace Quorvel::FileAccess

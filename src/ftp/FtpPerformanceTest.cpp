@@ -51,6 +51,7 @@ DWORD CZepFtpConnection::WritePerformanceTest(const std::wstring& directory,
   }
   const ScopedSilence silence(retrySettings_, true);
   deleteIn(directory, kName);
+  remote_.closeConnection();  // the next client begins with the usual buffer again
   return code;
 }
 

@@ -1,12 +1,10 @@
 // What a server can do, found out over a connection of its own.
-#include <atomic>
-#include <chrono>
+#include <random>
 #include <string_view>
 
 #include "ftp/RemoteClients.h"
 #include "ftp/RestReply.h"
 #include "host/System.h"
-#include "platform/Synchronisation.h"
 #include "platform/Text.h"
 #include "platform/Time.h"
 #include "toolkit/ByteData.h"
@@ -38,8 +36,9 @@ class ProbeFile {
 
  private:
   static std::wstring nextName() {
-    static std::atomic<int> count{0};
-    return platform::formatWide(L".zephor-check-%u-%d", GetCurrentProcessId(), ++count);
+    // Drawn, since checks of other machines may run in the same directory.
+    std::random_device random;
+    return platform::formatWide(L".zephor-check-%08x%08x", random(), random());
   }
 
   IRemoteClient& client_;

@@ -40,6 +40,8 @@ TEST_P(ServerStore, ACheckTellsWhatIsWrong) {
     checked.epsvMode = mode;
     EXPECT_EQ(CheckConnection_ofServerProperties(checked), 0) << mode;
   }
+  checked.connectLimitMilliseconds = 0;
+  EXPECT_EQ(CheckConnection_ofServerProperties(checked), kCheckSlow);
   checked.baseDirectory = L"/nowhere";
   EXPECT_EQ(CheckConnection_ofServerProperties(checked), kCheckNoBaseDirectory);
   EXPECT_EQ(DataForCheckConnection_fromError(kCheckNoBaseDirectory), 0);
@@ -99,6 +101,7 @@ TEST_P(ServerStore, RefusedTlsIsToldToWhoAsks) {
   EXPECT_NE(WGO_listServerTree(L"/", files, directories), 0U);
   server->restart();
   EXPECT_EQ(WGO_listServerTree(L"/", files, directories), 0U) << "the session comes back by itself";
+  connection.releaseThreadData();
 }
 
 INSTANTIATE_TEST_SUITE_P(Servers, ServerStore, testing::ValuesIn(zephor_test::allFtpServers()),
