@@ -13,6 +13,7 @@ void ByteCountAndAbort::onAbortCheck(bool& abort) {
 
 void ByteCountAndAbort::setLastMessage(const wchar_t* text) {
   lastMessage_ = text != nullptr ? text : L"";
+  if (lastMessage_.starts_with(L"STOR ")) isStoreSent_ = true;
 }
 
 std::wstring ByteCountAndAbort::takeLastMessage() {

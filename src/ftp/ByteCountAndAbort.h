@@ -19,9 +19,12 @@ class ByteCountAndAbort final : public CkFtp2ProgressW {
   void onTransferRate(std::int64_t bytesSoFar, std::uint32_t bytesPerSecond) override;
 
   bool isAborted() const { return abort_; }
+  /// True when the server was told to replace a file.
+  bool isStoreSent() const { return isStoreSent_; }
 
  private:
   bool abort_ = false;
+  bool isStoreSent_ = false;
   std::int64_t byteLimit_;
   std::wstring lastMessage_;
 };

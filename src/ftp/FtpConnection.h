@@ -119,12 +119,16 @@ class CZepFtpConnection : public CZepInetFileTransfer {
   bool askAgain(const std::wstring& text, const wchar_t* caption);
   /// Puts a fetched file in the place of the target, whole or not at all. @return false with the thread's last error
   bool replaceTarget(const std::wstring& part, const std::wstring& target);
-  RemoteStatus fetch(const Fetch& what);
-  DWORD finishDownload(const Fetch& what, const RemoteStatus& status, int* number, int objectNumber,
-                       const std::function<DWORD()>& takePlace);
-  bool settleUploadTime(const wchar_t* name, const wchar_t* dir, const int* pathNr, const RemoteStatus& status);
+  /// @param entry  takes what the server says of the file, where that is wanted
+  RemoteStatus fetch(const Fetch& what, RemoteFileEntry& entry);
+  DWORD fetchAndReplace(const Fetch& what, RemoteFileEntry& entry);
+  DWORD download(const Fetch& what, int* number, int objectNumber);
+  /// Sends a file until it has not changed meanwhile.
+  /// @param time  takes what the local file's time is to be; 0 to leave it
+  RemoteStatus sendUntilUnchanged(const std::wstring& local, const std::wstring& server, const std::wstring& name,
+                                  FILETIME& time);
   RemoteStatus goToOrMake(RemoteRetryContext& context, const std::wstring& path);
-  RemoteStatus makeServerDirectory(const std::wstring& path, const wchar_t* function);
+  RemoteStatus makeServerDirectory(const std::wstring& path);
   RemoteStatus deleteIn(const std::wstring& directory, const std::wstring& name);
   RemoteStatus renameOnServer(const std::wstring& directory, const std::wstring& oldName, const std::wstring& newName);
   bool isOnline();

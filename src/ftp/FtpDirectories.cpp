@@ -26,7 +26,7 @@ bool CZepFtpConnection::existFile(const wchar_t* name) {
              },
              [&](RemoteRetryContext& context) { return remote_.remoteFileExists(context, parts.name, found); }});
   found = found && status.isSuccess();
-  if (verbose()) ConnectionLogger::traceFmt(0, L"existFile: %s%s", path, found ? L" found.\n" : L" NOT found.\n");
+  ConnectionLogger::traceFmt(0, L"existFile: %s%s", path, found ? L" found.\n" : L" NOT found.\n");
   return found;
 }
 
@@ -49,7 +49,8 @@ RemoteStatus CZepFtpConnection::goToOrMake(RemoteRetryContext& context, const st
   return status.isSuccess() ? remote_.changeDirectory(context, path) : status;
 }
 
-RemoteStatus CZepFtpConnection::makeServerDirectory(const std::wstring& path, const wchar_t* function) {
+RemoteStatus CZepFtpConnection::makeServerDirectory(const std::wstring& path) {
+  constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::CZepFtpConnection::createServerDirectory";
   const std::vector<std::wstring> components = componentPaths(path);
   const RemoteStatus status = retry({[&](RemoteRetryContext& context) {
     // Most of the time it is there, and often it is the current one already.
@@ -63,24 +64,24 @@ RemoteStatus CZepFtpConnection::makeServerDirectory(const std::wstring& path, co
   }});
   if (!status.isSuccess()) {
     const CConsoleTrace trace(
-        platform::formatWide(L"\n\n%s(): \"%s\" failed with error: %d!\n\n", function, path, codeOf(status)), 1);
+        platform::formatWide(L"\n\n%s(): \"%s\" failed with error: %d!\n\n", kFunction, path, codeOf(status)), 1);
   }
   return status;
 }
 
 bool CZepFtpConnection::createServerDirectory(const wchar_t* path) {
   if (!initialised_ || path == nullptr || *path == L'\0') return false;
-  return makeServerDirectory(path, L"Quorvel::FileAccess::CZepFtpConnection::createServerDirectory").isSuccess();
+  return makeServerDirectory(path).isSuccess();
 }
 
 DWORD CZepFtpConnection::deleteServerDirectory(const wchar_t* path, const wchar_t* dir, const int* pathNr) {
   if (!initialised_ || path == nullptr || *path == L'\0') return ERROR_INVALID_DATA;
   std::wstring whole = path;
-  if (pathNr != nullptr) {
-    const std::wstring below = dir != nullptr && *dir != L'\0' ? joinServerPath(dir, path) : std::wstring(path);
-    whole = serverDirectoryOf(pathNr, below.c_str());
-  }
-  if (componentPaths(whole).empty()) return ERROR_INVALID_DATA;
+  if (pathNr != nullptr && dir != nullptr) whole = joinServerPath(dir, path);
+  // Neither a root nor what a number names is deleted, nor what the path does not name outright.
+  if (componentPaths(whole).empty() || hasDotComponent(whole)) return ERROR_INVALID_DATA;
+  if (pathNr != nullptr) whole = serverDirectoryOf(pathNr, whole.c_str());
+  if (whole.empty()) return ERROR_INVALID_DATA;
   const CTimeTrace timer(timeTraceLevel(), L"deleteServerDirectory: \"" + urlOf(whole, L""), 1, false, true);
   return codeOf(retry({[&](RemoteRetryContext& context) { return remote_.deleteDirectory(context, whole); }}));
 }

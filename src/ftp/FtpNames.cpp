@@ -1,6 +1,7 @@
 // Renaming and deleting files.
 #include "ftp/FtpConnection.h"
 #include "ftp/ServerPaths.h"
+#include "ftp/SyncSteps.h"
 #include "host/Trace.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
@@ -19,6 +20,15 @@ std::wstring intermediateOf(const std::wstring& newName) {
 
 bool isMissing(DWORD error) {
   return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
+bool isThere(const std::wstring& path) {
+  return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+/// True when a rename of a local file would hit upon another.
+bool isTaken(const std::wstring& from, const std::wstring& to) {
+  return isThere(from) && isThere(differOnlyInCase(from, to) ? intermediateOf(to) : to);
 }
 
 /// @return 0, also when there is no such file, or the error
@@ -70,11 +80,15 @@ DWORD CZepFtpConnection::renameFile(const wchar_t* oldName, const wchar_t* newNa
   if (server.empty()) return ERROR_INVALID_DATA;
   const CTimeTrace timer(timeTraceLevel(), platform::formatWide(L"renameFile: \"%s\" -> \"%s\"", oldName, newName), 1,
                          false, true);
-  DWORD code = codeOf(renameOnServer(server, oldName, newName));
-  if (code == ERROR_SUCCESS) {
-    const std::wstring from = localPathOf(pathNr, dir, oldName);
-    const std::wstring to = localPathOf(pathNr, dir, newName);
-    if (!from.empty() && !to.empty()) code = renameLocally(from, to);
+  const int localNr = localNumberOf(pathNr);
+  const std::wstring from = localPathOf(&localNr, dir, oldName);
+  const std::wstring to = localPathOf(&localNr, dir, newName);
+  const bool isHere = !from.empty() && !to.empty();
+  // Looked at first: the same file must not go by two names.
+  DWORD code = ERROR_ALREADY_EXISTS;
+  if (from == to || !isHere || !isTaken(from, to)) {
+    code = codeOf(renameOnServer(server, oldName, newName));
+    if (code == ERROR_SUCCESS && isHere) code = renameLocally(from, to);
   }
   SetLastError(code);
   return code;
@@ -96,7 +110,7 @@ DWORD CZepFtpConnection::deleteFile(const wchar_t* name, const wchar_t* dir, con
 bool CZepFtpConnection::deleteServerPath(const wchar_t* path) {
   if (!initialised_ || path == nullptr) return false;
   const ServerPath parts = splitServerPath(path);
-  if (parts.directory.empty() || parts.name.empty()) return false;
+  if (parts.directory.empty() || parts.name.empty() || hasDotComponent(path)) return false;
   return deleteIn(parts.directory, parts.name).isSuccess();
 }
 

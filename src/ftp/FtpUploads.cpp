@@ -1,5 +1,5 @@
 // Files sent to the server.
-#include <optional>
+#include <utility>
 
 #include "ftp/FtpConnection.h"
 #include "ftp/ServerPaths.h"
@@ -28,6 +28,14 @@ class SideCopy {
   std::wstring copy_;
 };
 
+/// A time that no file has now. Clocks that differ a little make no difference to it.
+FILETIME aheadOfNow() {
+  constexpr std::uint64_t kTicksPerMinute = 600'000'000;
+  FILETIME now{};
+  GetSystemTimeAsFileTime(&now);
+  return platform::fromTicks(platform::toTicks(now) + kTicksPerMinute);
+}
+
 }  // namespace
 
 std::wstring CZepFtpConnection::urlOf(const std::wstring& directory, const std::wstring& name) const {
@@ -44,33 +52,52 @@ DWORD CZepFtpConnection::uploadFile(const wchar_t* name, const wchar_t* dir, con
   CTimeTrace timer(timeTraceLevel(), platform::formatWide(L"uploadFile: '%s' <- '%s'", url, local), 1, false, true);
   const ScopedSilence silence(retrySettings_, silent);
   RemoteStatus status;
+  RemoteFileEntry entry;
   {
     const CScopedDisplayInfo info(L"uploading: " + url);
     const SideCopy copy(local);
-    status = retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, server); },
-                    [&](RemoteRetryContext& context) { return remote_.uploadFile(context, local, name); }});
+    status = sendUntilUnchanged(local, server, name, entry.time);
   }
   timer.setBytesRead(remote_.bytesTransferred);
   // The answer is the time stamp's success, not the transfer's: callers have always read it so.
-  const bool isTimeSet = settleUploadTime(name, dir, pathNr, status);
+  const bool isTimeSet = updateFileTime(name, dir, pathNr, &entry);
   SetLastError(codeOf(status));
   return isTimeSet ? ERROR_SUCCESS : ERROR_WRITE_FAULT;
 }
 
-bool CZepFtpConnection::settleUploadTime(const wchar_t* name, const wchar_t* dir, const int* pathNr,
-                                         const RemoteStatus& status) {
-  if (status.isSuccess()) return updateFileTime(name, dir, pathNr, nullptr);
-  // What did not arrive must not look equal to what is there. A part on the server is newer than this file and would
-  // even come back in its place; a minute makes up for clocks that differ a little.
-  RemoteFileEntry entry;
-  entry.name = name;
-  if (remote_.mayHaveLeftPart()) {
-    constexpr std::uint64_t kTicksPerMinute = 600'000'000;
-    FILETIME now{};
-    GetSystemTimeAsFileTime(&now);
-    entry.time = platform::fromTicks(platform::toTicks(now) + kTicksPerMinute);
+RemoteStatus CZepFtpConnection::sendUntilUnchanged(const std::wstring& local, const std::wstring& server,
+                                                   const std::wstring& name, FILETIME& time) {
+  constexpr int kMostRepeats = 3;
+  const auto stateOf = [this](const std::wstring& path) {
+    std::int64_t size = 0;
+    FILETIME written{};
+    getLocalFileSizeAndTime(size, path.c_str(), written);
+    return std::pair(size, platform::toTicks(written));
+  };
+  time = FILETIME{};
+  remote_.forgetPart();
+  for (int repeats = 0; repeats <= kMostRepeats; ++repeats) {
+    const auto before = stateOf(local);
+    const RemoteStatus status =
+        retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, server); },
+               [&](RemoteRetryContext& context) { return remote_.uploadFile(context, local, name); }});
+    if (!status.isSuccess()) {
+      // What did not arrive must not look equal to what is there. A part on the server is newer than this file and
+      // would even come back in its place.
+      if (remote_.mayHaveLeftPart()) time = aheadOfNow();
+      return status;
+    }
+    FILETIME onServer{};
+    getServerFileSizeAndTime(nullptr, joinServerPath(server, name).c_str(), &onServer);
+    // What was saved meanwhile would look equal to what was sent; so this is looked at last.
+    if (stateOf(local) == before) {
+      time = onServer;
+      return status;
+    }
   }
-  return updateFileTime(name, dir, pathNr, &entry);
+  lfperrC(L"uploadFile: %s changes while it is sent\n", local);
+  time = aheadOfNow();
+  return {.failed = true, .error = ERROR_WRITE_FAULT};
 }
 
 DWORD CZepFtpConnection::uploadFreeFile(const wchar_t* fullPath, const wchar_t* dir, const int* pathNr, bool silent) {
@@ -86,7 +113,7 @@ DWORD CZepFtpConnection::uploadFreeFile(const wchar_t* fullPath, const wchar_t* 
 
   const ScopedSilence silence(retrySettings_, silent);
   const CScopedDisplayInfo info(L"uploading: " + urlOf(server, name));
-  RemoteStatus status = makeServerDirectory(server, kFunction);
+  RemoteStatus status = makeServerDirectory(server);
   if (status.isSuccess()) {
     status = retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, server); },
                     [&](RemoteRetryContext& context) { return remote_.uploadFile(context, local, name); }});

@@ -21,6 +21,11 @@ bool ListingCache::isEmpty() {
   return entries_.empty();
 }
 
+void ListingCache::clear() {
+  const std::lock_guard lock(mutex_);
+  entries_.clear();
+}
+
 void ListingCache::fill(std::vector<RemoteFileEntry> entries) {
   const std::lock_guard lock(mutex_);
   entries_ = std::move(entries);

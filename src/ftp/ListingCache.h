@@ -18,6 +18,7 @@ class ListingCache {
   /// Work goes on in a directory; another than before empties the list.
   void notify(const std::wstring& directory);
   bool isEmpty();
+  void clear();
   /// Takes the listing of the directory last notified.
   void fill(std::vector<RemoteFileEntry> entries);
   /// Looks a name up without regard to case.

@@ -84,6 +84,10 @@ bool RemoteFtp::mayHaveLeftPart() const {
   return data != nullptr && data->mayHaveLeftPart;
 }
 
+void RemoteFtp::forgetPart() {
+  if (ThreadData* data = find()) data->mayHaveLeftPart = false;
+}
+
 void RemoteFtp::closeConnection() {
   ThreadData* data = find();
   if (data == nullptr || data->client == nullptr) return;

@@ -66,14 +66,18 @@ class RemoteFtp final : public RemoteConfiguration {
 
   /// The calling thread's client; null when it has none.
   IRemoteClient* client() const;
-  /// True when the calling thread's last upload failed after the server may have begun to replace its file, so that
-  /// what is there now may be a part.
+  /// A new upload begins on the calling thread.
+  void forgetPart();
+  /// True when the calling thread's upload failed after the server may have begun to replace its file, so that what is
+  /// there now may be a part.
   bool mayHaveLeftPart() const;
+  /// True when single files are looked up in a listing that may be older than they are.
+  bool keepsListing() const { return listingCacheOn_; }
   /// The work directory goes to another one, told to the listing cache.
   void notifyDirectory(const std::wstring& directory);
   bool supportsRest() const { return supportsRest_; }
-  /// True when the server refused TLS that was asked for, and the process has gone on in plain FTP since.
-  bool isDowngraded() const { return downgraded_; }
+  /// True when this host refused TLS that was asked for, and the process has gone on in plain FTP since.
+  bool isDowngraded() const;
   /// Keeps a downgrade of the configuration's host across an initialisation, which takes the type from the settings.
   void keepDowngrade();
 
@@ -87,6 +91,8 @@ class RemoteFtp final : public RemoteConfiguration {
   ThreadData* demand(const wchar_t* function);
 
   bool isConnectedToHost(const ThreadData& data) const;
+  /// What was learnt of a host does not hold for the next one.
+  void noteHost();
   void findFeatures(IRemoteClient& client);
   std::wstring featureText(IRemoteClient& client);
   /// @param type  what the connect was tried with
@@ -114,15 +120,15 @@ class RemoteFtp final : public RemoteConfiguration {
   bool listingCacheOn_;
   ListingCache listingCache_;
 
-  std::mutex sessionMutex_;  ///< guards the members below it
+  mutable std::mutex sessionMutex_;  ///< guards the members below it
   bool featuresRead_ = false;
   std::wstring featureText_;
-  std::wstring downgradedHost_;
+  std::wstring host_;            ///< last one that a connection was made to
+  std::wstring downgradedHost_;  ///< empty while there is none
   HMODULE resources_ = nullptr;
 
   std::atomic<bool> supportsRest_ = false;
-  std::atomic<bool> restFailed_ = false;  ///< the server promised REST and did not keep it; for good
-  std::atomic<bool> downgraded_ = false;
+  std::atomic<bool> restFailed_ = false;  ///< the host promised REST and did not keep it; for good
 };
 
 }  // namespace Quorvel::FileAccess

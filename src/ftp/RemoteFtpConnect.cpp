@@ -58,6 +58,14 @@ bool RemoteFtp::isConnectedToHost(const ThreadData& data) const {
   return data.client != nullptr && data.connectedHost == hostName && data.client->get_IsConnected();
 }
 
+void RemoteFtp::noteHost() {
+  const std::lock_guard lock(sessionMutex_);
+  if (hostName == host_) return;
+  host_ = hostName;
+  restFailed_ = false;
+  listingCache_.clear();
+}
+
 RemoteStatus RemoteFtp::enableConnection(RemoteRetryContext& context) {
   ThreadData* data = demand(L"RemoteFtp::enableConnection");
   if (data == nullptr) {
@@ -68,6 +76,7 @@ RemoteStatus RemoteFtp::enableConnection(RemoteRetryContext& context) {
 
   // A client of another host, or with other properties, is of no use; a fresh one has no state to be undone.
   closeConnection();
+  noteHost();
   const RemoteConnectionType type = connectionType;
   data->client = makeClient_(*this);
   data->connectedHost = hostName;
@@ -103,9 +112,12 @@ std::wstring RemoteFtp::featureText(IRemoteClient& client) {
 }
 
 void RemoteFtp::findFeatures(IRemoteClient& client) {
-  if (restFailed_) return;
-  bool rest = featureText(client).find(L"REST") != std::wstring::npos;
-  if (rest && !client.Quote(L"REST 0")) rest = isRestAccepted(client, 0);
+  bool rest = !restFailed_ && featureText(client).find(L"REST") != std::wstring::npos;
+  if (rest && !client.Quote(L"REST 0")) {
+    // A connection that dies here tells nothing about what the server can.
+    if (client.lastReplyCode() == 0) return;
+    rest = isRestAccepted(client, 0);
+  }
   supportsRest_ = rest;
 }
 
@@ -118,7 +130,6 @@ bool RemoteFtp::downgrade(std::int32_t reason, RemoteConnectionType type) {
     const std::lock_guard lock(sessionMutex_);
     downgradedHost_ = hostName;
   }
-  downgraded_ = true;
   const std::wstring line = platform::formatWide(
       L"%s refuses TLS: going on without encryption, password and files are sent in the clear\n", hostName);
   lfperrC(L"%s", line);
@@ -126,9 +137,13 @@ bool RemoteFtp::downgrade(std::int32_t reason, RemoteConnectionType type) {
   return true;
 }
 
-void RemoteFtp::keepDowngrade() {
+bool RemoteFtp::isDowngraded() const {
   const std::lock_guard lock(sessionMutex_);
-  if (downgraded_ && downgradedHost_ == hostName && connectionType == RemoteConnectionType::FtpExplicitTls) {
+  return !downgradedHost_.empty() && downgradedHost_ == hostName;
+}
+
+void RemoteFtp::keepDowngrade() {
+  if (isDowngraded() && connectionType == RemoteConnectionType::FtpExplicitTls) {
     connectionType = RemoteConnectionType::Ftp;
   }
 }
@@ -155,9 +170,8 @@ RemoteStatus RemoteFtp::failedConnect(RemoteRetryContext& context, const IRemote
       context.reconnected = false;
       return {.retry = true};
     }
-  } else if (context.logErrors) {
-    lfperrC(L"%s", text);
   }
+  if (context.logErrors) lfperrC(L"%s", text);
   SetLastError(ERROR_NOT_CONNECTED);
   return {.failed = true, .error = ERROR_NOT_CONNECTED};
 }

@@ -1,6 +1,7 @@
 // The primitives that change directories and names.
 #include "ftp/RemoteFailure.h"
 #include "ftp/RemoteThreadData.h"
+#include "ftp/ServerPaths.h"
 
 namespace Quorvel::FileAccess {
 namespace {
@@ -115,7 +116,8 @@ RemoteStatus RemoteFtp::renameFile(RemoteRetryContext& context, const std::wstri
 RemoteStatus RemoteFtp::deleteDirectory(RemoteRetryContext& context, const std::wstring& path) {
   const std::wstring bare = withoutSeparatorAtEnd(path);
   const std::wstring parent = parentOf(bare);
-  if (nameOf(bare).empty() || parent.empty()) return badArgument();  // never a root, never what is merely current
+  // Never a root, never what is merely current.
+  if (nameOf(bare).empty() || parent.empty() || hasDotComponent(bare)) return badArgument();
   RemoteStatus status = goTo(context, bare, failure::kDeleteDirectory);
   if (!status.isSuccess()) return status;
   if (!client()->DeleteTree()) return failed(context, failure::kDeleteDirectory, hostName + bare);

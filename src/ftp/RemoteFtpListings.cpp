@@ -104,7 +104,11 @@ RemoteStatus RemoteFtp::getDirectoryNames(RemoteRetryContext& context, std::vect
 bool RemoteFtp::entryTime(IRemoteClient& client, std::int32_t index, FILETIME& time) const {
   // A directory's times are finer than a calendar time holds.
   if (isDirectoryStore()) return client.GetLastModifiedFTime(index, time);
-  return timeOverLocal(client, index, time);
+  if (!timeOverLocal(client, index, time)) return false;
+  // In the hour that clocks show twice the way back may lead to the other pass: one file and its listing have one time.
+  FILETIME exact{};
+  if (client.GetLastModifiedFTime(index, exact)) time = exact;
+  return true;
 }
 
 RemoteStatus RemoteFtp::getConnectionFile(RemoteRetryContext& context, const std::wstring& name, RemoteFileEntry& out) {

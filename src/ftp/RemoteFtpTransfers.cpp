@@ -84,10 +84,10 @@ RemoteStatus RemoteFtp::uploadFile(RemoteRetryContext& context, const std::wstri
   }
   // A directory replaces its file whole or not at all.
   const bool isLocalFault = GetFileAttributesW(localPath.c_str()) == INVALID_FILE_ATTRIBUTES;
-  if (!isLocalFault && !isDirectoryStore() && !wasRefused(*data->client)) data->mayHaveLeftPart = true;
+  if (receiver.isStoreSent() && !isDirectoryStore() && !wasRefused(*data->client)) data->mayHaveLeftPart = true;
   // No other connection brings back a file that is not here.
   if (isLocalFault) context.retriesLeft = 0;
-  return failed(context, failure::kUploadFile, localPath + L" to server " + placeOf(remoteName));
+  return failed(context, failure::kUploadFile, localPath + L" to server " + hostName + L"/" + remoteName);
 }
 
 RemoteStatus RemoteFtp::uploadData(RemoteRetryContext& context, const CkByteData& data, const std::wstring& remoteName,

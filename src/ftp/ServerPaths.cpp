@@ -17,6 +17,16 @@ ServerPath splitServerPath(const std::wstring& path) {
   return {path.substr(0, separator == 0 ? 1 : separator), path.substr(separator + 1)};
 }
 
+bool hasDotComponent(std::wstring_view path) {
+  for (std::size_t begin = 0; begin <= path.size();) {
+    const std::size_t end = std::min(path.find_first_of(L"/\\", begin), path.size());
+    const std::wstring_view component = path.substr(begin, end - begin);
+    if (component == L"." || component == L"..") return true;
+    begin = end + 1;
+  }
+  return false;
+}
+
 std::wstring joinServerPath(const std::wstring& directory, const std::wstring& below) {
   if (directory.empty()) return below;
   if (below.empty()) return directory;

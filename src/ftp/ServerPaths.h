@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "ftp/RemoteConfiguration.h"
@@ -15,6 +16,9 @@ struct ServerPath {
 
 /// Cuts a path at its last separator.
 ServerPath splitServerPath(const std::wstring& path);
+
+/// True for a path with a component "." or "..": what it means depends on where it is read.
+bool hasDotComponent(std::wstring_view path);
 
 /// With a separator between both parts, unless one is there or a part is empty.
 std::wstring joinServerPath(const std::wstring& directory, const std::wstring& below);

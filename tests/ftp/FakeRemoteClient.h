@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <deque>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -36,6 +37,7 @@ struct FakeFailure {
   bool doneAnyway = false;  ///< the server did it before the reply got lost
   std::int32_t reason = 0;  ///< of a connect
   std::int64_t bytes = 0;   ///< that a transfer moved before
+  bool unsent = false;      ///< the command of a transfer never went out
 };
 constexpr FakeFailure kNoReply{.code = 0, .dropped = true};
 
@@ -78,6 +80,8 @@ class FakeServer {
   std::map<std::wstring, std::string> files;
   std::wstring features = L"211-Features:\n REST STREAM\n211 End";
   bool matchesBareNames = true;
+  std::function<void()> duringUpload;
+  SYSTEMTIME time = {2025, 3, 1, 10, 9, 30, 15, 0};              ///< of every file, UTC
   std::vector<Quorvel::FileAccess::RemoteConnectionType> types;  ///< of each client made
 
  private:
@@ -159,7 +163,10 @@ class FakeRemoteClient final : public Quorvel::FileAccess::IRemoteClient {
     return act("GetFile", remote);
   }
   bool PutFile(const wchar_t* local, const wchar_t* remote) override {
-    if (!act("PutFile", remote)) return false;
+    const bool ok = act("PutFile", remote);
+    if (receiver_ != nullptr && !unsent_) receiver_->setLastMessage(L"STOR x");
+    if (!ok) return false;
+    if (server_.duringUpload) server_.duringUpload();
     std::ifstream file(platform::systemPath(local), std::ios::binary);
     server_.files[remote] = {std::istreambuf_iterator<char>(file), {}};
     return true;
@@ -212,10 +219,10 @@ class FakeRemoteClient final : public Quorvel::FileAccess::IRemoteClient {
     return static_cast<std::int64_t>(server_.files.at(at(index)).size());
   }
   bool GetLastModifiedFTime(std::int32_t, FILETIME& time) override {
-    return SystemTimeToFileTime(&kTime, &time) != FALSE;
+    return SystemTimeToFileTime(&server_.time, &time) != FALSE;
   }
   bool GetLastModifiedTime(std::int32_t, SYSTEMTIME& time) override {
-    return SystemTimeToTzSpecificLocalTime(nullptr, &kTime, &time) != FALSE;
+    return SystemTimeToTzSpecificLocalTime(nullptr, &server_.time, &time) != FALSE;
   }
   void setEventCallback(Quorvel::FileAccess::CkFtp2ProgressW* receiver) override { receiver_ = receiver; }
   void put_HeartbeatMs(std::int32_t) override {}
@@ -223,10 +230,9 @@ class FakeRemoteClient final : public Quorvel::FileAccess::IRemoteClient {
   std::int64_t bytesOfLastTransfer() const override { return bytes_; }
 
  private:
-  static constexpr SYSTEMTIME kTime = {2025, 3, 1, 10, 9, 30, 15, 0};
-
   bool act(const std::string& operation, const std::wstring& detail = {}) {
     doneAnyway_ = false;
+    unsent_ = false;
     bytes_ = 0;
     const std::unique_ptr<FakeFailure> failure = server_.outcome(operation, detail);
     if (failure == nullptr) {
@@ -234,6 +240,7 @@ class FakeRemoteClient final : public Quorvel::FileAccess::IRemoteClient {
       return true;
     }
     doneAnyway_ = failure->doneAnyway;
+    unsent_ = failure->unsent;
     bytes_ = failure->bytes;
     reason_ = failure->reason;
     if (failure->dropped) connected_ = false;
@@ -258,6 +265,7 @@ class FakeRemoteClient final : public Quorvel::FileAccess::IRemoteClient {
   int generation_ = 0;
   bool connected_ = false;
   bool doneAnyway_ = false;
+  bool unsent_ = false;
 };
 
 inline Quorvel::FileAccess::RemoteClientMaker FakeServer::maker() {

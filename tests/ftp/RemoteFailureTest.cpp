@@ -269,6 +269,9 @@ TEST_F(FailingServer, AnUploadThatMayHaveLeftAPartKeepsTheLocalFileNewer) {
     return platform::toTicks(time);
   };
   const std::uint64_t before = timeOf();
+  server.failAlways("PutFile", {.code = 0, .dropped = true, .unsent = true});
+  EXPECT_EQ(connection().uploadFile(L"a.txt", nullptr, project(), true), 0U);
+  EXPECT_EQ(timeOf(), before) << "the server was not told to replace anything";
   server.failAlways("PutFile", {.code = 553});
   EXPECT_EQ(connection().uploadFile(L"a.txt", nullptr, project(), true), 0U);
   EXPECT_EQ(GetLastError(), 29U);
@@ -280,10 +283,113 @@ TEST_F(FailingServer, AnUploadThatMayHaveLeftAPartKeepsTheLocalFileNewer) {
   FILETIME now{};
   GetSystemTimeAsFileTime(&now);
   EXPECT_GT(timeOf(), platform::toTicks(now)) << "the part must not come back in its place";
+  const std::uint64_t ahead = timeOf();
+  server.recover();
+  server.failAlways("PutFile", {.code = 553});
+  EXPECT_EQ(connection().uploadFile(L"a.txt", nullptr, project(), true), 0U);
+  EXPECT_EQ(timeOf(), ahead) << "the part is an earlier upload's";
   server.recover();
   EXPECT_EQ(connection().uploadFile(L"a.txt", nullptr, project(), true), 0U);
   EXPECT_EQ(GetLastError(), 0U);
   EXPECT_LT(timeOf(), platform::toTicks(now));
+
+  int saves = 1;
+  server.duringUpload = [&] {
+    if (saves-- > 0) write("local/Prj/a.txt", "version");
+  };
+  EXPECT_EQ(connection().uploadFile(L"a.txt", nullptr, project(), true), 0U);
+  EXPECT_EQ(GetLastError(), 0U);
+  EXPECT_EQ(saves, -1) << "what was saved meanwhile is sent as well";
+  saves = 100;
+  EXPECT_EQ(connection().uploadFile(L"a.txt", nullptr, project(), true), 0U);
+  EXPECT_EQ(GetLastError(), 29U);
+  EXPECT_EQ(saves, 96);
+  EXPECT_GT(timeOf(), platform::toTicks(now)) << "it must not look equal to what was sent";
+}
+
+TEST_F(FailingServer, ADownloadTakesTheTimeOfBeforeItsContent) {
+  constexpr int kTemporary = eTempPath;
+  server.files[L"a.txt"] = "x";
+  ASSERT_EQ(connection().downloadFile(L"a.txt", nullptr, project(), project(), nullptr, 0, 0), 0U);
+  const std::vector<std::string> calls = server.calls();
+  ASSERT_EQ(server.count("List"), 1) << "a time from after the content could be that of a newer file";
+  EXPECT_LT(std::find(calls.begin(), calls.end(), "List a.txt"),
+            std::find(calls.begin(), calls.end(), "GetFile a.txt"));
+  connection().downloadFile(L"a.txt", nullptr, project(), &kTemporary, nullptr, 0, 0);
+  EXPECT_EQ(server.count("List"), 1);
+}
+
+TEST_F(FailingServer, APartInOtherHandsIsNeitherTornNorLost) {
+  write("local/Prj/a.txt", "old");
+  write("local/Prj/a.txt.part", "another download");
+  server.files[L"a.txt"] = "new";
+  const std::wstring part = path(L"local\\Prj\\a.txt.part");
+  const auto download = [&] {
+    return connection().downloadFile(L"a.txt", nullptr, project(), project(), nullptr, 0, 0);
+  };
+  HANDLE other =
+      CreateFileW(part.c_str(), GENERIC_READ, FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0, nullptr);
+  EXPECT_EQ(download(), 32U);
+  EXPECT_EQ(server.count("GetFile"), 0);
+  EXPECT_EQ(read("local/Prj/a.txt.part"), "another download");
+  CloseHandle(other);
+
+  other =
+      CreateFileW(part.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+  EXPECT_EQ(download(), 32U);
+  CloseHandle(other);
+  EXPECT_EQ(read("local/Prj/a.txt"), "old");
+  EXPECT_EQ(read("local/Prj/a.txt.part"), "new");
+  ASSERT_EQ(user.boxes().size(), 1U);
+  EXPECT_TRUE(user.boxes()[0].text.starts_with(L"Failed to rename file "));
+  EXPECT_EQ(download(), 0U);
+  EXPECT_EQ(entryCount("local/Prj"), 1U);
+}
+
+TEST_F(FailingServer, InTheHourThatClocksShowTwiceOneFileAndItsListingAgree) {
+  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+  server.files[L"a"] = "x";
+  server.time = {2025, 10, 0, 26, 0, 30, 0, 0};
+  std::vector<RemoteFileEntry> entries;
+  FILETIME time{};
+  ASSERT_EQ(connection().getServerFiles(L"/data", entries), 0U);
+  ASSERT_TRUE(connection().getServerFileSizeAndTime(nullptr, L"/data/a", &time));
+  EXPECT_EQ(platform::toTicks(time), platform::toTicks(entries.at(0).time));
+}
+
+TEST_F(FailingServer, WhatOneHostTeachesIsNotHeldAgainstTheNext) {
+  RemoteFtp cached(true);
+  cached.setClientMaker(server.maker());
+  cached.hostName = L"one.example.org";
+  cached.connectionType = RemoteConnectionType::FtpExplicitTls;
+  server.files[L"a"] = "1";
+  RemoteFileEntry entry;
+  const auto find = [&](const wchar_t* name) {
+    return runWithRetries(cached, RetrySettings{},
+                          {[&](auto& c) { return cached.changeDirectory(c, L"/x"); },
+                           [&](auto& c) { return cached.getConnectionFile(c, name, entry); }})
+        .isSuccess();
+  };
+  server.fail("Connect", {FakeFailure{.code = 502, .reason = 201}});
+  EXPECT_TRUE(find(L"a"));
+  server.dropAll();
+  server.fail("Quote", {kNoReply});
+  EXPECT_TRUE(find(L"a"));
+  EXPECT_TRUE(cached.supportsRest()) << "a connection that dies is no refusal";
+  EXPECT_TRUE(cached.isDowngraded());
+  server.files = {{L"b", "22"}};
+  cached.hostName = L"two.example.org";
+  EXPECT_TRUE(find(L"b")) << "the listing kept was the other host's";
+  EXPECT_FALSE(cached.isDowngraded());
+}
+
+TEST_F(FailingServer, ARenameOntoALocalFileIsRefusedBeforeTheServersIsDone) {
+  write("local/Prj/a", "mine");
+  write("local/Prj/b", "another");
+  server.files[L"a"] = "x";
+  EXPECT_EQ(connection().renameFile(L"a", L"b", nullptr, project()), 183U);
+  EXPECT_TRUE(server.files.contains(L"a"));
+  EXPECT_EQ(read("local/Prj/b"), "another");
 }
 
 TEST_F(FailingServer, ATargetThatCannotBeReplacedIsAskedAbout) {
@@ -344,6 +450,7 @@ TEST_F(FailingServer, NothingWorksBeforeTheManagerIsInitialised) {
   EXPECT_EQ(fresh.deleteFile(L"a", nullptr, project()), 13U);
   EXPECT_EQ(fresh.getServerFiles(L"/", entries), 13U);
   EXPECT_EQ(fresh.openFile(L"a", nullptr, project()), nullptr);
+  EXPECT_EQ(fresh.closeFile(nullptr), 13U);
   EXPECT_EQ(connection().uploadFile(nullptr, nullptr, project(), true), 13U);
   EXPECT_EQ(connection().uploadFile(L"../a", nullptr, project(), true), 13U) << "it would leave its directory";
 }

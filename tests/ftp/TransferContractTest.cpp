@@ -169,7 +169,7 @@ TEST_P(TransferContract, RenamingTakesTheLocalFileWithIt) {
   EXPECT_EQ(store().read("b.txt"), "theirs");
   EXPECT_FALSE(store().exists("a.txt"));
   EXPECT_EQ(localFile("b.txt"), "mine");
-  ASSERT_EQ(connection().renameFile(L"b.txt", L"B.TXT", nullptr, local()), 0U);
+  ASSERT_EQ(connection().renameFile(L"b.txt", L"B.TXT", nullptr, server()), 0U);
   EXPECT_EQ(listed(L"*"), (std::set<std::wstring>{L"B.TXT"}));
   EXPECT_TRUE(hasLocal("B.TXT"));
 
@@ -203,7 +203,13 @@ TEST_P(TransferContract, DirectoriesAreMadeAndRemovedWhole) {
   EXPECT_FALSE(store().exists("one"));
   EXPECT_EQ(connection().deleteServerDirectory(L"one", nullptr, server()), 3U);
   EXPECT_EQ(connection().deleteServerDirectory(L"/", nullptr, nullptr), 13U);
-  EXPECT_EQ(connection().deleteServerDirectory(L"../Prj", nullptr, server()), 13U);
+  for (const wchar_t* path : {L"../Prj", L".", L"/", L"one/.", L"one/.."}) {
+    EXPECT_EQ(connection().deleteServerDirectory(path, nullptr, server()), 13U) << path;
+  }
+  for (const wchar_t* name : {L".", L"one/..", L"../Prj"}) {
+    EXPECT_EQ(connection().deleteServerDirectory(store().serverPath(name).c_str(), nullptr, nullptr), 13U) << name;
+    EXPECT_FALSE(connection().deleteServerPath(store().serverPath(name).c_str())) << name;
+  }
   EXPECT_TRUE(store().exists("keep.txt"));
 }
 
