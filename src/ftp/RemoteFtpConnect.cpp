@@ -17,6 +17,7 @@
 namespace Quorvel::FileAccess {
 namespace {
 
+constexpr int kClosing = 421;
 constexpr UINT kCaptionString = 1019;
 constexpr UINT kClosingQuestionString = 1020;
 
@@ -114,8 +115,8 @@ std::wstring RemoteFtp::featureText(IRemoteClient& client) {
 void RemoteFtp::findFeatures(IRemoteClient& client) {
   bool rest = !restFailed_ && featureText(client).find(L"REST") != std::wstring::npos;
   if (rest && !client.Quote(L"REST 0")) {
-    // A connection that dies here tells nothing about what the server can.
-    if (client.lastReplyCode() == 0) return;
+    // A connection that dies here, with a farewell or without, tells nothing about what the server can.
+    if (client.lastReplyCode() == 0 || client.lastReplyCode() == kClosing) return;
     rest = isRestAccepted(client, 0);
   }
   supportsRest_ = rest;

@@ -2,8 +2,9 @@
 
 #include <cstdlib>
 
-#include "platform/Time.h"
+#include "platform/Text.h"
 #include "tests/core/StartedWorkstation.h"
+#include "tests/support/ScriptedFtpServer.h"
 
 namespace {
 
@@ -67,18 +68,29 @@ TEST_F(FtpConnection, TheLogOfTheRunBeforeIsRemovedOnce) {
   EXPECT_TRUE(exists("appdata/Tarvendorf/QuorvelInetLog.log"));
 }
 
-TEST_F(FtpConnection, ALocalFileHasSizeAndWriteTime) {
+TEST_F(FtpConnection, InARunOfDownloadsEachIsAskedAboutAheadOfItsTransfer) {
   start();
+  zephor_test::ScriptedFtpServer server;
+  server.without("MLST");
   CZepFtpConnection connection;
-  write("a.txt", "12345");
-  std::int64_t size = -1;
-  FILETIME time{};
-  ASSERT_TRUE(connection.getLocalFileSizeAndTime(size, path(L"a.txt").c_str(), time));
-  EXPECT_EQ(size, 5);
-  EXPECT_NE(platform::toTicks(time), 0U);
-  EXPECT_FALSE(connection.getLocalFileSizeAndTime(size, path(L"b.txt").c_str(), time));
-  EXPECT_EQ(size, 0);
-  EXPECT_EQ(platform::toTicks(time), 0U);
+  initialise(connection, L"wire");
+  connection.remote().hostName = server.host();
+  connection.remote().connectionType = RemoteConnectionType::Ftp;
+  constexpr int kServerRoot = eServerDataPath;
+  constexpr int kLocalRoot = eLocalDataPath;
+  constexpr int kProject = ePrjPath;
+  connection.setPathFromNr(L"/", &kServerRoot);
+  connection.setPathFromNr(path(L"local").c_str(), &kLocalRoot);
+  const auto fetch = [&](const wchar_t* name) {
+    return connection.downloadFile(name, L"p", &kProject, &kProject, nullptr, 0, 0);
+  };
+  for (const char* name : {"/p/a", "/p/b", "/p/c"}) server.addFile(name, "x");
+  EXPECT_EQ(fetch(L"a"), 0U);
+  EXPECT_EQ(fetch(L"b"), 0U);
+  server.clearCommands();
+  EXPECT_EQ(fetch(L"c"), 0U);
+  // The port for it was asked for behind the transfer before, so that these are two round trips.
+  EXPECT_EQ(server.commands(), (zephor_test::Commands{"SIZE c", "MDTM c", "RETR c", "EPSV"}));
 }
 
 TEST_F(FtpConnection, ThreadDataEndWithTheirRelease) {

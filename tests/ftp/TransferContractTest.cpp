@@ -275,6 +275,8 @@ TEST_P(TransferContract, ThreadsWorkSideBySideOnTheirOwnConnections) {
   constexpr int kFiles = 8;
   std::vector<std::thread> threads;
   std::atomic<int> failures{0};
+  const std::string all = patternOf(300'000);
+  store().write("all.dat", all);
   for (int thread = 0; thread < kThreads; ++thread) {
     const std::string directory = "t" + std::to_string(thread);
     for (int file = 0; file < kFiles; ++file) {
@@ -289,12 +291,16 @@ TEST_P(TransferContract, ThreadsWorkSideBySideOnTheirOwnConnections) {
         if (connection().downloadFile(name.c_str(), (L"same/" + wide).c_str(), server(), local(), nullptr, file, 0)) {
           ++failures;
         }
+        const DWORD code = connection().downloadFile(L"all.dat", nullptr, server(), local(), nullptr, 0, 0);
+        if (code != 0 && code != ERROR_SHARING_VIOLATION) ++failures;
       }
       connection().releaseThreadData();
     });
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(failures, 0);
+  EXPECT_EQ(localFile("all.dat"), all);
+  EXPECT_FALSE(hasLocal("all.dat.part"));
   for (int thread = 0; thread < kThreads; ++thread) {
     for (int file = 0; file < kFiles; ++file) {
       const std::string name = "t" + std::to_string(thread) + "/" + std::to_string(file);
