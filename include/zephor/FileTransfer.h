@@ -130,7 +130,7 @@ class ZEPHOR_API IZepInetFileTransfer {
                                    const int* localPathNr, int* number, int objectNumber, unsigned flags) = 0;
   /// Fetches a file beside its local place (".part") and puts it there when it is whole. The local file takes the time
   /// of the server's, except below path number 9.
-  /// @param number  receives 0, or why the transfer failed; may be null
+  /// @param number  receives 0, or why it failed, 32 while the same file is being fetched already; may be null
   virtual DWORD downloadFile(const wchar_t* name, const wchar_t* dir, const int* serverPathNr, const int* localPathNr,
                              int* number, int objectNumber, unsigned flags) = 0;
   /// Sends any local file into a server directory, which is made when it is not there.
@@ -139,7 +139,7 @@ class ZEPHOR_API IZepInetFileTransfer {
   ///
   /// The answer is the time stamp's success and not the transfer's; callers have always read it so. Whether the file
   /// arrived stands in the thread's last error: 0 when it did, otherwise why it did not. After a failure that may have
-  /// left a part on the server the local file's time is set a minute ahead, so that it stays the newer one.
+  /// left a part, or of a file that never stops changing, the local time is set a minute ahead: it stays the newer one.
   /// @return 0, or 29 when the local time could not be set
   virtual DWORD uploadFile(const wchar_t* name, const wchar_t* dir, const int* pathNr, bool silent) = 0;
   virtual bool deleteServerPath(const wchar_t* path) = 0;
@@ -153,7 +153,7 @@ class ZEPHOR_API IZepInetFileTransfer {
   /// @return bytes read: 0 at the end of the file and on failure
   /// @throws std::range_error when size or position do not fit into 32 bits
   virtual std::size_t readFilePartial(CPartialDownload* record, void* buffer, std::size_t size) = 0;
-  /// @return 6 for a handle that is none
+  /// @return 6 for a handle that is none; 13 when the manager is not initialised, which frees the handle all the same
   virtual DWORD closeFile(CPartialDownload* record) = 0;
   virtual bool existDirectory(const wchar_t* path) = 0;
   /// A name that ends in ".prj" stands for a project. Always true while the server is not an online one.
