@@ -464,6 +464,12 @@ TEST(ByteCountAndAbort, AbortsBehindItsLimitOnly) {
   receiver.onTransferRate(101, 1);
   receiver.onAbortCheck(abort);
   EXPECT_TRUE(abort);
+  Quorvel::FileAccess::ByteCountAndAbort unlimited;
+  unlimited.onTransferRate(1'000'000'000'000, 1);
+  EXPECT_FALSE(unlimited.isAborted());
+  unlimited.setLastMessage(L"text");
+  EXPECT_EQ(unlimited.takeLastMessage(), L"text");
+  EXPECT_EQ(unlimited.takeLastMessage(), L"");
 }
 
 }  // namespace
