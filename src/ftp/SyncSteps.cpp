@@ -1,11 +1,30 @@
 #include "ftp/SyncSteps.h"
 
+#include <set>
+#include <string_view>
+
 #include "diagnostics/Progress.h"
 #include "ftp/LocalDirectories.h"
 #include "ftp/SyncDecision.h"
 #include "zephor/FileFilter.h"
 
 namespace Quorvel::FileAccess {
+namespace {
+
+/// Takes out what a broken off transfer of a file has left beside it.
+void dropLeftOvers(std::vector<RemoteFileEntry>& files) {
+  std::set<std::wstring> names;
+  for (const RemoteFileEntry& file : files) names.insert(file.name);
+  std::erase_if(files, [&](const RemoteFileEntry& file) {
+    for (const std::wstring_view ending : {L".part", L".upload"}) {
+      if (!file.name.ends_with(ending)) continue;
+      if (names.contains(file.name.substr(0, file.name.size() - ending.size()))) return true;
+    }
+    return false;
+  });
+}
+
+}  // namespace
 
 int localNumberOf(const int* pathNr) {
   constexpr int kDistance = eServerDataPath - eLocalDataPath;
@@ -33,6 +52,7 @@ DWORD newerFilesIn(const std::wstring& directory, const WGO_FileFilter* filter,
                    const std::vector<RemoteFileEntry>& onServer, std::vector<InetFileInfo>& files) {
   std::vector<RemoteFileEntry> local;
   const DWORD error = listLocalFiles(directory, local);
+  dropLeftOvers(local);
   std::erase_if(local, [&](const RemoteFileEntry& entry) { return isExcluded(filter, entry.name); });
   for (const RemoteFileEntry& entry : filesToSend(std::move(local), onServer)) files.push_back(infoOf(entry));
   return error;

@@ -22,7 +22,7 @@ void dropExcludedDirectories(const WGO_FileFilter* filter, std::vector<RemoteFil
 /// An element of a list transfer.
 InetFileInfo infoOf(const RemoteFileEntry& entry);
 
-/// The local files of a directory that have to go up.
+/// The local files of a directory that have to go up. What transfers leave beside a file (".part", ".upload") stays.
 /// @return 0, or why the directory could not be read whole
 DWORD newerFilesIn(const std::wstring& directory, const WGO_FileFilter* filter,
                    const std::vector<RemoteFileEntry>& onServer, std::vector<InetFileInfo>& files);

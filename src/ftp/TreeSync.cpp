@@ -1,6 +1,5 @@
 #include "ftp/TreeSync.h"
 
-#include <set>
 #include <utility>
 
 #include "ftp/FtpConnection.h"
@@ -9,7 +8,6 @@
 #include "ftp/SyncSteps.h"
 #include "platform/Paths.h"
 #include "zephor/Progress.h"
-#include "zephor/ThreadedTransfers.h"
 
 namespace Quorvel::FileAccess {
 
@@ -17,63 +15,55 @@ TreeSync::TreeSync(CZepFtpConnection& connection, Roots roots, const WGO_FileFil
     : connection_(connection), roots_(std::move(roots)), filter_(filter), progress_(progress), directories_{L""} {}
 
 DWORD TreeSync::list(bool recursive) {
-  if (recursive) {
-    const auto excludes = [&](const std::wstring& name) { return isDirectoryExcluded(filter_, name); };
-    if (const DWORD error = listLocalDirectories(roots_.local, excludes, directories_); error != 0) return error;
-  }
-  const std::set<std::wstring> local(directories_.begin(), directories_.end());
-  return codeOf(connection_.listTree(roots_.server, recursive, progress_,
-                                     [&](const std::wstring& relative, std::vector<RemoteFileEntry>& files,
-                                         std::vector<RemoteFileEntry>& directories) {
-                                       dropExcludedDirectories(filter_, directories);
-                                       if (local.contains(relative)) settle(relative, files);
-                                     }));
+  const RemoteStatus status =
+      connection_.listTree(roots_.server, recursive, progress_,
+                           [&](const std::wstring& relative, std::vector<RemoteFileEntry>& files,
+                               std::vector<RemoteFileEntry>& directories) {
+                             dropExcludedDirectories(filter_, directories);
+                             known_.emplace(relative, hasNewerFiles(relative, files));
+                           });
+  if (!status.isSuccess()) return codeOf(status);
+  const auto excludes = [&](const std::wstring& name) { return isDirectoryExcluded(filter_, name); };
+  return recursive ? listLocalDirectories(roots_.local, excludes, directories_) : 0;
 }
 
-void TreeSync::settle(const std::wstring& relative, const std::vector<RemoteFileEntry>& onServer) {
-  keep(newerFilesIn(platform::joinPath(roots_.local, relative), filter_, onServer, known_[relative]));
+bool TreeSync::hasNewerFiles(const std::wstring& relative, const std::vector<RemoteFileEntry>& onServer) const {
+  std::vector<InetFileInfo> files;
+  // A directory that can't be read is looked at again when its turn comes, and told of then.
+  const DWORD error = newerFilesIn(platform::joinPath(roots_.local, relative), filter_, onServer, files);
+  return error != 0 || !files.empty();
 }
 
 DWORD TreeSync::send() {
-  if (progress_ != nullptr) progress_->setRange(directories_.size());
-  std::uint64_t done = 0;
-  const auto advance = [&] {
-    if (progress_ != nullptr) progress_->setPos(++done, false);
-  };
   for (const std::wstring& relative : directories_) {
     const auto known = known_.find(relative);
-    if (known == known_.end()) continue;
-    sendKnown(relative, known->second);
-    advance();
+    if (known == known_.end() || !known->second) continue;
+    if (progress_ != nullptr) progress_->setText(synchronizingText(joinServerPath(roots_.directory, relative)));
+    bringInStep(relative);
   }
+  if (progress_ != nullptr) progress_->setRange(directories_.size());
+  std::uint64_t done = 0;
   for (const std::wstring& relative : directories_) {
     if (known_.contains(relative)) continue;
     sendNew(relative);
-    advance();
+    if (progress_ != nullptr) progress_->setPos(++done, false);
   }
   return firstError_;
 }
 
-void TreeSync::sendKnown(const std::wstring& relative, const std::vector<InetFileInfo>& files) {
-  if (progress_ != nullptr) progress_->setText(synchronizingText(joinServerPath(roots_.directory, relative)));
-  upload(relative, files);
-}
-
 void TreeSync::sendNew(const std::wstring& relative) {
   SetLastError(0);
-  if (!connection_.createServerDirectory(joinServerPath(roots_.server, relative).c_str())) {
+  if (connection_.createServerDirectory(joinServerPath(roots_.server, relative).c_str())) {
+    bringInStep(relative);
+  } else {
     keep(lastErrorOr(ERROR_PATH_NOT_FOUND));
-    return;
   }
-  std::vector<InetFileInfo> files;
-  keep(newerFilesIn(platform::joinPath(roots_.local, relative), filter_, {}, files));
-  upload(relative, files);
 }
 
-void TreeSync::upload(const std::wstring& relative, const std::vector<InetFileInfo>& files) {
-  if (files.empty()) return;
+void TreeSync::bringInStep(const std::wstring& relative) {
   const std::wstring directory = joinServerPath(roots_.directory, relative);
-  keep(Threading::uploadList(connection_, files, directory.c_str(), roots_.localPathNr, false, nullptr));
+  SetLastError(0);
+  keep(connection_.syncServerDirectory(&roots_.pathNr, directory.c_str(), filter_, 0));
   keep(GetLastError());
 }
 

@@ -141,6 +141,19 @@ TEST_F(FailingSync, AFileThatDoesNotArriveShowsInTheLastError) {
   EXPECT_EQ(server.files[L"b"], "b") << "the next run is right";
 }
 
+TEST_F(FailingSync, ADirectoryThatTheListingDidNotShowIsLookedIntoBeforeFilesGoThere) {
+  server.files[L"theirs"] = "newer";
+  write("local/Prj/p/Sub/theirs", "older");
+  write("local/Prj/p/Sub/a.upload", "left over");
+  write("local/Prj/p/Sub/a", "a");
+  const auto old = std::chrono::file_clock::from_sys(std::chrono::system_clock::from_time_t(kHour));
+  std::filesystem::last_write_time(root() / "local/Prj/p/Sub/theirs", old);
+  EXPECT_EQ(upTree(), 0U);
+  EXPECT_EQ(server.files[L"theirs"], "newer");
+  EXPECT_EQ(server.files[L"a"], "a");
+  EXPECT_FALSE(server.files.contains(L"a.upload"));
+}
+
 TEST_F(FailingSync, AListingThatFailsMovesNothing) {
   server.failAlways("List", {.code = 451});
   EXPECT_EQ(connection().syncServerDirectory(project(), L"p", nullptr, 0), DWORD{ERROR_READ_FAULT});
