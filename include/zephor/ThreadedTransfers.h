@@ -27,6 +27,12 @@ using FileSyncPair = std::pair<std::wstring, FileSyncSpecAdditionalData>;
 
 namespace Threading {
 
+/// A file of the server in one of several directories.
+struct ServerFile {
+  std::wstring directory;  ///< below the path number
+  InetFileInfo file;
+};
+
 // Each answers the first error, or 0; of two that race either. `progress` may be null, and so may what it points to; it
 // is stepped with the number of elements done.
 
@@ -35,7 +41,11 @@ namespace Threading {
 /// @param objectNumber  for the transfer record of each
 ZEPHOR_API DWORD downloadList(IZepInetFileTransfer& transfer, const std::vector<InetFileInfo>& files,
                               const wchar_t* serverDirectory, int serverPathNr, int objectNumber, bool flag,
-                              IProgress** progress);
+                              IProgress** progress, int localPathNr = ePrjPath);
+/// Downloads files of several directories as one list, so that small directories too share the connections. The local
+/// directories are there.
+ZEPHOR_API DWORD downloadList(IZepInetFileTransfer& transfer, const std::vector<ServerFile>& files, int serverPathNr,
+                              int objectNumber, bool flag, IProgress** progress, int localPathNr = ePrjPath);
 /// Uploads files of one directory; a failed transfer does not show in the answer as long as the local time could be
 /// set, see IZepInetFileTransfer::uploadFile.
 ZEPHOR_API DWORD uploadList(IZepInetFileTransfer& transfer, const std::vector<InetFileInfo>& files,

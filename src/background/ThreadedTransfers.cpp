@@ -24,19 +24,22 @@ const wchar_t* textOf(const wchar_t* text) {
 
 class ThreadedDownload : private ThreadedList {
  public:
-  ThreadedDownload(IZepInetFileTransfer& transfer, const wchar_t* serverDirectory, int serverPathNr, int objectNumber,
-                   bool flag)
+  ThreadedDownload(IZepInetFileTransfer& transfer, int serverPathNr, int objectNumber, bool flag, int localPathNr)
       : ThreadedList({threads(), connectionsOf(transfer)}),
         transfer_(transfer),
-        serverDirectory_(textOf(serverDirectory)),
         serverPathNr_(serverPathNr),
         objectNumber_(objectNumber),
         flag_(flag) {}
 
-  DWORD download(const std::vector<InetFileInfo>& files, IProgress** progress) {
+  DWORD download(const std::vector<InetFileInfo>& files, const std::wstring& directory, IProgress** progress) {
     return run(
-        files.size(), [&](std::size_t index) { return downloadOne(files[index]); }, [&] { ThreadFunc(files); },
-        progress);
+        files.size(), [&](std::size_t index) { return downloadOne(directory, files[index]); },
+        [&] { ThreadFunc(files.size()); }, progress);
+  }
+  DWORD download(const std::vector<ServerFile>& files, IProgress** progress) {
+    return run(
+        files.size(), [&](std::size_t index) { return downloadOne(files[index].directory, files[index].file); },
+        [&] { ThreadFunc(files.size()); }, progress);
   }
 
  private:
@@ -45,28 +48,26 @@ class ThreadedDownload : private ThreadedList {
     return kThreads;
   }
 
-  void ThreadFunc(const std::vector<InetFileInfo>& files) { shareOut().ranges(files.size(), *this); }
+  void ThreadFunc(std::size_t count) { shareOut().ranges(count, *this); }
 
-  DWORD downloadOne(const InetFileInfo& file) {
-    const int localPathNr = ePrjPath;
+  DWORD downloadOne(const std::wstring& directory, const InetFileInfo& file) {
     int number = 0;  // 0 asks for a transfer record
     const DWORD start = GetTickCount();
-    const DWORD result = transfer_.downloadFile(file.name.c_str(), serverDirectory_.c_str(), &serverPathNr_,
-                                                &localPathNr, &number, objectNumber_, flag_ ? 1U : 0U);
-    if (getFileAccessTrace() > 0) tell(file, GetTickCount() - start);
+    const DWORD result = transfer_.downloadFile(file.name.c_str(), directory.c_str(), &serverPathNr_, &localPathNr_,
+                                                &number, objectNumber_, flag_ ? 1U : 0U);
+    if (getFileAccessTrace() > 0) tell(directory, file, GetTickCount() - start);
     return result;
   }
 
-  void tell(const InetFileInfo& file, DWORD milliseconds) const {
+  static void tell(const std::wstring& directory, const InetFileInfo& file, DWORD milliseconds) {
     const std::string line = platform::toUtf8(
-        platform::formatWide(L"\ndownload file %s/%s: -- filesize: %.4lf Mb, ellapsed time: %d ms\n", serverDirectory_,
+        platform::formatWide(L"\ndownload file %s/%s: -- filesize: %.4lf Mb, ellapsed time: %d ms\n", directory,
                              file.name, static_cast<double>(file.size) / kBytesPerMegabyte, milliseconds));
     std::fwrite(line.data(), 1, line.size(), stdout);
     std::fflush(stdout);
   }
 
   IZepInetFileTransfer& transfer_;
-  std::wstring serverDirectory_;
   int serverPathNr_;
   int objectNumber_;
   bool flag_;
@@ -145,9 +146,15 @@ class ThreadedSyncServer : private ThreadedList {
 }  // namespace
 
 DWORD downloadList(IZepInetFileTransfer& transfer, const std::vector<InetFileInfo>& files,
-                   const wchar_t* serverDirectory, int serverPathNr, int objectNumber, bool flag,
-                   IProgress** progress) {
-  return ThreadedDownload(transfer, serverDirectory, serverPathNr, objectNumber, flag).download(files, progress);
+                   const wchar_t* serverDirectory, int serverPathNr, int objectNumber, bool flag, IProgress** progress,
+                   int localPathNr) {
+  return ThreadedDownload(transfer, serverPathNr, objectNumber, flag, localPathNr)
+      .download(files, textOf(serverDirectory), progress);
+}
+
+DWORD downloadList(IZepInetFileTransfer& transfer, const std::vector<ServerFile>& files, int serverPathNr,
+                   int objectNumber, bool flag, IProgress** progress, int localPathNr) {
+  return ThreadedDownload(transfer, serverPathNr, objectNumber, flag, localPathNr).download(files, progress);
 }
 
 DWORD uploadList(IZepInetFileTransfer& transfer, const std::vector<InetFileInfo>& files, const wchar_t* serverDirectory,

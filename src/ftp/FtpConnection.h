@@ -132,6 +132,8 @@ class CZepFtpConnection : public CZepInetFileTransfer {
   RemoteStatus deleteIn(const std::wstring& directory, const std::wstring& name);
   RemoteStatus renameOnServer(const std::wstring& directory, const std::wstring& oldName, const std::wstring& newName);
   bool isOnline();
+  /// True when the server's file is to replace the local one, or comes where there is none.
+  bool isNewerThere(const std::wstring& local, const RemoteFileEntry& entry);
   /// Level for the time traces of operations; 0 while they are not kept.
   int timeTraceLevel() const;
 

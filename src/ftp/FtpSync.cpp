@@ -1,5 +1,7 @@
 // Bringing directories in step with the server, file by file on the strength of their times.
-#include <memory>
+#include <functional>
+#include <map>
+#include <set>
 
 #include "ftp/FtpConnection.h"
 #include "ftp/ServerPaths.h"
@@ -8,6 +10,8 @@
 #include "ftp/TreeSync.h"
 #include "host/Trace.h"
 #include "platform/Files.h"
+#include "platform/Text.h"
+#include "platform/Time.h"
 #include "zephor/Diagnostics.h"
 #include "zephor/Progress.h"
 #include "zephor/ServerStore.h"
@@ -26,39 +30,29 @@ std::wstring textOf(const wchar_t* text) {
   return text != nullptr ? text : L"";
 }
 
-/// Shows the progress of one list as part of that of several.
-class PartialProgress final : public IProgress {
- public:
-  explicit PartialProgress(IProgress& whole) : whole_(whole) {}
-  void setRange(std::uint64_t value) override { whole_.setRange(value); }
-  void setPos(std::uint64_t value, bool force) override { whole_.setPos(done_ + value, force); }
-  void setText(const std::wstring& text) override { whole_.setText(text); }
-  void addDone(std::uint64_t count) { done_ += count; }
-
- private:
-  IProgress& whole_;
-  std::uint64_t done_ = 0;
-};
-
-/// The files of one directory that have to come down.
-struct FetchGroup {
-  std::wstring directory;  ///< below the path number
-  std::vector<InetFileInfo> files;
-};
-
-std::size_t countOf(const std::vector<FetchGroup>& groups) {
-  std::size_t count = 0;
-  for (const FetchGroup& group : groups) count += group.files.size();
-  return count;
+void tellAmount(const std::vector<Threading::ServerFile>& files) {
+  std::int64_t bytes = 0;
+  for (const Threading::ServerFile& each : files) bytes += each.file.size;
+  traceFmt(0, L"Threading::WGO_DownloadFiles: %d files, amount of data: %02lf Mb", files.size(),
+           static_cast<double>(bytes) / kBytesPerMegabyte);
 }
 
-void tellAmount(const std::vector<FetchGroup>& groups) {
-  std::int64_t bytes = 0;
-  for (const FetchGroup& group : groups) {
-    for (const InetFileInfo& file : group.files) bytes += file.size;
-  }
-  traceFmt(0, L"Threading::WGO_DownloadFiles: %d files, amount of data: %02lf Mb", countOf(groups),
-           static_cast<double>(bytes) / kBytesPerMegabyte);
+/// Makes the directories of a list here. What can't have one is dropped from the list.
+/// @return 0, or why the first could not be made
+DWORD makeLocalPlaces(const std::function<std::wstring(const std::wstring&)>& localOf,
+                      std::vector<Threading::ServerFile>& files) {
+  DWORD firstError = 0;
+  std::map<std::wstring, bool> places;
+  std::erase_if(files, [&](const Threading::ServerFile& each) {
+    const auto [place, isNew] = places.try_emplace(each.directory, true);
+    if (isNew) {
+      const int made = SHCreateDirectoryExW(nullptr, localOf(each.directory).c_str(), nullptr);
+      place->second = made == 0 || made == ERROR_ALREADY_EXISTS;
+      if (!place->second && firstError == 0) firstError = static_cast<DWORD>(made);
+    }
+    return !place->second;
+  });
+  return firstError;
 }
 
 }  // namespace
@@ -70,7 +64,7 @@ DWORD CZepFtpConnection::syncServerDirectory(const int* pathNr, const wchar_t* d
   const std::wstring server = serverDirectoryOf(pathNr, name.c_str());
   const std::wstring local = localPathOf(&localNr, name.c_str(), nullptr);
   if (!initialised_ || server.empty() || local.empty()) return ERROR_INVALID_DATA;
-  const CTimeTrace timer(WGO_GetTrace(),
+  const CTimeTrace timer(timeTraceLevel(),
                          platform::formatWide(L"syncServerDirectory: '%s' <- '%s' ", urlOf(server, L""), local), 1,
                          false, true);
   std::vector<RemoteFileEntry> onServer;
@@ -79,14 +73,21 @@ DWORD CZepFtpConnection::syncServerDirectory(const int* pathNr, const wchar_t* d
   if (listed != 0 && !isMissing) return listed;
   std::vector<InetFileInfo> files;
   if (const DWORD error = newerFilesIn(local, filter, onServer, files); error != 0) return error;
-  onServer = {};
 
   const auto bar = demandProgress(progress, synchronizingText(name));
   IProgress* shown = bar.get();
   if (bar) bar->setRange(files.size());
   SetLastError(0);
   if (files.empty()) return 0;
-  if (isMissing && !createServerDirectory(server.c_str())) return lastErrorOr(ERROR_PATH_NOT_FOUND);
+  if (isMissing) {
+    if (!createServerDirectory(server.c_str())) return lastErrorOr(ERROR_PATH_NOT_FOUND);
+    // It may have been there all along, or somebody else may have made it: what is in it now decides.
+    if (const DWORD error = getServerFileInfos(server.c_str(), L"*", onServer, nullptr); error != 0) return error;
+    files.clear();
+    if (const DWORD error = newerFilesIn(local, filter, onServer, files); error != 0) return error;
+    SetLastError(0);
+  }
+  onServer = {};
   return Threading::uploadList(*this, files, name.c_str(), localNr, false, &shown);
 }
 
@@ -98,13 +99,13 @@ DWORD CZepFtpConnection::syncServerDirectoryTree(const wchar_t* directory, const
   const std::wstring server = serverDirectoryOf(pathNr, name.c_str());
   const std::wstring local = localPathOf(&localNr, name.c_str(), nullptr);
   if (!initialised_ || server.empty() || local.empty()) return ERROR_INVALID_DATA;
-  const CTimeTrace timer(WGO_GetTrace(),
+  const CTimeTrace timer(timeTraceLevel(),
                          platform::formatWide(L"syncServerDirectoryTree: '%s' -> '%s'", local, urlOf(server, L"")), 1,
                          false, true);
   SetLastError(0);
   if (!createServerDirectory(server.c_str())) return lastErrorOr(ERROR_PATH_NOT_FOUND);
   const auto bar = demandProgress(progress, L"query directories:");
-  TreeSync tree(*this, {local, server, name, localNr}, filter, bar.get());
+  TreeSync tree(*this, {local, server, name, *pathNr}, filter, bar.get());
   if (const DWORD error = tree.list(recursive); error != 0) return error;
   // Callers read the answer as that of the listings; how the uploads went stands in the last error.
   SetLastError(tree.send());
@@ -119,24 +120,23 @@ DWORD CZepFtpConnection::syncFromServer(const wchar_t* directory, const int* pat
   if (!initialised_ || server.empty() || localPathOf(&localNr, root.c_str(), nullptr).empty()) {
     return ERROR_INVALID_DATA;
   }
+  const auto localOf = [&](const std::wstring& below) { return localPathOf(&localNr, below.c_str(), nullptr); };
   const auto bar = demandProgress(progress, L"query directory files:");
-  std::vector<FetchGroup> groups;
+  std::vector<Threading::ServerFile> wanted;
   DWORD firstError = 0;
   const auto collect = [&](const std::wstring& relative, const std::vector<RemoteFileEntry>& files) {
-    FetchGroup group{joinServerPath(root, relative), {}};
+    const std::wstring below = joinServerPath(root, relative);
+    std::set<std::wstring> names;
     for (const RemoteFileEntry& entry : files) {
       if (isExcluded(filter, entry.name)) continue;
-      const std::wstring path = localPathOf(&localNr, group.directory.c_str(), entry.name.c_str());
-      std::int64_t size = 0;
-      FILETIME time{};
-      getLocalFileSizeAndTime(size, path.c_str(), time);
-      if (path.empty()) {
-        firstError = ERROR_BAD_PATHNAME;
-      } else if (isToFetch(time, entry.time)) {
-        group.files.push_back(infoOf(entry));
+      if (!names.insert(platform::toLower(entry.name)).second) {
+        lfperrC(L"syncFromServer: %s/%s is left out: another file has that name here\n", below, entry.name);
+        continue;
       }
+      const std::wstring path = localPathOf(&localNr, below.c_str(), entry.name.c_str());
+      if (path.empty()) firstError = ERROR_BAD_PATHNAME;
+      if (!path.empty() && isNewerThere(path, entry)) wanted.push_back({below, infoOf(entry)});
     }
-    if (!group.files.empty()) groups.push_back(std::move(group));
   };
   const RemoteStatus status = listTree(server, recursive, bar.get(),
                                        [&](const std::wstring& relative, std::vector<RemoteFileEntry>& files,
@@ -145,22 +145,24 @@ DWORD CZepFtpConnection::syncFromServer(const wchar_t* directory, const int* pat
                                          collect(relative, files);
                                        });
   if (!status.isSuccess()) return codeOf(status);
-  if (verbose()) tellAmount(groups);
+  tellAmount(wanted);
 
-  if (bar) bar->setRange(countOf(groups));
-  auto part = bar ? std::make_unique<PartialProgress>(*bar) : nullptr;
-  IProgress* shown = part.get();
-  for (const FetchGroup& group : groups) {
-    const std::wstring local = localPathOf(&localNr, group.directory.c_str(), nullptr);
-    const int made = SHCreateDirectoryExW(nullptr, local.c_str(), nullptr);
-    const DWORD result =
-        made == 0 || made == ERROR_ALREADY_EXISTS
-            ? Threading::downloadList(*this, group.files, group.directory.c_str(), *pathNr, 0, false, &shown, localNr)
-            : static_cast<DWORD>(made);
-    if (firstError == 0) firstError = result;
-    if (part) part->addDone(group.files.size());
-  }
-  return firstError;
+  const DWORD notMade = makeLocalPlaces(localOf, wanted);
+  if (firstError == 0) firstError = notMade;
+  if (bar) bar->setRange(wanted.size());
+  IProgress* shown = bar.get();
+  const DWORD result = Threading::downloadList(*this, wanted, *pathNr, 0, false, &shown, localNr);
+  return firstError != 0 ? firstError : result;
+}
+
+bool CZepFtpConnection::isNewerThere(const std::wstring& local, const RemoteFileEntry& entry) {
+  std::int64_t size = 0;
+  FILETIME time{};
+  const bool isHere = getLocalFileSizeAndTime(size, local.c_str(), time);
+  if (platform::toTicks(entry.time) != 0) return isToFetch(time, entry.time);
+  // Which side is newer can't be told; a file that is missing can't lose anything.
+  if (isHere) lfperrC(L"syncFromServer: the server tells no time of %s, which stays as it is\n", local);
+  return !isHere;
 }
 
 DWORD WGO_syncFromServer(const wchar_t* directory, const int* pathNr, const WGO_FileFilter* filter, int progress,

@@ -1,6 +1,8 @@
 #include "workstation/program/ServerTransfer.h"
 
 #include <algorithm>
+#include <compare>
+#include <cstddef>
 #include <filesystem>
 #include <limits>
 #include <map>
@@ -22,6 +24,39 @@ namespace {
 
 constexpr int kServerSide = eServerPrjPath;
 constexpr int kLocalSide = ePrjPath;
+/// A list is told of, and a lost connection noticed, at its end.
+constexpr std::size_t kMostFilesOfList = 256;
+
+/// The roots that a file shares with others of its tree.
+struct Roots {
+  std::wstring server;  ///< below the base directory
+  std::wstring local;   ///< library path
+  auto operator<=>(const Roots&) const = default;
+};
+
+struct PlacedTransfer {
+  Transfer* transfer;
+  std::wstring below;  ///< its directory below both roots
+};
+
+/// Cuts off what both directories end with.
+std::pair<Roots, std::wstring> placeOf(const Transfer& file) {
+  Roots roots{file.serverDirectory, file.localDirectory};
+  std::replace(roots.local.begin(), roots.local.end(), L'/', L'\\');
+  const std::size_t volumeEnd = roots.local.find(L'\\', 2);
+  std::wstring below;
+  while (true) {
+    const std::size_t server = roots.server.rfind(L'/');
+    const std::size_t local = roots.local.rfind(L'\\');
+    const std::wstring name = roots.server.substr(server + 1);  // all of it without a separator: npos + 1 is 0
+    if (name.empty() || local == std::wstring::npos || local == volumeEnd || roots.local.substr(local + 1) != name)
+      break;
+    below = joinServerPath(name, below);
+    roots.server.resize(server == std::wstring::npos ? 0 : server);
+    roots.local.resize(local);
+  }
+  return {std::move(roots), std::move(below)};
+}
 
 /// True when what is here has the size and the time that the server tells.
 bool hasArrived(const Transfer& transfer, const TreeFile& source) {
@@ -41,9 +76,10 @@ bool hasArrivedAnew(const ServerSession& session, const Transfer& transfer) {
   return hasArrived(transfer, now);
 }
 
-unsigned long fetchOne(const ServerSession& session, const Transfer& transfer) {
+unsigned long fetchOne(const ServerSession& session, const PlacedTransfer& placed) {
   int number = 1;  // 0 would add the file to the list of objects that moved
-  return session.transfer().downloadFile(transfer.file.name.c_str(), nullptr, &kServerSide, &kLocalSide, &number, 0, 0);
+  return session.transfer().downloadFile(placed.transfer->file.name.c_str(), placed.below.c_str(), &kServerSide,
+                                         &kLocalSide, &number, 0, 0);
 }
 
 /// Bytes that are free where a directory is, or will be.
@@ -72,16 +108,41 @@ void requireRoom(const std::vector<Transfer>& files) {
 }
 
 /// @return false when the connection is gone
-bool fetchAgain(const ServerSession& session, Transfer& transfer) {
+bool fetchAgain(const ServerSession& session, const PlacedTransfer& placed) {
+  Transfer& transfer = *placed.transfer;
   if (roomFor(transfer.localDirectory) < static_cast<std::uint64_t>(transfer.file.size)) {
     transfer.problem = L"there is no room for it here";
     return true;
   }
-  const unsigned long result = fetchOne(session, transfer);
+  const unsigned long result = fetchOne(session, placed);
   transfer.isDone = result == 0 && (hasArrived(transfer, transfer.file) || hasArrivedAnew(session, transfer));
   if (transfer.isDone) return true;
   transfer.problem = result != 0 ? serverErrorText(result) : L"it changed while it was fetched; try again";
   return !isConnectionLost(result);
+}
+
+bool makeLocalDirectory(const std::wstring& directory) {
+  const int made = SHCreateDirectoryExW(nullptr, directory.c_str(), nullptr);
+  return made == 0 || platform::fileStatus(directory).isDirectory;
+}
+
+/// Fetches files of one tree, at which the session is aimed.
+/// @return false when the connection is gone
+bool fetchList(const ServerSession& session, const std::vector<PlacedTransfer>& files, IProgress& progress) {
+  std::vector<Threading::ServerFile> list;
+  for (const PlacedTransfer& each : files) {
+    list.push_back({each.below, {each.transfer->file.name, 0, each.transfer->file.size}});
+  }
+  IProgress* steps = &progress;
+  const DWORD result = Threading::downloadList(session.transfer(), list, kServerSide, 0, false, &steps);
+  bool isLost = false;
+  for (const PlacedTransfer& each : files) {
+    Transfer& file = *each.transfer;
+    file.isDone = hasArrived(file, file.file) || (result == 0 && hasArrivedAnew(session, file));
+    if (!file.isDone && isLost) file.problem = L"the connection was lost";
+    if (!file.isDone && !isLost) isLost = !fetchAgain(session, each);
+  }
+  return !isLost;
 }
 
 }  // namespace
@@ -94,41 +155,35 @@ bool isConnectionLost(unsigned long code) {
   return code == ERROR_NOT_CONNECTED;
 }
 
-void forEachDirectory(std::vector<Transfer>& files, const std::function<void(std::vector<Transfer*>&)>& each) {
-  std::map<std::pair<std::wstring, std::wstring>, std::vector<Transfer*>> groups;
-  for (Transfer& file : files) groups[{file.serverDirectory, file.localDirectory}].push_back(&file);
-  for (auto& group : groups) each(group.second);
-}
-
 void fetchAll(ServerSession& session, std::vector<Transfer>& files) {
   requireRoom(files);
   session.chooseConnections();
   ServerProgress progress(L"fetching", files.size());
+  std::map<Roots, std::vector<PlacedTransfer>> trees;
+  for (Transfer& file : files) {
+    auto [roots, below] = placeOf(file);
+    if (makeLocalDirectory(file.localDirectory)) {
+      trees[std::move(roots)].push_back({&file, std::move(below)});
+    } else {
+      file.problem = L"its directory can't be made here";
+    }
+  }
   bool isLost = false;
-  forEachDirectory(files, [&](std::vector<Transfer*>& group) {
-    const Transfer& first = *group.front();
-    if (isLost) {
-      for (Transfer* const file : group) file->problem = L"the connection was lost";
-      return;
+  for (auto& [roots, waiting] : trees) {
+    session.aim(roots.server, roots.local);
+    for (auto next = waiting.begin(); next != waiting.end();) {
+      const auto left = static_cast<std::size_t>(waiting.end() - next);
+      const auto end = next + static_cast<std::ptrdiff_t>(std::min(left, kMostFilesOfList));
+      const std::vector<PlacedTransfer> list(next, end);
+      next = end;
+      if (!isLost) {
+        isLost = !fetchList(session, list, progress);
+        progress.endList(list.size());
+      } else {
+        for (const PlacedTransfer& each : list) each.transfer->problem = L"the connection was lost";
+      }
     }
-    const int made = SHCreateDirectoryExW(nullptr, first.localDirectory.c_str(), nullptr);
-    if (made != 0 && !platform::fileStatus(first.localDirectory).isDirectory) {
-      for (Transfer* const file : group) file->problem = L"its directory can't be made here";
-      return;
-    }
-    session.aim(first.serverDirectory, first.localDirectory);
-    std::vector<InetFileInfo> list;
-    list.reserve(group.size());
-    for (const Transfer* const file : group) list.push_back({file->file.name, 0, file->file.size});
-    IProgress* steps = &progress;
-    const DWORD result = Threading::downloadList(session.transfer(), list, L"", kServerSide, 0, false, &steps);
-    for (Transfer* const file : group) {
-      file->isDone = hasArrived(*file, file->file) || (result == 0 && hasArrivedAnew(session, *file));
-      if (!file->isDone && isLost) file->problem = L"the connection was lost";
-      if (!file->isDone && !isLost) isLost = !fetchAgain(session, *file);
-    }
-    progress.endList(group.size());
-  });
+  }
 }
 
 }  // namespace workstation::program

@@ -1,7 +1,6 @@
 // Files that move, as `get`, `put` and `sync` share them: in parallel first, then one by one what did not arrive.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,9 +23,6 @@ struct Transfer {
 
 /// Brings files down. Each is looked at afterwards: what counts as done is here, whole and with the server's time.
 void fetchAll(ServerSession& session, std::vector<Transfer>& files);
-
-/// Calls `each` with every run of files that share both directories.
-void forEachDirectory(std::vector<Transfer>& files, const std::function<void(std::vector<Transfer*>&)>& each);
 
 /// Library path of its local file.
 std::wstring localPathOf(const Transfer& file);
