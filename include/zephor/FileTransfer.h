@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -106,6 +107,9 @@ struct LockFileInfo {
 
 /// The record behind the handle of openFile.
 struct CPartialDownload;
+
+/// As user filter of a list of locks: nobody's lock is left out.
+constexpr int kLocksOfEverybody = std::numeric_limits<int>::min();
 
 class WGO_FileFilter;
 class IProgress;
@@ -240,6 +244,8 @@ class ZEPHOR_API IZepInetFileTransferInternal {
   virtual const wchar_t* getCurrentName() = 0;
   /// Makes a directory of the server with all its parents. True when it is there.
   virtual bool createServerDirectory(const wchar_t* path) = 0;
+  /// Whether the calling thread's dialogs are; see IZepInetFileTransfer::setDialogsSuppressed.
+  virtual bool getDialogsSuppressed() = 0;
 };
 
 class ZEPHOR_API IZepInetFileTransferLocking {
@@ -250,7 +256,7 @@ class ZEPHOR_API IZepInetFileTransferLocking {
   virtual bool readLockFile(const wchar_t* name, std::wstring& text) = 0;
   virtual bool lockFileExists(int objectNumber, const int* objectType, const wchar_t* name, const wchar_t* pattern) = 0;
   /// Lists the lock files of a project, or below a path number. A null project is the current one.
-  /// @param userFilter  -1: all but the own; otherwise the locks of that user
+  /// @param userFilter  -1: all but the own; kLocksOfEverybody; otherwise the locks of that user
   /// @return their count; for 0 the thread's last error tells a list that could not be read from an empty one (0)
   virtual std::size_t fillLockInfo(const wchar_t* project, std::vector<LockFileInfo>& out, int userFilter) = 0;
   virtual std::size_t fillLockInfo(const int* pathNr, int userFilter, std::vector<LockFileInfo>& out) = 0;

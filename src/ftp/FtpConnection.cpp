@@ -133,6 +133,10 @@ void CZepFtpConnection::releaseThreadData() {
   remote_.releaseThreadData();
 }
 
+bool CZepFtpConnection::getDialogsSuppressed() {
+  return remote_.getDialogsSuppressed();
+}
+
 void CZepFtpConnection::setDialogsSuppressed(bool suppressed) {
   remote_.setDialogsSuppressed(suppressed);
 }

@@ -67,6 +67,7 @@ class CZepFtpConnection : public CZepInetFileTransfer {
 
   void releaseThreadData() override;
   bool createServerDirectory(const wchar_t* path) override;
+  bool getDialogsSuppressed() override;
 
   bool createLockFile(int objectNumber, const int* objectType, const wchar_t* name, const wchar_t* text) override;
   bool deleteLockFile(int objectNumber, const int* objectType, const wchar_t* name) override;
@@ -110,6 +111,10 @@ class CZepFtpConnection : public CZepInetFileTransfer {
   std::wstring serverDirectoryOf(const int* pathNr, const wchar_t* dir);
   /// Directory of a project's lock files on the server; empty when there is no project, or no server yet.
   std::wstring lockDirectoryOf(const wchar_t* project);
+  /// @param listed  what the server is asked for
+  /// @param hit     receives the first name that fits the pattern; stays as it is for none
+  RemoteStatus findLockName(const std::wstring& directory, const std::wstring& listed, const std::wstring& pattern,
+                            std::wstring& hit);
   RemoteStatus listLockNames(const std::wstring& directory, std::vector<std::wstring>& names);
   std::size_t listLocks(const std::wstring& directory, int userFilter, std::vector<LockFileInfo>& out);
 

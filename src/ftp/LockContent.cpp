@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "platform/Text.h"
+#include "zephor/FileTransfer.h"
 
 namespace Quorvel::FileAccess {
 namespace {
@@ -58,6 +59,7 @@ bool matchesLockPattern(std::wstring name, const std::wstring& pattern) {
 }
 
 bool isLockWanted(std::int32_t userId, int userFilter, std::int32_t ownUserId) {
+  if (userFilter == kLocksOfEverybody) return true;
   return userFilter == -1 ? userId != ownUserId : userId == userFilter;
 }
 

@@ -28,7 +28,7 @@ std::wstring lockBaseNameOf(const std::wstring& fileName);
 bool matchesLockPattern(std::wstring name, const std::wstring& pattern);
 
 /// Whom a list of locks is about.
-/// @param userFilter  -1: all but the own; otherwise the locks of that user
+/// @param userFilter  -1: all but the own; kLocksOfEverybody; otherwise the locks of that user
 bool isLockWanted(std::int32_t userId, int userFilter, std::int32_t ownUserId);
 
 }  // namespace Quorvel::FileAccess

@@ -52,7 +52,7 @@ TEST_F(FileLocks, ALockIsAFileOfTheOwnNameThatSaysWhoHoldsIt) {
   EXPECT_FALSE(manager.IsLockingOff());
   EXPECT_EQ(manager.GetLockOwner(12, 0, 0), -1);
   constexpr zephor_test::FakeFailure kMissing{.code = 550};
-  server.fail("ChangeRemoteDir /data/House.prj/Lck", {kMissing, kMissing, kMissing, kMissing, kMissing});
+  server.fail("ChangeRemoteDir /data/House.prj/Lck", {kMissing, kMissing, kMissing, kMissing});
   ASSERT_EQ(manager.LockObject(12, 0, 0), 1);
   EXPECT_EQ(server.count("CreateRemoteDir"), 1) << "the directory of locks is made";
   ASSERT_TRUE(server.files.contains(kOwn));
@@ -105,6 +105,37 @@ TEST_F(FileLocks, OfTwoWhoRaceNobodyBelievesToHaveTheLockWithTheOther) {
   EXPECT_EQ(manager.LockObject(12, 0, 0), 0);
   EXPECT_TRUE(server.files.contains(kOthers));
   EXPECT_FALSE(server.files.contains(kOwn)) << "stepped back";
+}
+
+TEST_F(FileLocks, OneWhoCouldNotStepBackTakesNothingFromTheHolder) {
+  ASSERT_EQ(manager.LockObject(12, 0, 0), 1);
+  server.files[kOthers] = "";
+  EXPECT_EQ(manager.LockObject(12, 0, 0), 1);
+  EXPECT_TRUE(manager.IsLockedByCurrentUser(12, 0));
+  EXPECT_EQ(manager.UnlockObject(12, 0, 0), 1);
+  EXPECT_FALSE(server.files.contains(kOwn));
+
+  // The other way round: a write fails on the way, and what it left can't be deleted at once.
+  server.files.erase(kOthers);
+  server.failAlways("PutFileFromBinaryData", {.code = 552});
+  server.failAlways("GetSizeByName64", {.code = 450});
+  server.failAlways("DeleteRemoteFile", {.code = 450});
+  EXPECT_EQ(manager.LockObject(12, 0, 0), 0);
+  server.files[kOwn] = "";
+  server.recover();
+  EXPECT_EQ(manager.GetLockOwner(12, 0, 0), -1) << "it is deleted at the next contact";
+  EXPECT_FALSE(server.files.contains(kOwn));
+}
+
+TEST_F(FileLocks, AListOfObjectsIsLockedWithOneLookBeforeAndOneAfter) {
+  server.files[kOthers] = "";
+  std::vector<int> refused;
+  EXPECT_FALSE(manager.LockDelayedList(PRJ(), {11, 12, 13, 14}, 0, refused));
+  EXPECT_EQ(refused, std::vector<int>{12});
+  EXPECT_EQ(server.count("List"), 2);
+  EXPECT_TRUE(manager.UnlockDelayedList(PRJ(), {11, 13, 14}, 0));
+  EXPECT_FALSE(manager.UnlockDelayedList(PRJ(), {12}, 0));
+  EXPECT_EQ(server.files.size(), 1U);
 }
 
 TEST_F(FileLocks, TheLibraryAsksThePictureWithoutAnotherLook) {

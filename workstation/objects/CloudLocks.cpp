@@ -23,6 +23,7 @@ bool connect(const PRJ& prj, const wchar_t* operation, LockStore& out) {
   out.store = currentStore(status, error);
   if (!out.store) {
     lfperrC(L"%s: the locks of %s can't be asked for: %s\n", operation, prj.GetProjectDisplayName(), error);
+    ZEPSetLockingError();
     return false;
   }
   out.actor = storeActor();
@@ -60,6 +61,7 @@ bool findLock(const PRJ& prj, int number, int objectType, LockStore& store, std:
   if (!isPossibleNumber(type, number) || !connect(prj, L"GetLockOwner", store)) return false;
   if (store.store->lockOf(store.actor, store.project, type, number, out) != kStoreOk) {
     logFailure(L"GetLockOwner", objectType, number);
+    ZEPSetLockingError();
     return false;
   }
   return out.has_value();

@@ -1,8 +1,8 @@
 #include "workstation/objects/FileLocks.h"
 
 #include <algorithm>
-#include <mutex>
 
+#include "host/Locking.h"
 #include "host/System.h"
 #include "host/Trace.h"
 #include "host/Users.h"
@@ -10,6 +10,7 @@
 #include "platform/Time.h"
 #include "workstation/Session.h"
 #include "workstation/objects/LockNames.h"
+#include "workstation/objects/LockPicture.h"
 #include "workstation/objects/LockText.h"
 #include "zephor/FileTransfer.h"
 
@@ -25,19 +26,12 @@ using Quorvel::FileAccess::ePrjPath;
 using Quorvel::FileAccess::IZepInetFileTransfer;
 using Quorvel::FileAccess::IZepInetFileTransferInternal;
 using Quorvel::FileAccess::IZepInetFileTransferLocking;
+using Quorvel::FileAccess::kLocksOfEverybody;
 using Quorvel::FileAccess::LockFileInfo;
+using Locks = LockPicture::Locks;
 
-/// The lock files of one project as they were last seen.
-struct Picture {
-  std::mutex mutex;  ///< no call leaves this room while it is held
-  std::wstring server;
-  std::wstring project;
-  bool isLoaded = false;
-  std::vector<LockFileInfo> locks;
-};
-
-Picture& picture() {
-  static Picture instance;
+LockPicture& picture() {
+  static LockPicture instance;
   return instance;
 }
 
@@ -54,44 +48,54 @@ Transfer transfer() {
   return {files, dynamic_cast<IZepInetFileTransferInternal&>(files), dynamic_cast<IZepInetFileTransferLocking&>(files)};
 }
 
-/// Reads the lock files of the server. @return false, with a line in the error log, when they can't be read
-bool refresh(const wchar_t* operation) {
+LockPlace currentPlace() {
   const Transfer current = transfer();
-  const std::wstring server = current.files.getServerName();
-  const std::wstring project = current.files.getProjectName();
-  std::vector<LockFileInfo> locks;
-  // The library lists those of one user, or of all others.
-  for (const int filter : {-1, current.internals.getQuorvelUserID()}) {
-    std::vector<LockFileInfo> part;
-    if (current.locking.fillLockInfo(project.c_str(), part, filter) == 0 && GetLastError() != 0) {
-      lfperrC(L"%s: the lock files of %s on %s can't be read: error %d\n", operation, project, server, GetLastError());
-      return false;
-    }
-    locks.insert(locks.end(), part.begin(), part.end());
+  return {current.files.getServerName(), current.files.getProjectName()};
+}
+
+void logFailure(const wchar_t* operation, const std::wstring& name) {
+  lfperrC(L"%s: lock file %s of %s: error %d\n", operation, name, projectDirectory(), GetLastError());
+}
+
+/// Deletes an own lock file. @return false, with a line in the error log, when it may still be there
+bool removeFile(const wchar_t* operation, const LockPlace& place, const std::wstring& name) {
+  const auto parts = parseLockName(name);
+  const int number = parts ? parts->number : -1;
+  const int objectType = parts ? parts->objectType : 0;
+  if (!transfer().locking.deleteLockFile(number, &objectType, name.c_str())) {
+    logFailure(operation, name);
+    return false;
   }
-  Picture& seen = picture();
-  const std::lock_guard guard(seen.mutex);
-  seen.server = server;
-  seen.project = project;
-  seen.locks = std::move(locks);
-  seen.isLoaded = true;
+  picture().setGranted(place, name, false);
+  picture().forget(place, name);
   return true;
 }
 
-/// The picture as it stands, read first when there is none of this project.
-std::vector<LockFileInfo> pictured(const wchar_t* operation) {
-  const Transfer current = transfer();
-  Picture& seen = picture();
-  {
-    const std::lock_guard guard(seen.mutex);
-    if (seen.isLoaded && seen.server == current.files.getServerName() &&
-        seen.project == current.files.getProjectName()) {
-      return seen.locks;
-    }
+/// Takes back an own file that gives no lock. What can't be deleted now is deleted at the next contact.
+void stepBack(const wchar_t* operation, const LockPlace& place, const std::wstring& name) {
+  if (!removeFile(operation, place, name)) picture().addLeftOver(place, name);
+}
+
+/// Reads the lock files of the server. @return none, with a line in the error log, when they can't be read
+std::optional<Locks> look(const wchar_t* operation) {
+  const LockPlace place = currentPlace();
+  for (const std::wstring& name : picture().takeLeftOvers(place)) stepBack(operation, place, name);
+  const std::uint64_t begun = picture().beginListing();
+  Locks locks;
+  if (transfer().locking.fillLockInfo(place.project.c_str(), locks, kLocksOfEverybody) == 0 && GetLastError() != 0) {
+    lfperrC(L"%s: the lock files of %s on %s can't be read: error %d\n", operation, place.project, place.server,
+            GetLastError());
+    ZEPSetLockingError();
+    return std::nullopt;
   }
-  if (!refresh(operation)) return {};
-  const std::lock_guard guard(seen.mutex);
-  return seen.locks;
+  picture().keep(place, begun, locks);
+  return locks;
+}
+
+/// The picture as it stands, read first when there is none of this project.
+Locks pictured(const wchar_t* operation) {
+  if (auto known = picture().find(currentPlace())) return *std::move(known);
+  return look(operation).value_or(Locks());
 }
 
 bool isOfThisWorkstation(const LockFileInfo& lock) {
@@ -103,19 +107,20 @@ bool isOf(const LockFileInfo& lock, int number, int objectType) {
   return lock.objectNumber == number && lock.objectType == objectType;
 }
 
-/// Who holds an object, by the picture: somebody else before this workstation.
-std::optional<LockFileInfo> holder(int number, int objectType) {
+/// Who holds an object: somebody else before this workstation, unless this process was given the lock.
+std::optional<LockFileInfo> holderIn(const Locks& locks, int number, int objectType) {
   std::optional<LockFileInfo> own;
-  for (const LockFileInfo& lock : pictured(L"GetLockOwner")) {
+  std::optional<LockFileInfo> other;
+  for (const LockFileInfo& lock : locks) {
     if (!isOf(lock, number, objectType)) continue;
-    if (!isOfThisWorkstation(lock)) return lock;
-    own = lock;
+    std::optional<LockFileInfo>& kind = isOfThisWorkstation(lock) ? own : other;
+    if (!kind) kind = lock;
   }
-  return own;
+  const bool isOwn = own && (!other || picture().isGranted(currentPlace(), own->fileName));
+  return isOwn ? own : other;
 }
 
-std::vector<LockFileInfo> ownInPicture() {
-  std::vector<LockFileInfo> locks = pictured(L"getOwnLocks");
+Locks ownIn(Locks locks) {
   std::erase_if(locks, [](const LockFileInfo& lock) { return !isOfThisWorkstation(lock); });
   return locks;
 }
@@ -177,13 +182,15 @@ std::wstring ownLockName(int number, int objectType) {
   return lockFileName({objectType, number, lzbnum(), identity().workstationId});
 }
 
-void logFailure(const wchar_t* operation, const std::wstring& name) {
-  lfperrC(L"%s: lock file %s of %s: error %d\n", operation, name, projectDirectory(), GetLastError());
-}
-
-bool removeLock(const wchar_t* operation, int number, int objectType, const std::wstring& name) {
-  if (transfer().locking.deleteLockFile(number, &objectType, name.c_str())) return true;
-  logFailure(operation, name);
+/// Writes the own file of an object that nobody held. @return false when that gives no lock
+bool write(const LockPlace& place, int number, int objectType) {
+  const std::wstring name = ownLockName(number, objectType);
+  picture().setGranted(place, name, false);
+  if (writeLock(number, objectType, name)) return true;
+  const DWORD error = GetLastError();
+  logFailure(L"LockObject", name);
+  // Of a write that failed on the way an empty file may stay, which others would take for a lock.
+  if (error != ERROR_LOCK_VIOLATION && error != ERROR_PATH_NOT_FOUND) stepBack(L"LockObject", place, name);
   return false;
 }
 
@@ -199,76 +206,101 @@ std::wstring projectDirectory() {
   return transfer().files.getProjectName();
 }
 
-int lock(int number, int objectType) {
-  const std::wstring name = ownLockName(number, objectType);
-  if (name.empty() || !refresh(L"LockObject")) return 0;
-  const auto before = holder(number, objectType);
-  if (before) return isOfThisWorkstation(*before) ? 1 : 0;
-  if (!writeLock(number, objectType, name)) {
-    logFailure(L"LockObject", name);
-    return 0;
+std::vector<int> lock(const std::vector<int>& numbers, int objectType) {
+  const LockPlace place = currentPlace();
+  const auto before = look(L"LockObject");
+  if (!before) return numbers;
+  std::vector<int> refused;
+  std::vector<int> written;
+  for (const int number : numbers) {
+    if (ownLockName(number, objectType).empty()) {
+      refused.push_back(number);
+    } else if (const auto held = holderIn(*before, number, objectType)) {
+      if (isOfThisWorkstation(*held)) {
+        picture().setGranted(place, held->fileName, true);
+      } else {
+        refused.push_back(number);
+      }
+    } else {
+      (write(place, number, objectType) ? written : refused).push_back(number);
+    }
   }
+  if (written.empty()) return refused;
   // Somebody else may have written at the same time. Whoever sees the other's file steps back; a server that no longer
   // answers leaves the question open, which counts as no.
-  const auto after = refresh(L"LockObject") ? holder(number, objectType) : std::nullopt;
-  if (after && isOfThisWorkstation(*after)) return 1;
-  removeLock(L"LockObject", number, objectType, name);
-  refresh(L"LockObject");
-  return 0;
+  const auto after = look(L"LockObject");
+  for (const int number : written) {
+    const auto held = after ? holderIn(*after, number, objectType) : std::nullopt;
+    if (held && isOfThisWorkstation(*held)) {
+      picture().setGranted(place, held->fileName, true);
+    } else {
+      stepBack(L"LockObject", place, ownLockName(number, objectType));
+      refused.push_back(number);
+    }
+  }
+  return refused;
 }
 
-int unlock(int number, int objectType) {
-  if (!refresh(L"UnlockObject")) return 0;
-  int result = 0;
-  for (const LockFileInfo& lock : ownInPicture()) {
-    if (isOf(lock, number, objectType) && removeLock(L"UnlockObject", number, objectType, lock.fileName)) result = 1;
+bool unlock(const std::vector<int>& numbers, int objectType) {
+  const LockPlace place = currentPlace();
+  const auto locks = look(L"UnlockObject");
+  if (!locks) return false;
+  const Locks own = ownIn(*locks);
+  bool all = true;
+  for (const int number : numbers) {
+    const auto release = [&](const LockFileInfo& lock) {
+      return isOf(lock, number, objectType) && removeFile(L"UnlockObject", place, lock.fileName);
+    };
+    all = std::count_if(own.begin(), own.end(), release) != 0 && all;
   }
-  if (result != 0) refresh(L"UnlockObject");
-  return result;
+  return all;
 }
 
 std::optional<FileLockInfo> lockInfo(int number, int objectType) {
-  if (!refresh(L"GetLockInfo")) return std::nullopt;
-  const auto found = holder(number, objectType);
+  const auto locks = look(L"GetLockInfo");
+  const auto found = locks ? holderIn(*locks, number, objectType) : std::nullopt;
   if (!found) return std::nullopt;
   return readInfo(*found);
 }
 
 int owner(int number, int objectType) {
-  return refresh(L"GetLockOwner") ? ownerInPicture(number, objectType) : -1;
+  const auto locks = look(L"GetLockOwner");
+  const auto found = locks ? holderIn(*locks, number, objectType) : std::nullopt;
+  return found ? found->userId : -1;
 }
 
 int ownerInPicture(int number, int objectType) {
-  const auto found = holder(number, objectType);
+  const auto found = holderIn(pictured(L"GetLockOwner"), number, objectType);
   return found ? found->userId : -1;
 }
 
 bool isOwn(int number, int objectType) {
-  if (!refresh(L"GetLockOwner")) return false;
-  const auto found = holder(number, objectType);
+  const auto locks = look(L"GetLockOwner");
+  const auto found = locks ? holderIn(*locks, number, objectType) : std::nullopt;
   return found && isOfThisWorkstation(*found);
 }
 
 std::vector<FileLockInfo> ownLocks() {
   std::vector<FileLockInfo> infos;
-  for (const LockFileInfo& lock : ownInPicture()) infos.push_back(infoOf(lock));
+  for (const LockFileInfo& lock : ownIn(pictured(L"getOwnLocks"))) infos.push_back(infoOf(lock));
   return infos;
 }
 
 bool allLocks(std::vector<FileLockInfo>& out) {
-  if (!refresh(L"updateLockInfoEx")) return false;
-  for (const LockFileInfo& lock : pictured(L"updateLockInfoEx")) out.push_back(readInfo(lock));
+  const auto locks = look(L"updateLockInfoEx");
+  if (!locks) return false;
+  for (const LockFileInfo& lock : *locks) out.push_back(readInfo(lock));
   return true;
 }
 
 int releaseOwn() {
-  if (!refresh(L"CleanupLocks")) return 0;
-  int count = 0;
-  for (const LockFileInfo& lock : ownInPicture()) {
-    if (removeLock(L"CleanupLocks", lock.objectNumber, lock.objectType, lock.fileName)) ++count;
-  }
-  refresh(L"CleanupLocks");
-  return count;
+  const LockPlace place = currentPlace();
+  const auto locks = look(L"CleanupLocks");
+  if (!locks) return 0;
+  const Locks own = ownIn(*locks);
+  return static_cast<int>(std::count_if(own.begin(), own.end(), [&](const LockFileInfo& lock) {
+    return removeFile(L"CleanupLocks", place, lock.fileName);
+  }));
 }
 
 }  // namespace workstation::filelocks

@@ -1,9 +1,11 @@
 // Locks of a project of the older store: lock files on its server, through the library's transfer object.
 //
-// A cached picture of the lock files answers the library's own question while it writes one; everything else asks the
-// server first. The server can't make a file only if it is missing: each user writes a file of his own name, looks
-// again, and steps back when somebody else's is there too. So two who race may both come away without the lock, but
-// never both with it. Files of a workstation that crashed stay until somebody deletes them.
+// A cached picture of the lock files answers the library's own question while it writes one; everything else lists them
+// first, once for a whole list of objects. The server can't make a file only if it is missing: each user writes a file
+// of his own name, looks again, and steps back when somebody else's is there too. So two who race may both come away
+// without the lock, but never both with it. One who could not delete his file then leaves it beside the holder's: the
+// holder's process knows that it was given the lock, another one sees both and takes the object for somebody else's.
+// Files of a workstation that crashed stay until somebody deletes them.
 #pragma once
 
 #include <optional>
@@ -20,11 +22,14 @@ bool areInUse();
 std::wstring projectDirectory();
 
 // Object types are those of the transfer interface. A server that can't be asked is told of in the error log, and
-// answers as if nobody held a lock and none were given.
+// answers as if nobody held a lock and none were given, with ZEPSetLockingError.
 
-/// @return 1 when the lock is taken, or was this user's on this workstation before
-int lock(int number, int objectType);
-int unlock(int number, int objectType);
+/// Takes locks, also those that are this user's on this workstation already.
+/// @return the numbers of objects whose lock was not given
+std::vector<int> lock(const std::vector<int>& numbers, int objectType);
+/// Deletes the own files, whoever else has one.
+/// @return true when there was one of each object, and is no more
+bool unlock(const std::vector<int>& numbers, int objectType);
 std::optional<FileLockInfo> lockInfo(int number, int objectType);
 /// User number of the holder, -1 for none. Somebody else's lock counts before the own.
 int owner(int number, int objectType);

@@ -1,7 +1,8 @@
 // The locking agent and the scope guards around locks.
 //
-// The manager asks the store at each question, so that there is no picture to keep fresh: the agent only keeps whether
-// it runs and whether it is suspended.
+// The manager asks the store at each question of its callers; of the older store it also keeps a picture for the
+// library's questions, which is as old as the last of those. Nothing is done in the background: the agent only keeps
+// whether it runs and whether it is suspended.
 #include <atomic>
 
 #include "host/Locking.h"

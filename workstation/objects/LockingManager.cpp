@@ -30,7 +30,7 @@ int lockIn(const PRJ& prj, int number, int objectType) {
     case LockPlace::Cloud:
       return cloudlocks::lock(prj, number, objectType);
     case LockPlace::Files:
-      return filelocks::lock(number, objectType);
+      return filelocks::lock({number}, objectType).empty() ? 1 : 0;
     default:
       return 0;
   }
@@ -41,7 +41,7 @@ int unlockIn(const PRJ& prj, int number, int objectType) {
     case LockPlace::Cloud:
       return cloudlocks::unlock(prj, number, objectType);
     case LockPlace::Files:
-      return filelocks::unlock(number, objectType);
+      return filelocks::unlock({number}, objectType) ? 1 : 0;
     default:
       return 0;
   }
@@ -171,12 +171,17 @@ int LockingManager::CleanupLocks(int /*flags*/) {
 bool LockingManager::LockDelayedList(const PRJ& prj, const std::vector<int>& numbers, int objectType,
                                      std::vector<int>& refused) {
   refused.clear();
+  if (placeOf(prj) == LockPlace::Files) {
+    refused = filelocks::lock(numbers, objectType);
+    return refused.empty();
+  }
   for (const int number : numbers)
     if (lockIn(prj, number, objectType) != 1) refused.push_back(number);
   return refused.empty();
 }
 
 bool LockingManager::UnlockDelayedList(const PRJ& prj, const std::vector<int>& numbers, int objectType) {
+  if (placeOf(prj) == LockPlace::Files) return filelocks::unlock(numbers, objectType);
   bool all = true;
   for (const int number : numbers) all = unlockIn(prj, number, objectType) == 1 && all;
   return all;
