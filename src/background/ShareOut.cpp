@@ -26,8 +26,8 @@ namespace {
 /// work for it or the list is done: nobody can reach a thread of the pool afterwards.
 class ConnectionRelease final : public tbb::task_scheduler_observer {
  public:
-  ConnectionRelease(tbb::task_arena& arena, IZepInetFileTransferInternal* connections)
-      : tbb::task_scheduler_observer(arena), connections_(connections) {
+  ConnectionRelease(tbb::task_arena& arena, const ShareOut& how)
+      : tbb::task_scheduler_observer(arena), connections_(how.connections), silenced_(how.silenced) {
     // What this thread has prepared comes before the work of the others. The library sees to that as well, but race
     // detectors can't look into it.
     { const std::lock_guard guard(lock()); }
@@ -37,8 +37,11 @@ class ConnectionRelease final : public tbb::task_scheduler_observer {
 
   /// The calling thread is about to work, and may open a connection.
   void working() {
-    const std::lock_guard guard(lock());
-    workers_.insert(std::this_thread::get_id());
+    {
+      const std::lock_guard guard(lock());
+      if (!workers_.insert(std::this_thread::get_id()).second) return;
+    }
+    if (silenced_ != nullptr) silenced_->setDialogsSuppressed(true);
   }
 
   void on_scheduler_exit(bool /*isWorker*/) override { release(); }
@@ -75,6 +78,7 @@ class ConnectionRelease final : public tbb::task_scheduler_observer {
   }
 
   IZepInetFileTransferInternal* connections_;
+  IZepInetFileTransfer* silenced_;
   std::condition_variable allLeft_;
   std::set<std::thread::id> workers_;
 };
@@ -83,7 +87,7 @@ class ConnectionRelease final : public tbb::task_scheduler_observer {
 template <typename Body>
 void inArena(const ShareOut& how, const Body& body) {
   tbb::task_arena arena(how.threads);
-  ConnectionRelease release(arena, how.connections);
+  ConnectionRelease release(arena, how);
   std::exception_ptr failure;
   try {
     arena.execute([&] { body(release); });

@@ -5,6 +5,7 @@
 
 namespace Quorvel::FileAccess {
 
+class IZepInetFileTransfer;
 class IZepInetFileTransferInternal;
 
 namespace Threading {
@@ -24,11 +25,14 @@ struct ShareOut {
   int threads = 1;
   /// Where each thread that worked ends its connection; null when there are none.
   IZepInetFileTransferInternal* connections = nullptr;
+  /// Where each thread turns its dialogs off before it works; null when they stay as they are.
+  IZepInetFileTransfer* silenced = nullptr;
 
   // Both answer when all is done and no thread of the list holds a connection any more, the calling one included. An
   // exception of the threading library passes, after that.
 
-  /// Ranges of at least three elements, so that a connection stays busy with several before a range is split further.
+  /// Ranges, halved while they are longer than a thread's share of the list and than three elements: what is stolen is
+  /// worth a connection.
   void ranges(std::size_t count, ListWork& work) const;
   /// Each element by itself.
   void elements(std::size_t count, ListWork& work) const;

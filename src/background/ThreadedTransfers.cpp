@@ -14,8 +14,11 @@ namespace {
 
 constexpr double kBytesPerMegabyte = 1048576.0;
 
-IZepInetFileTransferInternal* connectionsOf(IZepInetFileTransfer& transfer) {
-  return dynamic_cast<IZepInetFileTransferInternal*>(&transfer);
+/// On the thread whose list it is: the others ask no more than that one would.
+ShareOut shareOutOf(int threads, IZepInetFileTransfer& transfer) {
+  auto* const connections = dynamic_cast<IZepInetFileTransferInternal*>(&transfer);
+  const bool isSilent = connections != nullptr && connections->getDialogsSuppressed();
+  return {threads, connections, isSilent ? &transfer : nullptr};
 }
 
 const wchar_t* textOf(const wchar_t* text) {
@@ -25,7 +28,7 @@ const wchar_t* textOf(const wchar_t* text) {
 class ThreadedDownload : private ThreadedList {
  public:
   ThreadedDownload(IZepInetFileTransfer& transfer, int serverPathNr, int objectNumber, bool flag, int localPathNr)
-      : ThreadedList({threads(), connectionsOf(transfer)}),
+      : ThreadedList(shareOutOf(threads(), transfer)),
         transfer_(transfer),
         serverPathNr_(serverPathNr),
         objectNumber_(objectNumber),
@@ -77,7 +80,7 @@ class ThreadedUpload : private ThreadedList {
  public:
   /// @param serverDirectory  of the list by names; the other list brings a directory with each file
   ThreadedUpload(IZepInetFileTransfer& transfer, const wchar_t* serverDirectory, int pathNr, bool silent)
-      : ThreadedList({threads(), connectionsOf(transfer)}),
+      : ThreadedList(shareOutOf(threads(), transfer)),
         transfer_(transfer),
         serverDirectory_(textOf(serverDirectory)),
         pathNr_(pathNr),
@@ -118,7 +121,7 @@ class ThreadedUpload : private ThreadedList {
 
 class ThreadedSyncServer : private ThreadedList {
  public:
-  ThreadedSyncServer() : ThreadedList({threads(), nullptr}) {}
+  ThreadedSyncServer() : ThreadedList({threads(), nullptr, nullptr}) {}
 
   DWORD sync(const std::vector<FileSyncPair>& files, IProgress** progress) {
     return run(

@@ -48,6 +48,7 @@ class FakeTransfer final : public CZepFtpConnection {
     return transfer(platform::formatWide(L"free %s %s %d %d", path, dir, *pathNr, silent ? 1 : 0), path);
   }
   void releaseThreadData() override {
+    CZepFtpConnection::releaseThreadData();
     const std::lock_guard guard(mutex_);
     ++releases[std::this_thread::get_id()];
     connected.erase(std::this_thread::get_id());
@@ -61,6 +62,7 @@ class FakeTransfer final : public CZepFtpConnection {
   std::set<std::thread::id> connected;  ///< that have a connection
   std::map<std::thread::id, int> releases;
   std::size_t count = 0;
+  std::size_t asking = 0;  ///< transfers that might have opened a dialog
 
  private:
   DWORD transfer(const std::wstring& call, const wchar_t* name) {
@@ -69,6 +71,7 @@ class FakeTransfer final : public CZepFtpConnection {
     ++count;
     calls.insert(call);
     threads.insert(std::this_thread::get_id());
+    if (!getDialogsSuppressed()) ++asking;
     connected.insert(std::this_thread::get_id());
     if (throwing.contains(name)) throw std::runtime_error("broken");
     const auto failure = failures.find(name);
@@ -152,6 +155,17 @@ TEST_F(ThreadedTransfers, EachElementIsTransferredOnceWithWhatTheListWasGiven) {
   EXPECT_EQ(Threading::uploadList(fake, pairs, eStdPath, false, &progress), 0U);
   EXPECT_EQ(fake.count, 9U);
   EXPECT_TRUE(fake.calls.contains(L"free C:\\a\\b to 5 0"));
+}
+
+TEST_F(ThreadedTransfers, FilesOfSeveralDirectoriesAreOneListWhoseThreadsAskNoMoreThanTheCaller) {
+  std::vector<Threading::ServerFile> files;
+  for (int i = 0; i < 12; ++i) files.push_back({platform::formatWide(L"d%d", i), {L"f", 0, 1}});
+  fake.setDialogsSuppressed(true);
+  EXPECT_EQ(Threading::downloadList(fake, files, eServerPrjPath, 7, false, &progress), 0U);
+  EXPECT_EQ(fake.calls.size(), 12U);
+  EXPECT_TRUE(fake.calls.contains(L"down f d11 11 3 7 0"));
+  EXPECT_FALSE(onlyThisThread());
+  EXPECT_EQ(fake.asking, 0U);
 }
 
 TEST_F(ThreadedTransfers, MoreThreadsThanCoresWorkWhenTheLibraryAllowsThem) {
