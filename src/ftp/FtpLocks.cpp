@@ -1,6 +1,8 @@
 // Lock files in the sub-directory "Lck" of a project on the server. What a lock means and who may hold it is the host's
 // locking manager's to say.
 #include <algorithm>
+#include <cwchar>
+#include <new>
 
 #include "ftp/FtpConnection.h"
 #include "ftp/LockContent.h"
@@ -21,8 +23,8 @@ namespace {
 
 constexpr const wchar_t* kLockDirectory = L"Lck";
 constexpr int kAnyFileNumber = -1;
-/// The object type whose number stands in the name of its lock alone.
-constexpr int kTypeNumberedByName = 6;
+/// The object type that only the name of its lock tells more of.
+constexpr int kTypeByName = 6;
 
 const wchar_t* textOf(const wchar_t* text) {
   return text != nullptr ? text : L"";
@@ -46,15 +48,29 @@ bool refuse() {
   return false;
 }
 
+/// @return false when there is no memory for it
+bool fillContent(const wchar_t* text, CkByteData& content) {
+  try {
+    const std::string bytes = lockContentOf(textOf(text));
+    content.append(bytes.data(), bytes.size());
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
 /// True when the locking manager knows of somebody else who holds the object.
 bool isHeldByOther(int objectNumber, const int* objectType, const wchar_t* name) {
   IZepFileLockingManager& manager = getFileLockingManager();
-  const int type = objectType != nullptr ? *objectType : 0;
-  if (type == kTypeNumberedByName) {
+  int type = objectType != nullptr ? *objectType : 0;
+  if (type == kTypeByName) {
     int typeInName = 0;
     int number = kAnyFileNumber;
     int user = 0;
-    if (manager.parseLockFileName(name, typeInName, number, user)) objectNumber = number;
+    if (manager.parseLockFileName(name, typeInName, number, user)) {
+      objectNumber = number;
+      type = typeInName;
+    }
   }
   const int owner = manager.getLockOwner(objectNumber, type, 0);
   return owner >= 0 && owner != lzbnum();
@@ -77,7 +93,7 @@ class ScopedSilence {
 
 std::wstring traceName(const wchar_t* operation, const std::wstring& host, const std::wstring& directory,
                        const wchar_t* name) {
-  return platform::formatWide(L"%s: \"%s%s/%s\"", operation, host, directory, textOf(name));
+  return platform::formatWide(L"%s: \"%s%s%s", operation, host, directory, textOf(name));
 }
 
 }  // namespace
@@ -92,15 +108,18 @@ bool CZepFtpConnection::createLockFile(int objectNumber, const int* objectType, 
                                        const wchar_t* text) {
   const std::wstring directory = lockDirectoryOf(getProjectName());
   if (directory.empty() || name == nullptr || *name == L'\0') return refuse();
-  const CTimeTrace timer(WGO_GetTrace(), traceName(L"createLockFile", remote_.hostName, directory, name), 1, false,
+  const CTimeTrace timer(timeTraceLevel(), traceName(L"createLockFile", remote_.hostName, directory, name), 1, false,
                          true);
   const RemoteStatus status =
       retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
              [&](RemoteRetryContext& context) {
-               const std::string bytes = lockContentOf(textOf(text));
                CkByteData content;
-               content.append(bytes.data(), bytes.size());
+               if (!fillContent(text, content)) return failedWith(ERROR_NOT_ENOUGH_MEMORY);
                if (isHeldByOther(objectNumber, objectType, name)) return failedWith(ERROR_LOCK_VIOLATION);
+               // The manager may have used this thread's connection for its answer.
+               if (const RemoteStatus back = remote_.changeDirectory(context, directory); !back.isSuccess()) {
+                 return back;
+               }
                return remote_.uploadData(context, content, name, 0);
              }});
   return answerOf(status);
@@ -109,7 +128,7 @@ bool CZepFtpConnection::createLockFile(int objectNumber, const int* objectType, 
 bool CZepFtpConnection::deleteLockFile(int /*objectNumber*/, const int* /*objectType*/, const wchar_t* name) {
   const std::wstring directory = lockDirectoryOf(getProjectName());
   if (directory.empty() || name == nullptr || *name == L'\0') return refuse();
-  const CTimeTrace timer(WGO_GetTrace(), traceName(L"deleteLockFile", remote_.hostName, directory, name), 1, false,
+  const CTimeTrace timer(timeTraceLevel(), traceName(L"deleteLockFile", remote_.hostName, directory, name), 1, false,
                          true);
   return answerOf(retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
                          [&](RemoteRetryContext& context) { return remote_.deleteFile(context, name); }}));
@@ -119,7 +138,8 @@ bool CZepFtpConnection::readLockFile(const wchar_t* name, std::wstring& text) {
   const std::wstring directory = lockDirectoryOf(getProjectName());
   if (directory.empty() || name == nullptr || *name == L'\0') return refuse();
   const ScopedNoDialogs silence(remote_);
-  const CTimeTrace timer(WGO_GetTrace(), traceName(L"readLockFile", remote_.hostName, directory, name), 1, false, true);
+  const CTimeTrace timer(timeTraceLevel(), traceName(L"readLockFile", remote_.hostName, directory, name), 1, false,
+                         true);
   CkByteData data;
   std::int64_t offset = 0;
   std::int64_t size = 0;
@@ -135,27 +155,37 @@ bool CZepFtpConnection::readLockFile(const wchar_t* name, std::wstring& text) {
   return true;
 }
 
-bool CZepFtpConnection::lockFileExists(int /*objectNumber*/, const int* /*objectType*/, const wchar_t* name,
+bool CZepFtpConnection::lockFileExists(int /*objectNumber*/, const int* /*objectType*/, const wchar_t* /*name*/,
                                        const wchar_t* pattern) {
   const std::wstring directory = lockDirectoryOf(getProjectName());
   if (directory.empty() || pattern == nullptr) return false;
-  const CTimeTrace timer(WGO_GetTrace(), traceName(L"lockFileExists", remote_.hostName, directory, name), 1, false,
-                         true);
+  const CTimeTrace timer(timeTraceLevel(), L"lockFileExists: \"", 1, false, true);
+  std::wstring hit;
+  RemoteStatus status = findLockName(directory, pattern, pattern, hit);
+  // Asked for one name, a server may tell letter cases apart.
+  const bool isOneName = std::wcschr(pattern, L'?') == nullptr;
+  if (status.isSuccess() && hit.empty() && isOneName) status = findLockName(directory, L"*", pattern, hit);
+  const bool isMissing = status.failed && status.error == ERROR_PATH_NOT_FOUND;
+  SetLastError(isMissing ? 0 : codeOf(status));
+  if (verbose() && !hit.empty()) traceFmt(0, L"lockFileExists: %s found\n", hit);
+  if (verbose() && hit.empty() && (status.isSuccess() || isMissing)) traceFmt(0, L"lockFileExists NOT found\n");
+  return !hit.empty();
+}
+
+RemoteStatus CZepFtpConnection::findLockName(const std::wstring& directory, const std::wstring& listed,
+                                             const std::wstring& pattern, std::wstring& hit) {
   std::vector<std::wstring> names;
   const RemoteStatus status =
       retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
              [&](RemoteRetryContext& context) {
                names.clear();
-               return remote_.getFileNames(context, pattern, names);
+               return remote_.getFileNames(context, listed, names);
              }});
-  if (!status.isSuccess()) names.clear();
-  const auto hit = std::find_if(names.begin(), names.end(),
-                                [&](const std::wstring& listed) { return matchesLockPattern(listed, pattern); });
-  if (verbose()) {
-    traceFmt(0, hit != names.end() ? platform::formatWide(L"lockFileExists: %s found\n", *hit)
-                                   : std::wstring(L"lockFileExists NOT found\n"));
-  }
-  return hit != names.end();
+  if (!status.isSuccess()) return status;
+  const auto found = std::find_if(names.begin(), names.end(),
+                                  [&](const std::wstring& name) { return matchesLockPattern(name, pattern); });
+  if (found != names.end()) hit = *found;
+  return status;
 }
 
 std::size_t CZepFtpConnection::fillLockInfo(const wchar_t* project, std::vector<LockFileInfo>& out, int userFilter) {
@@ -170,7 +200,7 @@ std::size_t CZepFtpConnection::fillLockInfo(const int* pathNr, int userFilter, s
 RemoteStatus CZepFtpConnection::listLockNames(const std::wstring& directory, std::vector<std::wstring>& names) {
   std::wstring label;
   WGO_Service_CreateIOTraceMsg(L"fillLockInfo", directory.c_str(), label);
-  const CTimeTrace timer(WGO_GetTrace(), label, 1, false, true);
+  const CTimeTrace timer(timeTraceLevel(), label, 1, false, true);
   return retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
                 [&](RemoteRetryContext& context) {
                   names.clear();

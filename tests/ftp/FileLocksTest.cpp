@@ -145,7 +145,9 @@ TEST_F(FileLocks, TheLibraryAsksThePictureWithoutAnotherLook) {
   EXPECT_EQ(manager.getLockOwner(12, 0, 0), 7);
   EXPECT_EQ(server.calls().size(), before);
   const int type = 0;
-  EXPECT_FALSE(transfer().createLockFile(12, &type, L"tb000012.zdw.0001-22222222.lck", L"x"));
+  const int typeByName = 6;
+  EXPECT_FALSE(transfer().createLockFile(12, &type, kOwn, L"x"));
+  EXPECT_FALSE(transfer().createLockFile(-1, &typeByName, kOwn, L"x"));
   EXPECT_EQ(server.count("PutFileFromBinaryData"), 0);
 }
 
