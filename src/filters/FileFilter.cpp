@@ -4,6 +4,7 @@
 #include <boost/regex.hpp>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/Text.h"
@@ -16,10 +17,6 @@ using Rules = std::vector<boost::wregex>;
 
 bool isEmpty(const wchar_t* text) {
   return text == nullptr || *text == L'\0';
-}
-
-void add(Rules& rules, const wchar_t* expression) {
-  rules.emplace_back(expression);
 }
 
 /// @param lowered  in lower case, as the rules are
@@ -66,17 +63,27 @@ WGO_FileFilter::MemberData& WGO_FileFilter::Data() const {
   return *data_;
 }
 
+// A text that is no expression throws before the first rule makes the filter one that has rules.
+
 void WGO_FileFilter::ExcludeFile(const wchar_t* expression) {
-  if (!isEmpty(expression)) add(Data().excludeFiles, expression);
+  if (isEmpty(expression)) return;
+  boost::wregex rule(expression);
+  Data().excludeFiles.push_back(std::move(rule));
 }
 void WGO_FileFilter::IncludeFile(const wchar_t* expression) {
-  if (!isEmpty(expression)) add(Data().includeFiles, expression);
+  if (isEmpty(expression)) return;
+  boost::wregex rule(expression);
+  Data().includeFiles.push_back(std::move(rule));
 }
 void WGO_FileFilter::ExcludeDirectory(const wchar_t* expression) {
-  if (!isEmpty(expression)) add(Data().excludeDirectories, expression);
+  if (isEmpty(expression)) return;
+  boost::wregex rule(expression);
+  Data().excludeDirectories.push_back(std::move(rule));
 }
 void WGO_FileFilter::IncludeDirectory(const wchar_t* expression) {
-  if (!isEmpty(expression)) add(Data().includeDirectories, expression);
+  if (isEmpty(expression)) return;
+  boost::wregex rule(expression);
+  Data().includeDirectories.push_back(std::move(rule));
 }
 
 void WGO_FileFilter::ExcludeFileExact(const wchar_t* name) {
