@@ -95,6 +95,9 @@ class CZepFtpConnection : public CZepInetFileTransfer {
   ///         gone meanwhile is passed over
   RemoteStatus listTree(const std::wstring& root, bool recursive, IProgress* progress, const TreeVisitor& visit);
 
+  /// The trace of a directory that a sync found in step while it listed the tree.
+  void traceInStep(const std::wstring& server, const std::wstring& local) const;
+
   RemoteFtp& remote() { return remote_; }
   bool isInitialised() const { return initialised_; }
 
@@ -137,6 +140,7 @@ class CZepFtpConnection : public CZepInetFileTransfer {
   RemoteStatus deleteIn(const std::wstring& directory, const std::wstring& name);
   RemoteStatus renameOnServer(const std::wstring& directory, const std::wstring& oldName, const std::wstring& newName);
   bool isOnline();
+  std::wstring syncLabelOf(const std::wstring& server, const std::wstring& local) const;
   /// True when the server's file is to replace the local one, or comes where there is none.
   bool isNewerThere(const std::wstring& local, const RemoteFileEntry& entry);
   /// Level for the time traces of operations; 0 while they are not kept.

@@ -57,6 +57,14 @@ DWORD makeLocalPlaces(const std::function<std::wstring(const std::wstring&)>& lo
 
 }  // namespace
 
+std::wstring CZepFtpConnection::syncLabelOf(const std::wstring& server, const std::wstring& local) const {
+  return platform::formatWide(L"syncServerDirectory: '%s' <- '%s' ", urlOf(server, L""), local);
+}
+
+void CZepFtpConnection::traceInStep(const std::wstring& server, const std::wstring& local) const {
+  const CTimeTrace timer(timeTraceLevel(), syncLabelOf(server, local), 1, false, true);
+}
+
 DWORD CZepFtpConnection::syncServerDirectory(const int* pathNr, const wchar_t* directory, const WGO_FileFilter* filter,
                                              int progress) {
   const std::wstring name = textOf(directory);
@@ -64,9 +72,7 @@ DWORD CZepFtpConnection::syncServerDirectory(const int* pathNr, const wchar_t* d
   const std::wstring server = serverDirectoryOf(pathNr, name.c_str());
   const std::wstring local = localPathOf(&localNr, name.c_str(), nullptr);
   if (!initialised_ || server.empty() || local.empty()) return ERROR_INVALID_DATA;
-  const CTimeTrace timer(timeTraceLevel(),
-                         platform::formatWide(L"syncServerDirectory: '%s' <- '%s' ", urlOf(server, L""), local), 1,
-                         false, true);
+  const CTimeTrace timer(timeTraceLevel(), syncLabelOf(server, local), 1, false, true);
   std::vector<RemoteFileEntry> onServer;
   const DWORD listed = getServerFileInfos(server.c_str(), L"*", onServer, nullptr);
   const bool isMissing = listed == ERROR_PATH_NOT_FOUND;

@@ -37,7 +37,11 @@ bool TreeSync::hasNewerFiles(const std::wstring& relative, const std::vector<Rem
 DWORD TreeSync::send() {
   for (const std::wstring& relative : directories_) {
     const auto known = known_.find(relative);
-    if (known == known_.end() || !known->second) continue;
+    if (known == known_.end()) continue;
+    if (!known->second) {
+      connection_.traceInStep(joinServerPath(roots_.server, relative), platform::joinPath(roots_.local, relative));
+      continue;
+    }
     if (progress_ != nullptr) progress_->setText(synchronizingText(joinServerPath(roots_.directory, relative)));
     bringInStep(relative);
   }

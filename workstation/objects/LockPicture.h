@@ -2,13 +2,13 @@
 // held.
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "zephor/FileTransfer.h"
@@ -19,7 +19,11 @@ namespace workstation::filelocks {
 struct LockPlace {
   std::wstring server;
   std::wstring project;
-  auto operator<=>(const LockPlace&) const = default;
+
+  bool operator==(const LockPlace&) const = default;
+  bool operator<(const LockPlace& other) const {
+    return std::tie(server, project) < std::tie(other.server, other.project);
+  }
 };
 
 class LockPicture {

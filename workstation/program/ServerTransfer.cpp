@@ -1,11 +1,11 @@
 #include "workstation/program/ServerTransfer.h"
 
 #include <algorithm>
-#include <compare>
 #include <cstddef>
 #include <filesystem>
 #include <limits>
 #include <map>
+#include <tuple>
 #include <utility>
 
 #include "platform/Files.h"
@@ -31,7 +31,8 @@ constexpr std::size_t kMostFilesOfList = 256;
 struct Roots {
   std::wstring server;  ///< below the base directory
   std::wstring local;   ///< library path
-  auto operator<=>(const Roots&) const = default;
+
+  bool operator<(const Roots& other) const { return std::tie(server, local) < std::tie(other.server, other.local); }
 };
 
 struct PlacedTransfer {
@@ -130,6 +131,7 @@ bool makeLocalDirectory(const std::wstring& directory) {
 /// @return false when the connection is gone
 bool fetchList(const ServerSession& session, const std::vector<PlacedTransfer>& files, IProgress& progress) {
   std::vector<Threading::ServerFile> list;
+  list.reserve(files.size());
   for (const PlacedTransfer& each : files) {
     list.push_back({each.below, {each.transfer->file.name, 0, each.transfer->file.size}});
   }
