@@ -221,6 +221,7 @@ TEST_P(ServerTest, TellsWhatIsMissing) {
     EXPECT_FALSE(client.GetRemoteFileBinaryData(L"missing", data));
     EXPECT_EQ(client.lastReplyCode(), 550) << errorOf(client);
     EXPECT_FALSE(client.PutFileFromBinaryData(L"no/such/directory", dataOf("x")));
+    EXPECT_GE(client.lastReplyCode(), 550) << errorOf(client);
   }
   EXPECT_TRUE(client.PutFileFromBinaryData(L"a", dataOf("x"))) << errorOf(client);
   EXPECT_EQ(fetch(L"a"), "x");
