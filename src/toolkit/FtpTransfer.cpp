@@ -75,11 +75,13 @@ FtpTransfer::Step FtpTransfer::connectData(const FtpDataPort& port, const std::s
   if (!session_.control().send(command)) return Step::Failed;
   const auto deadline = FtpLoop::deadlineIn(session_.settings().connectTimeoutSeconds);
   for (;;) {
+    if (!takeReplies()) return Step::Failed;
+    // The server gave the port up: it may do so when the question was asked long ago. A refusal counts before a
+    // connection that was made meanwhile: nobody may ever take that up, and nobody close it (vsftpd's listener is open
+    // in two processes).
+    if (isRefused()) return port.isSentAhead && final_->code == 425 ? Step::Stale : Step::Refused;
     const FtpConnectState state = data.connectState();
     if (state == FtpConnectState::Connected) return Step::Done;
-    if (!takeReplies()) return Step::Failed;
-    // The server gave the port up: it may do so when the question was asked long ago.
-    if (isRefused()) return port.isSentAhead && final_->code == 425 ? Step::Stale : Step::Refused;
     if (state == FtpConnectState::Refused) {
       if (port.isSentAhead) return awaitRefusal() ? Step::Stale : Step::Failed;
       session_.control().fail(FtpFailure::Lost, "Error: the data connection was refused: " + data.connectError());
