@@ -1,9 +1,10 @@
 // Preloaded into vsftpd, whose only logins are the machine's own: gives it one account of the test's, without any
-// change to the machine.
+// change to the machine. Into the other servers too where the user of the test is not root.
 //
 // ZEPHOR_FTP_LOGIN holds the account's name, ZEPHOR_FTP_PASSWORD its password, ZEPHOR_FTP_ROOT its home directory and
 // ZEPHOR_FTP_UID its user and group number.
 #include <dlfcn.h>
+#include <grp.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -67,6 +68,19 @@ passwd* getpwnam(const char* name) {
   if (account().login == name) return entryOfAccount();
   static auto* const next = reinterpret_cast<passwd* (*)(const char*)>(dlsym(RTLD_NEXT, "getpwnam"));
   return next(name);
+}
+
+/// Of no use, and refused, where the server is root in a world with one user.
+int setgroups(std::size_t count, const gid_t* groups) {
+  if (account().uid == 0) return 0;
+  static auto* const next = reinterpret_cast<int (*)(std::size_t, const gid_t*)>(dlsym(RTLD_NEXT, "setgroups"));
+  return next(count, groups);
+}
+
+int initgroups(const char* user, gid_t group) {
+  if (account().uid == 0) return 0;
+  static auto* const next = reinterpret_cast<int (*)(const char*, gid_t)>(dlsym(RTLD_NEXT, "initgroups"));
+  return next(user, group);
 }
 
 int pam_start(const char* /*service*/, const char* user, const Conversation* asked, void** handle) {

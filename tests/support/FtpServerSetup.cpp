@@ -37,12 +37,9 @@ std::string vsftpdText(const FtpServerSetup& setup) {
        << "delay_failed_login=0\ndelay_successful_login=0\nseccomp_sandbox=NO\nisolate=NO\nisolate_network=NO\n"
        << "xferlog_enable=YES\nxferlog_std_format=NO\nlog_ftp_protocol=YES\nvsftpd_log_file=" << setup.directory
        << "/log\n";
-  if (::geteuid() == 0) {
-    text << "chroot_local_user=YES\nallow_writeable_chroot=YES\nnopriv_user=nobody\nsecure_chroot_dir="
-         << setup.directory << "/empty\n";
-  } else {
-    text << "run_as_launching_user=YES\n";
-  }
+  // Before the login the server wants a directory that it can't write to; the empty one would be its own.
+  text << "chroot_local_user=YES\nallow_writeable_chroot=YES\nnopriv_user=" << (setup.uid == 0 ? "root" : "nobody")
+       << "\nsecure_chroot_dir=" << (setup.uid == 0 ? "/usr" : setup.directory + "/empty") << "\n";
   if (options.maximumConnections > 0) text << "max_clients=" << options.maximumConnections << "\n";
   if (options.bytesPerSecond > 0) text << "local_max_rate=" << options.bytesPerSecond << "\n";
   if (options.withoutRest) text << "cmds_denied=REST\n";
@@ -65,7 +62,8 @@ std::string proftpdText(const FtpServerSetup& setup) {
        << setup.directory
        << "/log\nUmask 022\nAllowOverwrite on\nAllowStoreRestart on\nTimesGMT on\nListOptions \"-a\"\n"
        << "AllowRetrieveRestart " << (options.withoutRest ? "off" : "on") << "\n<Limit ALL>\nAllowAll\n</Limit>\n";
-  if (::geteuid() == 0) text << "User nobody\nGroup nogroup\nDefaultRoot ~\n";
+  text << (setup.uid == 0 ? "User root\nGroup root\nRootLogin on\n" : "User nobody\nGroup nogroup\n")
+       << "DefaultRoot ~\n";
   if (options.maximumConnections > 0) text << "MaxClients " << options.maximumConnections << "\n";
   if (options.bytesPerSecond > 0) text << "TransferRate RETR,STOR " << options.bytesPerSecond / 1024.0 << "\n";
   if (options.withoutRest) text << "<Limit REST>\nDenyAll\n</Limit>\n";
@@ -83,10 +81,7 @@ std::string proftpdText(const FtpServerSetup& setup) {
 FtpServerCommand prepareVsftpd(const FtpServerSetup& setup) {
   writeText(setup.directory + "/vsftpd.conf", vsftpdText(setup));
   ::mkdir((setup.directory + "/empty").c_str(), 0755);
-  return {
-      {ftpServerProgram(FtpServerKind::Vsftpd), setup.directory + "/vsftpd.conf"},
-      {"LD_PRELOAD=" ZEPHOR_FTP_LOGIN_SHIM, "ZEPHOR_FTP_LOGIN=" + setup.login, "ZEPHOR_FTP_PASSWORD=" + setup.password,
-       "ZEPHOR_FTP_ROOT=" + setup.directory + "/root", "ZEPHOR_FTP_UID=" + std::to_string(setup.uid)}};
+  return {{ftpServerProgram(FtpServerKind::Vsftpd), setup.directory + "/vsftpd.conf"}, {}};
 }
 
 FtpServerCommand prepareProftpd(const FtpServerSetup& setup) {
@@ -164,6 +159,12 @@ FtpServerCommand prepareFtpServer(const FtpServerSetup& setup) {
                              {"PATH=/usr/sbin:/usr/bin:/sbin:/bin",
                               "LD_LIBRARY_PATH=" + ftpServersDirectory() + "/usr/lib/" ZEPHOR_MULTIARCH ":" +
                                   ftpServersDirectory() + "/lib/" ZEPHOR_MULTIARCH});
+  if (setup.variant.kind == FtpServerKind::Vsftpd || setup.uid == 0) {
+    command.environment.insert(command.environment.end(),
+                               {"LD_PRELOAD=" ZEPHOR_FTP_LOGIN_SHIM, "ZEPHOR_FTP_LOGIN=" + setup.login,
+                                "ZEPHOR_FTP_PASSWORD=" + setup.password, "ZEPHOR_FTP_ROOT=" + setup.directory + "/root",
+                                "ZEPHOR_FTP_UID=" + std::to_string(setup.uid)});
+  }
   if (setup.options.onlyTls12) {
     // The one switch that all three obey.
     const std::string path = setup.directory + "/openssl.conf";

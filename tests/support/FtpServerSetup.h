@@ -17,7 +17,7 @@ struct FtpServerSetup {
   CertificateFiles certificates;
   std::string login;
   std::string password;
-  unsigned uid = 0;  ///< of the sessions, as user and as group
+  unsigned uid = 0;  ///< of the sessions, as user and as group; 0 where the server is root in a world of its own
 };
 
 struct FtpServerCommand {

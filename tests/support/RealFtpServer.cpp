@@ -34,9 +34,9 @@ bool isRoot() {
   return ::geteuid() == 0;
 }
 
-/// "nobody", or whoever runs the test.
+/// "nobody"; where the user of the test is not root, that user, whom the server then sees as root.
 unsigned sessionUid() {
-  return isRoot() ? 65534 : ::geteuid();
+  return isRoot() ? 65534 : 0;
 }
 
 /// Half of the loopback network, cut up by the process's number: tests that run beside each other never meet.
@@ -104,13 +104,15 @@ std::vector<FtpServerVariant> allFtpServers() {
 std::string RealFtpServer::whyNot(const FtpServerVariant& variant) {
   const std::string program = ftpServerProgram(variant.kind);
   if (!fs::exists(program)) return program + " is missing, run scripts/fetch-ftp-servers";
-  if (!isRoot()) return "the servers run their sessions under a user of their own, which only root can start";
+  if (!isRoot() && variant.kind == FtpServerKind::PureFtpd) return "pure-ftpd takes logins only where root starts it";
+  if (!isRoot() && !canBeOwnRoot()) return "the servers need root, or a user who may have user namespaces";
   if (variant.kind == FtpServerKind::PureFtpd && variant.tls == FtpTls::Implicit)
     return "pure-ftpd has no implicit TLS";
   return {};
 }
 
 bool RealFtpServer::canLimitDisk() {
+  if (!isRoot()) return false;
   const int child = ::fork();
   if (child == 0) ::_exit(::unshare(CLONE_NEWNS) == 0 ? 0 : 1);
   int status = 0;
@@ -211,6 +213,7 @@ void RealFtpServer::start() {
   process.arguments = std::move(command.arguments);
   process.environment = std::move(command.environment);
   process.outputFile = directory_ + "/output";
+  process.asOwnRoot = !isRoot();
   if (options_.diskBytes > 0) {
     process.limitedDirectory = directory_ + "/root";
     process.limitedBytes = options_.diskBytes;

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -90,6 +91,19 @@ bool mountLimited(const char* directory, const char* options) {
          ::mount("limited", directory, "tmpfs", 0, options) == 0;
 }
 
+bool writeText(const char* path, const char* text) {
+  const int file = ::open(path, O_WRONLY | O_CLOEXEC);
+  const bool isWritten = file >= 0 && ::write(file, text, std::strlen(text)) > 0;
+  ::close(file);
+  return isWritten;
+}
+
+/// Async-signal-safe. @param map  "0 USER 1"
+bool becomeOwnRoot(const char* userMap, const char* groupMap) {
+  return ::unshare(CLONE_NEWUSER) == 0 && writeText("/proc/self/setgroups", "deny") &&
+         writeText("/proc/self/uid_map", userMap) && writeText("/proc/self/gid_map", groupMap);
+}
+
 /// The keeper's whole life. Async-signal-safe, as the test may have threads. A session that left the group ends by
 /// itself, as its client is gone.
 [[noreturn]] void keep(int pipe, int group) {
@@ -105,6 +119,15 @@ bool mountLimited(const char* directory, const char* options) {
 
 }  // namespace
 
+bool canBeOwnRoot() {
+  const std::string users = "0 " + std::to_string(::geteuid()) + " 1";
+  const std::string groups = "0 " + std::to_string(::getegid()) + " 1";
+  const int child = ::fork();
+  if (child == 0) ::_exit(becomeOwnRoot(users.c_str(), groups.c_str()) ? 0 : 1);
+  int status = 0;
+  return child > 0 && ::waitpid(child, &status, 0) == child && status == 0;
+}
+
 void ServerProcess::start(const ServerProcessOptions& options) {
   kill();
   const std::vector<char*> arguments = pointersTo(options.arguments);
@@ -112,6 +135,8 @@ void ServerProcess::start(const ServerProcessOptions& options) {
   const std::string mountOptions = "size=" + std::to_string(options.limitedBytes) +
                                    ",mode=755,uid=" + std::to_string(options.limitedOwner) +
                                    ",gid=" + std::to_string(options.limitedOwner);
+  const std::string users = "0 " + std::to_string(::geteuid()) + " 1";
+  const std::string groups = "0 " + std::to_string(::getegid()) + " 1";
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe for a server");
 
@@ -124,6 +149,7 @@ void ServerProcess::start(const ServerProcessOptions& options) {
     ::dup2(null, 0);
     ::dup2(output, 1);
     ::dup2(output, 2);
+    if (options.asOwnRoot && !becomeOwnRoot(users.c_str(), groups.c_str())) ::_exit(125);
     if (!options.limitedDirectory.empty() && !mountLimited(options.limitedDirectory.c_str(), mountOptions.c_str())) {
       ::_exit(126);
     }

@@ -11,11 +11,16 @@ struct ServerProcessOptions {
   std::vector<std::string> arguments;    ///< the program's path first
   std::vector<std::string> environment;  ///< all of it
   std::string outputFile;                ///< what it prints is added here
+  /// For users who are not root: the program sees its user as root, alone in a world of users of its own.
+  bool asOwnRoot = false;
   /// A file system in memory that only the server and its sessions see at this place; empty for none. Needs root.
   std::string limitedDirectory;
   std::int64_t limitedBytes = 0;
   unsigned limitedOwner = 0;  ///< user and group of it
 };
+
+/// False where the system keeps such worlds from ordinary users.
+bool canBeOwnRoot();
 
 class ServerProcess {
  public:
