@@ -9,11 +9,11 @@
 //   server.kill();                                  // as if its machine had lost power
 //   server.restart();
 //
-// The login sees the root as "/" and cannot leave it. As root the server listens at port 21 or 990 and runs its sessions
-// as "nobody"; otherwise, in a user namespace, at 2121 or 9990 as the user of the test, and host() names the port. A
-// server that demands TLS (explicit or implicit) refuses plain logins and plain data, and vsftpd and proftpd demand that
-// data connections resume the control connection's session. The server ends with this object, and also when the test
-// crashes.
+// The login sees the root as "/" and cannot leave it. As root the server listens at port 21 or 990 and runs its
+// sessions as "nobody"; otherwise, in a user namespace, at 2121 or 9990 as the user of the test, and host() names the
+// port. A server that demands TLS (explicit or implicit) refuses plain logins and plain data, and vsftpd and proftpd
+// demand that data connections resume the control connection's session. The server ends with this object, and also when
+// the test crashes.
 #pragma once
 
 #include <cstdint>

@@ -37,7 +37,7 @@ int listenSomewhere(std::uint16_t& port) {
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t size = sizeof address;
-  ::bind(listener, reinterpret_cast<const sockaddr*>(&address), size);
+  static_cast<void>(::bind(listener, reinterpret_cast<const sockaddr*>(&address), size));
   ::listen(listener, 8);
   ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
   port = ntohs(address.sin_port);

@@ -105,8 +105,8 @@ CertificateFiles writeCertificates(const std::string& directory, const std::stri
   const Certificate certificate = makeCertificate(wanted, key.get(), selfSigned ? nullptr : authority.get(),
                                                   selfSigned ? key.get() : authorityKey.get());
 
-  const CertificateFiles files{directory + "/authority.pem", directory + "/certificate.pem", directory + "/key.pem",
-                               directory + "/both.pem"};
+  CertificateFiles files{directory + "/authority.pem", directory + "/certificate.pem", directory + "/key.pem",
+                         directory + "/both.pem"};
   writeFile(files.authority, pemOf(authority.get()));
   writeFile(files.certificate, pemOf(certificate.get()));
   writeFile(files.key, pemOf(key.get()));
