@@ -7,10 +7,6 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 target_include_directories(zephor_options INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
                                                     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  # g++ 12 sees overlaps in every "text" + std::string at -O3.
-  target_compile_options(zephor_options INTERFACE -Wno-restrict)
-endif()
 if(ZEPHOR_SANITIZE)
   add_compile_options(-fsanitize=${ZEPHOR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   # g++ 12 takes its own instrumentation for reads out of bounds and of what was never set.
