@@ -142,6 +142,10 @@ RemoteStatus RemoteFtp::readFilePart(RemoteRetryContext& context, const std::wst
               hostName);
       restFailed_ = true;
       supportsRest_ = false;
+      // It may hold the offset all the same, and would begin there.
+      if (!used->Quote(L"REST 0") && !used->get_IsConnected()) {
+        return failed(context, failure::kReadFilePart, placeOf(remoteName));
+      }
       return readFilePart(context, remoteName, offset, size, data, receivedOffset, receivedSize);
     }
   } else {

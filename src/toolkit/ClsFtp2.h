@@ -62,7 +62,8 @@ class ClsFtp2 {
   /// A name as it is sent. Empty, and noted, when it can't be.
   std::optional<std::string> sendable(const std::wstring& name);
   bool simple(const char* verb, const std::wstring& name);
-  bool retrieve(const std::wstring& remote, FtpSink& sink);
+  /// @param mayBePart  it begins at the offset that was set; otherwise that is taken back
+  bool retrieve(const std::wstring& remote, FtpSink& sink, bool mayBePart);
   bool store(const std::wstring& remote, FtpSource& source);
   void noteRefusedTransfer(int code);
 

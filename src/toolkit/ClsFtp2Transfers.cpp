@@ -13,16 +13,16 @@ void ClsFtp2::noteRefusedTransfer(int code) {
   if (code == 550 || code == 553) session_.directory().forgetServer();
 }
 
-bool ClsFtp2::retrieve(const std::wstring& remote, FtpSink& sink) {
+bool ClsFtp2::retrieve(const std::wstring& remote, FtpSink& sink, bool mayBePart) {
   lastBytes_ = 0;
   const std::optional<std::string> name = sendable(remote);
-  if (!name || !session_.prepare()) return false;
+  if (!name || !session_.prepare() || (!mayBePart && !session_.cancelRestart())) return false;
   const std::optional<std::uint64_t> offset = session_.takeRestart();
   if (!offset) return false;
   CkFtp2ProgressW* const receiver = loop_.receiver();
   if (receiver != nullptr) receiver->onBeginDownload(remote.c_str());
   FtpTransfer transfer(session_);
-  if (*offset > 0) transfer.setPartial();
+  transfer.setOffset(*offset);
   const bool isRetrieved = transfer.retrieve("RETR " + *name, sink);
   lastBytes_ = transfer.bytes();
   if (isRetrieved) {
@@ -54,12 +54,12 @@ bool ClsFtp2::store(const std::wstring& remote, FtpSource& source) {
 
 bool ClsFtp2::getFile(const std::wstring& remote, const std::wstring& local) {
   FtpFileSink sink(local, buffer_);
-  return retrieve(remote, sink);
+  return retrieve(remote, sink, false);
 }
 
 bool ClsFtp2::getData(const std::wstring& remote, CkByteData& out) {
   FtpMemorySink sink(out, buffer_);
-  return retrieve(remote, sink);
+  return retrieve(remote, sink, true);
 }
 
 bool ClsFtp2::putFile(const std::wstring& local, const std::wstring& remote) {

@@ -33,7 +33,7 @@ class FtpControl {
   bool isOpen() const { return socket_.has_value() && socket_->isOpen(); }
   void close();
 
-  /// Idle time while a reply is waited for, in seconds; 0 for no limit.
+  /// Idle time while a reply is waited for, in seconds.
   void setTimeout(std::int32_t seconds) { timeoutSeconds_ = seconds; }
   std::int32_t timeout() const { return timeoutSeconds_; }
 
@@ -52,6 +52,8 @@ class FtpControl {
   /// The same for at most a time, in milliseconds; when that passes the connection stays open.
   std::optional<FtpReply> replyWithin(std::int64_t milliseconds);
   FtpFailure failure() const { return failure_; }
+  /// Bytes were received that no reply has used yet.
+  bool hasUnread() const { return !parser_.isEmpty(); }
   /// Closes and notes why.
   void fail(FtpFailure failure, std::string_view text);
 

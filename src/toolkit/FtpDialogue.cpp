@@ -13,6 +13,10 @@ constexpr std::size_t kMostText = std::size_t{64} * 1024;
 
 void FtpDialogue::begin() {
   text_.clear();
+  forgetReply();
+}
+
+void FtpDialogue::forgetReply() {
   lastText_.clear();
   lastCode_ = 0;
 }

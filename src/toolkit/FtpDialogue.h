@@ -15,6 +15,8 @@ class FtpDialogue {
 
   /// A new operation: what stood here is forgotten.
   void begin();
+  /// The replies that came are no answer any more; the text stays.
+  void forgetReply();
   /// @param line  as it may be shown: without secrets and without its end
   void command(std::string_view line);
   void reply(const FtpReply& reply);

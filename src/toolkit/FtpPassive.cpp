@@ -9,6 +9,7 @@ namespace {
 constexpr std::chrono::seconds kLongestAhead{10};
 constexpr int kPassive = 227;
 constexpr int kExtendedPassive = 229;
+constexpr int kFirstRefusal = 400;
 }  // namespace
 
 void FtpPassive::begin(std::optional<bool> useEpsv, bool isV6) {
@@ -24,10 +25,15 @@ void FtpPassive::noteSentAhead() {
   askedAt_ = FtpLoop::Clock::now();
 }
 
-void FtpPassive::takeAwaited(const FtpReply& reply) {
+bool FtpPassive::isAnswer(const FtpReply& reply) {
+  return reply.code == kPassive || reply.code == kExtendedPassive || reply.code >= kFirstRefusal;
+}
+
+bool FtpPassive::takeAwaited(const FtpReply& reply) {
   isAwaited_ = false;
   ready_ = read(reply);
   if (ready_) ready_->isSentAhead = true;
+  return isAnswer(reply);
 }
 
 std::optional<FtpDataPort> FtpPassive::takeReady() {

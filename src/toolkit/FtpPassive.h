@@ -26,12 +26,15 @@ class FtpPassive {
   /// The question went out ahead of need; its reply stands before all others.
   void noteSentAhead();
   bool isAwaited() const { return isAwaited_; }
-  void takeAwaited(const FtpReply& reply);
+  /// @return false for a reply to something else
+  bool takeAwaited(const FtpReply& reply);
   /// The port asked for ahead, once, unless it is so old that the server may have closed it.
   std::optional<FtpDataPort> takeReady();
   void forget() { ready_.reset(); }
   bool isReady() const { return ready_.has_value(); }
 
+  /// False for a reply that no server gives to the question: replies are out of step.
+  static bool isAnswer(const FtpReply& reply);
   std::optional<FtpDataPort> read(const FtpReply& reply);
   /// After a refusal. @return true when there is another command to try
   bool fallBack(const FtpReply& refusal);

@@ -12,12 +12,12 @@ namespace {
 constexpr int kPathName = 257;
 // Replies that may stand between an abandoned transfer and the answer to PWD: its 150, its 226 or 426, one of ABOR.
 constexpr int kMostStrayReplies = 6;
-// A server that has died is not waited for at the end.
-constexpr std::int64_t kFarewellMilliseconds = 1000;
 // How long a server may keep silent about an abandoned transfer, beside some round trips; and how many times that it
 // may take to answer PWD before a new session is the better way.
 constexpr std::int64_t kPatienceMilliseconds = 300;
 constexpr std::int64_t kLongestStep = 10;
+// For a QUIT that the server does not even take.
+constexpr std::int32_t kFarewellSeconds = 1;
 }  // namespace
 
 FtpSession::FtpSession(const FtpSettings& settings, FtpLoop& loop, FtpDialogue& dialogue)
@@ -25,9 +25,10 @@ FtpSession::FtpSession(const FtpSettings& settings, FtpLoop& loop, FtpDialogue& 
 
 void FtpSession::disconnect() {
   // A server that has not ended an abandoned transfer yet might wait for its end before it answers.
+  control_.setTimeout(kFarewellSeconds);
   if (control_.isOpen() && !isOutOfStep_ && control_.send("QUIT")) {
-    if (passive_.isAwaited()) control_.replyWithin(kFarewellMilliseconds);
-    control_.replyWithin(kFarewellMilliseconds);
+    if (passive_.isAwaited()) control_.replyWithin(patience());
+    control_.replyWithin(patience());
   }
   control_.close();
 }
@@ -36,7 +37,7 @@ bool FtpSession::isConnected() {
   if (!control_.isOpen()) return false;
   while (const std::optional<FtpReply> reply = control_.tryReply()) {
     if (passive_.isAwaited()) {
-      passive_.takeAwaited(*reply);
+      takeAwaited(*reply);
     } else if (isOutOfStep_) {
       countOwed(*reply);
     } else {
@@ -47,11 +48,15 @@ bool FtpSession::isConnected() {
   return control_.isOpen();
 }
 
+void FtpSession::takeAwaited(const FtpReply& reply) {
+  if (!passive_.takeAwaited(reply)) control_.fail(FtpFailure::Lost, "Error: the server's replies are out of step");
+}
+
 std::optional<FtpReply> FtpSession::reply() {
   if (passive_.isAwaited()) {
     const std::optional<FtpReply> ahead = control_.reply();
     if (!ahead) return std::nullopt;
-    passive_.takeAwaited(*ahead);
+    takeAwaited(*ahead);
   }
   return control_.reply();
 }
@@ -59,7 +64,7 @@ std::optional<FtpReply> FtpSession::reply() {
 std::optional<FtpReply> FtpSession::replyAtHand() {
   std::optional<FtpReply> reply = control_.tryReply();
   if (!reply || !passive_.isAwaited()) return reply;
-  passive_.takeAwaited(*reply);
+  takeAwaited(*reply);
   return control_.tryReply();
 }
 
@@ -95,15 +100,16 @@ bool FtpSession::prepare() {
 
 bool FtpSession::changeDirectory(const std::string& path) {
   const std::string target = absolutePath(directory_.wanted(), path);
-  if (control_.isOpen() && directory_.isKnown(target)) {
+  if (!isConnected()) {
+    control_.fail(FtpFailure::NotConnected, "Error: there is no connection to the server");
+    return false;
+  }
+  if (directory_.isKnown(target)) {
     directory_.want(target);
     return true;
   }
   // A relative path is sent as it stands only where nobody knows what it is relative to.
-  if (!control_.isOpen() || isOutOfStep_) {
-    directory_.want(directory_.server());
-    if (!prepare()) return false;
-  }
+  if (isOutOfStep_ && !resynchronise()) return false;
   const std::optional<FtpReply> answer = exchange("CWD " + target);
   if (!answer || !answer->isSuccess()) return false;
   if (!target.empty() && target.front() == '/') {
@@ -126,6 +132,7 @@ bool FtpSession::changeDirectory(const std::string& path) {
 const FtpFeatures& FtpSession::features() {
   if (!areFeaturesAsked_) {
     if (const std::optional<FtpReply> answer = exchange("FEAT")) takeFeatures(*answer);
+    if (features_.utf8) exchange("OPTS UTF8 ON");
   }
   return features_;
 }
@@ -157,13 +164,17 @@ std::optional<FtpDataPort> FtpSession::dataPort() {
   if (passive_.isAwaited()) {
     const std::optional<FtpReply> ahead = control_.reply();
     if (!ahead) return std::nullopt;
-    passive_.takeAwaited(*ahead);
+    takeAwaited(*ahead);
   }
   if (std::optional<FtpDataPort> ready = passive_.takeReady()) return ready;
   for (;;) {
     const std::optional<FtpReply> answer = exchange(passive_.command());
     if (!answer) return std::nullopt;
     if (std::optional<FtpDataPort> port = passive_.read(*answer)) return port;
+    if (!FtpPassive::isAnswer(*answer)) {
+      control_.fail(FtpFailure::Lost, "Error: the server's replies are out of step");
+      return std::nullopt;
+    }
     if (!passive_.fallBack(*answer)) {
       dialogue_.note("Error: the server offers no data connection");
       return std::nullopt;
@@ -174,6 +185,8 @@ std::optional<FtpDataPort> FtpSession::dataPort() {
 void FtpSession::noteTransferDone() {
   ++transfersInRow_;
   if (transfersInRow_ < 2 || passive_.isAwaited() || passive_.isReady()) return;
+  // A second last word of the transfer must not be taken for the port.
+  if (!isConnected()) return;
   if (control_.send(passive_.command())) passive_.noteSentAhead();
 }
 
@@ -203,20 +216,23 @@ bool FtpSession::cancelRestart() {
   return !isHeld || exchange("REST 0").has_value();
 }
 
+std::int64_t FtpSession::patience() const {
+  return kPatienceMilliseconds + 8 * roundTrip_ / 1000;
+}
+
 bool FtpSession::isInStepAgain() {
   // One reply of whatever code ends the abandoned transfer: 426, 226, or with pure-ftpd a second 150. PWD goes out only
   // then, since a server may swallow what arrives before; its 257 can't be taken for a reply of the transfer. pure-ftpd
   // says nothing at all after some transfers over TLS: silence ends the wait as well.
-  const std::int64_t patience = kPatienceMilliseconds + 8 * roundTrip_ / 1000;
   while (repliesOwed_ > 0) {
-    const std::optional<FtpReply> owed = control_.replyWithin(patience);
+    const std::optional<FtpReply> owed = control_.replyWithin(patience());
     if (!owed) break;
     countOwed(*owed);
   }
   repliesOwed_ = 0;
   if (!control_.isOpen() || !control_.send("PWD")) return false;
   for (int i = 0; i < kMostStrayReplies; ++i) {
-    const std::optional<FtpReply> answer = control_.replyWithin(kLongestStep * patience);
+    const std::optional<FtpReply> answer = control_.replyWithin(kLongestStep * patience());
     if (!answer || !control_.isOpen()) return false;
     if (answer->code == kPathName) {
       isOutOfStep_ = false;
@@ -229,8 +245,13 @@ bool FtpSession::isInStepAgain() {
 bool FtpSession::resynchronise() {
   if (isInStepAgain()) return true;
   if (control_.failure() == FtpFailure::Aborted) return false;
-  dialogue_.note("The session did not outlive the end of a transfer; connecting anew");
   const std::string wanted = directory_.wanted();
+  if (wanted.empty()) {
+    // A new session would begin elsewhere, and nobody could tell.
+    control_.fail(FtpFailure::Lost, "Error: the session did not outlive the end of a transfer");
+    return false;
+  }
+  dialogue_.note("The session did not outlive the end of a transfer; connecting anew");
   if (!open()) return false;
   directory_.want(wanted);
   return true;

@@ -96,7 +96,10 @@ class FtpSession {
   bool settle();
   bool resynchronise();
   bool isInStepAgain();
+  /// Milliseconds to wait for a reply that may never come.
+  std::int64_t patience() const;
   void countOwed(const FtpReply& reply);
+  void takeAwaited(const FtpReply& reply);
   bool refuse(ConnectFailReason reason, std::string_view text);
   bool refuseLost(ConnectFailReason ifLost);
   std::int32_t setupTimeout() const;

@@ -1,4 +1,6 @@
 // The beginning of a session: address, connection, greeting, TLS (RFC 4217), login, what the server can.
+#include <algorithm>
+
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "toolkit/FtpAddress.h"
@@ -32,8 +34,8 @@ bool FtpSession::refuseLost(ConnectFailReason ifLost) {
 }
 
 std::int32_t FtpSession::setupTimeout() const {
-  // A silent server must not hold up a connect without end.
-  return settings_.readTimeoutSeconds > 0 ? settings_.readTimeoutSeconds : settings_.connectTimeoutSeconds;
+  // Until the login is done every silence is one of the connect.
+  return std::min(settings_.connectLimit(), settings_.readLimit());
 }
 
 bool FtpSession::connect() {
@@ -43,6 +45,9 @@ bool FtpSession::connect() {
 
 bool FtpSession::open() {
   control_.close();
+  // The new session begins where the server likes, and no reply of the old one is its own.
+  directory_.forgetServer();
+  dialogue_.forgetReply();
   tls_.reset();
   tlsSession_ = {};
   facts_ = {};
@@ -64,12 +69,12 @@ bool FtpSession::open() {
   if (!greet()) return false;
   if (settings_.authTls && !settings_.implicitTls && !authTls(host->name)) return false;
   if (!login()) return false;
-  control_.setTimeout(settings_.readTimeoutSeconds);
+  control_.setTimeout(settings_.readLimit());
   return true;
 }
 
 bool FtpSession::openSocket(const std::string& host, std::uint16_t port) {
-  const auto resolved = resolveHost(loop_, host, FtpLoop::deadlineIn(settings_.connectTimeoutSeconds));
+  const auto resolved = resolveHost(loop_, host, FtpLoop::deadlineIn(settings_.connectLimit()));
   if (resolved.waited == FtpWaited::Aborted) return refuse(eConnect_Cancelled, "Error: aborted");
   if (resolved.waited == FtpWaited::TimedOut) {
     return refuse(eConnect_ResolveTimedOut, "Error: the name of the host was not resolved in time: " + host);
@@ -77,12 +82,12 @@ bool FtpSession::openSocket(const std::string& host, std::uint16_t port) {
   if (resolved.addresses.empty()) {
     return refuse(eConnect_NotResolved, "Error: unknown host " + host + ": " + resolved.error);
   }
-  const auto end = FtpLoop::deadlineIn(settings_.connectTimeoutSeconds);
+  const auto end = FtpLoop::deadlineIn(settings_.connectLimit());
   std::size_t left = resolved.addresses.size();
   for (const std::string& address : resolved.addresses) {
     // An address that does not answer leaves its share of the budget to the others.
     const auto now = FtpLoop::Clock::now();
-    const auto deadline = end == FtpLoop::kNoDeadline ? end : now + (end - now) / static_cast<int>(left--);
+    const auto deadline = now + (end - now) / static_cast<int>(left--);
     if (connectTo({address, port}, deadline)) return true;
     if (reason_ == eConnect_Cancelled) return false;
   }
@@ -120,6 +125,9 @@ bool FtpSession::authTls(const std::string& host) {
   if (!answer) return refuseLost(eConnect_TlsNotStarted);
   if (answer->code == kNotAvailable) return refuse(eConnect_Busy, "Error: the server is not available");
   if (!answer->isSuccess()) return refuse(eConnect_TlsRefused, "Error: the server refuses TLS");
+  // What came before TLS could be anybody's and would count as said under TLS.
+  if (control_.hasUnread())
+    return refuse(eConnect_TlsNotStarted, "Error: there is plain text behind the reply to AUTH");
   return secure(host);
 }
 
@@ -140,7 +148,7 @@ bool FtpSession::secure(const std::string& host) {
 
 bool FtpSession::handshake() {
   FtpSocket& socket = control_.socket();
-  const auto deadline = FtpLoop::deadlineIn(settings_.connectTimeoutSeconds);
+  const auto deadline = FtpLoop::deadlineIn(settings_.connectLimit());
   for (;;) {
     const FtpIo status = socket.handshake();
     if (status == FtpIo::Done) break;

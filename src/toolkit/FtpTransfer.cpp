@@ -15,6 +15,12 @@ namespace {
 
 // How long a server may take to refuse a transfer whose data connection it has closed itself.
 constexpr std::chrono::seconds kRefusal{5};
+constexpr int kRestartPending = 350;
+
+/// The two that end a transfer well. Any other success is the answer to another command.
+bool isEndOfTransfer(int code) {
+  return code == 226 || code == 250;
+}
 
 /// "150 Opening BINARY mode data connection for a (1234 bytes)."
 std::optional<std::int64_t> announcedSize(std::string_view text) {
@@ -32,10 +38,11 @@ std::optional<std::int64_t> announcedSize(std::string_view text) {
 FtpTransfer::FtpTransfer(FtpSession& session) : session_(session) {}
 
 FtpLoop::Clock::time_point FtpTransfer::idleDeadline() const {
-  return FtpLoop::deadlineIn(session_.settings().readTimeoutSeconds);
+  return FtpLoop::deadlineIn(session_.settings().readLimit());
 }
 
 bool FtpTransfer::retrieve(const std::string& command, FtpSink& sink) {
+  isRetrieve_ = true;
   const bool isReceived = begin(command) && receive(sink) && awaitFinal(false);
   const bool isKept = sink.finish(isReceived && !isRefused());
   if (!isReceived) return false;
@@ -50,7 +57,7 @@ bool FtpTransfer::store(const std::string& command, FtpSource& source) {
 bool FtpTransfer::begin(const std::string& command) {
   for (bool mayRepeat = true;; mayRepeat = false) {
     const std::optional<FtpDataPort> port = session_.dataPort();
-    if (!port) return false;
+    if (!port || (!mayRepeat && !repeatOffset())) return false;
     Step step = connectData(*port, command);
     if (step == Step::Done && session_.tls() != nullptr) step = secureData();
     if (step == Step::Done) break;
@@ -60,6 +67,12 @@ bool FtpTransfer::begin(const std::string& command) {
   }
   begun_ = FtpLoop::Clock::now();
   return true;
+}
+
+bool FtpTransfer::repeatOffset() {
+  if (offset_ == 0) return true;
+  const std::optional<FtpReply> answer = session_.exchange("REST " + std::to_string(offset_));
+  return answer && answer->code == kRestartPending;
 }
 
 FtpTransfer::Step FtpTransfer::connectData(const FtpDataPort& port, const std::string& command) {
@@ -73,7 +86,7 @@ FtpTransfer::Step FtpTransfer::connectData(const FtpDataPort& port, const std::s
     return Step::Failed;
   }
   if (!session_.control().send(command)) return Step::Failed;
-  const auto deadline = FtpLoop::deadlineIn(session_.settings().connectTimeoutSeconds);
+  const auto deadline = FtpLoop::deadlineIn(session_.settings().connectLimit());
   for (;;) {
     if (!takeReplies()) return Step::Failed;
     // The server gave the port up: it may do so when the question was asked long ago. A refusal counts before a
@@ -109,7 +122,7 @@ FtpTransfer::Step FtpTransfer::secureData() {
     abandon("Error: " + data.error());
     return Step::Failed;
   }
-  const auto deadline = FtpLoop::deadlineIn(session_.settings().connectTimeoutSeconds);
+  const auto deadline = FtpLoop::deadlineIn(session_.settings().connectLimit());
   for (;;) {
     const FtpIo status = data.handshake();
     if (status == FtpIo::Done) return Step::Done;
@@ -222,8 +235,8 @@ bool FtpTransfer::awaitFinal(bool drain) {
 
 bool FtpTransfer::isWhole() {
   if (isRefused() || isBroken_) return false;
-  if (announced_ && !isPartial_ && bytes_ < *announced_) {
-    session_.dialogue().note("Error: " + std::to_string(bytes_) + " bytes arrived of the " +
+  if (announced_ && offset_ == 0 && bytes() < *announced_) {
+    session_.dialogue().note("Error: " + std::to_string(bytes()) + " bytes arrived of the " +
                              std::to_string(*announced_) + " that the server announced");
     return false;
   }
@@ -250,8 +263,11 @@ bool FtpTransfer::takeReplies() {
     std::optional<FtpReply> reply = control.tryReply();
     if (!reply) break;
     if (reply->isPreliminary()) {
-      announced_ = announcedSize(reply->text);
+      // The name of an uploaded file may look like a size.
+      if (isRetrieve_) announced_ = announcedSize(reply->text);
       isBegun_ = true;
+    } else if (reply->isSuccess() && !(isBegun_ && isEndOfTransfer(reply->code))) {
+      control.fail(FtpFailure::Lost, "Error: the server's replies are out of step");
     } else {
       final_ = std::move(reply);
     }

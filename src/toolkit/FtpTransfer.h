@@ -31,8 +31,8 @@ class FtpTransfer {
   std::int64_t bytes() const { return bytes_; }
   /// The server's last reply to the transfer; 0 when none came.
   int finalCode() const { return final_ ? final_->code : 0; }
-  /// The whole may be longer than what arrives: the size that the server tells is not looked at.
-  void setPartial() { isPartial_ = true; }
+  /// REST was accepted for this retrieve. The size that the server tells may be that of the whole file.
+  void setOffset(std::uint64_t offset) { offset_ = offset; }
 
  private:
   enum class Step : std::uint8_t { Done, Refused, Stale, Failed };
@@ -48,6 +48,8 @@ class FtpTransfer {
   bool isWhole();
   /// Waits for the data connection or the server's word. @return false when the transfer is over, noted
   bool watch(FtpInterest interest, FtpLoop::Clock::time_point deadline);
+  /// The server has forgotten the offset with the command that it refused. @return false when it is not taken again
+  bool repeatOffset();
   bool takeReplies();
   bool isRefused() const { return final_ && !final_->isSuccess(); }
   bool tellProgress();
@@ -59,9 +61,9 @@ class FtpTransfer {
   std::optional<FtpSocket> data_;
   std::optional<FtpReply> final_;
   std::optional<std::int64_t> announced_;
-  FtpLoop::Clock::time_point begun_{};
-  std::int64_t bytes_ = 0;
-  bool isPartial_ = false;
+  TransferMeter meter_;
+  std::uint64_t offset_ = 0;
+  bool isRetrieve_ = false;
   bool isBegun_ = false;  // the server said so
   bool isTruncated_ = false;
   bool isBroken_ = false;

@@ -136,10 +136,11 @@ class FakeRemoteClient final : public Quorvel::FileAccess::IRemoteClient {
     return act("Feat");
   }
   bool Quote(const wchar_t* command) override {
-    if (!act("Quote", command)) return false;
+    const bool ok = act("Quote", command);
+    if (ok || doneAnyway_) rest_ = std::stoul(std::wstring(command).substr(5));
+    if (!ok) return false;
     code_ = 350;
     replyText_ = std::wstring(L"350 Restarting at ") + std::wstring(command).substr(5);
-    rest_ = std::stoul(std::wstring(command).substr(5));
     return false;
   }
   bool ChangeRemoteDir(const wchar_t* path) override { return act("ChangeRemoteDir", path); }

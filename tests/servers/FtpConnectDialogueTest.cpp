@@ -53,6 +53,8 @@ TEST_F(ConnectDialogueTest, AsksNothingItWasToldNotToAsk) {
   EXPECT_TRUE(get(L"a.txt", bytes));
   EXPECT_THAT(server.commands(), Contains("PASV"));
   EXPECT_THAT(server.commands(), Not(Contains("EPSV")));
+  EXPECT_TRUE(client.facts().utf8);
+  EXPECT_THAT(server.commands(), Contains("OPTS UTF8 ON"));
 }
 
 struct Refusal {
@@ -72,7 +74,7 @@ TEST_P(RefusedConnectTest, HasItsReasonAndLeavesTheClientUsable) {
   GetParam().script(server);
   client.put_AuthTls(GetParam().tls);
   client.put_ConnectTimeout(1);
-  client.put_ReadTimeout(1);
+  client.put_ReadTimeout(3600);  // the shorter one counts until the login is done
   EXPECT_FALSE(client.Connect());
   EXPECT_EQ(client.get_ConnectFailReason(), GetParam().reason) << errorText();
   EXPECT_FALSE(client.get_IsConnected());
@@ -114,6 +116,7 @@ TEST_F(ConnectDialogueTest, TakesNothingFromBeforeTlsForAnAnswerUnderTls) {
   client.put_AuthTls(true);
   client.put_ConnectTimeout(1);
   EXPECT_FALSE(client.Connect());
+  EXPECT_EQ(client.get_ConnectFailReason(), eConnect_TlsNotStarted);
   EXPECT_EQ(server.commands(), Commands{"AUTH TLS"});
 }
 

@@ -199,6 +199,68 @@ TEST_F(TransferDialogueTest, BeginWhereRestSaysAndOnlyOnce) {
   EXPECT_EQ(bytes, "twelve walls");
 }
 
+// In a run the next port is asked for ahead; a second last word must not be taken for it, nor for a success.
+TEST_F(TransferDialogueTest, DoNotTakeASecondLastWordForAnotherReply) {
+  for (const int pause : {0, 50}) {
+    for (const char* const stray : {"226 stray", "426 stray"}) {
+      ScriptedFtpServer one;
+      one.onNth("STOR", 2).reply("150 go").receiveData().closeData().reply("226 ok").pause(pause).reply(stray);
+      one.onNth("STOR", 3).reply("553 no");
+      client.put_Hostname(one.host().c_str());
+      ASSERT_TRUE(client.Connect());
+      EXPECT_TRUE(put(L"a", "1") && put(L"b", "2"));
+      EXPECT_FALSE(put(L"c", "3")) << stray << " after " << pause << "\n" << errorText();
+      connectIfDead();
+      put(L"d", "4");
+      connectIfDead();
+      EXPECT_TRUE(put(L"e", "5")) << errorText();
+      EXPECT_EQ(one.file("/e"), "5");
+    }
+  }
+}
+
+TEST_F(TransferDialogueTest, KeepTheirOffsetWhenThePortAskedForAheadIsStale) {
+  connect();
+  ASSERT_TRUE(client.ChangeRemoteDir(L"/plans"));
+  server.onNth("EPSV", 3).reply("229 ok (|||{closed}|)");
+  std::string bytes;
+  EXPECT_TRUE(get(L"a.txt", bytes) && get(L"a.txt", bytes));
+  client.Quote(L"REST 7");
+  EXPECT_TRUE(get(L"a.txt", bytes)) << errorText();
+  EXPECT_EQ(bytes, "walls");
+}
+
+TEST_F(TransferDialogueTest, DoNotLetARestReachAWholeFile) {
+  const TemporaryDirectory directory;
+  connect();
+  client.Quote(L"REST 7");
+  EXPECT_TRUE(client.GetFile(L"/plans/a.txt", (directory.libraryPath() + L"\\a.txt").c_str())) << errorText();
+  EXPECT_EQ(contentOf(directory.path("a.txt")), "twelve walls");
+}
+
+TEST_F(TransferDialogueTest, TakeNoNameOfAnUploadForItsSize) {
+  server.once("STOR").reply("150 Opening x (99 bytes)").receiveData().closeData().reply("226 ok");
+  connect();
+  EXPECT_TRUE(put(L"x (99 bytes)", "1")) << errorText();
+}
+
+// What stood in memory was the old session's directory.
+TEST_F(TransferDialogueTest, GoBackToTheDirectoryAfterASilentReconnect) {
+  server.addFile("/plans/large.bin", std::string(8'000'000, 'L'));
+  connect();
+  ASSERT_TRUE(client.ChangeRemoteDir(L"/plans"));
+  server.once("RETR").reply("150 go").sendData(std::string(200'000, 'L')).closeData().pause(50).reset();
+  AbortingReceiver receiver(100'000);
+  client.setEventCallback(&receiver);
+  std::string bytes;
+  EXPECT_FALSE(get(L"large.bin", bytes));
+  client.setEventCallback(nullptr);
+  server.on("PWD").reply("500 what");
+  usleep(20'000);
+  EXPECT_EQ(client.GetSizeByName64(L"b.txt"), 6) << errorText();
+  EXPECT_EQ(server.connections(), 2);
+}
+
 TEST_F(TransferDialogueTest, DoNotLetARestReachAListingOrAnUpload) {
   connect();
   ASSERT_TRUE(client.ChangeRemoteDir(L"/plans"));
