@@ -166,17 +166,28 @@ void ClsFtp2::setPattern(std::wstring pattern) {
   pattern_ = std::move(pattern);
 }
 
+bool ClsFtp2::readListing(const std::optional<std::string>& name) {
+  FtpCurrentDirectory& directory = session_.directory();
+  const bool isFromMemory = !directory.wanted().empty() && !directory.isChangeNeeded();
+  const auto read = [&] { return name ? lister_.find(*name, entries_) : lister_.list(pattern_, entries_); };
+  if (!session_.prepare() || !read()) return false;
+  if (!isFromMemory || !lister_.isDirectoryDoubtful()) return true;
+  // Somebody may have deleted the directory under the session: servers then list nothing, and call that a success.
+  directory.forgetServer();
+  return session_.prepare() && read();
+}
+
 std::int32_t ClsFtp2::countEntries() {
   if (!isListed_) {
     entries_.clear();
     const bool isOne = !pattern_.empty() && pattern_.find_first_of(L"*?") == std::wstring::npos;
     const std::optional<std::string> name = isOne ? sendable(pattern_) : std::nullopt;
     if (isOne && !name) return -1;
-    if (!begin()) return -1;
+    dialogue_.begin();
     CkFtp2ProgressW* const receiver = loop_.receiver();
     const std::wstring where = receiver != nullptr ? nameOf(session_.directory().wanted()) : std::wstring();
     if (receiver != nullptr) receiver->onBeginListing(where.c_str());
-    isListed_ = isOne ? lister_.find(*name, entries_) : lister_.list(pattern_, entries_);
+    isListed_ = readListing(name);
     if (!isListed_ || entries_.size() > std::size_t{std::numeric_limits<std::int32_t>::max()}) {
       forgetListing();
       entries_.clear();

@@ -61,6 +61,7 @@ class ClsFtp2 {
   bool begin();
   /// A name as it is sent. Empty, and noted, when it can't be.
   std::optional<std::string> sendable(const std::wstring& name);
+  bool readListing(const std::optional<std::string>& name);
   bool simple(const char* verb, const std::wstring& name);
   /// @param mayBePart  it begins at the offset that was set; otherwise that is taken back
   bool retrieve(const std::wstring& remote, FtpSink& sink, bool mayBePart);

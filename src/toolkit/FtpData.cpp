@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
+#include <stdexcept>
 
 #include "platform/Messages.h"
 #include "platform/Text.h"
@@ -13,6 +15,8 @@ namespace {
 
 constexpr std::size_t kFileBufferBytes = std::size_t{256} * 1024;
 constexpr std::size_t kLineBufferBytes = std::size_t{64} * 1024;
+// More than any directory's listing has; a server that never ends one is not listened to for ever.
+constexpr std::uint64_t kMostListingBytes = std::uint64_t{4} << 30U;
 
 std::string systemText(DWORD code) {
   wchar_t text[512] = L"";
@@ -70,8 +74,15 @@ FtpSpace FtpMemorySink::space() {
 }
 
 bool FtpMemorySink::filled(std::size_t bytes) {
-  out_.append(buffer_.data(), bytes);
-  return true;
+  try {
+    out_.append(buffer_.data(), bytes);
+    return true;
+  } catch (const std::bad_alloc&) {
+    error_ = "there is not enough memory for the file";
+  } catch (const std::length_error&) {
+    error_ = "the file is larger than memory can be";
+  }
+  return false;
 }
 
 FtpLineSink::FtpLineSink(std::function<void(std::string_view)> onLine)
@@ -96,17 +107,20 @@ bool FtpLineSink::filled(std::size_t bytes) {
   }
   used_ = all.size() - begin;
   std::memmove(buffer_.data(), buffer_.data() + begin, used_);
-  return true;
+  taken_ += bytes;
+  if (taken_ > kMostListingBytes) refuse("the listing does not end");
+  return error_.empty();
 }
 
 bool FtpLineSink::finish(bool /*isReceived*/) {
   if (used_ > 0) take({buffer_.data(), used_});
   used_ = 0;
-  return true;
+  return error_.empty();
 }
 
 void FtpLineSink::take(std::string_view line) {
   while (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  if (isLineTooLong_) ++dropped_;
   if (!line.empty() && !isLineTooLong_) onLine_(line);
   isLineTooLong_ = false;
 }

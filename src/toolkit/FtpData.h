@@ -73,10 +73,12 @@ class FtpMemorySink final : public FtpSink {
   FtpMemorySink(CkByteData& out, std::vector<char>& buffer);
   FtpSpace space() override;
   bool filled(std::size_t bytes) override;
+  std::string error() const override { return error_; }
 
  private:
   CkByteData& out_;
   std::vector<char>& buffer_;
+  std::string error_;
 };
 
 /// Calls back for each line, without its end. A line longer than any path can be is left out.
@@ -86,6 +88,11 @@ class FtpLineSink final : public FtpSink {
   FtpSpace space() override;
   bool filled(std::size_t bytes) override;
   bool finish(bool isReceived) override;
+  std::string error() const override { return error_; }
+  /// For `onLine`: no more is wanted, and the transfer fails.
+  void refuse(std::string why) { error_ = std::move(why); }
+  /// Lines left out.
+  std::size_t dropped() const { return dropped_; }
 
  private:
   void take(std::string_view line);
@@ -93,7 +100,10 @@ class FtpLineSink final : public FtpSink {
   std::function<void(std::string_view)> onLine_;
   std::vector<char> buffer_;
   std::size_t used_ = 0;
+  std::uint64_t taken_ = 0;
+  std::size_t dropped_ = 0;
   bool isLineTooLong_ = false;
+  std::string error_;
 };
 
 class FtpFileSource final : public FtpSource {

@@ -8,16 +8,15 @@
 namespace Quorvel::FileAccess {
 
 namespace {
-constexpr std::size_t kBlockBytes = std::size_t{1} << 18U;
 constexpr std::size_t kLongestName = 0xFFFF;
-constexpr std::size_t kMostBlocks = 0xFFFF;
 }  // namespace
 
-void FtpEntryList::add(const FtpEntry& entry) {
+bool FtpEntryList::add(const FtpEntry& entry) {
   const std::size_t length = entry.name.size();
-  if (length > kLongestName) return;
+  if (length > kLongestName) return true;  // longer than any path: no name
+  if (items_.size() == kMostEntries) return false;
   if (blocks_.empty() || usedInLast_ + length > kBlockBytes) {
-    if (blocks_.size() == kMostBlocks) return;
+    if (blocks_.size() == mostBlocks_) return false;
     blocks_.push_back(std::unique_ptr<char[]>(new char[kBlockBytes]));
     usedInLast_ = 0;
   }
@@ -31,6 +30,7 @@ void FtpEntryList::add(const FtpEntry& entry) {
   usedInLast_ += length;
   items_.push_back(item);
   setTime(items_.size() - 1, entry.time);
+  return true;
 }
 
 void FtpEntryList::clear() {

@@ -17,7 +17,14 @@ struct FtpEntry;
 
 class FtpEntryList {
  public:
-  void add(const FtpEntry& entry);
+  static constexpr std::size_t kBlockBytes = std::size_t{1} << 18U;
+  static constexpr std::size_t kMostEntries = std::size_t{1} << 24U;
+
+  /// @param mostBlocks  of names; by default 512 MiB
+  explicit FtpEntryList(std::size_t mostBlocks = 2048) : mostBlocks_(mostBlocks) {}
+
+  /// @return false when it is full, which no real directory is
+  bool add(const FtpEntry& entry);
   void clear();
   std::size_t size() const { return items_.size(); }
 
@@ -49,6 +56,7 @@ class FtpEntryList {
   std::deque<Item> items_;
   std::vector<std::unique_ptr<char[]>> blocks_;
   std::size_t usedInLast_ = 0;
+  std::size_t mostBlocks_;
 };
 
 }  // namespace Quorvel::FileAccess

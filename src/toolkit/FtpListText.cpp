@@ -151,11 +151,11 @@ std::optional<UnixDate> isoDateAt(const std::vector<Word>& words, std::size_t i)
 }
 
 /// "drwxr-xr-x", with a mark of an access list or of further attributes behind it.
-bool isPermissions(std::string_view text) {
+bool isPermissions(std::string_view text, std::string_view types = "-dl") {
   if (text.size() == kPermissionsLength + 1 && std::string_view("+.@").find(text.back()) != std::string_view::npos) {
     text.remove_suffix(1);
   }
-  if (text.size() != kPermissionsLength || std::string_view("-dl").find(text[0]) == std::string_view::npos)
+  if (text.size() != kPermissionsLength || types.find(text[0]) == std::string_view::npos)
     return false;
   return text.find_first_not_of("-rwxsStTlL", 1) == std::string_view::npos;
 }
@@ -231,6 +231,12 @@ std::optional<FtpEntry> parseDosLine(std::string_view line) {
 }
 
 }  // namespace
+
+bool isListLine(std::string_view line) {
+  line = withoutLineEnd(line);
+  const std::string_view last = line.substr(line.rfind(' ') + 1);
+  return isPermissions(line.substr(0, line.find(' ')), "-dlbcps") || last == "." || last == "..";
+}
 
 std::optional<FtpEntry> parseListLine(std::string_view line, const FILETIME& now) {
   line = withoutLineEnd(line);

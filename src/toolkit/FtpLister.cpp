@@ -5,6 +5,7 @@
 #include "platform/Time.h"
 #include "toolkit/FtpAhead.h"
 #include "toolkit/FtpData.h"
+#include "toolkit/FtpDialogue.h"
 #include "toolkit/FtpListing.h"
 #include "toolkit/FtpSession.h"
 #include "toolkit/FtpTransfer.h"
@@ -72,40 +73,64 @@ bool FtpLister::read(const Accept& accept, FtpEntryList& out) {
   return session_.control().isOpen() && readLines(accept, out);
 }
 
-bool FtpLister::readFacts(const Accept& accept, FtpEntryList& out, bool& isUnknown) {
+struct FtpLister::Form {
+  const char* command;
+  std::function<std::optional<FtpEntry>(std::string_view)> parse;
+  bool (*isKnown)(std::string_view);
+};
+
+struct FtpLister::Lines {
+  bool isListed = false;
+  int code = 0;
+  std::size_t known = 0;    ///< entries, and what belongs into a listing and is none
+  std::size_t unknown = 0;  ///< the sum in the first line is neither
+
+  /// What came is no listing: an error text, or a form that nobody knows.
+  bool isGarbage() const { return known == 0 && unknown > 0; }
+};
+
+FtpLister::Lines FtpLister::readForm(const Form& form, const Accept& accept, FtpEntryList& out) {
+  out.clear();
+  Lines lines;
   FtpLineSink sink([&](std::string_view line) {
-    const std::optional<FtpEntry> entry = parseFactsLine(line);
-    if (entry && accept(*entry)) out.add(*entry);
+    const std::optional<FtpEntry> entry = form.parse(line);
+    if (entry || form.isKnown(line)) {
+      ++lines.known;
+    } else if (line.substr(0, 6) != "total ") {
+      ++lines.unknown;
+    }
+    if (entry && accept(*entry) && !out.add(*entry)) sink.refuse("the listing is too long");
   });
   FtpTransfer transfer(session_);
-  if (transfer.retrieve("MLSD", sink)) return true;
-  isUnknown = isUnknownCommand(transfer.finalCode());
-  return false;
+  lines.isListed = transfer.retrieve(form.command, sink);
+  lines.code = transfer.finalCode();
+  lines.unknown += sink.dropped();
+  isDirectoryDoubtful_ = lines.known == 0;
+  return lines;
+}
+
+bool FtpLister::readFacts(const Accept& accept, FtpEntryList& out, bool& isUnknown) {
+  const Lines lines = readForm({"MLSD", parseFactsLine, isFactsLine}, accept, out);
+  isUnknown = lines.isListed ? lines.isGarbage() : isUnknownCommand(lines.code);
+  return lines.isListed && !isUnknown;
 }
 
 bool FtpLister::readLines(const Accept& accept, FtpEntryList& out) {
   FILETIME now{};
   GetSystemTimeAsFileTime(&now);
-  std::size_t lines = 0;
-  const auto onLine = [&](std::string_view line) {
-    ++lines;
-    const std::optional<FtpEntry> entry = parseListLine(line, now);
-    if (entry && accept(*entry)) out.add(*entry);
-  };
+  const auto parse = [&now](std::string_view line) { return parseListLine(line, now); };
   if (!isListAllRefused_) {
-    // Without the flag most servers leave out names with a leading point. One that knows it lists "." at least.
-    FtpLineSink sink(onLine);
-    FtpTransfer transfer(session_);
-    const bool isListed = transfer.retrieve("LIST -a", sink);
-    if (isListed && lines > 0) return true;
-    if (!isListed && transfer.finalCode() < 500 && transfer.finalCode() != kNoSuchFile) return false;
-    out.clear();
+    // Without the flag most servers leave out names with a leading point. One that knows it lists "." at least; others
+    // may take it for a name.
+    const Lines lines = readForm({"LIST -a", parse, isListLine}, accept, out);
+    if (lines.isListed && lines.known > 0) return true;
+    if (!lines.isListed && lines.code < 500 && lines.code != kNoSuchFile) return false;
   }
-  FtpLineSink sink(onLine);
-  FtpTransfer transfer(session_);
-  if (!transfer.retrieve("LIST", sink)) return false;
-  if (lines > 0) isListAllRefused_ = true;
-  return true;
+  const Lines lines = readForm({"LIST", parse, isListLine}, accept, out);
+  if (!lines.isListed) return false;
+  if (lines.known > 0) isListAllRefused_ = true;
+  if (lines.isGarbage()) session_.dialogue().note("Error: what the server sent is no listing in a known form");
+  return !lines.isGarbage();
 }
 
 // A link shows its own size and time in every form of a listing; SIZE and MDTM tell those of what it leads to.
@@ -122,7 +147,8 @@ bool FtpLister::askDetails(FtpEntryList& out, bool onlyLinks) {
     if (hasTime) questions.push_back({static_cast<std::uint32_t>(i), false});
     if (hasSize && out.isLink(i)) questions.push_back({static_cast<std::uint32_t>(i), true});
   }
-  bool isUnknown = false;
+  std::vector<std::uint32_t> unknown;
+  bool isKnown = false;
   const bool isAsked = sendAhead(
       session_, questions.size(),
       [&](std::size_t i) {
@@ -133,16 +159,26 @@ bool FtpLister::askDetails(FtpEntryList& out, bool onlyLinks) {
           out.setBytes(questions[i].index, sizeIn(reply));
           return;
         }
-        isUnknown = isUnknown || isUnknownCommand(reply.code);
-        // The time of the listing line stays only where no other source exists.
-        if (!isUnknown) out.setTime(questions[i].index, timeIn(reply));
+        isKnown = isKnown || reply.code == kFileStatus;
+        if (isUnknownCommand(reply.code)) {
+          unknown.push_back(questions[i].index);
+        } else {
+          out.setTime(questions[i].index, timeIn(reply));
+        }
       });
-  if (isUnknown) session_.withdraw(&FtpFeatures::mdtm);
+  // The times of the lines stay only where no other source exists: a server that knows the command for one file knows
+  // it for all, whatever it says to a name that it does not like.
+  if (isKnown) {
+    for (const std::uint32_t index : unknown) out.setTime(index, std::nullopt);
+  } else if (!unknown.empty()) {
+    session_.withdraw(&FtpFeatures::mdtm);
+  }
   return isAsked;
 }
 
 bool FtpLister::find(const std::string& name, FtpEntryList& out) {
   out.clear();
+  isDirectoryDoubtful_ = false;
   bool isUnknown = true;
   if (session_.features().mlst) {
     if (findByFacts(name, out, isUnknown)) return true;
@@ -157,12 +193,17 @@ bool FtpLister::find(const std::string& name, FtpEntryList& out) {
   return read([&](const FtpEntry& entry) { return entry.name == name; }, out) && askDetails(out, false);
 }
 
+bool FtpLister::isNotThere(int code) {
+  isDirectoryDoubtful_ = isMissing(code);
+  return isDirectoryDoubtful_;
+}
+
 bool FtpLister::findByFacts(const std::string& name, FtpEntryList& out, bool& isUnknown) {
   const std::optional<FtpReply> answer = session_.exchange("MLST " + name);
   isUnknown = answer && isUnknownCommand(answer->code);
   if (isUnknown) session_.withdraw(&FtpFeatures::mlst);
   if (!answer || isUnknown) return false;
-  if (!answer->isSuccess()) return isMissing(answer->code);
+  if (!answer->isSuccess()) return isNotThere(answer->code);
   const std::string_view text = answer->text;
   for (std::size_t end = text.find('\n'); end != std::string_view::npos;) {
     const std::size_t begin = end + 1;
@@ -192,7 +233,7 @@ bool FtpLister::findBySize(const std::string& name, FtpEntryList& out, bool& isU
   isUnknown = isUnknownCommand(sizeReply->code) || isUnknownCommand(timeReply->code);
   if (isUnknown) return false;
   const std::optional<std::int64_t> bytes = sizeIn(*sizeReply);
-  if (!bytes) return isMissing(sizeReply->code);
+  if (!bytes) return isNotThere(sizeReply->code);
   out.add(FtpEntry{std::string(leafOf(name)), false, false, bytes, timeIn(*timeReply)});
   return true;
 }

@@ -23,6 +23,9 @@ class FtpLister {
   /// A new connection: what was found out about the server is forgotten.
   void reset() { isListAllRefused_ = false; }
 
+  /// The last listing or search met nothing that shows that the directory exists.
+  bool isDirectoryDoubtful() const { return isDirectoryDoubtful_; }
+
   /// Entries whose names match; none is a success.
   bool list(const std::wstring& pattern, FtpEntryList& out);
   /// Everything, links told apart, times where they cost nothing.
@@ -37,12 +40,17 @@ class FtpLister {
   bool read(const Accept& accept, FtpEntryList& out);
   bool readFacts(const Accept& accept, FtpEntryList& out, bool& isUnknown);
   bool readLines(const Accept& accept, FtpEntryList& out);
+  struct Form;
+  struct Lines;
+  Lines readForm(const Form& form, const Accept& accept, FtpEntryList& out);
   bool askDetails(FtpEntryList& out, bool onlyLinks);
   bool findByFacts(const std::string& name, FtpEntryList& out, bool& isUnknown);
+  bool isNotThere(int code);
   bool findBySize(const std::string& name, FtpEntryList& out, bool& isUnknown);
 
   FtpSession& session_;
   bool isListAllRefused_ = false;
+  bool isDirectoryDoubtful_ = false;
 };
 
 }  // namespace Quorvel::FileAccess

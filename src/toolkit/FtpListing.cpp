@@ -67,6 +67,10 @@ std::optional<FtpEntry> parseFactsOfOne(std::string_view line) {
   return parseFacts(line, true);
 }
 
+bool isFactsLine(std::string_view line) {
+  return lowerCase(line.substr(0, line.find(' ', 1))).find("type=") != std::string::npos;
+}
+
 std::wstring nameOf(std::string_view bytes) {
   if (platform::isValidUtf8(bytes)) return platform::fromUtf8(bytes);
   std::wstring latin1;

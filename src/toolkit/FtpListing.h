@@ -33,6 +33,11 @@ std::optional<FtpEntry> parseFactsOfOne(std::string_view line);
 /// @param now  UTC; a date without a year is the one that lies nearest before it, or at most a day behind it
 std::optional<FtpEntry> parseListLine(std::string_view line, const FILETIME& now);
 
+// Lines that belong into a listing and give no entry, such as ".", a device or a name that is passed over. What is
+// neither an entry nor one of these is no line of a listing.
+bool isFactsLine(std::string_view line);
+bool isListLine(std::string_view line);
+
 /// "20240131101500" with an optional fraction, UTC (RFC 3659, section 2.3). A leap second counts as the second before.
 std::optional<FILETIME> parseFtpTime(std::string_view text);
 /// The same form, whole seconds.

@@ -54,6 +54,8 @@ std::optional<std::string> parsePrintedDirectory(std::string_view reply) {
   if (open == std::string_view::npos) return std::nullopt;
   std::string path;
   for (std::size_t i = open + 1; i < reply.size(); ++i) {
+    // No command could carry it back.
+    if (static_cast<unsigned char>(reply[i]) < ' ' || reply[i] == '\x7F') return std::nullopt;
     if (reply[i] != '"') {
       path.push_back(reply[i]);
     } else if (i + 1 < reply.size() && reply[i + 1] == '"') {

@@ -102,10 +102,11 @@ FtpMoved FtpSocket::write(const void* data, std::size_t size) {
   return {FtpIo::Failed, 0};
 }
 
-void FtpSocket::finishSending() {
-  endTls();
+FtpIo FtpSocket::finishSending() {
+  if (endTls() == FtpIo::AgainWrite) return FtpIo::AgainWrite;
   error_code ignored;
   state_->socket.shutdown(tcp::socket::shutdown_send, ignored);
+  return FtpIo::Done;
 }
 
 void FtpSocket::close() {

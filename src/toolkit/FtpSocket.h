@@ -69,7 +69,8 @@ class FtpSocket {
   FtpMoved read(void* data, std::size_t size);
   FtpMoved write(const void* data, std::size_t size);
   /// Tells the peer that no more will be sent: the end of TLS, then that of the connection.
-  void finishSending();
+  /// @return Done; or AgainWrite while the connection does not take the end of TLS: come again
+  FtpIo finishSending();
   /// Ends TLS in order and closes.
   void close();
   /// Closes so that the peer can't take it for an orderly end. proftpd 1.3.8 outlived 300 of 300 transfers that were
@@ -84,7 +85,7 @@ class FtpSocket {
   void arm(FtpInterest interest);
   bool isReady(FtpInterest interest) const;
   FtpIo tlsStatus(int result);
-  void endTls();
+  FtpIo endTls();
 
   struct State;
   std::unique_ptr<State> state_;

@@ -123,12 +123,14 @@ FtpIo FtpSocket::tlsStatus(int result) {
   return isEnd ? FtpIo::Truncated : FtpIo::Failed;
 }
 
-void FtpSocket::endTls() {
+FtpIo FtpSocket::endTls() {
   State& state = *state_;
-  if (!state.ssl || !state.isHandshakeDone || state.isTlsEnded) return;
-  state.isTlsEnded = true;
+  if (!state.ssl || !state.isHandshakeDone || state.isTlsEnded) return FtpIo::Done;
   ERR_clear_error();
-  SSL_shutdown(state.ssl.get());
+  const int result = SSL_shutdown(state.ssl.get());
+  if (result < 0 && SSL_get_error(state.ssl.get(), result) == SSL_ERROR_WANT_WRITE) return FtpIo::AgainWrite;
+  state.isTlsEnded = true;
+  return FtpIo::Done;
 }
 
 }  // namespace Quorvel::FileAccess

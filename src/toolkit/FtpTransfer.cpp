@@ -203,7 +203,9 @@ bool FtpTransfer::awaitFinal(bool drain) {
   // before the connection is closed, since bytes left unread would turn the close into a reset. A plain one has nothing
   // to read.
   if (drain && !isBroken_ && session_.tls() != nullptr) {
-    data_->finishSending();
+    while (data_->finishSending() == FtpIo::AgainWrite && !final_) {
+      if (!watch(FtpInterest::Write, idleDeadline())) return false;
+    }
   } else {
     data_->close();
     drain = false;
@@ -240,9 +242,13 @@ bool FtpTransfer::isWhole() {
                              std::to_string(*announced_) + " that the server announced");
     return false;
   }
-  // Servers exist that leave out the end of TLS; their word on the control connection stands for it.
-  if (isTruncated_) session_.dialogue().note("The data connection ended without the end of TLS");
-  return true;
+  if (!isTruncated_) return true;
+  // Somebody on the way may have cut it: the server's word that it sent all does not tell that all arrived. Only the
+  // size that it announced does, which may be that of the whole file or of the rest behind an offset.
+  const auto offset = static_cast<std::int64_t>(offset_);
+  if (announced_ && (bytes() == *announced_ || bytes() + offset == *announced_)) return true;
+  session_.dialogue().note("Error: the data connection ended without the end of TLS");
+  return false;
 }
 
 bool FtpTransfer::watch(FtpInterest interest, FtpLoop::Clock::time_point deadline) {

@@ -45,6 +45,18 @@ class Deletion {
   }
 
  private:
+  /// Deletes what is empty, and what only looks like a directory; the rest stays in the level.
+  bool removeAtOnce(Level& level) {
+    std::vector<std::string> left;
+    const bool isSent = sendAhead(
+        session_, level.directories.size(), [&](std::size_t i) { return "RMD " + level.directories[i]; },
+        [&](std::size_t i, const FtpReply& reply) {
+          if (!reply.isSuccess()) left.push_back(level.directories[i]);
+        });
+    level.directories = std::move(left);
+    return isSent;
+  }
+
   bool enter(const std::string& path, std::vector<Level>& levels) {
     session_.directory().want(path);
     FtpEntryList entries;
@@ -66,7 +78,8 @@ class Deletion {
             isAllGone_ = false;
           }
         });
-    if (!isSent) return false;
+    // Nor is one entered that RMD takes away as it stands.
+    if (!isSent || !removeAtOnce(level)) return false;
     levels.push_back(std::move(level));
     return true;
   }

@@ -52,7 +52,7 @@ TEST_F(ListingDialogueTest, OfOneNameIsAQuestionOnTheControlConnection) {
   EXPECT_EQ(list(L"a.txt"), Names{L"a.txt"});
   EXPECT_EQ(timeOf(0), "20230405060708");
   EXPECT_EQ(list(L"b.txt"), Names{});
-  EXPECT_EQ(server.commands(), (Commands{"MLST a.txt", "MLST b.txt"}));
+  EXPECT_EQ(server.commands(), (Commands{"MLST a.txt", "MLST b.txt", "CWD /", "MLST b.txt"}));
 }
 
 TEST_F(ListingDialogueTest, HasTheSameTimesForOneFileAsForMany) {
@@ -106,6 +106,60 @@ TEST_F(ListingDialogueTest, TakesWhatItUnderstandsOfDosTextAndGarbage) {
   EXPECT_THAT(names, Not(Contains(L"../../etc/passwd")));
   EXPECT_LE(names.size(), 4U);
   for (std::size_t i = 0; i < names.size(); ++i) EXPECT_EQ(names[i].find(L'/'), std::wstring::npos);
+}
+
+TEST_F(ListingDialogueTest, OfNothingKnownIsAFailureAndNotAnEmptyDirectory) {
+  struct Case {
+    const char* all;
+    const char* plain;
+    Names names;
+  };
+  const std::string line = "-rw-r--r-- 1 o g 5 Jan 31  2024 a.txt\r\n";
+  for (const Case& each : {Case{"ls: -a: No such file\r\n", line.c_str(), {L"a.txt"}},
+                           Case{"ls: -a: No such file\r\n", "ls: .: Permission denied\r\n", {L"failed"}},
+                           Case{"total 0\r\n", "total 0\r\n", {}},
+                           Case{"total 0\r\nsrw-r--r-- 1 o g 0 Jan 31  2024 socket\r\n", "", {}}}) {
+    ScriptedFtpServer one;
+    one.without("MLST");
+    one.on("LIST -a").reply("150 go").sendData(each.all).closeData().reply("226 ok");
+    one.on("LIST").reply("150 go").sendData(each.plain).closeData().reply("226 ok");
+    client.put_Hostname(one.host().c_str());
+    ASSERT_TRUE(client.Connect());
+    EXPECT_EQ(list(L"*"), each.names) << each.all << each.plain << errorText();
+  }
+  willList("MLSD", "<html>an error</html>\r\n");
+  server.addFile("/a.txt", "1");
+  client.put_Hostname(server.host().c_str());
+  ASSERT_TRUE(client.Connect());
+  EXPECT_EQ(list(L"*"), Names{L"a.txt"});
+}
+
+// A server calls the listing of a current directory that somebody deleted a success.
+TEST_F(ListingDialogueTest, OfADirectoryThatHasVanishedIsAFailure) {
+  server.addFile("/plans/a.txt", "1");
+  connect();
+  ASSERT_TRUE(client.ChangeRemoteDir(L"/plans"));
+  willList("MLSD", "");
+  server.on("MLST").reply("550 gone");
+  server.once("CWD").reply("250 it was there");
+  EXPECT_EQ(list(L"*"), Names{});
+  server.on("CWD").reply("550 gone");
+  for (const wchar_t* const pattern : {L"*", L"a.txt"}) {
+    EXPECT_EQ(list(pattern), Names{L"failed"});
+    EXPECT_EQ(client.lastReplyCode(), 550);
+  }
+}
+
+TEST_F(ListingDialogueTest, HasOneSourceOfTimesWhateverIsSaidToOneName) {
+  server.without("MLST");
+  for (const char* const name : {"/a", "/b", "/c"}) server.addFile(name, "1", "20230405060708");
+  server.on("MDTM a").reply("500 not this name");
+  server.on("MDTM c").reply("504 nor this");
+  connect();
+  ASSERT_EQ(list(L"*"), (Names{L"a", L"b", L"c"}));
+  EXPECT_EQ(timeOf(0), "none");
+  EXPECT_EQ(timeOf(1), "20230405060708");
+  EXPECT_EQ(timeOf(2), "none");
 }
 
 TEST_F(ListingDialogueTest, TakesTimesOfAnyClockAndNoSizeThatIsNone) {
@@ -172,13 +226,15 @@ TEST_F(ListingDialogueTest, OfATreeIsDeletedFromBelowWithoutFollowingLinks) {
   EXPECT_EQ(server.file("/other/kept.txt"), "4");
   EXPECT_EQ(list(L"*"), Names{});
 
+  // One that DELE does not take, and RMD does.
+  server.addDirectory("/plans/junction");
   server.addFile("/plans/link", "not followed");
-  willList("MLSD", "type=OS.unix=slink:/other;size=6; link\r\ntype=dir; ..\r\ntype=dir; /other\r\ntype=pdir; x\r\n");
+  willList("MLSD", "type=OS.unix=slink:/other;size=6; link\r\ntype=dir; junction\r\ntype=dir; ..\r\ntype=dir; /other\r\ntype=pdir; x\r\n");
   server.clearCommands();
   EXPECT_TRUE(client.DeleteTree()) << errorText();
-  EXPECT_FALSE(server.has("/plans/link"));
+  EXPECT_FALSE(server.has("/plans/link") || server.has("/plans/junction"));
   for (const std::string& command : server.commands()) {
-    EXPECT_FALSE(command.starts_with("RMD") || command.starts_with("CWD /other") || command == "CWD ..") << command;
+    EXPECT_FALSE(command.starts_with("CWD") || command == "RMD /other") << command;
   }
   EXPECT_EQ(server.file("/other/kept.txt"), "4");
 }

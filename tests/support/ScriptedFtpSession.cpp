@@ -377,6 +377,8 @@ bool ScriptedFtpSession::changeFiles(const std::string& verb, const std::string&
   if (verb == "DELE" || verb == "RMD") {
     if (!found || file.isDirectory != (verb == "RMD")) return reply(missing);
     const std::lock_guard lock(server_.mutex_);
+    const auto below = server_.files_.lower_bound(path + "/");
+    if (below != server_.files_.end() && below->first.starts_with(path + "/")) return reply("550 not empty");
     server_.files_.erase(path);
     return reply("250 deleted");
   }

@@ -66,3 +66,12 @@ TEST(FtpEntryList, KeepsWhatItWasGiven) {
   EXPECT_TRUE(list.isDirectory(30) && list.isLink(30));
   EXPECT_EQ(list.bytes(30), -1);
 }
+
+TEST(FtpEntryList, TakesNoMoreThanItsLimitAndSaysSo) {
+  FtpEntryList list(2);
+  FtpEntry entry;
+  entry.name = std::string(FtpEntryList::kBlockBytes / 8, 'x');
+  for (int i = 0; i < 16; ++i) EXPECT_TRUE(list.add(entry));
+  EXPECT_FALSE(list.add(entry));
+  EXPECT_EQ(list.size(), 16U);
+}

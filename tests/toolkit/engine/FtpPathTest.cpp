@@ -41,6 +41,7 @@ TEST(FtpPath, QuotesInPrintedDirectoriesAreDoubled) {
   EXPECT_EQ(parsePrintedDirectory("257 \"/a \"\"b\"\" c\" is current"), "/a \"b\" c");
   EXPECT_EQ(parsePrintedDirectory("257 /a"), std::nullopt);
   EXPECT_EQ(parsePrintedDirectory("257 \"/a"), std::nullopt);
+  EXPECT_EQ(parsePrintedDirectory("257 \"/a\nDELE b\""), std::nullopt);
 }
 
 TEST(FtpCurrentDirectory, KnowsWhatLiesAboveTheServersPlaceOnly) {
