@@ -2,13 +2,14 @@
 
 #include <utility>
 
+#include "ftp/AbortRequest.h"
 #include "zephor/Diagnostics.h"
 #include "zephor/Service.h"
 
 namespace Quorvel::FileAccess {
 
 void ByteCountAndAbort::onAbortCheck(bool& abort) {
-  if (abort_) abort = true;
+  if (abort_ || isAbortRequested()) abort = true;
 }
 
 void ByteCountAndAbort::setLastMessage(const wchar_t* text) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "diagnostics/ErrorBox.h"
+#include "ftp/AbortRequest.h"
 #include "ftp/RemoteFailure.h"
 #include "ftp/RemoteThreadData.h"
 #include "host/Trace.h"
@@ -110,14 +111,14 @@ HMODULE RemoteFtp::resources() {
 }
 
 bool RemoteFtp::mayAsk(const RemoteRetryContext& context) const {
-  return context.interactive && !getDialogsSuppressed() && !Msg2usr_IsDeny();
+  return context.interactive && !isAbortRequested() && !getDialogsSuppressed() && !Msg2usr_IsDeny();
 }
 
 RemoteStatus RemoteFtp::failed(RemoteRetryContext& context, const RemoteFailure& failure, const std::wstring& subject) {
   const IRemoteClient* used = client();
   const std::wstring details = used != nullptr ? used->lastErrorText() : std::wstring();
   if (context.logErrors) logLines(details);
-  if (context.retriesLeft > 0) {
+  if (context.retriesLeft > 0 && !isAbortRequested()) {
     --context.retriesLeft;
     return {.retry = true};
   }

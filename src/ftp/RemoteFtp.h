@@ -61,8 +61,9 @@ class RemoteFtp final : public RemoteConfiguration {
   RemoteStatus deleteDirectory(RemoteRetryContext& context, const std::wstring& path) override;
 
   /// Files and sub-directories of the current directory from one listing. Either may be null.
+  /// @param namesOnly  sizes and times, which may cost a question each, are left empty
   RemoteStatus getEntries(RemoteRetryContext& context, const std::wstring& pattern, std::vector<RemoteFileEntry>* files,
-                          std::vector<RemoteFileEntry>* directories);
+                          std::vector<RemoteFileEntry>* directories, bool namesOnly = false);
 
   /// The calling thread's client; null when it has none.
   IRemoteClient* client() const;

@@ -5,6 +5,7 @@
 
 #include "diagnostics/ConnectionLog.h"
 #include "diagnostics/ErrorBox.h"
+#include "ftp/AbortRequest.h"
 #include "ftp/RemoteFailure.h"
 #include "ftp/RemoteThreadData.h"
 #include "ftp/RestReply.h"
@@ -72,6 +73,10 @@ RemoteStatus RemoteFtp::enableConnection(RemoteRetryContext& context) {
   if (data == nullptr) {
     SetLastError(ERROR_NOT_CONNECTED);
     return {.failed = true, .error = ERROR_NOT_CONNECTED};
+  }
+  if (isAbortRequested()) {
+    SetLastError(ERROR_CANCELLED);
+    return {.failed = true, .error = ERROR_CANCELLED};
   }
   if (!reconnectRequired && isConnectedToHost(*data)) return {};
 
@@ -156,7 +161,7 @@ RemoteStatus RemoteFtp::failedConnect(RemoteRetryContext& context, const IRemote
   if (context.logErrors) logLines(details);
   // Deliberate: a server without TLS is worked with in the clear, once and for the rest of the process.
   if (downgrade(reason, type)) return enableConnection(context);
-  if (context.retriesLeft > 0) {
+  if (context.retriesLeft > 0 && !isAbortRequested()) {
     --context.retriesLeft;
     return {.retry = true};
   }

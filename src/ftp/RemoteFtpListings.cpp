@@ -55,25 +55,29 @@ std::vector<std::wstring> namesOf(std::vector<RemoteFileEntry>&& entries) {
 }  // namespace
 
 RemoteStatus RemoteFtp::getEntries(RemoteRetryContext& context, const std::wstring& pattern,
-                                   std::vector<RemoteFileEntry>* files, std::vector<RemoteFileEntry>* directories) {
+                                   std::vector<RemoteFileEntry>* files, std::vector<RemoteFileEntry>* directories,
+                                   bool namesOnly) {
   if (files != nullptr) files->clear();
   if (directories != nullptr) directories->clear();
   IRemoteClient* used = client();
   if (used == nullptr) return noClient();
+  const RemoteFailure& failure = files != nullptr ? failure::kGetFiles : failure::kGetDirectories;
   const std::int32_t count = list(*used, pattern);
-  if (count < 0) {
-    return failed(context, files != nullptr ? failure::kGetFiles : failure::kGetDirectories, placeOf(pattern));
-  }
+  if (count < 0) return failed(context, failure, placeOf(pattern));
   for (std::int32_t index = 0; index < count; ++index) {
     std::vector<RemoteFileEntry>* kind = used->GetIsDirectory(index) ? directories : files;
     if (kind == nullptr) continue;
     RemoteFileEntry entry;
     entry.name = nameAt(*used, index);
     if (entry.name.empty()) continue;
-    entry.size = used->GetSize64(index);
-    used->GetLastModifiedFTime(index, entry.time);
+    if (!namesOnly) {
+      entry.size = used->GetSize64(index);
+      used->GetLastModifiedFTime(index, entry.time);
+    }
     kind->push_back(std::move(entry));
   }
+  // The times may be asked for only now.
+  if (!namesOnly && !used->get_IsConnected()) return failed(context, failure, placeOf(pattern));
   return {};
 }
 
@@ -85,7 +89,7 @@ RemoteStatus RemoteFtp::getFileInfos(RemoteRetryContext& context, const std::wst
 RemoteStatus RemoteFtp::getFileNames(RemoteRetryContext& context, const std::wstring& pattern,
                                      std::vector<std::wstring>& out) {
   std::vector<RemoteFileEntry> entries;
-  const RemoteStatus status = getEntries(context, pattern, &entries, nullptr);
+  const RemoteStatus status = getEntries(context, pattern, &entries, nullptr, true);
   out = namesOf(std::move(entries));
   return status;
 }
@@ -96,7 +100,7 @@ RemoteStatus RemoteFtp::getDirectoryInfos(RemoteRetryContext& context, std::vect
 
 RemoteStatus RemoteFtp::getDirectoryNames(RemoteRetryContext& context, std::vector<std::wstring>& out) {
   std::vector<RemoteFileEntry> entries;
-  const RemoteStatus status = getEntries(context, L"*", nullptr, &entries);
+  const RemoteStatus status = getEntries(context, L"*", nullptr, &entries, true);
   out = namesOf(std::move(entries));
   return status;
 }
@@ -142,6 +146,7 @@ RemoteStatus RemoteFtp::fillCache(RemoteRetryContext& context) {
     entry.name = nameAt(used, index);
     entries.push_back(std::move(entry));
   }
+  if (!used.get_IsConnected()) return failed(context, failure::kGetFileData, placeOf(L"*"));
   listingCache_.fill(std::move(entries));
   return {};
 }
@@ -160,7 +165,9 @@ RemoteStatus RemoteFtp::findOnServer(RemoteRetryContext& context, const std::wst
   if (index >= count || used.GetIsDirectory(index)) return fileNotFound();
   out.name = nameAt(used, index);
   out.size = used.GetSize64(index);
-  entryTime(used, index, out.time);
+  if (!entryTime(used, index, out.time) && !used.get_IsConnected()) {
+    return failed(context, failure::kGetFileData, placeOf(name));
+  }
   return {};
 }
 

@@ -1,4 +1,5 @@
 // Services of the session that the transfer object's interface does not show.
+#include "ftp/AbortRequest.h"
 #include "ftp/FtpConnection.h"
 #include "ftp/ServerPaths.h"
 #include "toolkit/Ftp2W.h"
@@ -12,6 +13,10 @@ CZepFtpConnection& connection() {
 }
 
 }  // namespace
+
+void WGO_abortTransfers(bool abort) {
+  requestAbort(abort);
+}
 
 bool WGO_isConnectionDowngraded() {
   return connection().remote().isDowngraded();

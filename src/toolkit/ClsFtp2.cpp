@@ -13,6 +13,7 @@ namespace Quorvel::FileAccess {
 namespace {
 
 constexpr int kRestartPending = 350;
+constexpr std::size_t kMostRawNames = 100'000;
 
 /// "REST 1234"
 std::optional<std::uint64_t> restartOffset(const std::string& command) {
@@ -55,7 +56,7 @@ std::optional<std::string> ClsFtp2::sendable(const std::wstring& name) {
                    platform::toUtf8(name.substr(0, name.find_first_of(std::wstring_view(L"\r\n\0", 3)))) + "...");
     return std::nullopt;
   }
-  std::string path = serverPath(name);
+  std::string path = pathOf(name);
   if (path.empty()) {
     dialogue_.note("Error: the name is empty");
     return std::nullopt;
@@ -63,10 +64,43 @@ std::optional<std::string> ClsFtp2::sendable(const std::wstring& name) {
   return path;
 }
 
+std::string ClsFtp2::pathOf(const std::wstring& path) const {
+  if (rawNames_.empty()) return serverPath(path);
+  std::string bytes;
+  for (std::size_t begin = 0;;) {
+    const std::size_t end = std::min(path.find_first_of(L"/\\", begin), path.size());
+    const std::wstring_view part = std::wstring_view(path).substr(begin, end - begin);
+    const auto raw = rawNames_.find(part);
+    bytes += raw != rawNames_.end() ? raw->second : platform::toUtf8(part);
+    if (end == path.size()) return cleanPath(bytes);
+    bytes += '/';
+    begin = end + 1;
+  }
+}
+
+std::wstring ClsFtp2::nameAt(std::size_t index) {
+  const std::string_view bytes = entries_.name(index);
+  std::wstring name = nameOf(bytes);
+  if (platform::isValidUtf8(bytes)) {
+    // What was listed last counts, should another directory have the same name in other bytes.
+    if (!rawNames_.empty()) rawNames_.erase(name);
+  } else if (rawNames_.size() < kMostRawNames) {
+    rawNames_[name] = bytes;
+  }
+  return name;
+}
+
+bool ClsFtp2::hasDetails(std::size_t index) {
+  if (entries_.isDirectory(index)) return true;
+  if (details_ == Details::Owed) details_ = lister_.complete(entries_) ? Details::Known : Details::Lost;
+  return details_ == Details::Known;
+}
+
 bool ClsFtp2::connect() {
   dialogue_.begin();
   lister_.reset();
   forgetListing();
+  rawNames_.clear();
   return session_.connect();
 }
 
@@ -126,7 +160,7 @@ bool ClsFtp2::removeDirectory(const std::wstring& path) {
   session_.endRun();
   const bool isRemoved = simple("RMD ", path);
   FtpCurrentDirectory& directory = session_.directory();
-  directory.forgetBelow(absolutePath(directory.wanted(), serverPath(path)));
+  directory.forgetBelow(absolutePath(directory.wanted(), pathOf(path)));
   return isRemoved;
 }
 
@@ -170,6 +204,7 @@ bool ClsFtp2::readListing(const std::optional<std::string>& name) {
   FtpCurrentDirectory& directory = session_.directory();
   const bool isFromMemory = !directory.wanted().empty() && !directory.isChangeNeeded();
   const auto read = [&] { return name ? lister_.find(*name, entries_) : lister_.list(pattern_, entries_); };
+  details_ = name ? Details::Known : Details::Owed;
   if (!session_.prepare() || !read()) return false;
   if (!isFromMemory || !lister_.isDirectoryDoubtful()) return true;
   // Somebody may have deleted the directory under the session: servers then list nothing, and call that a success.

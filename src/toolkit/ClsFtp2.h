@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -56,11 +57,18 @@ class ClsFtp2 {
   /// Reads the listing unless it is there. @return entries; -1 on a failure
   std::int32_t countEntries();
   const FtpEntryList& entries() const { return entries_; }
+  /// Name of an entry. One that is no UTF-8 is remembered, since it has to be sent as the server has it.
+  std::wstring nameAt(std::size_t index);
+  /// Times, and sizes of links, are asked for when the first of them is wanted: a listing for its names costs none.
+  /// @return false when they can't be had any more
+  bool hasDetails(std::size_t index);
 
  private:
   bool begin();
   /// A name as it is sent. Empty, and noted, when it can't be.
   std::optional<std::string> sendable(const std::wstring& name);
+  /// As the server has it, separators cleaned.
+  std::string pathOf(const std::wstring& path) const;
   bool readListing(const std::optional<std::string>& name);
   bool simple(const char* verb, const std::wstring& name);
   /// @param mayBePart  it begins at the offset that was set; otherwise that is taken back
@@ -76,6 +84,9 @@ class ClsFtp2 {
   FtpEntryList entries_;
   std::wstring pattern_ = L"*";
   bool isListed_ = false;
+  enum class Details : std::uint8_t { Owed, Known, Lost };
+  Details details_ = Details::Known;
+  std::map<std::wstring, std::string, std::less<>> rawNames_;  ///< names that are no UTF-8, by what they are shown as
   std::int64_t lastBytes_ = 0;
   std::vector<char> buffer_;
 };

@@ -189,9 +189,8 @@ std::int32_t CkFtp2W::get_NumFilesAndDirs() {
 }
 
 bool CkFtp2W::GetFilename(std::int32_t index, CkStringW& name) {
-  const FtpEntryList& entries = client_->entries();
-  if (!isIn(entries, index)) return false;
-  name.setString(nameOf(entries.name(static_cast<std::size_t>(index))));
+  if (!isIn(client_->entries(), index)) return false;
+  name.setString(client_->nameAt(static_cast<std::size_t>(index)));
   return true;
 }
 
@@ -202,13 +201,17 @@ bool CkFtp2W::GetIsDirectory(std::int32_t index) {
 
 std::int64_t CkFtp2W::GetSize64(std::int32_t index) {
   const FtpEntryList& entries = client_->entries();
-  return isIn(entries, index) ? entries.bytes(static_cast<std::size_t>(index)) : -1;
+  const auto at = static_cast<std::size_t>(index);
+  if (!isIn(entries, index) || (entries.isLink(at) && !client_->hasDetails(at))) return -1;
+  return entries.bytes(at);
 }
 
 bool CkFtp2W::GetLastModifiedFTime(std::int32_t index, FILETIME& time) {
   const FtpEntryList& entries = client_->entries();
   if (!isIn(entries, index)) return false;
-  const std::optional<FILETIME> known = entries.time(static_cast<std::size_t>(index));
+  const auto at = static_cast<std::size_t>(index);
+  if (!client_->hasDetails(at)) return false;
+  const std::optional<FILETIME> known = entries.time(at);
   if (known) time = *known;
   return known.has_value();
 }

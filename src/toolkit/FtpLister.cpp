@@ -51,7 +51,10 @@ std::optional<FILETIME> timeIn(const FtpReply& reply) {
 bool FtpLister::list(const std::wstring& pattern, FtpEntryList& out) {
   const bool isAll = pattern.empty() || pattern == L"*";
   const auto accept = [&](const FtpEntry& entry) { return isAll || matchesPattern(nameOf(entry.name), pattern); };
-  if (!read(accept, out)) return false;
+  return read(accept, out);
+}
+
+bool FtpLister::complete(FtpEntryList& out) {
   return askDetails(out, session_.features().mlst);
 }
 
@@ -61,6 +64,7 @@ bool FtpLister::listForDeletion(FtpEntryList& out) {
 
 bool FtpLister::read(const Accept& accept, FtpEntryList& out) {
   out.clear();
+  listedIn_ = session_.directory().wanted();
   session_.endRun();
   if (!session_.cancelRestart()) return false;
   if (session_.features().mlst) {
@@ -147,6 +151,8 @@ bool FtpLister::askDetails(FtpEntryList& out, bool onlyLinks) {
     if (hasTime) questions.push_back({static_cast<std::uint32_t>(i), false});
     if (hasSize && out.isLink(i)) questions.push_back({static_cast<std::uint32_t>(i), true});
   }
+  if (questions.empty()) return true;
+  if (session_.directory().wanted() != listedIn_ || !session_.prepare()) return false;
   std::vector<std::uint32_t> unknown;
   bool isKnown = false;
   const bool isAsked = sendAhead(
@@ -179,6 +185,7 @@ bool FtpLister::askDetails(FtpEntryList& out, bool onlyLinks) {
 bool FtpLister::find(const std::string& name, FtpEntryList& out) {
   out.clear();
   isDirectoryDoubtful_ = false;
+  listedIn_ = session_.directory().wanted();
   bool isUnknown = true;
   if (session_.features().mlst) {
     if (findByFacts(name, out, isUnknown)) return true;

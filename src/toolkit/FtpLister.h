@@ -26,8 +26,12 @@ class FtpLister {
   /// The last listing or search met nothing that shows that the directory exists.
   bool isDirectoryDoubtful() const { return isDirectoryDoubtful_; }
 
-  /// Entries whose names match; none is a success.
+  /// Entries whose names match; none is a success. Their times may be owed, see complete().
   bool list(const std::wstring& pattern, FtpEntryList& out);
+  /// What list() left out, since not every caller wants it: the times that a listing has no reliable ones of, and the
+  /// sizes of what links lead to. The session is in the directory of the listing still.
+  /// @return false when they can't be had
+  bool complete(FtpEntryList& out);
   /// Everything, links told apart, times where they cost nothing.
   bool listForDeletion(FtpEntryList& out);
   /// One entry by its name, on the control connection. None is a success.
@@ -51,6 +55,7 @@ class FtpLister {
   FtpSession& session_;
   bool isListAllRefused_ = false;
   bool isDirectoryDoubtful_ = false;
+  std::string listedIn_;
 };
 
 }  // namespace Quorvel::FileAccess

@@ -9,7 +9,10 @@ bool isSendable(std::wstring_view text) {
 }
 
 std::string serverPath(std::wstring_view path) {
-  std::string bytes = platform::toUtf8(path);
+  return cleanPath(platform::toUtf8(path));
+}
+
+std::string cleanPath(std::string_view bytes) {
   std::string out;
   out.reserve(bytes.size());
   for (const char c : bytes) {

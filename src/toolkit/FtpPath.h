@@ -14,6 +14,8 @@ bool isSendable(std::wstring_view text);
 
 /// `\` becomes `/`, runs of separators one; a separator at the end is dropped unless it stands alone.
 std::string serverPath(std::wstring_view path);
+/// The same of bytes.
+std::string cleanPath(std::string_view bytes);
 
 /// `path` as seen from `base`, with "." and ".." taken as text; `base` is absolute, or empty for not known.
 /// @return an absolute path, or `path` itself where it is relative and the base not known

@@ -98,7 +98,8 @@ class IRemoteClient {
   virtual bool GetIsDirectory(std::int32_t index) = 0;
   /// Negative for an entry without a size.
   virtual std::int64_t GetSize64(std::int32_t index) = 0;
-  /// UTC. From one source of time per server, the same for one file as for a listing.
+  /// UTC. From one source of time per server, the same for one file as for a listing. Where that is not the listing
+  /// itself the first call asks for the times of all entries; false when the connection is lost with that.
   virtual bool GetLastModifiedFTime(std::int32_t index, FILETIME& time) = 0;
   /// The same in the local time of this machine.
   virtual bool GetLastModifiedTime(std::int32_t index, SYSTEMTIME& time) = 0;

@@ -162,6 +162,38 @@ TEST_F(ListingDialogueTest, HasOneSourceOfTimesWhateverIsSaidToOneName) {
   EXPECT_EQ(timeOf(2), "none");
 }
 
+TEST_F(ListingDialogueTest, AsksForTimesWhenTheFirstIsWanted) {
+  server.without("MLST");
+  server.addFile("/a", "1", "20230405060708");
+  server.addFile("/b", "22", "20230405060709");
+  connect();
+  EXPECT_EQ(list(L"*"), (Names{L"a", L"b"}));
+  EXPECT_EQ(client.GetSize64(1), 2);
+  EXPECT_THAT(server.commands(), Not(Contains("MDTM a")));
+  EXPECT_EQ(timeOf(1), "20230405060709");
+  EXPECT_EQ(timeOf(0), "20230405060708");
+  const Commands commands = server.commands();
+  EXPECT_EQ(std::count(commands.begin(), commands.end(), "MDTM a"), 1);
+
+  EXPECT_EQ(list(L"*"), (Names{L"a", L"b"}));
+  server.on("MDTM").close();
+  EXPECT_EQ(timeOf(0), "none") << "the time of the line is none of the server's";
+  EXPECT_FALSE(client.get_IsConnected());
+}
+
+TEST_F(ListingDialogueTest, SendsNamesThatAreNoUtf8AsTheyWereListed) {
+  server.addFile("/Gr\xFC\xDF.txt", "latin");
+  server.addFile("/Gr\xC3\xBC\xC3\x9F.dwg", "utf-8");
+  connect();
+  ASSERT_EQ(list(L"*"), (Names{L"Gr\u00FC\u00DF.dwg", L"Gr\u00FC\u00DF.txt"}));
+  std::string bytes;
+  EXPECT_TRUE(get(L"/Gr\u00FC\u00DF.txt", bytes)) << errorText();
+  EXPECT_EQ(bytes, "latin");
+  EXPECT_TRUE(get(L"Gr\u00FC\u00DF.dwg", bytes)) << errorText();
+  EXPECT_TRUE(client.DeleteRemoteFile(L"Gr\u00FC\u00DF.txt"));
+  EXPECT_FALSE(server.has("/Gr\xFC\xDF.txt"));
+}
+
 TEST_F(ListingDialogueTest, TakesTimesOfAnyClockAndNoSizeThatIsNone) {
   willList("MLSD",
            "type=file;size=1;modify=19700101000000; epoch\r\n"

@@ -3,6 +3,7 @@
 #include <oneapi/tbb/global_control.h>
 
 #include <charconv>
+#include <csignal>
 
 #include "platform/Messages.h"
 #include "platform/Text.h"
@@ -31,6 +32,12 @@ constexpr const wchar_t* kNoDirectory = L"C:\\Temp\\server\\none";
 std::size_t connectionsFor(std::int64_t roundTripMicroseconds) {
   if (roundTripMicroseconds < 2'000) return 4;
   return roundTripMicroseconds <= 10'000 ? 8 : 16;
+}
+
+/// The first Ctrl-C ends the transfers in order, a second one the program.
+void onInterrupt(int signal) {
+  WGO_abortTransfers(true);
+  std::signal(signal, SIG_DFL);
 }
 
 std::size_t parseJobs(const std::string& text) {
@@ -77,6 +84,7 @@ ServerSession::ServerSession(Context& context, const ServerOptions& options)
       jobs_(options.jobs),
       transfer_(getInetFileManager()) {
   if (jobs_ != kAutomatic) parseJobs(jobs_);
+  std::signal(SIGINT, onInterrupt);
   initialise(options.passwordFile);
   connect();
 }
