@@ -56,9 +56,9 @@ struct ServerAbilities {
 /// @return 0; the connect-fail reason when there is no connection; negative when the base directory is not there
 ZEPHOR_API int WGO_describeServer(const CServerProperties& properties, bool mayWrite, ServerAbilities& out);
 
-/// Asks every transfer of this process to end: those under way at their next heartbeat, a tenth of a second at most, and
-/// later operations before they begin, with error 1223. None is retried and no dialog is shown. False takes it back. Any
-/// thread, and signal handlers.
+/// Asks every transfer of this process to end: those under way at their next heartbeat, a tenth of a second at most,
+/// and later operations before they begin, with error 1223. None is retried and no dialog is shown. False takes it
+/// back. Any thread, and signal handlers.
 ZEPHOR_API void WGO_abortTransfers(bool abort);
 
 /// True when a server refused TLS that was asked for, and this process has gone on in plain FTP since.

@@ -202,14 +202,15 @@ void ClsFtp2::setPattern(std::wstring pattern) {
 
 bool ClsFtp2::readListing(const std::optional<std::string>& name) {
   FtpCurrentDirectory& directory = session_.directory();
-  const bool isFromMemory = !directory.wanted().empty() && !directory.isChangeNeeded();
   const auto read = [&] { return name ? lister_.find(*name, entries_) : lister_.list(pattern_, entries_); };
   details_ = name ? Details::Known : Details::Owed;
   if (!session_.prepare() || !read()) return false;
-  if (!isFromMemory || !lister_.isDirectoryDoubtful()) return true;
+  if (session_.takeConfirmed() || !lister_.isDirectoryDoubtful() || directory.wanted().empty()) return true;
   // Somebody may have deleted the directory under the session: servers then list nothing, and call that a success.
   directory.forgetServer();
-  return session_.prepare() && read();
+  if (!session_.prepare()) return false;
+  session_.takeConfirmed();
+  return read();
 }
 
 std::int32_t ClsFtp2::countEntries() {

@@ -155,8 +155,7 @@ bool isPermissions(std::string_view text, std::string_view types = "-dl") {
   if (text.size() == kPermissionsLength + 1 && std::string_view("+.@").find(text.back()) != std::string_view::npos) {
     text.remove_suffix(1);
   }
-  if (text.size() != kPermissionsLength || types.find(text[0]) == std::string_view::npos)
-    return false;
+  if (text.size() != kPermissionsLength || types.find(text[0]) == std::string_view::npos) return false;
   return text.find_first_not_of("-rwxsStTlL", 1) == std::string_view::npos;
 }
 

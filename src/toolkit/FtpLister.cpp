@@ -86,7 +86,8 @@ struct FtpLister::Form {
 struct FtpLister::Lines {
   bool isListed = false;
   int code = 0;
-  std::size_t known = 0;    ///< entries, and what belongs into a listing and is none
+  std::size_t entries = 0;
+  std::size_t known = 0;    ///< these, and what belongs into a listing and is none
   std::size_t unknown = 0;  ///< the sum in the first line is neither
 
   /// What came is no listing: an error text, or a form that nobody knows.
@@ -98,6 +99,7 @@ FtpLister::Lines FtpLister::readForm(const Form& form, const Accept& accept, Ftp
   Lines lines;
   FtpLineSink sink([&](std::string_view line) {
     const std::optional<FtpEntry> entry = form.parse(line);
+    if (entry) ++lines.entries;
     if (entry || form.isKnown(line)) {
       ++lines.known;
     } else if (line.substr(0, 6) != "total ") {
@@ -109,7 +111,7 @@ FtpLister::Lines FtpLister::readForm(const Form& form, const Accept& accept, Ftp
   lines.isListed = transfer.retrieve(form.command, sink);
   lines.code = transfer.finalCode();
   lines.unknown += sink.dropped();
-  isDirectoryDoubtful_ = lines.known == 0;
+  isDirectoryDoubtful_ = lines.entries == 0;  // "." is listed of a directory that is gone, too
   return lines;
 }
 

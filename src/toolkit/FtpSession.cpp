@@ -90,7 +90,8 @@ bool FtpSession::prepare() {
   const std::string wanted = directory_.wanted();
   const std::optional<FtpReply> answer = exchange("CWD " + wanted);
   if (!answer) return false;
-  if (answer->isSuccess()) {
+  isConfirmed_ = answer->isSuccess();
+  if (isConfirmed_) {
     directory_.confirm(wanted);
   } else {
     directory_.forgetServer();
@@ -104,6 +105,7 @@ bool FtpSession::changeDirectory(const std::string& path) {
     control_.fail(FtpFailure::NotConnected, "Error: there is no connection to the server");
     return false;
   }
+  isConfirmed_ = false;
   if (directory_.isKnown(target)) {
     directory_.want(target);
     return true;
@@ -115,6 +117,7 @@ bool FtpSession::changeDirectory(const std::string& path) {
   if (!target.empty() && target.front() == '/') {
     directory_.confirm(target);
     directory_.want(target);
+    isConfirmed_ = true;
     return true;
   }
   const std::optional<FtpReply> where = exchange("PWD");

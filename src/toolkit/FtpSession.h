@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "toolkit/Ftp2W.h"
 #include "toolkit/FtpControl.h"
@@ -41,6 +42,8 @@ class FtpSession {
   /// The same where it has come already.
   std::optional<FtpReply> replyAtHand();
   bool changeDirectory(const std::string& path);
+  /// True when the server has confirmed the current directory since the last change or question; once.
+  bool takeConfirmed() { return std::exchange(isConfirmed_, false); }
 
   /// Asks for them when that has not been done. What a server without FEAT can is found out by trying.
   const FtpFeatures& features();
@@ -123,6 +126,7 @@ class FtpSession {
   std::uint64_t restart_ = 0;
   bool isRestartDoubtful_ = false;
   int transfersInRow_ = 0;
+  bool isConfirmed_ = false;
   bool isOutOfStep_ = false;
   int repliesOwed_ = 0;
 };

@@ -88,10 +88,8 @@ FtpTransfer::Step FtpTransfer::connectData(const FtpDataPort& port, const std::s
   if (!session_.control().send(command)) return Step::Failed;
   const auto deadline = FtpLoop::deadlineIn(session_.settings().connectLimit());
   for (;;) {
-    if (!takeReplies()) return Step::Failed;
-    // The server gave the port up: it may do so when the question was asked long ago. A refusal counts before a
-    // connection that was made meanwhile: nobody may ever take that up, and nobody close it (vsftpd's listener is open
-    // in two processes).
+    // A refusal may come together with the connection, on which nothing is ever said then. With 425 the server gave the
+    // port up, as it may do when the question was asked long ago.
     if (isRefused()) return port.isSentAhead && final_->code == 425 ? Step::Stale : Step::Refused;
     const FtpConnectState state = data.connectState();
     if (state == FtpConnectState::Connected) return Step::Done;
@@ -123,7 +121,7 @@ FtpTransfer::Step FtpTransfer::secureData() {
     return Step::Failed;
   }
   const auto deadline = FtpLoop::deadlineIn(session_.settings().connectLimit());
-  for (;;) {
+  while (!isRefused()) {
     const FtpIo status = data.handshake();
     if (status == FtpIo::Done) return Step::Done;
     if (status != FtpIo::AgainRead && status != FtpIo::AgainWrite) {
@@ -135,8 +133,8 @@ FtpTransfer::Step FtpTransfer::secureData() {
       return Step::Refused;
     }
     if (!watch(status == FtpIo::AgainWrite ? FtpInterest::Write : FtpInterest::Read, deadline)) return Step::Failed;
-    if (isRefused()) return Step::Refused;
   }
+  return Step::Refused;
 }
 
 bool FtpTransfer::receive(FtpSink& sink) {

@@ -2,6 +2,7 @@
 #include <thread>
 
 #include "diagnostics/DiagnosticsState.h"
+#include "ftp/AbortRequest.h"
 #include "ftp/ByteCountAndAbort.h"
 #include "platform/Files.h"
 #include "platform/Time.h"
@@ -228,6 +229,19 @@ TEST_F(FailingServer, WithoutRestPiecesComeFromTheBeginning) {
   connection().releaseThreadData();
   EXPECT_EQ(read(9, 1), "9");
   EXPECT_FALSE(remote().supportsRest()) << "a new connection does not bring it back";
+}
+
+TEST_F(FailingServer, AnAbortOfTheUserIsNeitherRetriedNorAskedAbout) {
+  const auto read = [&](RemoteRetryContext& context) {
+    requestAbort(true);
+    std::vector<std::wstring> names;
+    return remote().getFileNames(context, L"*", names);
+  };
+  server.fail("List", {kNoReply, kNoReply});
+  EXPECT_TRUE(run(read).failed);
+  EXPECT_EQ(server.count("List"), 1);
+  EXPECT_EQ(run(read).error, ERROR_CANCELLED);
+  EXPECT_EQ(server.count("List"), 1);
 }
 
 TEST_F(FailingServer, ARenameWhoseReplyWasLostIsNotDoneTwice) {
@@ -468,6 +482,10 @@ TEST(ByteCountAndAbort, AbortsBehindItsLimitOnly) {
   Quorvel::FileAccess::ByteCountAndAbort unlimited;
   unlimited.onTransferRate(1'000'000'000'000, 1);
   EXPECT_FALSE(unlimited.isAborted());
+  abort = false;
+  Quorvel::FileAccess::requestAbort(true);
+  unlimited.onAbortCheck(abort);
+  EXPECT_TRUE(abort);
   unlimited.setLastMessage(L"text");
   EXPECT_EQ(unlimited.takeLastMessage(), L"text");
   EXPECT_EQ(unlimited.takeLastMessage(), L"");

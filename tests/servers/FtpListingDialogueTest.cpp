@@ -141,7 +141,9 @@ TEST_F(ListingDialogueTest, OfADirectoryThatHasVanishedIsAFailure) {
   ASSERT_TRUE(client.ChangeRemoteDir(L"/plans"));
   willList("MLSD", "");
   server.on("MLST").reply("550 gone");
-  server.once("CWD").reply("250 it was there");
+  server.clearCommands();
+  EXPECT_EQ(list(L"*"), Names{});
+  EXPECT_THAT(server.commands(), Not(Contains("CWD /plans"))) << "it was there a moment ago";
   EXPECT_EQ(list(L"*"), Names{});
   server.on("CWD").reply("550 gone");
   for (const wchar_t* const pattern : {L"*", L"a.txt"}) {
@@ -261,7 +263,9 @@ TEST_F(ListingDialogueTest, OfATreeIsDeletedFromBelowWithoutFollowingLinks) {
   // One that DELE does not take, and RMD does.
   server.addDirectory("/plans/junction");
   server.addFile("/plans/link", "not followed");
-  willList("MLSD", "type=OS.unix=slink:/other;size=6; link\r\ntype=dir; junction\r\ntype=dir; ..\r\ntype=dir; /other\r\ntype=pdir; x\r\n");
+  willList("MLSD",
+           "type=OS.unix=slink:/other;size=6; link\r\ntype=dir; junction\r\ntype=dir; ..\r\ntype=dir; "
+           "/other\r\ntype=pdir; x\r\n");
   server.clearCommands();
   EXPECT_TRUE(client.DeleteTree()) << errorText();
   EXPECT_FALSE(server.has("/plans/link") || server.has("/plans/junction"));

@@ -230,14 +230,6 @@ TEST_F(TransferDialogueTest, KeepTheirOffsetWhenThePortAskedForAheadIsStale) {
   EXPECT_EQ(bytes, "walls");
 }
 
-TEST_F(TransferDialogueTest, DoNotLetARestReachAWholeFile) {
-  const TemporaryDirectory directory;
-  connect();
-  client.Quote(L"REST 7");
-  EXPECT_TRUE(client.GetFile(L"/plans/a.txt", (directory.libraryPath() + L"\\a.txt").c_str())) << errorText();
-  EXPECT_EQ(contentOf(directory.path("a.txt")), "twelve walls");
-}
-
 TEST_F(TransferDialogueTest, TakeNoNameOfAnUploadForItsSize) {
   server.once("STOR").reply("150 Opening x (99 bytes)").receiveData().closeData().reply("226 ok");
   connect();
@@ -261,11 +253,15 @@ TEST_F(TransferDialogueTest, GoBackToTheDirectoryAfterASilentReconnect) {
   EXPECT_EQ(server.connections(), 2);
 }
 
-TEST_F(TransferDialogueTest, DoNotLetARestReachAListingOrAnUpload) {
+TEST_F(TransferDialogueTest, DoNotLetARestReachAListingOrAWholeFile) {
+  const TemporaryDirectory directory;
   connect();
   ASSERT_TRUE(client.ChangeRemoteDir(L"/plans"));
   client.Quote(L"REST 7");
   EXPECT_EQ(list(L"*"), (std::vector<std::wstring>{L"a.txt", L"b.txt"}));
+  client.Quote(L"REST 7");
+  EXPECT_TRUE(client.GetFile(L"a.txt", (directory.libraryPath() + L"\\a.txt").c_str())) << errorText();
+  EXPECT_EQ(contentOf(directory.path("a.txt")), "twelve walls");
   std::string bytes;
   EXPECT_TRUE(get(L"a.txt", bytes));
   EXPECT_EQ(bytes, "twelve walls");
