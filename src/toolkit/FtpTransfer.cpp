@@ -88,8 +88,10 @@ FtpTransfer::Step FtpTransfer::connectData(const FtpDataPort& port, const std::s
   if (!session_.control().send(command)) return Step::Failed;
   const auto deadline = FtpLoop::deadlineIn(session_.settings().connectLimit());
   for (;;) {
-    // A refusal may come together with the connection, on which nothing is ever said then. With 425 the server gave the
-    // port up, as it may do when the question was asked long ago.
+    if (!takeReplies()) return Step::Failed;
+    // The server gave the port up: it may do so when the question was asked long ago. A refusal counts before a
+    // connection that was made meanwhile: nobody may ever take that up, and nobody close it (vsftpd's listener is open
+    // in two processes).
     if (isRefused()) return port.isSentAhead && final_->code == 425 ? Step::Stale : Step::Refused;
     const FtpConnectState state = data.connectState();
     if (state == FtpConnectState::Connected) return Step::Done;
