@@ -34,7 +34,7 @@ bool FtpSession::refuseLost(ConnectFailReason ifLost) {
 }
 
 std::int32_t FtpSession::setupTimeout() const {
-  // Until the login is done every silence is one of the connect.
+  // Silence of a server that has not said who it is yet is silence of the connect.
   return std::min(settings_.connectLimit(), settings_.readLimit());
 }
 
@@ -67,10 +67,10 @@ bool FtpSession::open() {
   control_.setTimeout(setupTimeout());
   if (settings_.implicitTls && !secure(host->name)) return false;
   if (!greet()) return false;
-  if (settings_.authTls && !settings_.implicitTls && !authTls(host->name)) return false;
-  if (!login()) return false;
+  // A server may take its time over a password, most of all over a wrong one (pure-ftpd: up to five seconds).
   control_.setTimeout(settings_.readLimit());
-  return true;
+  if (settings_.authTls && !settings_.implicitTls && !authTls(host->name)) return false;
+  return login();
 }
 
 bool FtpSession::openSocket(const std::string& host, std::uint16_t port) {
