@@ -15,6 +15,7 @@ struct FtpReply {
   bool isPreliminary() const { return code >= 100 && code < 200; }
   bool isSuccess() const { return code >= 200 && code < 300; }
   bool isIntermediate() const { return code >= 300 && code < 400; }
+  bool isTemporary() const { return code >= 400 && code < 500; }
 };
 
 /// Takes bytes as they arrive and gives replies as they are complete.

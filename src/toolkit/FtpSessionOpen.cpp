@@ -124,6 +124,8 @@ bool FtpSession::authTls(const std::string& host) {
   const std::optional<FtpReply> answer = exchange("AUTH TLS");
   if (!answer) return refuseLost(eConnect_TlsNotStarted);
   if (answer->code == kNotAvailable) return refuse(eConnect_Busy, "Error: the server is not available");
+  // A reason that passes is no refusal: callers go on without TLS after one.
+  if (answer->isTemporary()) return refuse(eConnect_TlsNotStarted, "Error: the server can't start TLS at the moment");
   if (!answer->isSuccess()) return refuse(eConnect_TlsRefused, "Error: the server refuses TLS");
   // What came before TLS could be anybody's and would count as said under TLS.
   if (control_.hasUnread())
