@@ -4,6 +4,7 @@
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "tests/core/StartedWorkstation.h"
+#include "zephor/Projects.h"
 
 namespace {
 
@@ -25,7 +26,10 @@ TEST_F(InetFileTransfer, ASetPathAnswersTheOneBefore) {
   EXPECT_EQ(setPath(nullptr, 2), L"(null)");
   EXPECT_EQ(setPath(L"D:\\Data", 2), L"C:\\Data");
   for (const int number : {-1, 0, 4, 7, 12, 15, 17}) EXPECT_EQ(setPath(L"C:\\x", number), L"(null)") << number;
-  EXPECT_EQ(pathOf(7), L"D:\\Data\\Usr\\");
+  const wchar_t* const derived[] = {L"Prj", L"", L"Std", L"Usr", L"Usr\\", L"Net"};
+  for (const int number : {3, 5, 6, 7, 8}) {
+    EXPECT_EQ(pathOf(number), std::wstring(L"D:\\Data\\") + derived[number - 3]) << number;
+  }
   EXPECT_EQ(setPath(L"D:\\Std", 5), L"D:\\Data\\Std") << "a derived path counts as set";
   for (const int number : {-1, 0, 17}) EXPECT_EQ(pathOf(number), L"(null)") << number;
 }
@@ -129,6 +133,15 @@ TEST_F(InetFileTransfer, AProjectNameIsTakenWhenItsDirectoryIsThere) {
     EXPECT_EQ(manager().setProjectName(name, false), ERROR_INVALID_DATA);
     EXPECT_EQ(std::wstring(manager().getProjectName()), L"");
   }
+}
+
+TEST(Projects, ALazyDescriptorAddressesAProjectOnTheServerWithNamesCutToItsSize) {
+  const PRJ prj = WGO_CreateLazyOnlinePRJ(std::wstring(17, L'h').c_str(), std::wstring(80, L'n').c_str());
+  EXPECT_EQ(std::wstring(prj.host), std::wstring(16, L'h'));
+  EXPECT_EQ(prj.GetDirectoryName(), std::wstring(50, L'n'));
+  EXPECT_EQ(prj.formatNumber, 328);
+  EXPECT_TRUE(WGO_isRemoteOnlineProjectNr(prj.projectNumber));
+  EXPECT_FALSE(WGO_isRemoteOnlineProjectNr(prj.projectNumber - 1));
 }
 
 }  // namespace

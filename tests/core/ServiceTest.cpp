@@ -5,7 +5,6 @@
 #include "core/ServiceState.h"
 #include "host/Project.h"
 #include "host/System.h"
-#include "platform/Messages.h"
 #include "tests/core/StartedWorkstation.h"
 #include "zephor/FileTransfer.h"
 
@@ -24,8 +23,6 @@ TEST_F(Service, WithoutANetworkNothingIsSetUp) {
   putSetting(L"Settings\\Offline", 1);
   EXPECT_TRUE(WGO_Service_Initialize(eWGOInit_Default));
   EXPECT_EQ(serviceState().manager, nullptr);
-  EXPECT_EQ(serviceState().onlineProject, nullptr);
-  EXPECT_EQ(serviceState().traceLevel, kTraceLevelUnknown);
 }
 
 TEST_F(Service, AConfigurationWithoutServersReadsTheTraceLevelAlone) {
@@ -90,29 +87,6 @@ TEST_F(Service, TheManagerEndsWithTheProcess) {
     std::exit(9);
   };
   EXPECT_EXIT(endAProcess(), testing::ExitedWithCode(7), "");
-}
-
-TEST_F(Service, TheLanguagesResourcesLieBesideTheProgram) {
-  start();
-  const HMODULE resources = LoadResourcesForInetExtensions();
-  ASSERT_NE(resources, nullptr);
-  wchar_t text[200];
-  EXPECT_GT(LoadStringW(resources, 1000, text, 200), 0);
-  FreeLibrary(resources);
-}
-
-TEST_F(Service, TheTraceMessageNamesTheServerOfAnOnlineConnection) {
-  start();
-  getInetFileManager().setServerName(L"wire");
-  auto& internals = dynamic_cast<IZepInetFileTransferInternal&>(getInetFileManager());
-  const std::pair<int, const wchar_t*> table[] = {
-      {0, L"fillLockInfo: /a/b"}, {1, L"fillLockInfo: ftp://wire/a/b"}, {2, L"before"}};
-  for (const auto& [type, expected] : table) {
-    internals.setConnectionType(&type);
-    std::wstring line = L"before";
-    WGO_Service_CreateIOTraceMsg(L"fillLockInfo", L"/a/b", line);
-    EXPECT_EQ(line, expected);
-  }
 }
 
 }  // namespace

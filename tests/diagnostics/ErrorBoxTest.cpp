@@ -90,18 +90,4 @@ TEST_F(DiagnosticsTest, AThreadBehindABoxTakesItsAnswerUnlessItIsRetry) {
   }
 }
 
-TEST_F(DiagnosticsTest, DetailsBringTheHelpButtonAndTheWholeStory) {
-  diag::ShowErrorBox(L"Failed", L"Get Files", kStyle, L"line 1\r\nline 2");
-  now += 5000;
-  diag::ShowErrorBox(L"Failed", L"Get Files", kStyle, L"");
-  const auto boxes = user.boxes();
-  ASSERT_EQ(boxes.size(), 2U);
-  EXPECT_EQ(boxes[0].style, kStyle | MB_HELP);
-  EXPECT_EQ(boxes[0].details,
-            L"MsgCaption:\r\nGet Files\r\n--MsgCaption\r\nMsgText:\r\nFailed\r\n--MsgText\r\nline 1\r\nline 2");
-  EXPECT_EQ(boxes[1].style, kStyle);
-  EXPECT_EQ(boxes[1].details, L"");
-  EXPECT_EQ(diag::errorBoxDetails(L"", L"", L"d"), L"d");
-}
-
 }  // namespace

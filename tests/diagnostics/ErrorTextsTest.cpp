@@ -46,4 +46,16 @@ TEST_F(DiagnosticsTest, AnErrorIsShownAndAnswered) {
   EXPECT_EQ(boxes[2].text, L"plan.zpl:\n\n");
 }
 
+TEST_F(DiagnosticsTest, AnErrorLineBeginsWithTheServersWordsOrTheSystems) {
+  traceAt(3);
+  SetLastError(ERROR_FILE_NOT_FOUND);
+  diag::traceFmt(2, L"while reading");
+  EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+  EXPECT_NE(trace().find(L"The system cannot find the file specified. while reading"), std::wstring::npos);
+
+  platform::setLastInternetResponse(L"550 No such directory.\r\n");
+  diag::traceFmt(2, L"while listing");
+  EXPECT_NE(trace().find(L"550 No such directory. while listing"), std::wstring::npos);
+}
+
 }  // namespace

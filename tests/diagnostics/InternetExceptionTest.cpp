@@ -30,15 +30,11 @@ TEST_F(DiagnosticsTest, TheUserIsAskedWithTheTextThatWasSetBefore) {
 }
 
 TEST_F(DiagnosticsTest, SomeErrorsAndADenyingHostShowNothing) {
-  const struct {
-    DWORD error;
-    bool denied;
-  } table[] = {{12003, false}, {12004, false}, {ERROR_ACCESS_DENIED, true}};
   user.setResponder([](const auto&) { return IDRETRY; });
-  for (const auto& row : table) {
-    workstation::setDenied(row.denied);
+  for (const DWORD error : {DWORD{12003}, DWORD{12004}, ERROR_ACCESS_DENIED}) {
+    workstation::setDenied(error == ERROR_ACCESS_DENIED);
     diag::InternetExceptionSetMessageText(L"pending");
-    EXPECT_EQ(resolve(row.error), IDCANCEL) << row.error;
+    EXPECT_EQ(resolve(error), IDCANCEL) << error;
   }
   EXPECT_TRUE(user.boxes().empty());
 

@@ -28,13 +28,6 @@ TEST_F(DiagnosticsTest, LongWorkShowsWhatWasSetMeanwhile) {
                                          L"position 4", L"text tb000002.zdw"}));
 }
 
-TEST_F(DiagnosticsTest, AForcedPositionShowsTheBarAtOnce) {
-  const auto bar = diag::CreateProgress(L"Upload");
-  bar->setPos(1, true);
-  EXPECT_EQ(user.progressCalls(),
-            (Calls{L"create Upload", L"range 100", L"show", L"text Upload", L"position 0", L"position 1"}));
-}
-
 TEST_F(DiagnosticsTest, AValueAbove32BitsIsRefusedWithItsPlaceInTheSource) {
   const auto bar = diag::CreateProgress(L"Upload");
   constexpr std::uint64_t kTooMuch = 0x100000000;
@@ -46,11 +39,6 @@ TEST_F(DiagnosticsTest, AValueAbove32BitsIsRefusedWithItsPlaceInTheSource) {
   }
   EXPECT_THROW(bar->setRange(kTooMuch), Quorvel::FileAccess::NarrowingError);
   EXPECT_NO_THROW(bar->setPos(0xFFFFFFFF, true));
-}
-
-TEST_F(DiagnosticsTest, WithoutADisplayThereIsNoBar) {
-  user.refuseProgressWindows(true);
-  EXPECT_EQ(diag::CreateProgress(L"Upload"), nullptr);
 }
 
 }  // namespace
