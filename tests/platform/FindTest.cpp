@@ -50,19 +50,6 @@ TEST_F(FindTest, PatternsMatchAsOnAWindowsVolume) {
   EXPECT_EQ(list(L"d\\*a*a*a*a*a*x"), Names());
 }
 
-TEST_F(FindTest, AFileItselfIsFoundUnderItsNameOnTheDisk) {
-  write("Big.Bin");
-  std::filesystem::resize_file(root() / "Big.Bin", 0x1'2345'6789);
-  WIN32_FIND_DATAW data;
-  const HANDLE find = FindFirstFileW(path(L"bIG.bin").c_str(), &data);
-  ASSERT_NE(find, INVALID_HANDLE_VALUE);
-  EXPECT_STREQ(data.cFileName, L"Big.Bin");
-  EXPECT_EQ(data.nFileSizeHigh, 1U);
-  EXPECT_EQ(data.nFileSizeLow, 0x2345'6789U);
-  EXPECT_FALSE(FindNextFileW(find, &data));
-  FindClose(find);
-}
-
 TEST_F(FindTest, ErrorsTellTheMissingFileFromTheMissingDirectory) {
   write("dir/file");
   EXPECT_EQ(errorOf(L"dir\\none"), ERROR_FILE_NOT_FOUND);

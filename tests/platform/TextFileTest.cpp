@@ -96,11 +96,6 @@ TEST_F(TextFileTest, LongLinesComeInPieces) {
   put("abcdefg\nhi\n");
   EXPECT_EQ(lines(L"r", 4), (Lines{L"abc", L"def", L"g\n", L"hi\n"}));
   EXPECT_EQ(lines(L"r", 8), (Lines{L"abcdefg", L"\n", L"hi\n"}));
-  TextFile file(path_, L"r");
-  std::wstring line;
-  EXPECT_FALSE(file.readLine(line, 0));
-  EXPECT_TRUE(file.readLine(line, 1));
-  EXPECT_TRUE(line.empty());
 }
 
 TEST_F(TextFileTest, LargeFilesComeBackWhole) {

@@ -25,44 +25,8 @@ TEST(UserInterfaceTest, TheSilentOneDenies) {
   EXPECT_EQ(GetActiveWindow(), nullptr);
 }
 
-class RecordingUserInterface : public platform::IUserInterface {
- public:
-  int messageBox(const platform::MessageBoxRequest& request) override {
-    last = request;
-    return IDRETRY;
-  }
-  std::unique_ptr<platform::IProgressWindow> createProgressWindow(const std::wstring& /*title*/, int /*width*/,
-                                                                  int /*height*/) override {
-    return nullptr;
-  }
-  int pixelDensity() const override { return 96; }
-  void setBusyCursor(bool /*busy*/) override {}
-  int open(const std::wstring& target) override {
-    opened = target;
-    return 33;
-  }
-
-  platform::MessageBoxRequest last;
-  std::wstring opened;
-};
-
 std::intptr_t shellExecute(const wchar_t* verb, const wchar_t* file) {
   return reinterpret_cast<std::intptr_t>(ShellExecuteW(nullptr, verb, file, nullptr, nullptr, SW_SHOWNORMAL));
-}
-
-TEST(UserInterfaceTest, TheOneInPlaceIsAskedUntilTheOldOneReturns) {
-  RecordingUserInterface mine;
-  platform::IUserInterface* const before = platform::setUserInterface(&mine);
-  EXPECT_EQ(MessageBoxW(&mine, nullptr, L"caption", MB_RETRYCANCEL), IDRETRY);
-  EXPECT_EQ(mine.last.owner, &mine);
-  EXPECT_EQ(mine.last.text, L"");
-  EXPECT_EQ(mine.last.caption, L"caption");
-  EXPECT_EQ(shellExecute(L"Open", L"https://portal"), 33);
-  EXPECT_EQ(mine.opened, L"https://portal");
-  EXPECT_EQ(shellExecute(L"print", L"a.txt"), 31);
-  EXPECT_EQ(shellExecute(L"open", nullptr), 2);
-  EXPECT_EQ(platform::setUserInterface(nullptr), &mine);
-  EXPECT_EQ(&platform::userInterface(), before);
 }
 
 class OpenerTest : public TemporaryDirectoryTest {
