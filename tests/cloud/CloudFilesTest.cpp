@@ -11,17 +11,6 @@ using zephor_test::Calls;
 
 using CloudFiles = zephor_test::CloudFixture;
 
-TEST_F(CloudFiles, AProjectOutsideTheCloudIsRefusedWithItsLine) {
-  const std::wstring file = path(L"notes.txt");
-  EXPECT_FALSE(Ondrath_uploadFile(localPrj(), file));
-  EXPECT_EQ(Ondrath_downloadFile(localPrj(), file, false), 13);
-  EXPECT_FALSE(Ondrath_deleteFile(localPrj(), file));
-  EXPECT_FALSE(Ondrath_existsFile(localPrj(), file));
-  EXPECT_EQ(Ondrath_uploadFile(localPrj(), 0, 99), 13);
-  EXPECT_TRUE(desk.hasErrorLine(L"Quorvel::FileAccess::Ondrath_uploadFile: not Ondrath project"));
-  EXPECT_TRUE(cloud.calls().empty());
-}
-
 TEST_F(CloudFiles, EachOperationCallsOnceAndTellsAFailure) {
   const std::wstring file = path(L"BIM\\notes.txt");
   cloud.files = {L"BIM\\notes.txt"};
@@ -85,16 +74,6 @@ TEST_F(CloudFiles, AnObjectOfAnotherProjectGoesWithTheHeaderOfItsFile) {
   TeilbildHeader sent;
   std::memcpy(static_cast<void*>(&sent), cloud.uploadedHeaders[0].data(), sizeof sent);
   EXPECT_EQ(sent.versionCounter, 1U) << "not the row of the open project's object with that number";
-}
-
-TEST_F(CloudFiles, ObjectNumbersAndTypesAreChecked) {
-  for (const auto& [number, type] : {std::pair(0, 0), std::pair(-1, 0), std::pair(1, 1), std::pair(1, 75)}) {
-    EXPECT_EQ(Ondrath_uploadFile(prj(), number, type), 13);
-    EXPECT_EQ(Ondrath_downloadFile(prj(), number, type, true), 13);
-  }
-  EXPECT_EQ(Ondrath_downloadToOpenFile(0, prj(), 1, 0), 0);
-  EXPECT_TRUE(desk.hasErrorLine(L"Ondrath_downloadToOpenFile: invalid unit"));
-  EXPECT_TRUE(cloud.calls().empty());
 }
 
 TEST_F(CloudFiles, AnOpenObjectIsReplacedThroughItsHandleOnly) {

@@ -19,16 +19,6 @@ TEST_F(CloudHeaders, AnEmptyHeaderLeavesTheOutputAndADamagedOneFails) {
   EXPECT_EQ(cloud.calls().size(), calls);
 }
 
-TEST_F(CloudHeaders, OnlyANegativeStatusFails) {
-  storeHeader(L"pb000003.zpl", header<PlanHeader>(3, 9));
-  PlanHeader found = clearedHeader<PlanHeader>();
-  cloud.script("GetFileHeaders", {1, -1});
-  EXPECT_TRUE(Ondrath_downloadHeader(prj(), 3, 33, &found));
-  EXPECT_EQ(found.versionCounter, 9U);
-  EXPECT_FALSE(Ondrath_downloadHeader(prj(), 3, 33, &found));
-  EXPECT_EQ(cloud.calls().front(), L"GetFileHeaders pb000003.zpl 3264");
-}
-
 TEST_F(CloudHeaders, ListsHoldOneRecordForEachNumberInAscendingOrder) {
   storeHeader(L"tb000001.zdw", header<TeilbildHeader>(1, 4));
   storeHeader(L"tb000003.zdw", header<TeilbildHeader>(3, 5));

@@ -5,7 +5,6 @@
 namespace Quorvel::FileAccess {
 namespace {
 
-using zephor_test::Calls;
 using zephor_test::kRefused;
 
 TEST(CloudListingLine, FieldsAreTakenInOrderAsFarAsTheyGo) {
@@ -33,26 +32,6 @@ TEST_F(CloudListings, ListsAreSortedAndKeepTheFirstOfEqualNumbers) {
   cloud.script("GetProjectFileInfos", {kRefused});
   EXPECT_FALSE(Ondrath_getPLList(prj(), byNumber));
   EXPECT_TRUE(byNumber.empty());
-}
-
-TEST_F(CloudListings, OneObjectIsFoundByTheNameOfItsNumber) {
-  cloud.lines[3] = {L"PB000007.zpl|other case", L"pb000007.zpl|this one", L"pb000007.zpl|later"};
-  CResourceInfo info;
-  EXPECT_TRUE(WGO_getBimPlInfo(prj(), 7, info));
-  EXPECT_EQ(info.text1, L"this one");
-  EXPECT_FALSE(WGO_getBimPlInfo(prj(), 8, info));
-}
-
-TEST_F(CloudListings, DeletedFilesAreAskedForByTheirClass) {
-  cloud.resourceFiles[34] = {L"tb000003.zdw"};
-  std::vector<std::wstring> names{L"old"};
-  WGO_getOndrathDeletedFiles(prj(), names, eShareFile_Teilbild);
-  EXPECT_EQ(names, (std::vector<std::wstring>{L"tb000003.zdw"}));
-  const Calls calls = cloud.calls();
-  WGO_getOndrathDeletedFiles(prj(), names, static_cast<ShareFileTypeID>(5));
-  EXPECT_TRUE(names.empty());
-  EXPECT_EQ(cloud.calls(), calls);
-  EXPECT_TRUE(desk.hasErrorLine(L"Quorvel::FileAccess::WGO_getOndrathDeletedFiles: wrong parameter"));
 }
 
 }  // namespace

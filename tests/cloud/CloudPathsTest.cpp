@@ -46,15 +46,6 @@ TEST(CloudPaths, APathBecomesTheNameBelowTheProjectDirectory) {
   EXPECT_EQ(base, root + L"\\");
 }
 
-TEST(CloudPaths, ANameFollowsTheProjectsDirectoryWithALeadingBackslash) {
-  const std::wstring below = L"Z:\\p\\" + kUuid;
-  EXPECT_EQ(Ondrath_RelativeFromFullName(kUuid, below + L".prj", L"a.txt"), L"\\a.txt");
-  EXPECT_EQ(Ondrath_RelativeFromFullName(kUuid, below, L"a.txt"), L"\\a.txt");
-  EXPECT_EQ(Ondrath_RelativeFromFullName(kUuid, L"Z:/p/" + kUuid + L".prj/BIM", L"a.txt"), L"\\BIM\\a.txt");
-  EXPECT_EQ(Ondrath_RelativeFromFullName(kUuid, below + L".prjs\\" + kUuid + L".prj", L"a.txt"), L"\\a.txt");
-  EXPECT_EQ(Ondrath_RelativeFromFullName(kUuid, L"", L"\\a.txt"), L"\\a.txt");
-}
-
 using CloudPathsInProject = zephor_test::CloudFixture;
 
 TEST_F(CloudPathsInProject, AFileIsResolvedIntoTheProjectsCache) {

@@ -24,13 +24,5 @@ TEST_F(Login, AnswersTellWhatFailed) {
             (Calls{L"interactive", L"interactive", L"interactive", L"interactive silent", L"interactive"}));
 }
 
-TEST_F(Login, MessagesFollowTheirKind) {
-  std::wstring text;
-  EXPECT_EQ(getlocalizedMessageTextForOndrath(text, L"a.txt", 0, 0, 0, 0), L"Downloading \"a.txt\"");
-  EXPECT_EQ(getlocalizedMessageTextForOndrath(text, L"House", 3, 2, 0, 0),
-            L"Downloading 2 files from \"\\\\ONDRATH\\House\"");
-  EXPECT_EQ(getlocalizedMessageTextForOndrath(text, L"", 6, 2, 5, 1572864), L"File 2 of 5  (1.50) MB");
-}
-
 }  // namespace
 }  // namespace Quorvel::FileAccess

@@ -1,6 +1,7 @@
 #include "cloud/Ondrath_Services.h"
 #include "tests/support/CloudFixture.h"
 #include "workstation/objects/CoreObjects.h"
+#include "workstation/ui/HostInterface.h"
 #include "zephor/NotUploadedFiles.h"
 
 namespace Quorvel::FileAccess {
@@ -81,22 +82,13 @@ TEST_F(UploadRetry, NoListsTheObjectsOfThePass) {
   EXPECT_EQ(::workstation::dataChanges(), (std::vector<::workstation::DataChange>{{1, 12, 1}, {2, 7, 1}}));
 }
 
-class UploadRetryDenied : public zephor_test::CloudFixture {
- protected:
-  static zephor_test::TestWorkstationOptions denying() {
-    zephor_test::TestWorkstationOptions options;
-    options.deny = true;
-    return options;
-  }
-  UploadRetryDenied() : CloudFixture(denying()) {}
-};
-
-TEST_F(UploadRetryDenied, AsksNobodyAndListsNothing) {
+TEST_F(UploadRetry, WithDeniedMessagesAsksNobodyAndListsNothing) {
+  ::workstation::setDenied(true);
   cloud.script("UploadFilesAndMetadata", {kRefused});
   cloud.failedNames = {{L"tb000012.zdw"}};
-  EXPECT_EQ(UploadFilesRetry(uuid, L"", filesNamed({L"tb000012.zdw"}), 0, {}), kRefused);
+  EXPECT_EQ(send({L"tb000012.zdw"}), kRefused);
   EXPECT_TRUE(ui().boxes().empty());
-  EXPECT_FALSE(existsEntryInNotUploadedFilesList(L"tb000012.zdw"));
+  EXPECT_TRUE(listed().empty());
 }
 
 }  // namespace

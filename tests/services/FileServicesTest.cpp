@@ -127,14 +127,5 @@ TEST_F(FileServices, ExistenceIsAskedWhereTheProjectLives) {
   EXPECT_TRUE(desk.hasErrorLine(L"WGO_existsOnlineServerFile: hosts not equal files ONDRATH"));
 }
 
-TEST_F(FileServices, OnlyTheOutermostShownCursorCounts) {
-  {
-    const ScopedAniCursor outer(true);
-    const ScopedAniCursor inner(true);
-    EXPECT_EQ(ui().busyCursorDepth(), 1);
-  }
-  EXPECT_EQ(ui().busyCursorDepth(), 0);
-}
-
 }  // namespace
 }  // namespace Quorvel::FileAccess

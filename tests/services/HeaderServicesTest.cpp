@@ -10,18 +10,6 @@ namespace {
 
 using HeaderServices = zephor_test::CloudFixture;
 
-TEST_F(HeaderServices, EachServiceReadsItsOwnSource) {
-  makeObject(eFileType_Teilbild, 3);
-  ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(3, header<TeilbildHeader>(3, 20, 0));
-  storeHeader(L"tb000003.zdw", header<TeilbildHeader>(3, 30, 0));
-  TeilbildHeader found;
-  EXPECT_TRUE(WGO_getTBHeader(3, &found, false, 1));
-  EXPECT_EQ(found.versionCounter, 20U);
-  EXPECT_TRUE(desk.hasErrorLine(L"Quorvel::FileAccess::WGO_getTBHeader: get TBHeader for 3 from DB with prjId = "));
-  EXPECT_TRUE(WGO_getTBHeaderFromOnlineServer(3, &found));
-  EXPECT_EQ(found.versionCounter, 30U);
-}
-
 TEST_F(HeaderServices, AFailureLeavesAClearedRecord) {
   const TeilbildHeader cleared = clearedHeader<TeilbildHeader>();
   TeilbildHeader found;
