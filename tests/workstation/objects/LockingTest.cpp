@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <thread>
 
-#include "host/System.h"
 #include "host/Users.h"
 #include "tests/support/TestWorkstation.h"
 #include "workstation/Session.h"
@@ -93,11 +91,7 @@ TEST_F(LockingTest, DelayedListTellsWhatWasRefused) {
   EXPECT_EQ(manager_.GetLockOwner(3, 0, 0), -1);
 }
 
-TEST_F(LockingTest, LockingIsOffBySettingOrWithoutAProject) {
-  EXPECT_FALSE(manager_.IsLockingOff());
-  ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\LockingOff", 1);
-  EXPECT_TRUE(manager_.IsLockingOff());
-  ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\LockingOff", 0);
+TEST_F(LockingTest, LockingIsOffWithoutAProject) {
   EXPECT_FALSE(manager_.IsLockingOff());
   workstation::closeProject();
   EXPECT_TRUE(manager_.IsLockingOff());

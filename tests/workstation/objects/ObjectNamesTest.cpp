@@ -42,20 +42,6 @@ TEST(ObjectNames, OtherNamesAreNoObjects) {
   }
 }
 
-TEST(ObjectNames, NamesAreMadeForPossibleNumbersOnly) {
-  for (const auto& [type, number, name] : {std::tuple{0, 9999, L"tb009999.zdw"},
-                                           {28, 999999, L"ze999999.000"},
-                                           {33, 12, L"pb000012.zpl"},
-                                           {0, 0, L""},
-                                           {0, 10000, L""},
-                                           {33, 1000000, L""},
-                                           {3, 1, L""}}) {
-    int error = -1;
-    EXPECT_EQ(lfznamC(type, number, 0, error), name);
-    EXPECT_EQ(error, *name != L'\0' ? 0 : 87) << type << " " << number;
-  }
-}
-
 TEST(LockNames, NameTellsObjectUserAndWorkstation) {
   const std::wstring name = workstation::lockFileName({0, 12, 7, L"3F2A90C1-7a0e-4c1e"});
   EXPECT_EQ(name, L"tb000012.zdw.0007-3f2a90c1.lck");

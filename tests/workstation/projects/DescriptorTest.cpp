@@ -4,7 +4,6 @@
 #include "host/Guid.h"
 #include "host/NetManager.h"
 #include "host/Project.h"
-#include "host/System.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "tests/workstation/Fixtures.h"
@@ -161,12 +160,6 @@ TEST_F(Descriptor, OfALocalProjectIsFoundByHostAndName) {
   ASSERT_EQ(get_project_info(L"localhost", L"House.prj", read, 1, 0), 0);
   EXPECT_EQ(read.GetProjectDisplayName(), L"My house");
   EXPECT_EQ(get_project_info(L"localhost", L"Barn", read, 1, 0), 2);
-  set_ActivePrj(read);
-  std::wstring directory;
-  std::wstring name;
-  ASSERT_EQ(ltbgetC(directory, name, 0), 0);
-  EXPECT_EQ(directory + L"|" + name, L"C:\\Data\\Prj\\localhost|House");
-  EXPECT_EQ(lfinigC(1), L"C:\\Data\\Prj\\localhost\\House.prj\\");
 }
 
 }  // namespace

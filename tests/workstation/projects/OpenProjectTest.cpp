@@ -8,9 +8,6 @@
 #include "platform/Text.h"
 #include "tests/support/TestWorkstation.h"
 #include "workstation/Session.h"
-#include "workstation/objects/CoreObjects.h"
-#include "workstation/projects/DirChanges.h"
-#include "workstation/projects/OpenUnits.h"
 
 namespace {
 
@@ -116,42 +113,6 @@ TEST_F(OpenProject, KnowsItsUsersByTheirListAndOtherwiseByTheStore) {
   EXPECT_EQ(lzbnum(), 17) << "as it was loaded";
   EXPECT_EQ(lz_GetUserNameFromUserId(5), L"Listed");
   EXPECT_EQ(lz_GetUserNameFromUserId(99), L"#99");
-}
-
-TEST_F(OpenProject, HasANumberForTheDatabaseAsLongAsItIsOpen) {
-  workstation_.createTeamAndProject(L"House");
-  const PRJ house = get_ActivePrj();
-  EXPECT_EQ(kgunit(), workstation::kOpenProjectUnit);
-  EXPECT_EQ(workstation::directoryOfUnit(kgunit()), get_ActPrjPath());
-  ASSERT_TRUE(ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\OpenDatabase", 0));
-  EXPECT_EQ(kgunit(), -1);
-  ZP_Header_Project header;
-  header.SetInfo(house);
-  const int unit = tempProjectOpen(header);
-  EXPECT_GE(unit, workstation::kFirstTemporaryUnit);
-  workstation::closeProject();
-  EXPECT_EQ(workstation::projectOfUnit(unit)->GetOndrathProjectUuid(), house.GetOndrathProjectUuid());
-  tempProjectClose(unit);
-  EXPECT_FALSE(workstation::projectOfUnit(unit).has_value());
-  PRJ missing(L"t", L"t", L"Missing", L"11111111-2222-4333-8444-555555555555", true);
-  header.SetInfo(missing);
-  EXPECT_EQ(tempProjectOpen(header), -1);
-}
-
-TEST_F(OpenProject, NotesTheChangesThatTheLibraryHandsBack) {
-  workstation_.createTeamAndProject(L"House");
-  ltbproC_updateDirChanges(L"C:\\a", 1);
-  ltbproC_updateDirChanges(L"C:\\a", 3);
-  ltbproC_updateDirChanges(L"C:\\a", 3);
-  const std::vector<workstation::DirectoryChange> expected = {{L"C:\\a", 1}, {L"C:\\a", 3}};
-  EXPECT_EQ(workstation::takeDirectoryChanges(), expected);
-  for (unsigned long i = 1; i <= 10001; ++i) ltbproC_updateDirChanges(L"C:\\a", i);
-  EXPECT_EQ(workstation::directoryChanges().size(), 10000U);
-  EXPECT_EQ(workstation::directoryChanges().front().action, 2U) << "the oldest goes";
-  SetDataChangedInfo(1, 5, 1);
-  workstation::closeProject();
-  EXPECT_TRUE(workstation::directoryChanges().empty());
-  EXPECT_TRUE(workstation::dataChanges().empty());
 }
 
 }  // namespace

@@ -77,14 +77,4 @@ TEST_F(UserFile, ThatIsDamagedAnswers13AndGivesNobody) {
   EXPECT_NE(lzWriteAllUsers_fromVector_to_Path({}, L"C:\\Nowhere"), 0);
 }
 
-TEST_F(UserFile, WithoutAProjectTheUserIsNumberOne) {
-  QuorvelUser current;
-  ASSERT_EQ(lz_GetCurrentUserInfo(current), 0);
-  EXPECT_EQ(current.number, 1);
-  EXPECT_STREQ(current.loginName, L"Test User");
-  EXPECT_EQ(lzbnum(), 1);
-  EXPECT_EQ(lzbext(), L"u001");
-  EXPECT_EQ(lz_GetUserNameFromUserId(7), L"#7");
-}
-
 }  // namespace

@@ -44,15 +44,6 @@ bool reads(const Image& image, PlanHeader& out) {
   return datwaPlHeaderToLatest(image.data(), kStoredHeaderSize, static_cast<std::uint32_t>(image.size()), false, out);
 }
 
-TEST(StoredHeader, PlanComesBackAsItWas) {
-  PlanHeader header = planHeader();
-  const Image image = workstation::storedImage(header);
-  EXPECT_EQ(image.size(), kStoredHeaderSize);
-  auto read = clearedHeader<PlanHeader>();
-  ASSERT_TRUE(reads(image, read));
-  EXPECT_EQ(std::memcmp(&read, &header, sizeof header), 0);
-}
-
 TEST(StoredHeader, LongNamesAreCutBetweenCharacters) {
   PlanHeader header = planHeader();
   std::fill_n(header.name, 127, u'x');

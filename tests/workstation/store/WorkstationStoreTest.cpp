@@ -1,27 +1,16 @@
 // The embedded controllers as a workstation is given them.
 #include <gtest/gtest.h>
 
+#include "host/Cloud.h"
 #include "host/ObjectFiles.h"
 #include "platform/Files.h"
 #include "tests/support/TestWorkstation.h"
 #include "workstation/Session.h"
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/objects/OpenFiles.h"
-#include "workstation/store/EmbeddedController.h"
-#include "workstation/store/StoreContext.h"
 
 namespace zephor_test {
 namespace {
-
-TEST(WorkstationStore, CacheFilesGoUpAndComeBack) {
-  TestWorkstation workstation;
-  const std::wstring project = workstation.createTeamAndProject(L"House");
-  ICloudProjectService& service = *QuorvelCloudController()->GetProjectService();
-  workstation.writeFile(workstation.projectPath(L"design\\notes.txt"), "notes");
-  EXPECT_EQ(service.UploadProjectFile(project, L"design\\notes.txt"), 0);
-  EXPECT_EQ(workstation.readStored(L"design\\notes.txt"), "notes");
-  EXPECT_NE(service.UploadProjectFile(project, L"design\\none.txt"), 0);
-}
 
 TEST(WorkstationStore, RefreshIsFullUntilTheFilesWereBrought) {
   TestWorkstation workstation;
@@ -96,48 +85,17 @@ TEST(WorkstationStore, FileOpenInTheCoreIsReadThroughItsHandleAndGetsAPart) {
   EXPECT_EQ(cfgethandle(path, 0), -1);
 }
 
-TEST(WorkstationStore, PortalIsTheStoresDirectory) {
-  std::wstring url = L"before";
-  workstation::makeEmbeddedController("", {})->GetPortalUrl(url);
-  EXPECT_EQ(url, L"");
-  workstation::makeEmbeddedController("/srv/Büro #1/", {})->GetPortalUrl(url);
-  EXPECT_EQ(url, L"file:///srv/B%C3%BCro%20%231");
-}
-
-TEST(WorkstationStore, DownloadAsksTheWatcherAndKeepsHiddenFilesHidden) {
+TEST(WorkstationStore, DownloadKeepsHiddenFilesHidden) {
   TestWorkstation workstation;
   const std::wstring project = workstation.createTeamAndProject(L"House");
   workstation.putStored(workstation.actor(), L"design\\desktop.ini", "new");
   const std::wstring path = workstation.projectPath(L"design\\desktop.ini");
   workstation.writeFile(path, "old");
   ASSERT_NE(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM), FALSE);
-  std::wstring shown;
-  workstation::setTransferProgress(
-      [&](std::uint32_t done, std::uint32_t total, std::uint64_t, const std::wstring& text) {
-        shown = text + std::to_wstring(done) + L"/" + std::to_wstring(total);
-      });
-  CloudTransferOptions options;
-  options.count = 0xFFFFFFFF;
-  options.text = L"House ";
-  EXPECT_EQ(QuorvelCloudController()->GetProjectService()->DownloadFiles(project, workstation.projectPath(),
-                                                                         {L"design\\desktop.ini"}, options),
-            0);
-  workstation::setTransferProgress({});
-  EXPECT_EQ(shown, L"House 1/1");
+  ICloudProjectService& service = *QuorvelCloudController()->GetProjectService();
+  EXPECT_EQ(service.DownloadFiles(project, workstation.projectPath(), {L"design\\desktop.ini"}, {}), 0);
   EXPECT_EQ(workstation.readFile(path), "new");
   EXPECT_EQ(GetFileAttributesW(path.c_str()) & 6U, 6U);
-}
-
-TEST(WorkstationStore, LogoutEndsTheWorkUntilTheNextLogin) {
-  TestWorkstation workstation;
-  const std::wstring project = workstation.createTeamAndProject(L"House");
-  ICloudController& controller = *QuorvelCloudController();
-  std::wstring text;
-  EXPECT_EQ(controller.GetProjectService()->CheckProjectAccess(project, text), 0);
-  QuorvelSsoController()->Logout();
-  EXPECT_EQ(static_cast<std::uint32_t>(controller.GetProjectService()->CheckProjectAccess(project, text)), 0x800708CAU);
-  EXPECT_EQ(controller.Login(true, true), 0);
-  EXPECT_EQ(controller.GetProjectService()->CheckProjectAccess(project, text), 0);
 }
 
 }  // namespace

@@ -6,8 +6,6 @@
 
 #include "host/Files.h"
 #include "host/Guid.h"
-#include "host/System.h"
-#include "platform/Files.h"
 #include "tests/workstation/Fixtures.h"
 
 namespace {
@@ -15,19 +13,6 @@ namespace {
 using Quorvel::Cad::Service::ZP_GUIDValueProvider;
 using zephor_test::offline;
 using zephor_test::TestWorkstation;
-
-TEST(PathNumbers, ReadAsTheHostHasThem) {
-  TestWorkstation workstation(offline());
-  EXPECT_EQ(lfinigC(1), L"");
-  EXPECT_EQ(lfinigC(8), L"C:\\Data\\Net\\");
-  EXPECT_EQ(lfinigC(18), L"C:\\Data\\Net\\");
-  EXPECT_EQ(lfinigC(29), L"C:\\Data\\Std\\");
-  EXPECT_EQ(lfinigC(30), L"");
-  EXPECT_EQ(lfinigC(41), L"C:\\Data\\Prj\\ONDRATH");
-  for (const int number : {8, 29, 41}) EXPECT_TRUE(platform::fileStatus(lfinigC(number)).isDirectory) << number;
-  lfinipC(30, L"C:\\Elsewhere");
-  EXPECT_EQ(lfinigC(30), L"C:\\Elsewhere\\");
-}
 
 TEST(PathNumbers, AScopeIsSeenByItsThreadAlone) {
   TestWorkstation workstation(offline());
@@ -72,22 +57,6 @@ TEST(FileLayer, TreesAreCopiedWholeAndNeverIntoThemselves) {
   EXPECT_FALSE(workstation.exists(L"C:\\from"));
   for (const wchar_t* root : {L"", L"C:", L"C:\\", L"\\", L"C:\\to\\.."}) EXPECT_NE(ldirrmc(root), 0) << root;
   EXPECT_TRUE(workstation.exists(L"C:\\to"));
-}
-
-TEST(FileLayer, MovesOverAnExistingFileAndReportsAMissingOne) {
-  TestWorkstation workstation(offline());
-  workstation.writeFile(L"C:\\user.cfg", "new");
-  workstation.writeFile(L"C:\\user.cfg.old", "old");
-  EXPECT_EQ(lfilmvC(L"C:\\user.cfg", L"C:\\user.cfg.old"), 0);
-  EXPECT_EQ(workstation.readFile(L"C:\\user.cfg.old"), "new");
-  EXPECT_EQ(lfilmvC(L"C:\\user.cfg", L"C:\\x"), 2);
-  int handle = 0;
-  ASSERT_EQ(lfilopC(L"C:\\user.cfg.old", 0, handle), 0);
-  EXPECT_EQ(lfilclC(handle), 0);
-  EXPECT_NE(lfilclC(handle), 0);
-  EXPECT_EQ(ldirmkc(L"C:\\a\\b"), 0);
-  EXPECT_EQ(ldirmkc(L"C:\\a\\b\\"), 0) << "one that is there is as good";
-  EXPECT_NE(ldirmkc(L"C:\\user.cfg.old"), 0) << "a file is in its place";
 }
 
 TEST(Guid, IsReadInEveryFormAndPrintedInOne) {

@@ -24,8 +24,8 @@ class Servers : public testing::Test {
     const std::string before = contentOf(file);
     const std::string servers =
         "{\"servers\": {"
-        "\"Office\": {\"description\": \"the office\", \"host\": \"ftp.example.org\", \"protocol\": \"FTP\","
-        " \"user\": \"u\", \"password\": \"p\", \"explicitTls\": true, \"connectLimitMilliseconds\": 15000},"
+        "\"Office\": {\"host\": \"ftp.example.org\", \"protocol\": \"FTP\","
+        " \"user\": \"u\", \"password\": \"p\"},"
         "\"Share\": {\"kind\": \"directory\", \"baseDirectory\": \"C:\\\\Server\"},"
         "\"Gone\": {\"kind\": \"directory\", \"baseDirectory\": \"C:\\\\Nowhere\"},"
         "\"Second\": {\"host\": \"FTP.example.org\", \"protocol\": \"FTPS\", \"user\": \"second\"},"
@@ -36,22 +36,6 @@ class Servers : public testing::Test {
 
   TestWorkstation workstation_{offline()};
 };
-
-TEST_F(Servers, AreToldApartByNameAndKind) {
-  EXPECT_TRUE(ZSYST_IsInetServer(L"office"));
-  EXPECT_FALSE(ZSYST_IsInetServer(L"ONDRATH"));
-  EXPECT_FALSE(ZSYST_IsInetServer(L""));
-  EXPECT_EQ(ZSYST_getWorkgroupOnlineConnectionType(L"Office"), 1);
-  EXPECT_EQ(ZSYST_getWorkgroupOnlineConnectionType(L"Share"), 0);
-  EXPECT_EQ(ZSYST_getWorkgroupOnlineServerDescription(L"Office"), L"the office");
-  EXPECT_EQ(CServerProperties(L"Office").connectLimitMilliseconds, 15000);
-  EXPECT_EQ(CServerProperties(L"nobody").hostName, L"");
-  EXPECT_TRUE(ZSYST_IsInetConfiguration());
-  EXPECT_EQ(ZSYST_getQuorvelServer(), L"") << "no store is configured";
-  ZSYST_setCurrentWorkgroupServer(L"Office");
-  EXPECT_TRUE(ZSYST_IsInetConnection());
-  EXPECT_FALSE(ZSYST_IsOndrathConnection());
-}
 
 TEST_F(Servers, AreAvailableWhenTheirDirectoryIs) {
   EXPECT_NE(IsHostAvailable(L"Share", 0), 0);
@@ -89,20 +73,14 @@ TEST_F(Servers, AreKnownByTheirHostNameToo) {
 TEST_F(Servers, TakeWhatARunPutsInThePlaceOfTheSettings) {
   workstation::setHostDirectory(L"Office", L"C:\\Elsewhere");
   workstation::setServerPassword(L"ftp.example.org", L"asked for");
-  workstation::setNumberForRun(L"Settings\\WGOUseThreading", 1);
   const globalHostsManager& hosts = globalHostsManager::instance();
   EXPECT_EQ(hosts.getHostPath(L"office"), L"C:\\Elsewhere");
   EXPECT_EQ(hosts.getHostPath(L"ftp.example.org"), L"C:\\Elsewhere");
-  EXPECT_EQ(hosts.getHostPath(L"Share"), L"C:\\Data\\Prj\\Share");
   EXPECT_EQ(CServerProperties(L"Office").password, L"asked for");
-  int number = 0;
-  EXPECT_TRUE(ZSYST_ZepRegGetNumber(L"HKCU", L"Settings\\WGOUseThreading", number));
-  EXPECT_EQ(number, 1);
   workstation::setHostDirectory(L"Office", L"");
   EXPECT_EQ(hosts.getHostPath(L"ftp.example.org"), L"C:\\Data\\Prj\\Office");
   workstation_.restart();
-  EXPECT_EQ(CServerProperties(L"Office").password, L"p");
-  EXPECT_FALSE(ZSYST_ZepRegGetNumber(L"HKCU", L"Settings\\WGOUseThreading", number)) << "nothing was written";
+  EXPECT_EQ(CServerProperties(L"Office").password, L"p") << "nothing was written";
 }
 
 TEST_F(Servers, WithAPasswordAreKeptFromOtherUsers) {
@@ -140,23 +118,6 @@ TEST_F(Servers, AreAddedAndRemovedWithoutTouchingTheOthers) {
   EXPECT_FALSE(ZSYST_IsInetServer(L"Gone"));
   EXPECT_EQ(CServerProperties(L"Office").password, L"p");
   EXPECT_EQ(workstation::knownServers().size(), 6U);
-}
-
-TEST(Cloud, IsAvailableWhileItsStoreIs) {
-  TestWorkstation workstation;
-  EXPECT_EQ(ZSYST_getQuorvelServer(), L"ONDRATH");
-  EXPECT_TRUE(ZSYST_IsInetConfiguration());
-  EXPECT_NE(IsHostAvailable(L"ONDRATH", 0), 0);
-  ZSYST_setCurrentWorkgroupServer(L"ONDRATH");
-  EXPECT_TRUE(ZSYST_IsOndrathConnection());
-  std::filesystem::remove_all(workstation.directory() + "/store");
-  EXPECT_EQ(IsHostAvailable(L"ONDRATH", 0), 0);
-}
-
-TEST(Programs, AreFoundByTheirWholeName) {
-  EXPECT_TRUE(isAppRunning(L"zephor_system_tests"));
-  EXPECT_FALSE(isAppRunning(L"zephor_system_test")) << "the system keeps the same first letters of both";
-  EXPECT_FALSE(isAppRunning(L""));
 }
 
 }  // namespace

@@ -107,40 +107,11 @@ TEST_F(TerminalTest, QuestionIsRepeatedUntilItIsUnderstood) {
   EXPECT_EQ(answer.get(), IDRETRY);
 }
 
-TEST_F(TerminalTest, WholeWordsOfTheLanguageAnswer) {
-  workstation::setLanguage("de");
-  auto answer = ask(box(MB_YESNO));
-  EXPECT_TRUE(contains(screen_.screenWith("? "), "[J]a/[N]ein? "));
-  screen_.type("JA\n");
-  EXPECT_EQ(answer.get(), IDYES);
-}
-
 TEST_F(TerminalTest, EndOfInputDenies) {
   auto answer = ask(box(MB_YESNO));
   screen_.screenWith("? ");
   screen_.type("\x04");
   EXPECT_EQ(answer.get(), IDNO);
-}
-
-TEST_F(TerminalTest, HelpShowsTheDetailsAndAsksAgain) {
-  auto answer = ask(box(MB_RETRYCANCEL | MB_HELP, L"550 No such directory"));
-  EXPECT_TRUE(contains(screen_.screenWith("? "), "/[H]elp? "));
-  screen_.type("h\n");
-  screen_.screenWith("550 No such directory");
-  screen_.type("c\n");
-  EXPECT_EQ(answer.get(), IDCANCEL);
-}
-
-TEST_F(TerminalTest, ProgressIsRedrawnInPlaceAndGoesBeforeABox) {
-  Terminal terminal(screen_.program(), screen_.program());
-  TerminalInterface ui(terminal, {});
-  const auto progress = ui.createProgressWindow(L"Uploading", 500, 45);
-  progress->setRange(4);
-  progress->setPosition(1);
-  progress->show();
-  EXPECT_TRUE(contains(screen_.screenWith("Uploading"), "\r\x1b[K 25 %  Uploading"));
-  ui.messageBox(box(MB_OK));
-  EXPECT_TRUE(contains(screen_.screenWith("Failed"), "Uploading\r\x1b[KQuorvel: Failed"));
 }
 
 TEST(TerminalWithoutPerson, DeniesAndSaysSo) {
@@ -153,16 +124,6 @@ TEST(TerminalWithoutPerson, DeniesAndSaysSo) {
   const std::string text = output.everything();
   EXPECT_TRUE(contains(text, "Quorvel: Failed to get files\\x1b[2J\n"));
   EXPECT_TRUE(contains(text, "There is no terminal to ask on. Answered: No\n"));
-}
-
-TEST(TerminalWithoutPerson, ProgressIsNotRedrawnAndNotWrittenInAHurry) {
-  const Output output;
-  Terminal terminal(STDIN_FILENO, output.writer());
-  TerminalInterface ui(terminal, {});
-  const auto progress = ui.createProgressWindow(L"Uploading", 500, 45);
-  progress->show();
-  progress->setPosition(50);
-  EXPECT_EQ(output.everything(), "  0 %  Uploading\n");
 }
 
 TEST(TerminalOptions, AnswerWithoutAsking) {

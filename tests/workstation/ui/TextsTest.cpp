@@ -2,15 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <set>
 #include <string>
 
-#include "host/UserMessages.h"
 #include "platform/Messages.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
-#include "workstation/ui/HostInterface.h"
 #include "workstation/ui/TextTable.h"
 
 namespace {
@@ -46,20 +43,6 @@ TEST(LanguageTables, HoldTheSameNumbersWithTheSamePlaces) {
   }
 }
 
-TEST(LanguageText, ComesInTheLanguageThatWasSet) {
-  workstation::setLanguage("de");
-  EXPECT_EQ(workstation::languageText(100461), L"Abbrechen");
-  EXPECT_EQ(workstation::languageText(1500772).find(L"Das Projekt"), 0U);
-  workstation::setLanguage("en");
-  EXPECT_EQ(workstation::languageText(100461), L"Cancel");
-  EXPECT_EQ(workstation::languageText(4711), L"#4711");
-  unsetenv("LC_ALL");
-  unsetenv("LC_MESSAGES");
-  setenv("LANG", "de_AT.UTF-8", 1);
-  workstation::setLanguage("");
-  EXPECT_EQ(workstation::language(), "de");
-}
-
 TEST(Parameters, TakeTheirPlaces) {
   using Parameters = std::vector<std::wstring>;
   EXPECT_EQ(workstation::withParameters(L"%2 of %1, %1", Parameters({L"a", L"b"})), L"b of a, a");
@@ -68,20 +51,6 @@ TEST(Parameters, TakeTheirPlaces) {
   EXPECT_EQ(workstation::withParameters(L"No place ", Parameters({L"5"})), L"No place ");
   EXPECT_EQ(workstation::splitParameters(L"0x5\x1e a b\x1e\x1f"), Parameters({L"0x5", L" a b"}));
   EXPECT_EQ(workstation::splitParameters(L""), Parameters());
-}
-
-TEST(QuoString, GivesPartsParametersAndTheLimit) {
-  workstation::setLanguage("en");
-  CQuoString text;
-  EXPECT_EQ(text.GetQuorvotParText(1500379, nullptr, 7, 256).text(), L"Password");
-  EXPECT_EQ(text.GetQuorvotParText(1500512,
-                                   L"3\x1e"
-                                   L"12\x1e",
-                                   2, 256)
-                .text(),
-            L"File 3 of 12");
-  EXPECT_EQ(text.GetQuorvotParText(1502913, nullptr, 10, 7).text(), L"Reading");
-  EXPECT_STREQ(text.GetQuorvotParText(1500379, nullptr, 1, 256).c_str(), L"#1500379");
 }
 
 TEST(ResourceLibraries, HoldTheStringsOfTheConnectionBox) {
