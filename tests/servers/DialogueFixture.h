@@ -34,6 +34,21 @@ inline std::string textOf(const CkByteData& data) {
                              : std::string(reinterpret_cast<const char*>(data.getData()), data.getSize());
 }
 
+/// Names of a fresh listing, in its order; one entry "failed" when there is none.
+inline std::vector<std::wstring> listOf(CkFtp2W& client, const wchar_t* pattern) {
+  client.ClearDirCache();
+  client.put_ListPattern(pattern);
+  const std::int32_t count = client.get_NumFilesAndDirs();
+  if (count < 0) return {L"failed"};
+  std::vector<std::wstring> names;
+  for (std::int32_t i = 0; i < count; ++i) {
+    CkStringW name;
+    EXPECT_TRUE(client.GetFilename(i, name));
+    names.push_back(name.text());
+  }
+  return names;
+}
+
 class DialogueTest : public ::testing::Test {
  protected:
   DialogueTest() {
@@ -68,20 +83,7 @@ class DialogueTest : public ::testing::Test {
     data.append(bytes.data(), bytes.size());
     return client.PutFileFromBinaryData(name, data);
   }
-  /// Names of a fresh listing, in its order; one entry "failed" when there is none.
-  std::vector<std::wstring> list(const wchar_t* pattern) {
-    client.ClearDirCache();
-    client.put_ListPattern(pattern);
-    const std::int32_t count = client.get_NumFilesAndDirs();
-    if (count < 0) return {L"failed"};
-    std::vector<std::wstring> names;
-    for (std::int32_t i = 0; i < count; ++i) {
-      CkStringW name;
-      client.GetFilename(i, name);
-      names.push_back(name.text());
-    }
-    return names;
-  }
+  std::vector<std::wstring> list(const wchar_t* pattern) { return listOf(client, pattern); }
 
   ScriptedFtpServer server;
   CkFtp2W client;

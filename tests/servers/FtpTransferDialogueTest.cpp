@@ -2,7 +2,6 @@
 #include <filesystem>
 #include <functional>
 
-#include "platform/Paths.h"
 #include "tests/servers/DialogueFixture.h"
 
 using namespace zephor_test;
@@ -186,18 +185,6 @@ const Mishap kUploadMishaps[] = {
 };
 INSTANTIATE_TEST_SUITE_P(, BrokenUploadTest, ::testing::ValuesIn(kUploadMishaps),
                          [](const auto& tested) { return tested.param.name; });
-
-TEST_F(TransferDialogueTest, BeginWhereRestSaysAndOnlyOnce) {
-  connect();
-  ASSERT_TRUE(client.ChangeRemoteDir(L"/plans"));
-  EXPECT_FALSE(client.Quote(L"REST 7"));
-  EXPECT_EQ(client.lastReplyCode(), 350);
-  std::string bytes;
-  EXPECT_TRUE(get(L"a.txt", bytes));
-  EXPECT_EQ(bytes, "walls");
-  EXPECT_TRUE(get(L"a.txt", bytes));
-  EXPECT_EQ(bytes, "twelve walls");
-}
 
 // In a run the next port is asked for ahead; a second last word must not be taken for it, nor for a success.
 TEST_F(TransferDialogueTest, DoNotTakeASecondLastWordForAnotherReply) {

@@ -42,7 +42,6 @@ std::string vsftpdText(const FtpServerSetup& setup) {
        << "\nsecure_chroot_dir=" << (setup.uid == 0 ? "/usr" : setup.directory + "/empty") << "\n";
   if (options.maximumConnections > 0) text << "max_clients=" << options.maximumConnections << "\n";
   if (options.bytesPerSecond > 0) text << "local_max_rate=" << options.bytesPerSecond << "\n";
-  if (options.withoutRest) text << "cmds_denied=REST\n";
   if (setup.variant.tls != FtpTls::None) {
     text << "ssl_enable=YES\nallow_anon_ssl=NO\nforce_local_data_ssl=YES\nforce_local_logins_ssl=YES\n"
          << "require_ssl_reuse=YES\nssl_ciphers=HIGH\nrsa_cert_file=" << setup.certificates.both << "\n";
@@ -61,12 +60,11 @@ std::string proftpdText(const FtpServerSetup& setup) {
        << setup.directory << "/pid\nScoreboardFile none\nDelayEngine off\nControlsEngine off\nSystemLog "
        << setup.directory
        << "/log\nUmask 022\nAllowOverwrite on\nAllowStoreRestart on\nTimesGMT on\nListOptions \"-a\"\n"
-       << "AllowRetrieveRestart " << (options.withoutRest ? "off" : "on") << "\n<Limit ALL>\nAllowAll\n</Limit>\n";
+       << "AllowRetrieveRestart on\n<Limit ALL>\nAllowAll\n</Limit>\n";
   text << (setup.uid == 0 ? "User root\nGroup root\nRootLogin on\n" : "User nobody\nGroup nogroup\n")
        << "DefaultRoot ~\n";
   if (options.maximumConnections > 0) text << "MaxClients " << options.maximumConnections << "\n";
   if (options.bytesPerSecond > 0) text << "TransferRate RETR,STOR " << options.bytesPerSecond / 1024.0 << "\n";
-  if (options.withoutRest) text << "<Limit REST>\nDenyAll\n</Limit>\n";
   if (options.withoutFacts) text << "FactsAdvertise off\n<Limit MLSD MLST>\nDenyAll\n</Limit>\n";
   if (setup.variant.tls != FtpTls::None) {
     text << "LoadModule mod_tls.c\nTLSEngine on\nTLSLog " << setup.directory
@@ -105,29 +103,11 @@ FtpServerCommand preparePureFtpd(const FtpServerSetup& setup) {
 
   const RealFtpServerOptions& options = setup.options;
   const std::string many = std::to_string(options.maximumConnections > 0 ? options.maximumConnections : 200);
-  std::vector<std::string> arguments{ftpServerProgram(FtpServerKind::PureFtpd),
-                                     "-S",
-                                     setup.address + "," + std::to_string(setup.port),
-                                     "-l",
-                                     "puredb:" + users + ".pdb",
-                                     "-A",
-                                     "-E",
-                                     "-H",
-                                     "-g",
-                                     setup.directory + "/pid",
-                                     "-u",
-                                     "1",
-                                     "-D",
-                                     "-L",
-                                     "1000000:50",
-                                     "-C",
-                                     many,
-                                     "-c",
-                                     many,
-                                     "-U",
-                                     "133:022",
-                                     "-f",
-                                     "none"};
+  std::vector<std::string> arguments{ftpServerProgram(FtpServerKind::PureFtpd), "-AEHD", "-S",
+                                     setup.address + "," + std::to_string(setup.port)};
+  const std::string pidFile = setup.directory + "/pid";
+  arguments.insert(arguments.end(), {"-l", "puredb:" + users + ".pdb", "-g", pidFile, "-u", "1", "-L", "1000000:50"});
+  arguments.insert(arguments.end(), {"-C", many, "-c", many, "-U", "133:022", "-f", "none"});
   if (options.bytesPerSecond > 0) {
     const std::string rate = std::to_string((options.bytesPerSecond + 1023) / 1024);
     arguments.insert(arguments.end(), {"-T", rate + ":" + rate});

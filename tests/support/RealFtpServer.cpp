@@ -197,16 +197,15 @@ void RealFtpServer::setTime(const std::string& name, std::time_t time) {
 }
 
 void RealFtpServer::start() {
-  FtpServerSetup setup;
-  setup.variant = variant_;
-  setup.options = options_;
-  setup.address = address_;
-  setup.port = port();
-  setup.directory = directory_;
-  setup.certificates = certificates_;
-  setup.login = platform::toUtf8(user());
-  setup.password = platform::toUtf8(password());
-  setup.uid = sessionUid();
+  const FtpServerSetup setup{variant_,
+                             options_,
+                             address_,
+                             port(),
+                             directory_,
+                             certificates_,
+                             platform::toUtf8(user()),
+                             platform::toUtf8(password()),
+                             sessionUid()};
   FtpServerCommand command = prepareFtpServer(setup);
 
   ServerProcessOptions process;
@@ -242,8 +241,8 @@ void RealFtpServer::restart() {
   start();
 }
 
-int RealFtpServer::killSessions() {
-  return process_.killChildren();
+void RealFtpServer::killSessions() {
+  process_.killChildren();
 }
 
 std::string RealFtpServer::log() const {

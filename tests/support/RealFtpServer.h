@@ -49,8 +49,6 @@ struct RealFtpServerOptions {
   bool onlyTls12 = false;
   /// proftpd only: FEAT tells of no MLST, and MLSD and MLST are not known.
   bool withoutFacts = false;
-  /// vsftpd and proftpd only: REST is refused.
-  bool withoutRest = false;
   /// 0: many.
   int maximumConnections = 0;
   /// Of one session in either direction; 0 for no limit.
@@ -75,7 +73,6 @@ class RealFtpServer {
   const FtpServerVariant& variant() const { return variant_; }
   /// Address, and the port where it is not the usual one.
   std::wstring host() const;
-  const std::string& address() const { return address_; }
   std::uint16_t port() const;
   std::wstring user() const { return L"ada"; }
   std::wstring password() const { return L"lovelace"; }
@@ -98,8 +95,8 @@ class RealFtpServer {
   void kill();
   /// Starts it again at the same address.
   void restart();
-  /// Ends the sessions only, the same way. @return how many processes there were
-  int killSessions();
+  /// Ends the sessions only, the same way.
+  void killSessions();
   /// What the server wrote: its output and its log.
   std::string log() const;
 

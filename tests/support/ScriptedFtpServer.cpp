@@ -22,58 +22,37 @@ Script& Script::add(Step step) {
 }
 
 Script& Script::reply(const std::string& text) {
-  return add([text](ScriptedFtpSession& session) { return session.reply(text); });
+  return add([text](auto& session) { return session.reply(text); });
 }
 Script& Script::replyByByte(const std::string& text) {
-  return add([text](ScriptedFtpSession& session) { return session.replyByByte(text); });
+  return add([text](auto& session) { return session.replyByByte(text); });
 }
 Script& Script::send(const std::string& bytes) {
-  return add([bytes](ScriptedFtpSession& session) { return session.send(bytes); });
+  return add([bytes](auto& session) { return session.send(bytes); });
 }
 Script& Script::pause(int milliseconds) {
-  return add([milliseconds](ScriptedFtpSession& session) { return session.pause(milliseconds); });
+  return add([milliseconds](auto& session) { return session.pause(milliseconds); });
 }
 Script& Script::hang() {
-  return add([](ScriptedFtpSession& session) {
-    session.hang();
-    return false;
-  });
+  return add([](auto& session) { return session.hang(); });
 }
 Script& Script::close() {
-  return add([](ScriptedFtpSession&) { return false; });
+  return add([](auto&) { return false; });
 }
 Script& Script::reset() {
-  return add([](ScriptedFtpSession& session) {
-    session.reset();
-    return false;
-  });
-}
-Script& Script::behave() {
-  return add([](ScriptedFtpSession& session) { return session.behave(); });
+  return add([](auto& session) { return session.reset(); });
 }
 Script& Script::sendData(const std::string& bytes) {
-  return add([bytes](ScriptedFtpSession& session) {
-    session.sendData(bytes);
-    return true;
-  });
+  return add([bytes](auto& session) { return session.sendData(bytes), true; });
 }
 Script& Script::receiveData(std::size_t limit) {
-  return add([limit](ScriptedFtpSession& session) {
-    session.noteReceived(session.receiveData(limit));
-    return true;
-  });
+  return add([limit](auto& session) { return session.receiveData(limit), true; });
 }
 Script& Script::closeData() {
-  return add([](ScriptedFtpSession& session) {
-    session.closeData(false);
-    return true;
-  });
+  return add([](auto& session) { return session.closeData(false), true; });
 }
 Script& Script::resetData() {
-  return add([](ScriptedFtpSession& session) {
-    session.closeData(true);
-    return true;
-  });
+  return add([](auto& session) { return session.closeData(true), true; });
 }
 
 ScriptedFtpServer::ScriptedFtpServer()
@@ -158,12 +137,6 @@ void ScriptedFtpServer::without(const std::string& feature) {
   if (std::erase_if(features_, isIt) == 0) throw std::invalid_argument("no such feature: " + feature);
 }
 
-void ScriptedFtpServer::setListing(const std::string& text) {
-  const std::lock_guard lock(mutex_);
-  listing_ = text;
-  hasListing_ = true;
-}
-
 Script ScriptedFtpServer::onNth(const std::string& command, int number) {
   const std::lock_guard lock(mutex_);
   rules_.push_back({command, number, 0, {}});
@@ -183,11 +156,6 @@ void ScriptedFtpServer::clearCommands() {
 int ScriptedFtpServer::connections() const {
   const std::lock_guard lock(mutex_);
   return connectionCount_;
-}
-
-std::string ScriptedFtpServer::received() const {
-  const std::lock_guard lock(mutex_);
-  return received_;
 }
 
 bool ScriptedFtpServer::takeCommand(const std::string& command, std::vector<Script::Step>& steps) {

@@ -8,7 +8,7 @@
 //   EXPECT_EQ(server.commands(), (Commands{"CWD /plans", "EPSV", "RETR a.txt"}));
 //
 // Without a script it is an honest server with files in memory, any login, no TLS. A script stands in the place of what
-// it would do for one command; behave() in it does the ordinary thing. A command that it does not know fails the test.
+// it would do for one command. A command that it does not know fails the test.
 // Each connection has a thread; scripts and files may be changed while clients are connected.
 #pragma once
 
@@ -56,11 +56,9 @@ class ScriptedFtpServer {
     Script& close();
     /// RST.
     Script& reset();
-    /// What an honest server does.
-    Script& behave();
     /// Waits for the data connection if there is none, and sends.
     Script& sendData(const std::string& bytes);
-    /// Takes what comes until the end, or until there are so many bytes. It is found in received().
+    /// Takes what comes until the end, or until there are so many bytes.
     Script& receiveData(std::size_t limit = std::numeric_limits<std::size_t>::max());
     Script& closeData();
     Script& resetData();
@@ -92,8 +90,6 @@ class ScriptedFtpServer {
   /// Takes an ability away, "MLST", "REST STREAM", "MDTM", "MFMT", "SIZE", "EPSV": its commands are unknown from now
   /// on.
   void without(const std::string& feature);
-  /// What LIST sends, whatever there is.
-  void setListing(const std::string& text);
 
   // What it does. The first rule that fits and still counts is taken.
 
@@ -109,8 +105,6 @@ class ScriptedFtpServer {
   Commands commands() const;
   void clearCommands();
   int connections() const;
-  /// What receiveData took.
-  std::string received() const;
 
  private:
   friend class ScriptedFtpSession;
@@ -138,11 +132,8 @@ class ScriptedFtpServer {
   mutable std::mutex mutex_;  ///< guards what follows
   std::map<std::string, ScriptedFile> files_;
   std::vector<std::string> features_;
-  std::string listing_;
-  bool hasListing_ = false;
   std::vector<Rule> rules_;
   Commands commands_;
-  std::string received_;
   int connectionCount_ = 0;
 };
 

@@ -154,15 +154,17 @@ bool ScriptedFtpSession::pause(int milliseconds) const {
   return !server_.stopping_;
 }
 
-void ScriptedFtpSession::hang() const {
+bool ScriptedFtpSession::hang() const {
   std::array<char, 4096> buffer{};
   while (waitFor(control_, POLLIN) && ::recv(control_, buffer.data(), buffer.size(), 0) > 0) {
   }
+  return false;
 }
 
-void ScriptedFtpSession::reset() {
+bool ScriptedFtpSession::reset() {
   closeSocket(data_, true);
   closeSocket(control_, true);
+  return false;
 }
 
 std::string ScriptedFtpSession::filled(std::string text) {
@@ -213,24 +215,16 @@ void ScriptedFtpSession::closeData(bool withReset) {
   closeSocket(dataListener_);
 }
 
-void ScriptedFtpSession::noteReceived(const std::string& bytes) {
-  const std::lock_guard lock(server_.mutex_);
-  server_.received_ += bytes;
-}
-
 bool ScriptedFtpSession::behave() {
   const std::string path = absolute(argument_);
   if (verb_ == "(connect)") return reply("220 scripted server");
   if (verb_ == "USER") return reply("331 password");
   if (verb_ == "PASS") return reply("230 logged in");
   if (verb_ == "AUTH") return reply("502 no TLS here");
-  if (verb_ == "SYST") return reply("215 UNIX Type: L8");
   if (verb_ == "FEAT") return tellFeatures();
-  if (verb_ == "TYPE" || verb_ == "OPTS" || verb_ == "NOOP" || verb_ == "STRU" || verb_ == "MODE")
-    return reply("200 ok");
+  if (verb_ == "TYPE" || verb_ == "OPTS" || verb_ == "NOOP") return reply("200 ok");
   if (verb_ == "PWD") return reply("257 \"" + directory_ + "\" is the directory");
   if (verb_ == "CWD") return changeDirectory(path);
-  if (verb_ == "CDUP") return changeDirectory(absolute(".."));
   if (verb_ == "PASV") return reply("227 Entering Passive Mode (127,0,0,1,{ports}).");
   if (verb_ == "EPSV") return reply(knows("EPSV") ? "229 Entering Extended Passive Mode (|||{port}|)" : "500 unknown");
   if (verb_ == "REST") {
@@ -240,10 +234,9 @@ bool ScriptedFtpSession::behave() {
   }
   if (verb_ == "RETR") return retrieve(path);
   if (verb_ == "STOR") return store(path);
-  if (verb_ == "LIST") return list(argument_);
-  if (verb_ == "MLSD") return listFacts();
+  if (verb_ == "LIST") return list(false);
+  if (verb_ == "MLSD") return list(true);
   if (verb_ == "RNTO") return renameTo(path);
-  if (verb_ == "MFMT") return setTime(argument_);
   if (verb_ == "QUIT") {
     reply("221 bye");
     return false;
@@ -306,32 +299,18 @@ bool ScriptedFtpSession::transferOf(const std::string& bytes) {
   return reply(sent ? "226 done" : "426 aborted");
 }
 
-bool ScriptedFtpSession::list(const std::string& argument) {
-  std::string text;
-  {
-    const std::lock_guard lock(server_.mutex_);
-    const bool withHidden = argument.find("-a") != std::string::npos;
-    const std::string prefix = directory_ == "/" ? "/" : directory_ + "/";
-    for (const auto& [path, file] : server_.files_) {
-      if (path.size() <= prefix.size() || !path.starts_with(prefix)) continue;
-      const std::string name = path.substr(prefix.size());
-      if (name.find('/') == std::string::npos && (withHidden || name[0] != '.')) text += unixLine(name, file);
-    }
-    if (server_.hasListing_) text = server_.listing_;
-  }
-  return transferOf(text);
-}
-
-bool ScriptedFtpSession::listFacts() {
-  if (!knows("MLST")) return reply("500 unknown");
-  std::string text = "type=cdir; .\r\ntype=pdir; ..\r\n";
+bool ScriptedFtpSession::list(bool withFacts) {
+  if (withFacts && !knows("MLST")) return reply("500 unknown");
+  const bool withHidden = withFacts || argument_.find("-a") != std::string::npos;
+  std::string text = withFacts ? "type=cdir; .\r\ntype=pdir; ..\r\n" : "";
   {
     const std::lock_guard lock(server_.mutex_);
     const std::string prefix = directory_ == "/" ? "/" : directory_ + "/";
     for (const auto& [path, file] : server_.files_) {
       if (path.size() <= prefix.size() || !path.starts_with(prefix)) continue;
       const std::string name = path.substr(prefix.size());
-      if (name.find('/') == std::string::npos) text += factsOf(file) + " " + name + "\r\n";
+      if (name.find('/') != std::string::npos || (name[0] == '.' && !withHidden)) continue;
+      text += withFacts ? factsOf(file) + " " + name + "\r\n" : unixLine(name, file);
     }
   }
   return transferOf(text);
@@ -396,27 +375,11 @@ bool ScriptedFtpSession::renameTo(const std::string& path) {
   if (renameFrom_.empty()) return reply("503 rename what");
   {
     const std::lock_guard lock(server_.mutex_);
-    std::map<std::string, ScriptedFile> moved;
-    for (const auto& [name, file] : server_.files_) {
-      const bool isBelow = name == renameFrom_ || name.starts_with(renameFrom_ + "/");
-      moved[isBelow ? path + name.substr(renameFrom_.size()) : name] = file;
-    }
-    server_.files_ = std::move(moved);
+    server_.files_[path] = server_.files_[renameFrom_];
+    server_.files_.erase(renameFrom_);
   }
   renameFrom_.clear();
   return reply("250 renamed");
-}
-
-bool ScriptedFtpSession::setTime(const std::string& argument) {
-  if (!knows("MFMT")) return reply("500 unknown");
-  const auto space = argument.find(' ');
-  const std::string path = absolute(space != std::string::npos ? argument.substr(space + 1) : "");
-  {
-    const std::lock_guard lock(server_.mutex_);
-    const auto found = server_.files_.find(path);
-    if (found != server_.files_.end()) found->second.time = argument.substr(0, space);
-  }
-  return reply("213 Modify=" + argument);
 }
 
 }  // namespace zephor_test

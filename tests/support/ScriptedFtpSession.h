@@ -26,17 +26,16 @@ class ScriptedFtpSession {
   bool replyByByte(const std::string& text);
   bool send(const std::string& bytes) const;
   bool pause(int milliseconds) const;
-  void hang() const;
-  void reset();
-  bool behave();
+  /// Until the client goes. @return false
+  bool hang() const;
+  bool reset();
   void sendData(const std::string& bytes);
   std::string receiveData(std::size_t limit);
   void closeData(bool withReset);
-  /// Keeps it for ScriptedFtpServer::received().
-  void noteReceived(const std::string& bytes);
 
  private:
   bool serve(const std::string& command);
+  bool behave();
   bool readCommand(std::string& command);
   bool waitFor(int socket, short events) const;
   std::string filled(std::string text);
@@ -49,14 +48,12 @@ class ScriptedFtpSession {
   bool lookUp(const std::string& path, ScriptedFile& file) const;
   bool changeDirectory(const std::string& path);
   bool tellFeatures();
-  bool list(const std::string& argument);
-  bool listFacts();
+  bool list(bool withFacts);
   bool retrieve(const std::string& path);
   bool store(const std::string& path);
   bool transferOf(const std::string& bytes);
   bool changeFiles(const std::string& verb, const std::string& path);
   bool renameTo(const std::string& path);
-  bool setTime(const std::string& argument);
 
   ScriptedFtpServer& server_;
   int control_;

@@ -192,14 +192,13 @@ void ServerProcess::kill() {
   process_ = keeper_ = keeperPipe_ = -1;
 }
 
-int ServerProcess::killChildren() {
-  if (process_ <= 0) return 0;
+void ServerProcess::killChildren() {
+  if (process_ <= 0) return;
   ::kill(process_, SIGSTOP);
   std::set<int> children = familyOf(process_);
   children.erase(process_);
   killAndWait(children);
   ::kill(process_, SIGCONT);
-  return static_cast<int>(children.size());
 }
 
 }  // namespace zephor_test

@@ -34,8 +34,8 @@ class ServerProcess {
   bool isRunning();
   /// Ends it with everything that it started, and returns when all of it is gone.
   void kill();
-  /// Ends what it started. @return how many processes those were
-  int killChildren();
+  /// Ends what it started.
+  void killChildren();
   /// -1 while there is none.
   int id() const { return process_; }
 

@@ -68,20 +68,22 @@ Certificate makeCertificate(const Wanted& wanted, EVP_PKEY* key, X509* issuer, E
   return certificate;
 }
 
-std::string pemOf(X509* certificate) {
+/// @param write  puts it into a BIO, 1 for success
+template <class Write>
+std::string pemOf(const Write& write) {
   const std::unique_ptr<BIO, decltype(&BIO_free)> bio(checked(BIO_new(BIO_s_mem()), "no memory"), &BIO_free);
-  checked(PEM_write_bio_X509(bio.get(), certificate) == 1, "not written");
+  checked(write(bio.get()) == 1, "not written");
   char* data = nullptr;
   const long size = BIO_get_mem_data(bio.get(), &data);
   return {data, static_cast<std::size_t>(size)};
 }
 
+std::string pemOf(X509* certificate) {
+  return pemOf([=](BIO* bio) { return PEM_write_bio_X509(bio, certificate); });
+}
+
 std::string pemOf(EVP_PKEY* key) {
-  const std::unique_ptr<BIO, decltype(&BIO_free)> bio(checked(BIO_new(BIO_s_mem()), "no memory"), &BIO_free);
-  checked(PEM_write_bio_PrivateKey(bio.get(), key, nullptr, nullptr, 0, nullptr, nullptr) == 1, "key not written");
-  char* data = nullptr;
-  const long size = BIO_get_mem_data(bio.get(), &data);
-  return {data, static_cast<std::size_t>(size)};
+  return pemOf([=](BIO* bio) { return PEM_write_bio_PrivateKey(bio, key, nullptr, nullptr, 0, nullptr, nullptr); });
 }
 
 void writeFile(const std::string& path, const std::string& text) {

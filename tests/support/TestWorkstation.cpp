@@ -178,9 +178,4 @@ std::string TestWorkstation::readStored(const std::wstring& name) {
   return contentOf(target);
 }
 
-bool TestWorkstation::isStored(const std::wstring& name) {
-  workstation::StoredFile file;
-  return store().findFile(actor(), project_, name, file) == workstation::kStoreOk;
-}
-
 }  // namespace zephor_test

@@ -78,7 +78,6 @@ class TestWorkstation {
                  const std::vector<std::uint8_t>& header = {});
   /// Content of a file of the store; empty when there is none, or it can't be read.
   std::string readStored(const std::wstring& name);
-  bool isStored(const std::wstring& name);
 
  private:
   void prepareEnvironment() const;
