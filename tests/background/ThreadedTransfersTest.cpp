@@ -146,6 +146,14 @@ TEST_F(ThreadedTransfers, EachElementIsTransferredOnceWithWhatTheListWasGiven) {
   EXPECT_EQ(download(40), 0U);
   EXPECT_EQ(fake.count, 40U);
   EXPECT_TRUE(fake.calls.contains(L"down f39 dir 11 3 7 1"));
+  std::vector<Threading::ServerFile> files;
+  for (int i = 0; i < 12; ++i) files.push_back({platform::formatWide(L"d%d", i), {L"f", 0, 1}});
+  fake.setDialogsSuppressed(true);
+  fake.asking = 0;
+  EXPECT_EQ(Threading::downloadList(fake, files, eServerPrjPath, 7, false, &progress), 0U);
+  EXPECT_EQ(fake.calls.size(), 52U);
+  EXPECT_TRUE(fake.calls.contains(L"down f d11 11 3 7 0"));
+  EXPECT_EQ(fake.asking, 0U) << "the threads ask no more than the caller";
   fake.calls.clear();
   EXPECT_EQ(Threading::uploadList(fake, filesNamed(8), L"dir", ePrjPath, true, nullptr), 0U);
   EXPECT_TRUE(fake.calls.contains(L"up f7 dir 3 1"));
@@ -155,17 +163,6 @@ TEST_F(ThreadedTransfers, EachElementIsTransferredOnceWithWhatTheListWasGiven) {
   EXPECT_EQ(Threading::uploadList(fake, pairs, eStdPath, false, &progress), 0U);
   EXPECT_EQ(fake.count, 9U);
   EXPECT_TRUE(fake.calls.contains(L"free C:\\a\\b to 5 0"));
-}
-
-TEST_F(ThreadedTransfers, FilesOfSeveralDirectoriesAreOneListWhoseThreadsAskNoMoreThanTheCaller) {
-  std::vector<Threading::ServerFile> files;
-  for (int i = 0; i < 12; ++i) files.push_back({platform::formatWide(L"d%d", i), {L"f", 0, 1}});
-  fake.setDialogsSuppressed(true);
-  EXPECT_EQ(Threading::downloadList(fake, files, eServerPrjPath, 7, false, &progress), 0U);
-  EXPECT_EQ(fake.calls.size(), 12U);
-  EXPECT_TRUE(fake.calls.contains(L"down f d11 11 3 7 0"));
-  EXPECT_FALSE(onlyThisThread());
-  EXPECT_EQ(fake.asking, 0U);
 }
 
 TEST_F(ThreadedTransfers, MoreThreadsThanCoresWorkWhenTheLibraryAllowsThem) {
@@ -212,35 +209,18 @@ TEST_F(ThreadedTransfers, AProgressThatThrowsLeavesNoThreadBehind) {
   expectEachReleasedOnce();
 }
 
-TEST(ThreadedTransfersSetting, MissingIsWrittenAsOff) {
+TEST(ThreadedTransfersSetting, MissingIsWrittenAsOffAndHoldsForTheWholeRun) {
   const zephor_test::TestWorkstation desk(withoutStore());
   FakeTransfer fake;
   int value = -1;
   ASSERT_FALSE(ZSYST_ZepRegGetNumber(L"HKCU", kSetting, value));
-  EXPECT_EQ(Threading::uploadList(fake, filesNamed(6), L"", ePrjPath, false, nullptr), 0U);
-  EXPECT_EQ(fake.threads, std::set<std::thread::id>{std::this_thread::get_id()});
-  EXPECT_TRUE(ZSYST_ZepRegGetNumber(L"HKCU", kSetting, value));
-  EXPECT_EQ(value, 0);
-}
-
-TEST_F(ThreadedTransfers, WithoutTheSettingAListIsSerialForTheWholeRun) {
-  ZSYST_ZepRegPutNumber(L"HKCU", kSetting, 0);
-  EXPECT_EQ(download(20), 0U);
-  EXPECT_TRUE(onlyThisThread());
-  ZSYST_ZepRegPutNumber(L"HKCU", kSetting, 1);
-  EXPECT_EQ(download(20), 0U);
-  EXPECT_TRUE(onlyThisThread());
-}
-
-TEST(ThreadedTransfersTrace, ADownloadTellsItsTimeOnStandardOutput) {
-  zephor_test::TestWorkstationOptions options = withoutStore();
-  options.traceLevel = 1;
-  const zephor_test::TestWorkstation desk(options);
-  FakeTransfer fake;
-  testing::internal::CaptureStdout();
-  Threading::downloadList(fake, filesNamed(1), L"dir", eServerPrjPath, 7, true, nullptr);
-  const std::string line = testing::internal::GetCapturedStdout();
-  EXPECT_EQ(line.find("\ndownload file dir/f0: -- filesize: 1.0000 Mb, ellapsed time: "), 0U) << line;
+  for (int run = 0; run < 2; ++run) {
+    EXPECT_EQ(Threading::uploadList(fake, filesNamed(20), L"", ePrjPath, false, nullptr), 0U);
+    EXPECT_EQ(fake.threads, std::set<std::thread::id>{std::this_thread::get_id()});
+    EXPECT_TRUE(ZSYST_ZepRegGetNumber(L"HKCU", kSetting, value));
+    EXPECT_EQ(value, run);
+    ZSYST_ZepRegPutNumber(L"HKCU", kSetting, 1);
+  }
 }
 
 TEST_F(ThreadedTransfers, TheNewerOfTwoFilesGoesOverTheOlder) {

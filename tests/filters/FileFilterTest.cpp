@@ -125,13 +125,4 @@ TEST(FileFilter, KindsOfFilesAreKnownByTheHostsExpressions) {
   }
 }
 
-TEST(FileFilter, ACopyGoesItsOwnWay) {
-  WGO_FileFilter filter;
-  filter.ExcludeFileExact(L"a");
-  WGO_FileFilter copy(filter);
-  copy.ExcludeFileExact(L"b");
-  EXPECT_TRUE(copy.IsFileExcluded(L"a") && copy.IsFileExcluded(L"b"));
-  EXPECT_FALSE(filter.IsFileExcluded(L"b"));
-}
-
 }  // namespace

@@ -8,7 +8,6 @@
 #include <functional>
 
 #include "platform/Files.h"
-#include "platform/Time.h"
 #include "tests/platform/TemporaryDirectory.h"
 #include "toolkit/ByteData.h"
 #include "toolkit/Progress.h"
@@ -63,18 +62,6 @@ class DirectoryClient : public TemporaryDirectoryTest {
 
   std::unique_ptr<IRemoteClient> client = makeDirectoryClient();
 };
-
-TEST_F(DirectoryClient, WithoutAConnectionNothingIsDone) {
-  write("server/a", "1");
-  client->Disconnect();
-  EXPECT_FALSE(client->get_IsConnected());
-  EXPECT_FALSE(client->DeleteRemoteFile(L"a"));
-  EXPECT_FALSE(client->PutFileFromBinaryData(L"b", bytes("2")));
-  EXPECT_LT(client->GetSizeByName(L"a"), 0);
-  EXPECT_EQ(list(L"*"), L"failed");
-  EXPECT_EQ(client->lastReplyCode(), 0);
-  EXPECT_TRUE(exists("server/a"));
-}
 
 TEST_F(DirectoryClient, DirectoriesAreEnteredByPathsOfEitherForm) {
   fs::create_directories(root() / "server/Prj/sub");
@@ -139,52 +126,6 @@ TEST_F(DirectoryClient, AListingShowsWhatMatchesAndNothingOnItsWay) {
   EXPECT_EQ(client->lastReplyCode(), 550);
 }
 
-TEST_F(DirectoryClient, TimesAreExactAndTheSameForOneFileAsForAListing) {
-  write("server/a", "1");
-  const FILETIME exact = platform::fromTicks(133512345671234567);
-  const HANDLE file =
-      CreateFileW(path(L"server\\a").c_str(), FILE_WRITE_ATTRIBUTES, 7, nullptr, OPEN_EXISTING, 0, nullptr);
-  ASSERT_TRUE(SetFileTime(file, nullptr, nullptr, &exact));
-  CloseHandle(file);
-  for (const wchar_t* pattern : {L"*", L"a"}) {
-    list(pattern);
-    FILETIME time{};
-    ASSERT_TRUE(client->GetLastModifiedFTime(0, time));
-    EXPECT_EQ(platform::toTicks(time), platform::toTicks(exact));
-  }
-}
-
-TEST_F(DirectoryClient, AFileThatArrivedHasTheTimeOfItsArrival) {
-  write("local", std::string(700'001, 'x'));
-  const auto old = fs::file_time_type::clock::now() - std::chrono::hours(100);
-  fs::last_write_time(root() / "local", old);
-  Watcher watcher;
-  client->setEventCallback(&watcher);
-  ASSERT_TRUE(client->PutFile(path(L"local").c_str(), L"a")) << client->lastErrorText();
-  EXPECT_EQ(watcher.bytesSoFar, 700'001);
-  EXPECT_EQ(client->GetSizeByName(L"A"), 700'001);
-  EXPECT_GT(fs::last_write_time(root() / "server/a"), old + std::chrono::hours(99));
-}
-
-TEST_F(DirectoryClient, AReadAfterRestBeginsAtItsOffset) {
-  write("server/a", "0123456789");
-  const auto fetch = [&] {
-    CkByteData data;
-    EXPECT_TRUE(client->GetRemoteFileBinaryData(L"a", data)) << client->lastErrorText();
-    return std::string(data.getData(), data.getData() + data.getSize());
-  };
-  EXPECT_FALSE(client->Quote(L"REST 7"));
-  EXPECT_EQ(client->lastReplyCode(), 350);
-  EXPECT_EQ(fetch(), "789");
-  EXPECT_EQ(fetch(), "0123456789") << "an offset counts once";
-  client->Quote(L"REST 5000000000");
-  EXPECT_EQ(fetch(), "");
-  for (const wchar_t* command : {L"REST", L"REST -1", L"REST 1x", L"REST 99999999999999999999", L"SITE x"}) {
-    EXPECT_FALSE(client->Quote(command));
-    EXPECT_GE(client->lastReplyCode(), 500) << command;
-  }
-}
-
 TEST_F(DirectoryClient, AnAbortLeavesWhatArrivedAndTheOldFileWhole) {
   const std::string content(5000, 'n');
   write("server/a", content);
@@ -209,9 +150,11 @@ TEST_F(DirectoryClient, AnAbortLeavesWhatArrivedAndTheOldFileWhole) {
   EXPECT_TRUE(client->PutFile(path(L"local").c_str(), L"old")) << "the session lives on";
 }
 
-TEST_F(DirectoryClient, NobodySeesAFileBeforeItIsWhole) {
+TEST_F(DirectoryClient, NobodySeesAFileBeforeItIsWholeWithTheTimeOfItsArrival) {
   write("server/a", "old");
   write("local", std::string(5000, 'n'));
+  const auto old = fs::file_time_type::clock::now() - std::chrono::hours(100);
+  fs::last_write_time(root() / "local", old);
   Watcher watcher;
   const auto other = makeDirectoryClient();
   other->Connect();
@@ -227,7 +170,9 @@ TEST_F(DirectoryClient, NobodySeesAFileBeforeItIsWhole) {
   client->put_SendBufferSize(1000);
   ASSERT_TRUE(client->PutFile(path(L"local").c_str(), L"a"));
   EXPECT_EQ(pieces, 5);
-  EXPECT_EQ(other->GetSizeByName(L"a"), 5000);
+  EXPECT_EQ(watcher.bytesSoFar, 5000);
+  EXPECT_EQ(other->GetSizeByName(L"A"), 5000);
+  EXPECT_GT(fs::last_write_time(root() / "server/a"), old + std::chrono::hours(99));
 }
 
 TEST_F(DirectoryClient, AFileThatChangesWhileItIsSentIsNoSuccess) {

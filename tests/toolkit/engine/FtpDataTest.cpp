@@ -42,31 +42,6 @@ TEST(FtpLineSink, AnEndlessLineIsLeftOutAndTheNextIsRead) {
   EXPECT_EQ(linesOf("before\n" + std::string(1000000, 'x') + "\nafter\n", 4096), expected);
 }
 
-TEST(FtpEntryList, KeepsWhatItWasGiven) {
-  FtpEntryList list;
-  for (int i = 0; i < 50000; ++i) {
-    FtpEntry entry;
-    entry.name = "name " + std::to_string(i);
-    entry.isDirectory = i % 3 == 0;
-    entry.isLink = i % 5 == 0;
-    if (i % 2 == 0) entry.size = i;
-    if (i % 7 == 0) entry.time = FILETIME{static_cast<DWORD>(i + 1), 30000000};
-    list.add(entry);
-  }
-  ASSERT_EQ(list.size(), 50000U);
-  for (const std::size_t i : {0U, 1U, 2U, 30030U, 49999U}) {
-    EXPECT_EQ(list.name(i), "name " + std::to_string(i));
-    EXPECT_EQ(list.isDirectory(i), i % 3 == 0);
-    EXPECT_EQ(list.isLink(i), i % 5 == 0);
-    EXPECT_EQ(list.bytes(i), i % 2 == 0 ? static_cast<std::int64_t>(i) : -1);
-    EXPECT_EQ(list.time(i).has_value(), i % 7 == 0);
-  }
-  list.setTime(30, std::nullopt);
-  list.setBytes(30, std::nullopt);
-  EXPECT_TRUE(list.isDirectory(30) && list.isLink(30));
-  EXPECT_EQ(list.bytes(30), -1);
-}
-
 TEST(FtpEntryList, TakesNoMoreThanItsLimitAndSaysSo) {
   FtpEntryList list(2);
   FtpEntry entry;

@@ -30,38 +30,9 @@ TEST(FtpPath, RelativePathsAreSeenFromTheBase) {
     EXPECT_EQ(absolutePath(row.base, row.path), row.absolute) << row.base << " " << row.path;
 }
 
-TEST(FtpPath, LineEndsAndZeroesAreNotSendable) {
-  EXPECT_TRUE(isSendable(L"a name \u00fc"));
-  EXPECT_FALSE(isSendable(L"a\rDELE b"));
-  EXPECT_FALSE(isSendable(L"a\nb"));
-  EXPECT_FALSE(isSendable(std::wstring_view(L"a\0b", 3)));
-}
-
 TEST(FtpPath, QuotesInPrintedDirectoriesAreDoubled) {
   EXPECT_EQ(parsePrintedDirectory("257 \"/a \"\"b\"\" c\" is current"), "/a \"b\" c");
   EXPECT_EQ(parsePrintedDirectory("257 /a"), std::nullopt);
   EXPECT_EQ(parsePrintedDirectory("257 \"/a"), std::nullopt);
   EXPECT_EQ(parsePrintedDirectory("257 \"/a\nDELE b\""), std::nullopt);
-}
-
-TEST(FtpCurrentDirectory, KnowsWhatLiesAboveTheServersPlaceOnly) {
-  FtpCurrentDirectory directory;
-  EXPECT_FALSE(directory.isKnown("/"));
-  directory.confirm("/a/b");
-  for (const char* known : {"/", "/a", "/a/b"}) EXPECT_TRUE(directory.isKnown(known)) << known;
-  for (const char* unknown : {"/a/b/c", "/a/bc", "/b"}) EXPECT_FALSE(directory.isKnown(unknown)) << unknown;
-}
-
-TEST(FtpCurrentDirectory, AsksForAChangeWhereTheWishDiffers) {
-  FtpCurrentDirectory directory;
-  EXPECT_FALSE(directory.isChangeNeeded());
-  directory.confirm("/a/b");
-  directory.want("/a");
-  EXPECT_TRUE(directory.isChangeNeeded());
-  directory.want("/a/b");
-  EXPECT_FALSE(directory.isChangeNeeded());
-  directory.forgetBelow("/a/bc");
-  EXPECT_FALSE(directory.isChangeNeeded());
-  directory.forgetBelow("/a");
-  EXPECT_TRUE(directory.isChangeNeeded());
 }
