@@ -107,16 +107,6 @@ TEST(LockContent, MarkAndTextInTheActiveCodePage) {
   EXPECT_EQ(lockTextOf("\xEF\xBB\xBF"), L"");
 }
 
-TEST(LockContent, NamesAndPatterns) {
-  EXPECT_TRUE(isLockFileName(L".LCK"));
-  EXPECT_FALSE(isLockFileName(L"lck"));
-  EXPECT_EQ(lockBaseNameOf(L"tb000012.zdw.0001.lck"), L"tb000012.zdw");
-  EXPECT_EQ(lockBaseNameOf(L"none"), L"none");
-  EXPECT_TRUE(matchesLockPattern(L"TB1.lck", L"tb?.LCK"));
-  EXPECT_FALSE(matchesLockPattern(L"tb12.lck", L"tb?.lck"));
-  EXPECT_FALSE(matchesLockPattern(L"tb1.lck", L"tb1*lck"));
-}
-
 class LockingAgentSwitch : public StartedWorkstation {};
 
 TEST_F(LockingAgentSwitch, KeepsTheChoiceAndTellsTheOneBefore) {

@@ -116,6 +116,8 @@ TEST_P(TransferContract, AFailedUploadShowsInTheLastErrorAlone) {
   EXPECT_EQ(GetLastError(), 3U);
   EXPECT_EQ(localTime(L"nowhere\\a.txt"), before) << "it must not look equal to what never arrived";
   EXPECT_EQ(connection().uploadFile(L"missing.txt", nullptr, local(), true), 29U);
+  EXPECT_EQ(connection().uploadFile(L"../a.txt", nullptr, local(), true), 13U) << "it would leave its directory";
+  EXPECT_EQ(connection().uploadFile(nullptr, nullptr, local(), true), 13U);
 }
 
 TEST_P(TransferContract, FreeFilesGoIntoDirectoriesThatAreMade) {

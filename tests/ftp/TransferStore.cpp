@@ -53,7 +53,11 @@ class DirectoryStore final : public TransferStore {
 
 class ServerStore final : public TransferStore {
  public:
-  explicit ServerStore(const FtpServerVariant& variant) : server_(variant) { server_.makeDirectory("Prj"); }
+  ServerStore(const FtpServerVariant& variant, const RealFtpServerOptions& options, RealFtpServer** started)
+      : server_(variant, options) {
+    server_.makeDirectory("Prj");
+    if (started != nullptr) *started = &server_;
+  }
 
   void aim(CZepFtpConnection& connection) override {
     constexpr int kOnline = 1;
@@ -94,12 +98,15 @@ TransferStoreKind directoryStore() {
           [](const std::filesystem::path& directory) { return std::make_unique<DirectoryStore>(directory); }};
 }
 
+TransferStoreKind serverStore(const FtpServerVariant& variant, const RealFtpServerOptions& options,
+                              RealFtpServer** started) {
+  return {nameOf(variant), [variant] { return RealFtpServer::whyNot(variant); },
+          [=](const std::filesystem::path&) { return std::make_unique<ServerStore>(variant, options, started); }};
+}
+
 std::vector<TransferStoreKind> allTransferStores() {
   std::vector<TransferStoreKind> kinds = {directoryStore()};
-  for (const FtpServerVariant& variant : allFtpServers()) {
-    kinds.push_back({nameOf(variant), [variant] { return RealFtpServer::whyNot(variant); },
-                     [variant](const std::filesystem::path&) { return std::make_unique<ServerStore>(variant); }});
-  }
+  for (const FtpServerVariant& variant : allFtpServers()) kinds.push_back(serverStore(variant));
   return kinds;
 }
 

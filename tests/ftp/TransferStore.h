@@ -46,6 +46,9 @@ inline void PrintTo(const TransferStoreKind& kind, std::ostream* out) {
 }
 
 TransferStoreKind directoryStore();
+/// @param started  is given the server while the store lives; may be null
+TransferStoreKind serverStore(const FtpServerVariant& variant, const RealFtpServerOptions& options = {},
+                              RealFtpServer** started = nullptr);
 /// The directory and every real server with every kind of TLS that it has.
 std::vector<TransferStoreKind> allTransferStores();
 
