@@ -135,4 +135,13 @@ std::string contentOf(const std::filesystem::path& file) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+std::map<std::string, std::string> treeOf(const std::filesystem::path& root) {
+  std::map<std::string, std::string> tree;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+    const std::string name = entry.path().lexically_relative(root).string();
+    tree[name] = entry.is_directory() ? "(directory)" : contentOf(entry.path());
+  }
+  return tree;
+}
+
 }  // namespace zephor_test

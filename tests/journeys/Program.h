@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -44,5 +45,7 @@ class Office {
 };
 
 std::string contentOf(const std::filesystem::path& file);
+/// Relative names of what is below a directory with the files' contents.
+std::map<std::string, std::string> treeOf(const std::filesystem::path& root);
 
 }  // namespace zephor_test

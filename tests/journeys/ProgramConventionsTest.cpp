@@ -12,6 +12,14 @@ namespace {
 
 using testing::HasSubstr;
 
+/// The words of a command line, in which "@" stands before the names of the office's files.
+std::vector<std::string> wordsOf(const Office& office, const std::string& command) {
+  std::vector<std::string> words;
+  std::istringstream text(command);
+  for (std::string word; text >> word;) words.push_back(word[0] == '@' ? office.path(word.substr(1)).string() : word);
+  return words;
+}
+
 TEST(ProgramConventions, WrongUseAnswersTwoAndSaysWhatWasExpected) {
   Office office;
   office.found({"anna"});
@@ -44,45 +52,30 @@ TEST(ProgramConventions, WrongUseAnswersTwoAndSaysWhatWasExpected) {
 TEST(ProgramConventions, EveryResultIsOneJsonObjectALine) {
   Office office;
   office.found({"anna"});
-  const std::string file = office.writeFile("\xC3\xA4 \"quoted\".dxf", "x").string();
-  std::string out = office.must("anna", {"--json", "import", file});
-  for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{"lock", "tb1"},
-                                                                                         {"save", "tb1"},
-                                                                                         {"status"},
-                                                                                         {"locks"},
-                                                                                         {"team", "list"},
-                                                                                         {"project", "list"},
-                                                                                         {"store", "info"}}) {
-    std::vector<std::string> words{"--json"};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    out += office.must("anna", words);
-  }
-  std::istringstream lines(out);
-  std::string line;
+  office.writeFile("\xC3\xA4\"quoted\".dxf", "x");
+  std::filesystem::create_directory(office.path("share"));
+  office.writeFile("share/x", "1");
   int count = 0;
-  while (std::getline(lines, line)) {
-    ++count;
-    EXPECT_TRUE(nlohmann::json::accept(line)) << line;
+  for (const std::string command : {"import @\xC3\xA4\"quoted\".dxf", "lock tb1", "save tb1", "status", "locks",
+                                    "team list", "project list", "store info", "server add share --directory @share",
+                                    "server list", "server ls share", "server get share x --to @here"}) {
+    std::istringstream lines(office.must("anna", wordsOf(office, "--json " + command)));
+    for (std::string line; std::getline(lines, line); ++count) EXPECT_TRUE(nlohmann::json::accept(line)) << line;
   }
-  EXPECT_EQ(count, 8);
+  EXPECT_EQ(count, 12);
 }
 
 TEST(ProgramConventions, DryRunChangesNothing) {
   Office office;
   office.found({"anna", "ben"});
-  office.must("anna", {"import", office.writeFile("a.dxf", "x").string()});
-  office.must("anna", {"lock", "tb1"});
-  office.must("anna", {"save", "tb1"});
-  office.must("anna", {"import", office.path("a.dxf").string(), "--into", "tb1"});
+  office.share("anna", "x");
+  office.must("anna", {"import", office.writeFile("a", "x").string(), "--into", "tb1"});
   const std::string before = office.must("anna", {"status", "--json"}) + office.must("anna", {"locks", "--json"});
-  office.must("anna", {"-n", "save", "tb1"});
-  office.must("anna", {"-n", "unlock", "tb1"});
-  office.must("anna", {"-n", "import", office.path("a.dxf").string(), office.path("a.dxf").string()});
-  office.must("anna", {"-n", "import", office.path("a.dxf").string(), "--into", "tb1"});
-  office.must("anna", {"-n", "remove", "tb1"});
-  office.must("anna", {"-n", "create", "pb", "Plan"});
-  office.must("anna", {"-n", "project", "create", "Other", "--team", "Office"});
-  office.must("anna", {"-n", "project", "remove", "ben@example.org"});
+  for (const std::string command :
+       {"save tb1", "unlock tb1", "import @a @a", "import @a --into tb1", "remove tb1", "create pb Plan",
+        "project create Other --team Office", "project remove ben@example.org"}) {
+    office.must("anna", wordsOf(office, "-n " + command));
+  }
   EXPECT_EQ(office.must("anna", {"status", "--json"}) + office.must("anna", {"locks", "--json"}), before);
   EXPECT_THAT(office.must("anna", {"project", "members"}), HasSubstr("ben@example.org"));
   EXPECT_THAT(office.must("anna", {"project", "list"}), Not(HasSubstr("Other")));

@@ -4,7 +4,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <nlohmann/json.hpp>
 
 #include "tests/journeys/Program.h"
 
@@ -43,15 +42,6 @@ class ServerDirectory : public testing::Test {
   }
   void setAge(const fs::path& path, std::chrono::seconds age) const {
     fs::last_write_time(path, fs::file_time_type::clock::now() - age);
-  }
-  /// Relative names of the files below a directory with their contents.
-  static std::map<std::string, std::string> treeOf(const fs::path& root) {
-    std::map<std::string, std::string> tree;
-    for (const auto& entry : fs::recursive_directory_iterator(root)) {
-      const std::string name = entry.path().lexically_relative(root).string();
-      tree[name] = entry.is_directory() ? "(directory)" : contentOf(entry.path());
-    }
-    return tree;
   }
   void writeTree(const fs::path& root) const {
     for (int i = 0; i < 9; ++i)
@@ -206,17 +196,6 @@ TEST_F(ServerDirectory, RenamesAndDeletesWhatIsMeant) {
   EXPECT_EQ(server({"rm", "share", "keep", "none"}).exitCode, 3);
   office_.must("anna", {"--yes", "server", "rm", "share", "-r", "dir"});
   EXPECT_EQ(treeOf(remote()).size(), 0U);
-}
-
-TEST_F(ServerDirectory, AnswersAreJsonLines) {
-  write(remote() / "x", "1");
-  const std::string out = office_.must("anna", {"--json", "server", "ls", "share"}) +
-                          office_.must("anna", {"--json", "server", "list"}) +
-                          office_.must("anna", {"--json", "server", "get", "share", "x", "--to", here().string()});
-  std::istringstream lines(out);
-  int count = 0;
-  for (std::string line; std::getline(lines, line); ++count) EXPECT_TRUE(nlohmann::json::accept(line)) << line;
-  EXPECT_EQ(count, 3);
 }
 
 TEST_F(ServerDirectory, PasswordsAreTakenFromPrivateFilesOnlyAndNeverShown) {
