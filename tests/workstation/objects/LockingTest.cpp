@@ -11,7 +11,6 @@
 
 namespace {
 
-using workstation::kStoreLocked;
 using workstation::kStoreOk;
 
 class LockingTest : public testing::Test {
@@ -28,26 +27,6 @@ class LockingTest : public testing::Test {
   workstation::StoreActor colleague_;
   IZepFileLockingManager& manager_ = getFileLockingManager();
 };
-
-TEST_F(LockingTest, LockHasOneHolder) {
-  EXPECT_EQ(manager_.GetLockOwner(4, 0, 0), -1);
-  EXPECT_EQ(manager_.LockObject(4, 0, 0), 1);
-  EXPECT_EQ(manager_.LockObject(4, 0, 0), 1) << "held already";
-  EXPECT_EQ(manager_.GetLockOwner(4, 0, 0), lzbnum());
-  EXPECT_TRUE(manager_.IsLockedByCurrentUser(4, 0));
-  EXPECT_EQ(manager_.GetLockOwner(4, 2, 0), -1) << "a Plan of the same number";
-  EXPECT_EQ(workstation_.store().lockObject(colleague_, project_, 0, 4), kStoreLocked);
-  EXPECT_EQ(manager_.UnlockObject(4, 0, 0), 1);
-  lockByColleague(0, 4);
-  EXPECT_EQ(manager_.LockObject(4, 0, 0), 0);
-  EXPECT_EQ(manager_.UnlockObject(4, 0, 0), 0);
-  EXPECT_FALSE(manager_.IsLockedByCurrentUser(4, 0));
-  FileLockInfo info;
-  ASSERT_TRUE(manager_.GetLockInfo(4, 0, info));
-  EXPECT_EQ(info.userName, L"Bo");
-  EXPECT_EQ(info.userNumber, workstation_.store().memberNumber(project_, colleague_.user.uuid));
-  EXPECT_EQ(manager_.getLockOwner(4, 0, 0), info.userNumber);
-}
 
 TEST_F(LockingTest, OwnLocksAreThoseOfThisWorkstation) {
   manager_.LockObject(1, 0, 0);
@@ -89,14 +68,6 @@ TEST_F(LockingTest, DelayedListTellsWhatWasRefused) {
   EXPECT_FALSE(manager_.UnlockDelayedList(get_ActivePrj(), {2, 1, 3}, 0));
   EXPECT_EQ(manager_.GetLockOwner(1, 0, 0), -1);
   EXPECT_EQ(manager_.GetLockOwner(3, 0, 0), -1);
-}
-
-TEST_F(LockingTest, LockingIsOffWithoutAProject) {
-  EXPECT_FALSE(manager_.IsLockingOff());
-  workstation::closeProject();
-  EXPECT_TRUE(manager_.IsLockingOff());
-  EXPECT_EQ(manager_.LockObject(1, 0, 0), 0);
-  EXPECT_EQ(manager_.GetLockOwner(1, 0, 0), -1);
 }
 
 TEST_F(LockingTest, LockOfSomebodyWhoIsNoMemberAnyMoreIsRefusedWithALine) {

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <tuple>
 
 #include "host/Headers.h"
@@ -18,13 +17,6 @@
 namespace {
 
 using workstation::ObjectFileInfo;
-
-std::string randomBytes(std::size_t size) {
-  std::mt19937 random(static_cast<unsigned>(size));
-  std::string bytes(size, '\0');
-  for (char& byte : bytes) byte = static_cast<char>(random());
-  return bytes;
-}
 
 class ObjectFileTest : public testing::Test {
  protected:
@@ -53,35 +45,6 @@ class ObjectFileTest : public testing::Test {
   workstation::ObjectAuthor author_{7, L"Ada"};
   std::wstring error_;
 };
-
-TEST_F(ObjectFileTest, ContentComesOutByteForByte) {
-  for (const std::size_t size : {0UL, 1UL, 1048576UL, 4 * 1048576UL + 17}) {
-    const std::string bytes = randomBytes(size);
-    const std::wstring object = create(bytes);
-    EXPECT_EQ(workstation::exportContent(object, path(L"out.bin"), error_), ERROR_SUCCESS) << platform::toUtf8(error_);
-    EXPECT_EQ(read("out.bin"), bytes) << size;
-    std::filesystem::remove(directory_.path("tb000001.zdw"));
-  }
-}
-
-TEST_F(ObjectFileTest, ImpossibleObjectsAreRefused) {
-  write("a.txt", "abc");
-  create("old");
-  const std::string before = read("tb000001.zdw");
-  std::wstring made;
-  const auto attempt = [&](QuorvelFileType type, int number, const std::wstring& name, const std::wstring& content) {
-    return workstation::createObject(directory_.libraryPath(), type, number, name, content, author_, made, error_);
-  };
-  EXPECT_EQ(attempt(eFileType_Teilbild, 0, L"a", path(L"a.txt")), ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(attempt(eFileType_Teilbild, 10000, L"a", path(L"a.txt")), ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(attempt(eFileType_ResourceA, 1, L"a", path(L"a.txt")), ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(attempt(eFileType_Plan, 1, std::wstring(128, L'n'), path(L"a.txt")), ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(attempt(eFileType_Plan, 1, L"a", path(L"none.txt")), ERROR_FILE_NOT_FOUND);
-  EXPECT_EQ(attempt(eFileType_Teilbild, 1, L"a", path(L"a.txt")), ERROR_FILE_EXISTS);
-  EXPECT_EQ(read("tb000001.zdw"), before);
-  const auto files = std::distance(std::filesystem::directory_iterator(directory_.path()), {});
-  EXPECT_EQ(files, 3) << "something was left behind";
-}
 
 TEST_F(ObjectFileTest, SavingKeepsGuidAndCreationAndRaisesTheVersion) {
   const std::wstring object = create("first");
@@ -243,14 +206,6 @@ TEST(VersionCounter, WrapsPastTheUnknownValue) {
     EXPECT_EQ(ZP_Header_TBFileBase::IsVersionCounterWrap(a, b) > 0, wrapped) << a << " " << b;
     EXPECT_EQ(ZP_Header_PLFileBase::IsVersionCounterWrap(a, b) > 0, wrapped) << a << " " << b;
   }
-}
-
-TEST(ObjectRecord, LongTextIsCutBehindAWholeCharacter) {
-  char16_t member[4];
-  workstation::setMember(member, L"ab\U0001F600");
-  EXPECT_EQ(workstation::textOfMember(member), L"ab");
-  workstation::setMember(member, L"a\U0001F600");
-  EXPECT_EQ(workstation::textOfMember(member), L"a\U0001F600");
 }
 
 }  // namespace

@@ -42,23 +42,6 @@ TEST(ObjectNames, OtherNamesAreNoObjects) {
   }
 }
 
-TEST(LockNames, NameTellsObjectUserAndWorkstation) {
-  const std::wstring name = workstation::lockFileName({0, 12, 7, L"3F2A90C1-7a0e-4c1e"});
-  EXPECT_EQ(name, L"tb000012.zdw.0007-3f2a90c1.lck");
-  // Two extensions cut give the object's own name.
-  EXPECT_EQ(name.substr(0, name.rfind(L'.', name.rfind(L'.') - 1)), L"tb000012.zdw");
-  const auto lock = workstation::parseLockName(L"PB000003.ZPL.123456-ABC.LCK");
-  ASSERT_TRUE(lock);
-  EXPECT_EQ(lock->objectType, 2);
-  EXPECT_EQ(lock->number, 3);
-  EXPECT_EQ(lock->userNumber, 123456);
-  EXPECT_EQ(lock->workstation, L"abc");
-  EXPECT_TRUE(workstation::parseLockName(L"ze000001.000.0002.lck"));
-  EXPECT_TRUE(workstation::lockFileName({0, 10000, 7, L""}).empty());
-  EXPECT_TRUE(workstation::lockFileName({3, 1, 7, L""}).empty());
-  EXPECT_TRUE(workstation::lockFileName({0, 1, -1, L""}).empty());
-}
-
 TEST(LockNames, OtherNamesAreNoLocks) {
   for (const wchar_t* name :
        {L"", L".lck", L"tb000001.zdw.lck", L"tb000001.zdw.007.lck", L"tb000001.zdw.0007", L"tb000001.zdw.0007.lckx",

@@ -45,37 +45,6 @@ class OpenFilesTest : public testing::Test {
   int handle_ = 0;
 };
 
-TEST_F(OpenFilesTest, OpenFileIsFoundByPathInAnyCase) {
-  EXPECT_EQ(cfgethandle(object_, 0), handle_);
-  EXPECT_EQ(cfgethandle(path(L"TB000001.ZDW"), 0), handle_);
-  EXPECT_EQ(cfgethandle(path(L"tb000002.zdw"), 0), -1);
-  const HANDLE file = getOpenFileHandle_FromFileName(path(L"Tb000001.zdw"));
-  ASSERT_NE(file, INVALID_HANDLE_VALUE);
-  EXPECT_TRUE(setOpenFileZippedMode_FromFileHandle(file, true));
-  EXPECT_FALSE(setOpenFileZippedMode_FromFileHandle(INVALID_HANDLE_VALUE, true));
-  EXPECT_EQ(workstation::openInCore(object_, error_), 0) << "opened twice";
-  workstation::closeInCore(handle_);
-  EXPECT_EQ(cfgethandle(object_, 0), -1);
-  EXPECT_EQ(getOpenFileHandle_FromFileName(object_), INVALID_HANDLE_VALUE);
-}
-
-TEST_F(OpenFilesTest, ReadingAHeaderDoesNotCountAsOpen) {
-  workstation::closeInCore(handle_);
-  int reader = 0;
-  ASSERT_EQ(Sing_lfztboC(eFileType_Teilbild, 2, object_, 0, reader), 0);
-  EXPECT_EQ(cfgethandle(object_, 0), -1);
-  TeilbildHeader header{};
-  PlanHeader plan{};
-  EXPECT_TRUE(liesTbHeader(reader, header));
-  EXPECT_EQ(header.number, 1);
-  EXPECT_FALSE(liesPlHeader(reader, plan));
-  tbvtbc(reader);
-  EXPECT_FALSE(liesTbHeader(reader, header));
-  EXPECT_EQ(Sing_lfztboC(eFileType_Plan, 2, object_, 0, reader), 13);
-  EXPECT_EQ(Sing_lfztboC(eFileType_Teilbild, 2, path(L"tb000002.zdw"), 0, reader), 2);
-  EXPECT_EQ(Sing_lfztboC(eFileType_Teilbild, 1, object_, 0, reader), 87);
-}
-
 TEST_F(OpenFilesTest, OpenFileCannotBeReplacedByItsNameButIsSavedThroughItsHandle) {
   write("other", "x");
   EXPECT_EQ(MoveFileExW(path(L"other").c_str(), object_.c_str(), MOVEFILE_REPLACE_EXISTING), FALSE);

@@ -54,14 +54,6 @@ TEST_F(ProjectDatabaseTest, RowsComeBackAsTheyWereSet) {
   EXPECT_EQ(sets.getTeilbildRecords(all, true), 2);
   EXPECT_EQ(all[0].number, 3);
   for (const unsigned number : {0U, 10000U, 0xFFFFFFFFU}) EXPECT_EQ(sets.setTeilbildRecord(number, header), -1);
-
-  ZP_ProjectDBPlanSets plans(kgunit());
-  auto plan = clearedHeader<PlanHeader>();
-  plan.hostMember = 99;
-  EXPECT_EQ(plans.setPlanRecord(20000, plan), 1);
-  EXPECT_EQ(plans.getPlanRecord(20000, plan), 1);
-  EXPECT_EQ(plan.hostMember, 99);
-  EXPECT_EQ(ZP_ProjectDBPlanSets(-1).setPlanRecord(1, plan), -1) << "no project has this number";
 }
 
 TEST_F(ProjectDatabaseTest, CacheIsInvalidAsSoonAsAnotherConnectionChangesARow) {
@@ -83,55 +75,15 @@ TEST_F(ProjectDatabaseTest, CacheIsInvalidAsSoonAsAnotherConnectionChangesARow) 
   EXPECT_EQ(found.versionCounter, 8U);
 }
 
-TEST_F(ProjectDatabaseTest, ChangesAreAppliedByTheirState) {
-  struct Case {
-    const char* name;
-    bool isThere;
-    std::uint32_t state;
-    int count;
-    std::uint32_t versionAfter;  ///< kUnknownVersion: no row
-  };
-  const Case cases[] = {{"unchanged", true, kRowUnchanged, 0, 1},
-                        {"changed", true, kRowChanged, 1, 2},
-                        {"changed but gone", false, kRowChanged, 1, 2},
-                        {"new", false, kRowNew, 1, 2},
-                        {"new and changed", false, kRowNew | kRowChanged, 1, 2},
-                        {"deleted", true, kRowDeleted, 1, kUnknownVersion},
-                        {"deleted and gone", false, kRowDeleted, 0, kUnknownVersion}};
+TEST_F(ProjectDatabaseTest, ChangesAreAppliedAllOrNone) {
   ZP_ProjectDBTeilbildSets sets(kgunit());
-  int number = 0;
-  for (const Case& c : cases) {
-    ++number;
-    if (c.isThere) sets.setTeilbildRecord(static_cast<unsigned>(number), teilbild(number, 1));
-    std::vector<ZP_PrjDBTeilbildRecordData> rows{ZP_PrjDBTeilbildRecordData(teilbild(number, 2))};
-    rows[0].setState(c.state);
-    EXPECT_EQ(sets.applyTeilbildRecordChanges(rows), c.count) << c.name;
-    EXPECT_EQ(rows[0].state(), kRowUnchanged) << c.name;
-    TeilbildHeader found = teilbild(number, kUnknownVersion);
-    sets.getTeilbildRecord(static_cast<unsigned>(number), found);
-    EXPECT_EQ(found.versionCounter, c.versionAfter) << c.name;
-  }
   std::vector<ZP_PrjDBTeilbildRecordData> rows{ZP_PrjDBTeilbildRecordData(teilbild(50, 1)),
                                                ZP_PrjDBTeilbildRecordData(teilbild(10000, 1))};
   for (auto& row : rows) row.setState(kRowNew);
-  EXPECT_EQ(sets.applyTeilbildRecordChanges(rows), -1) << "all or none";
+  EXPECT_EQ(sets.applyTeilbildRecordChanges(rows), -1);
   EXPECT_EQ(rows[0].state(), kRowNew) << "still to be done";
   TeilbildHeader found{};
   EXPECT_EQ(sets.getTeilbildRecord(50, found), 0);
-}
-
-TEST_F(ProjectDatabaseTest, QueryIsLimitedToItsRangeAndDeletionToMarkedRows) {
-  ZP_ProjectDBZeichnungSets sets(kgunit());
-  for (const unsigned number : {2U, 5U, 7U, 900000U}) sets.setZeichnungRecord(number, clearedHeader<ZeichnungHeader>());
-  std::vector<ZP_PrjDBZeichnungRecordData> rows;
-  ZP_PrjDBZeichnungRecordQuery query(sets, rows, 32776, -1);
-  query.setRangeFilter(3, 900000);
-  ASSERT_EQ(getZeichnungRecords(query), 3);
-  EXPECT_EQ(rows[0].number(), 5);
-  rows[1].setDelete();
-  EXPECT_EQ(sets.deleteZeichnungRecords(rows), 1);
-  std::vector<ZeichnungHeader> all;
-  EXPECT_EQ(sets.getZeichnungRecords(all, true), 3);
 }
 
 TEST_F(ProjectDatabaseTest, NewerBrokenAndForeignDatabasesAreRefusedAndKept) {

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "host/Files.h"
 #include "host/Guid.h"
 #include "host/NetManager.h"
 #include "host/Project.h"
@@ -144,22 +143,6 @@ TEST_F(Descriptor, NamesADirectoryThatCanNotLeaveItsRoot) {
   EXPECT_EQ(path, L"untouched");
   EXPECT_EQ(prj.GetFullProjectPath(true), L"");
   EXPECT_EQ(prj.GetFullProjectPath(false), L"C:\\Data\\Prj\\nobody\\House.PRJ");
-}
-
-TEST_F(Descriptor, OfALocalProjectIsFoundByHostAndName) {
-  PRJ prj;
-  wcscpy(prj.host, L"localhost");
-  wcscpy(prj.directoryName, L"House");
-  prj.shownName = L"My house";
-  ASSERT_EQ(ltbpcrC(prj), 0);
-  EXPECT_NE(ltbpcrC(prj), 0) << "a project is made once";
-  EXPECT_TRUE(projectExistsEx(L"localhost", L"house.prj"));
-  EXPECT_NE(ltbispC(L"House"), 0);
-  EXPECT_EQ(ltbispC(L"Barn"), 0);
-  PRJ read;
-  ASSERT_EQ(get_project_info(L"localhost", L"House.prj", read, 1, 0), 0);
-  EXPECT_EQ(read.GetProjectDisplayName(), L"My house");
-  EXPECT_EQ(get_project_info(L"localhost", L"Barn", read, 1, 0), 2);
 }
 
 }  // namespace

@@ -138,23 +138,5 @@ TEST_F(CloudStoreTest, SweepTakesOldOrphansAlone) {
   EXPECT_EQ(get(*store, viewer, L"kept.txt") + get(*store, viewer, L"other.txt"), "keptshared");
 }
 
-TEST_F(CloudStoreTest, FileFollowsTheLastUploadUntilTheProjectIsArchived) {
-  FilePut file;
-  file.name = L"a.txt";
-  file.path = local("a", "1");
-  file.metadata = {{L"key", L"one"}, {L"old", L"x"}};
-  std::vector<CloudStatus> statuses;
-  EXPECT_EQ(store->putFiles(editor, project, {file}, statuses), 0);
-  file.metadata.pop_back();
-  EXPECT_EQ(store->putFiles(admin, project, {file}, statuses), 0);
-  std::map<std::wstring, std::wstring> metadata;
-  EXPECT_EQ(store->metadata(viewer, project, L"A.TXT", metadata), 0);
-  EXPECT_THAT(metadata, ::testing::ElementsAre(std::pair(L"key", L"one")));
-  EXPECT_EQ(store->archiveProject(editor, project, true), kStoreAccessDenied);
-  EXPECT_EQ(store->archiveProject(owner, project, true), 0);
-  EXPECT_EQ(put(*store, editor, L"a.txt", "b"), kStoreAccessDenied);
-  EXPECT_EQ(get(*store, viewer, L"a.txt"), "1") << "an archived project can be read";
-}
-
 }  // namespace
 }  // namespace zephor_test

@@ -29,24 +29,6 @@ void sql(const std::string& directory, const char* statements) {
   sqlite3_close(database);
 }
 
-TEST(StoreOpening, WhatIsNoStoreIsNamedWithItsPath) {
-  const TemporaryDirectory directory;
-  CloudStatus status = 0;
-  EXPECT_THAT(refusal(directory.path("none"), status), ::testing::HasSubstr(directory.path("none")));
-  EXPECT_EQ(status, kStoreNotFound);
-  EXPECT_THAT(refusal(directory.path(), status), ::testing::HasSubstr("expected \"store.db\""));
-  EXPECT_EQ(status, kStoreInvalidData);
-  std::filesystem::create_directories(directory.path("bodies"));
-  std::ofstream(directory.path("store.db")) << std::string(5000, '?');
-  EXPECT_THAT(refusal(directory.path(), status), ::testing::HasSubstr(directory.path()));
-  EXPECT_EQ(status, kStoreInvalidData);
-  std::filesystem::remove(directory.path("store.db"));
-  sql(directory.path(), "CREATE TABLE other(x)");
-  EXPECT_THAT(refusal(directory.path(), status), ::testing::HasSubstr("something else"));
-  std::wstring error;
-  EXPECT_EQ(CloudStore::create(directory.path(), error), kStoreExists);
-}
-
 TEST(StoreOpening, NewerStoreIsRefusedAndLeftAsItIs) {
   const StoreWorld world;
   sql(world.storePath, "PRAGMA user_version=7; PRAGMA wal_checkpoint(TRUNCATE)");
@@ -87,15 +69,6 @@ TEST(StoreDamage, DamagedBodyIsRefusedUntilItsContentComesAgain) {
   }
   std::filesystem::remove(body);
   EXPECT_EQ(world.get(*store, world.viewer, L"a.txt"), "<13>");
-}
-
-TEST(StoreJournal, IsWrittenAheadOnLocalDisksAlone) {
-  for (const std::uint32_t shared : {0x6969U, 0x517BU, 0xFF534D42U, 0xFE534D42U, 0x65735546U, 0x01021997U, 0xC36400U}) {
-    EXPECT_EQ(journalModeFor(shared), JournalMode::Rollback) << std::hex << shared;
-  }
-  for (const std::uint32_t local : {0xEF53U, 0x58465342U, 0x9123683EU, 0x01021994U, 0x794C7630U, 0U}) {
-    EXPECT_EQ(journalModeFor(local), JournalMode::WriteAhead) << std::hex << local;
-  }
 }
 
 TEST(StoreJournal, StoreThatLeavesItKeepsItsRecordsAndTheRollbackJournal) {

@@ -85,18 +85,5 @@ TEST(WorkstationStore, FileOpenInTheCoreIsReadThroughItsHandleAndGetsAPart) {
   EXPECT_EQ(cfgethandle(path, 0), -1);
 }
 
-TEST(WorkstationStore, DownloadKeepsHiddenFilesHidden) {
-  TestWorkstation workstation;
-  const std::wstring project = workstation.createTeamAndProject(L"House");
-  workstation.putStored(workstation.actor(), L"design\\desktop.ini", "new");
-  const std::wstring path = workstation.projectPath(L"design\\desktop.ini");
-  workstation.writeFile(path, "old");
-  ASSERT_NE(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM), FALSE);
-  ICloudProjectService& service = *QuorvelCloudController()->GetProjectService();
-  EXPECT_EQ(service.DownloadFiles(project, workstation.projectPath(), {L"design\\desktop.ini"}, {}), 0);
-  EXPECT_EQ(workstation.readFile(path), "new");
-  EXPECT_EQ(GetFileAttributesW(path.c_str()) & 6U, 6U);
-}
-
 }  // namespace
 }  // namespace zephor_test

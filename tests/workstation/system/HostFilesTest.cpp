@@ -1,16 +1,14 @@
-// Path numbers, the file layer and GUIDs.
+// Path numbers and the file layer.
 
 #include <gtest/gtest.h>
 
 #include <thread>
 
 #include "host/Files.h"
-#include "host/Guid.h"
 #include "tests/workstation/Fixtures.h"
 
 namespace {
 
-using Quorvel::Cad::Service::ZP_GUIDValueProvider;
 using zephor_test::offline;
 using zephor_test::TestWorkstation;
 
@@ -57,34 +55,6 @@ TEST(FileLayer, TreesAreCopiedWholeAndNeverIntoThemselves) {
   EXPECT_FALSE(workstation.exists(L"C:\\from"));
   for (const wchar_t* root : {L"", L"C:", L"C:\\", L"\\", L"C:\\to\\.."}) EXPECT_NE(ldirrmc(root), 0) << root;
   EXPECT_TRUE(workstation.exists(L"C:\\to"));
-}
-
-TEST(Guid, IsReadInEveryFormAndPrintedInOne) {
-  GUID guid{};
-  const std::wstring printed = L"00112233-4455-6677-8899-aabbccddeeff";
-  for (const wchar_t* text : {L"00112233-4455-6677-8899-aabbccddeeff", L"{00112233-4455-6677-8899-AABBCCDDEEFF}"}) {
-    ASSERT_TRUE(ZP_GUIDValueProvider::scanGUID(text, guid));
-    EXPECT_EQ(ZP_GUIDValueProvider::printGUID(guid), printed);
-  }
-  EXPECT_EQ(guid.Data1, 0x00112233U);
-  EXPECT_EQ(guid.Data3, 0x6677U);
-  for (const wchar_t* text : {L"", L"0011223344556677-8899-aabbccddeeff----", L"{00112233-4455-6677-8899-aabbccddeeff",
-                              L"00112233-4455-6677-8899-aabbccddeefg", L"00112233-4455-6677-8899-aabbccddeeff0"}) {
-    EXPECT_FALSE(ZP_GUIDValueProvider::scanGUID(text, guid)) << text;
-  }
-  EXPECT_EQ(ZP_GUIDValueProvider::printGUID(guid), printed) << "a refused text changes nothing";
-}
-
-TEST(Guid, SurvivesAsTwoDoublesWhateverItsBits) {
-  GUID signalling{};
-  ASSERT_TRUE(ZP_GUIDValueProvider::scanGUID(L"00000001-0000-7ff0-0100-00000000f07f", signalling));
-  double first = 0;
-  double second = 0;
-  GetTwoDoublesFromGUID(signalling, first, second);
-  EXPECT_TRUE(ZP_GUIDValueProvider::IsEqualGUID(GetGUIDFromTwoDoubles(first, second), signalling));
-  const GUID fresh = GetGUID();
-  EXPECT_EQ(ZP_GUIDValueProvider::printGUID(fresh)[14], L'4');
-  EXPECT_FALSE(ZP_GUIDValueProvider::IsEqualGUID(fresh, GetGUID()));
 }
 
 }  // namespace

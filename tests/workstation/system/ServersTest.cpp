@@ -37,15 +37,6 @@ class Servers : public testing::Test {
   TestWorkstation workstation_{offline()};
 };
 
-TEST_F(Servers, AreAvailableWhenTheirDirectoryIs) {
-  EXPECT_NE(IsHostAvailable(L"Share", 0), 0);
-  EXPECT_EQ(IsHostAvailable(L"Gone", 0), 0);
-  EXPECT_EQ(IsHostAvailable(L"nobody", 0), 0);
-  EXPECT_EQ(IsHostAvailable(L"ONDRATH", 0), 0) << "no store is configured";
-  ASSERT_TRUE(ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\Offline", 1));
-  EXPECT_EQ(IsHostAvailable(L"Share", 0), 0);
-}
-
 TEST_F(Servers, HaveADirectoryOfTheirOwnWhateverTheyAreCalled) {
   const globalHostsManager& hosts = globalHostsManager::instance();
   EXPECT_EQ(hosts.getHostPath(L"ONDRATH"), L"C:\\Data\\Prj\\ONDRATH");
@@ -68,19 +59,6 @@ TEST_F(Servers, AreKnownByTheirHostNameToo) {
   EXPECT_EQ(CServerProperties(L"ftp.example.org").userName, L"second") << "the current one of two with one host";
   EXPECT_EQ(hosts.getHostPath(L"ftp.example.org"), L"C:\\Data\\Prj\\Second");
   EXPECT_EQ(ZSYST_getLocalDataServerRoot(L"Office"), L"Office");
-}
-
-TEST_F(Servers, TakeWhatARunPutsInThePlaceOfTheSettings) {
-  workstation::setHostDirectory(L"Office", L"C:\\Elsewhere");
-  workstation::setServerPassword(L"ftp.example.org", L"asked for");
-  const globalHostsManager& hosts = globalHostsManager::instance();
-  EXPECT_EQ(hosts.getHostPath(L"office"), L"C:\\Elsewhere");
-  EXPECT_EQ(hosts.getHostPath(L"ftp.example.org"), L"C:\\Elsewhere");
-  EXPECT_EQ(CServerProperties(L"Office").password, L"asked for");
-  workstation::setHostDirectory(L"Office", L"");
-  EXPECT_EQ(hosts.getHostPath(L"ftp.example.org"), L"C:\\Data\\Prj\\Office");
-  workstation_.restart();
-  EXPECT_EQ(CServerProperties(L"Office").password, L"p") << "nothing was written";
 }
 
 TEST_F(Servers, WithAPasswordAreKeptFromOtherUsers) {

@@ -23,7 +23,6 @@ class LogTest : public testing::Test {
  protected:
   ~LogTest() override { workstation::stopDiagnostics(); }
   std::string errorLog() const { return contentOf(directory_.path("log/zephor-error.log")); }
-  std::string traceLog() const { return contentOf(directory_.path("log/zephor-trace.log")); }
 
   TemporaryDirectory directory_;
 };
@@ -67,24 +66,6 @@ TEST_F(LogTest, ErrorLinesReachTheFileAsUtf8) {
                        "berlauf \\x1b[31m\n: 7\n"));
   EXPECT_TRUE(contains(errorLog(), "token=***"));
   EXPECT_FALSE(std::filesystem::exists(directory_.path("log/zephor-trace.log")));
-}
-
-TEST_F(LogTest, TraceTextsAreWrittenUpToTheLevel) {
-  workstation::startDiagnostics(directory_.path("log"), 2);
-  CConsoleTrace(L"level two", 2);
-  CConsoleTrace(L"level three", 3);
-  NTR_traceModul(2, 1, L"module text");
-  {
-    CTimeTrace timed(1, L"timed scope", 1, false, true);
-    timed.setBytesRead(12);
-    const CTimeTrace untimed(0, L"untimed scope", 1, false, true);
-  }
-  EXPECT_TRUE(contains(traceLog(), "level two"));
-  EXPECT_FALSE(contains(traceLog(), "level three"));
-  EXPECT_TRUE(contains(traceLog(), "[2] module text"));
-  EXPECT_TRUE(contains(traceLog(), "timed scope: "));
-  EXPECT_TRUE(contains(traceLog(), " ms, 12 bytes"));
-  EXPECT_FALSE(contains(traceLog(), "untimed"));
 }
 
 TEST_F(LogTest, FullFileMovesAside) {

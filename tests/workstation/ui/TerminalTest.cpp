@@ -142,14 +142,4 @@ TEST(TerminalOptions, AnswerWithoutAsking) {
   EXPECT_TRUE(contains(output.everything(), "Failed to get files"));
 }
 
-TEST(Terminal, SurvivesAnOutputThatIsGone) {
-  int ends[2] = {};
-  ASSERT_EQ(pipe(ends), 0);
-  close(ends[0]);
-  Terminal terminal(STDIN_FILENO, ends[1]);
-  terminal.write(L"nobody reads this\n");
-  TerminalInterface ui(terminal, {});
-  EXPECT_EQ(ui.messageBox(box(MB_YESNO)), IDNO);
-}
-
 }  // namespace

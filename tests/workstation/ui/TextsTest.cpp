@@ -5,8 +5,6 @@
 #include <set>
 #include <string>
 
-#include "platform/Messages.h"
-#include "platform/Paths.h"
 #include "platform/Text.h"
 #include "workstation/ui/TextTable.h"
 
@@ -51,21 +49,6 @@ TEST(Parameters, TakeTheirPlaces) {
   EXPECT_EQ(workstation::withParameters(L"No place ", Parameters({L"5"})), L"No place ");
   EXPECT_EQ(workstation::splitParameters(L"0x5\x1e a b\x1e\x1f"), Parameters({L"0x5", L" a b"}));
   EXPECT_EQ(workstation::splitParameters(L""), Parameters());
-}
-
-TEST(ResourceLibraries, HoldTheStringsOfTheConnectionBox) {
-  const std::wstring directory = platform::libraryPath(ZEPHOR_PROGRAM_DIRECTORY);
-  for (const wchar_t* language : {L"en", L"de"}) {
-    const std::wstring name = std::wstring(L"Zephor_InetExtensions_") + language + L".dll";
-    const HMODULE module = LoadLibraryW(platform::joinPath(directory, name).c_str());
-    ASSERT_NE(module, nullptr) << platform::toUtf8(name);
-    wchar_t text[256] = {};
-    for (UINT id = 1000; id <= 1020; ++id) EXPECT_GT(LoadStringW(module, id, text, 256), 0) << id;
-    EXPECT_EQ(LoadStringW(module, 1021, text, 256), 0);
-    ASSERT_GT(LoadStringW(module, 1019, text, 256), 0);
-    EXPECT_NE(platform::formatWide(text, L"ftp.example.org").find(L"ftp.example.org"), std::wstring::npos);
-    EXPECT_TRUE(FreeLibrary(module));
-  }
 }
 
 }  // namespace
