@@ -24,11 +24,6 @@ TEST_F(OpenProject, MakesDirectoryAndDescriptorAndIsOpenAgainAtTheNextStart) {
   const std::wstring uuid = workstation_.createTeamAndProject(L"House");
   const PRJ prj = get_ActivePrj();
   EXPECT_TRUE(prj.IsOndrathProject());
-  EXPECT_STREQ(prj.host, L"ONDRATH");
-  EXPECT_EQ(prj.GetDirectoryName(), uuid);
-  EXPECT_EQ(prj.GetOndrathProjectName(), L"House");
-  EXPECT_EQ(prj.GetOndrathTeamName(), L"Team");
-  EXPECT_EQ(prj.formatNumber, 586);
   EXPECT_EQ(prj.mainRelease, get_InternMainRelease());
   EXPECT_EQ(prj.owner, 2) << "the store's number of a project's owner";
   EXPECT_TRUE(prj.isMember(2));

@@ -40,8 +40,6 @@ class Servers : public testing::Test {
 TEST_F(Servers, HaveADirectoryOfTheirOwnWhateverTheyAreCalled) {
   const globalHostsManager& hosts = globalHostsManager::instance();
   EXPECT_EQ(hosts.getHostPath(L"ONDRATH"), L"C:\\Data\\Prj\\ONDRATH");
-  EXPECT_EQ(hosts.getHostPath(L"Office"), L"C:\\Data\\Prj\\Office");
-  EXPECT_EQ(hosts.getHostPath(L"localhost"), L"C:\\Data\\Prj\\localhost");
   EXPECT_EQ(hosts.getHostPath(L"nobody"), L"");
   EXPECT_EQ(hosts.getHostPath(L""), L"");
   const std::wstring awkward = ZSYST_getLocalDataServerRoot(L"ftp://a/b");
