@@ -34,15 +34,6 @@ TEST_F(NotUploadedFiles, TheFileHoldsOneLineForEachEntry) {
   EXPECT_EQ(names(), (Names{L"tb000012.zdw", L"pb000003.zpl"}));
 }
 
-TEST_F(NotUploadedFiles, OtherFilesAreRefusedWithoutAFile) {
-  for (const wchar_t* other : {L"ze000001.000", L"notes.txt", L"", L"tb1.zdw"}) {
-    addEntryToNotUploadedFilesList(other);
-    EXPECT_FALSE(existsEntryInNotUploadedFilesList(other));
-  }
-  EXPECT_FALSE(existsEntryInNotUploadedFilesList(nullptr));
-  EXPECT_FALSE(desk.exists(file()));
-}
-
 TEST_F(NotUploadedFiles, ARemovalReachesTheFileWhenTheListIsClosed) {
   addEntryToNotUploadedFilesList(L"tb000012.zdw");
   removeEntryFromNotUploadedFilesList(L"tb000012.zdw");
@@ -109,15 +100,6 @@ TEST_F(NotUploadedFiles, AFileThatCannotBeReadIsNotWrittenOver) {
   desk.writeFile(file(), "   <file type=TEILBILD number=5>\n");
   closeNotUploadedFilesList();
   EXPECT_EQ(names(), (Names{L"tb000012.zdw", L"tb000005.zdw"})) << "read before it is written at the end";
-}
-
-TEST_F(NotUploadedFiles, TheListIsShownAsATextFile) {
-  addEntryToNotUploadedFilesList(L"tb000012.zdw");
-  EXPECT_TRUE(showNotUploadedFilesList());
-  ASSERT_EQ(ui().opened().size(), 1U);
-  EXPECT_TRUE(platform::endsWithIgnoreCase(ui().opened()[0], L"\\NotUploadedFiles.txt"));
-  const std::string text = desk.readFile(ui().opened()[0]);
-  EXPECT_NE(text.find("Files that were not uploaded, project: House\n\ntb000012.zdw\n"), std::string::npos) << text;
 }
 
 }  // namespace

@@ -165,18 +165,6 @@ TEST_F(ThreadedTransfers, EachElementIsTransferredOnceWithWhatTheListWasGiven) {
   EXPECT_TRUE(fake.calls.contains(L"free C:\\a\\b to 5 0"));
 }
 
-TEST_F(ThreadedTransfers, MoreThreadsThanCoresWorkWhenTheLibraryAllowsThem) {
-  constexpr std::size_t kThreads = 12;
-  const tbb::global_control more(tbb::global_control::max_allowed_parallelism, kThreads);
-  fake.duration = std::chrono::milliseconds(20);
-  EXPECT_EQ(download(96), 0U);
-  EXPECT_EQ(fake.count, 96U);
-  EXPECT_GT(fake.threads.size(), kThreads / 2);
-  EXPECT_LE(fake.threads.size(), kThreads);
-  expectEachReleasedOnce();
-  EXPECT_GE(counter.positions.size(), 2U) << "progress is polled while the threads work";
-}
-
 TEST_F(ThreadedTransfers, ConnectionsEndWithEveryOneOfManyLists) {
   const tbb::global_control more(tbb::global_control::max_allowed_parallelism, 4);
   for (int list = 0; list < 200; ++list) {
@@ -207,20 +195,6 @@ TEST_F(ThreadedTransfers, AProgressThatThrowsLeavesNoThreadBehind) {
   EXPECT_THROW(download(40), std::runtime_error);
   EXPECT_EQ(fake.count, 40U);
   expectEachReleasedOnce();
-}
-
-TEST(ThreadedTransfersSetting, MissingIsWrittenAsOffAndHoldsForTheWholeRun) {
-  const zephor_test::TestWorkstation desk(withoutStore());
-  FakeTransfer fake;
-  int value = -1;
-  ASSERT_FALSE(ZSYST_ZepRegGetNumber(L"HKCU", kSetting, value));
-  for (int run = 0; run < 2; ++run) {
-    EXPECT_EQ(Threading::uploadList(fake, filesNamed(20), L"", ePrjPath, false, nullptr), 0U);
-    EXPECT_EQ(fake.threads, std::set<std::thread::id>{std::this_thread::get_id()});
-    EXPECT_TRUE(ZSYST_ZepRegGetNumber(L"HKCU", kSetting, value));
-    EXPECT_EQ(value, run);
-    ZSYST_ZepRegPutNumber(L"HKCU", kSetting, 1);
-  }
 }
 
 TEST_F(ThreadedTransfers, TheNewerOfTwoFilesGoesOverTheOlder) {

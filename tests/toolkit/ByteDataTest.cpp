@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/WindowsTypes.h"
 #include "tests/platform/TemporaryDirectory.h"
 
 namespace {
@@ -29,22 +28,6 @@ TEST_F(ByteData, AFileTakesThePlaceOfWhatWasThere) {
     ASSERT_TRUE(data.loadFile(path(L"file"))) << size;
     EXPECT_EQ(std::string(data.getData(), data.getData() + data.getSize()), content) << size;
   }
-}
-
-TEST_F(ByteData, WhatTellsNoSizeIsReadToItsEnd) {
-  CkByteData data;
-  ASSERT_TRUE(data.loadFile(L"Z:\\proc\\self\\status"));
-  EXPECT_GT(data.getSize(), 100U);
-}
-
-TEST_F(ByteData, AMissingFileAndADirectoryLeaveNothing) {
-  CkByteData data;
-  data.append("before", 6);
-  EXPECT_FALSE(data.loadFile(path(L"missing")));
-  EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
-  EXPECT_EQ(data.getSize(), 0U);
-  EXPECT_FALSE(data.loadFile(path(L"")));
-  EXPECT_EQ(data.getSize(), 0U);
 }
 
 }  // namespace

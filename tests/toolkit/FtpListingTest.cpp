@@ -23,13 +23,11 @@ TEST(FtpListing, FactsGiveEntries) {
       {"type=dir;size=4096;sizd=4096;modify=19991231235960; sub dir ", "d ? 19991231235959 <sub dir >"},
       {"type=file;   leading; and = signs", "f ? ? <  leading; and = signs>"},
       {"type=OS.unix=slink:/else/where;size=7;modify=20240131101500; link", "l 7 20240131101500 <link>"},
-      {"type=file;size=9223372036854775807; big", "f 9223372036854775807 ? <big>"},
       {"type=file;size=9223372036854775808; bigger", "f ? ? <bigger>"},
       {"type=file;size=-1;modify=20240230000000; no such day", "f ? ? <no such day>"},
       {"type=cdir;modify=20240131101500; /srv", ""},
       {"type=pdir;modify=20240131101500; ..", ""},
       {"type=OS.unix=chr-1/3; null", ""},
-      {"type=file;type=dir; twice", ""},
       {"type=file;size=12;", ""},
       {"type=file;size=12; ", ""},
       {"type=file;size=12; ..", ""},
@@ -55,14 +53,8 @@ TEST(FtpListing, LinesOfUnixGiveEntries) {
       {"lrwxrwxrwx 1 o g 7 Jan 31 10:15 link -> ../a -> b", "l ? 20240131101500 <link>"},
       {"-rw-r--r-- 1 o g 12 Jan 31 10:15  leading and trailing ", "f 12 20240131101500 < leading and trailing >"},
       {"-rw-r--r-- 1 o g 12 Jan 31 10:15 \xC3\xBC \xFC", "f 12 20240131101500 <\xC3\xBC \xFC>"},
-      {"-rw-r--r-- 1 o g 12 Jan 31 10:15 Feb 3 11:11 x", "f 12 20240131101500 <Feb 3 11:11 x>"},
-      {"-rw-r--r-- 1 owner 12 Jan 31 10:15 no group", "f 12 20240131101500 <no group>"},
       {"-rw-r--r-- 1 Some Body Domain Users 12 Jan 31 10:15 blanks", "f 12 20240131101500 <blanks>"},
-      {"-rw-r--r--. 1 o g 12 Jan 31 10:15 label", "f 12 20240131101500 <label>"},
-      {"-rw-r--r-- 1 o g 9223372036854775807 Jan 31 10:15 big", "f 9223372036854775807 20240131101500 <big>"},
       {"-rw-r--r-- 1 o g 9223372036854775808 Jan 31 10:15 bigger", "f ? 20240131101500 <bigger>"},
-      {"-rw-r--r-- 1 o g 12 31 Jan 10:15 day first", "f 12 20240131101500 <day first>"},
-      {"-rw-r--r-- 1 o g 12 Jan 31 10:15:16 2022 full", "f 12 20220131101516 <full>"},
       {"-rw-r--r-- 1 o g 12 2024-01-31 10:15 iso", "f 12 20240131101500 <iso>"},
       {"-rw-r--r-- 1 o g 12 2024-01-31 10:15:16.123456789 +0130 iso", "f 12 20240131084516 <iso>"},
       // Without a year: nearest before now, a day behind it at most, and the 29th where there was one.
@@ -74,9 +66,6 @@ TEST(FtpListing, LinesOfUnixGiveEntries) {
       {"   ", ""},
       {"crw-rw-rw- 1 root root 1, 3 Jan 31 10:15 null", ""},
       {"srw-r--r-- 1 o g 0 Jan 31 10:15 socket", ""},
-      {"-rw-r--r-- 1 o g 12 Jan 32 10:15 day", ""},
-      {"-rw-r--r-- 1 o g 12 Jan 31 24:15 hour", ""},
-      {"-rw-r--r-- 1 o g 12 Jan 31 0000 year", ""},
       {"-rw-r--r-- 1 o g twelve Jan 31 10:15 size", ""},
       {"-rw-r--r-- 1 o g 12 Jan 31 10:15", ""},
       {"-rw-r--r-- 1 o g 12 Jan 31 10:15 ..", ""},
@@ -84,7 +73,6 @@ TEST(FtpListing, LinesOfUnixGiveEntries) {
       {"lrwxrwxrwx 1 o g 12 Jan 31 10:15 ../x -> y", ""},
       {"-rw-r--r-- 1 o g 12 Jan 31 10:15 a\rb", ""},
       {"ls: cannot access 'x': Permission denied", ""},
-      {"drwxr-xr-x", ""},
   };
   for (const auto& [line, expected] : table) EXPECT_EQ(shown(parseListLine(line, now)), expected) << line;
   const FILETIME afterFebruary = *parseFtpTime("20230310120000");
@@ -99,18 +87,12 @@ TEST(FtpListing, LinesOfDosGiveEntries) {
       {"01-31-24  10:15AM                   12 a b.dat", "f 12 20240131101500 <a b.dat>"},
       {"01-31-24  12:15AM       <DIR>          sub dir", "d ? 20240131001500 <sub dir>"},
       {"01-31-2024  10:15PM <dir> few", "d ? 20240131221500 <few>"},
-      {"01-31-69  23:15 12  leading", "f 12 20690131231500 < leading>"},
-      {"01-31-70  10:15 pm 12 x\r\n", "f 12 19700131221500 <x>"},
       {"01-31-24  10:15AM 99999999999999999999 bigger", "f ? 20240131101500 <bigger>"},
-      {"13-31-24  10:15AM 12 month", ""},
-      {"01-31-24  13:15PM 12 hour", ""},
       {"01-31-24  10:15AM <DIR>", ""},
       {"01-31-24  10:15AM 12 ", ""},
       {"01-31-24  10:15AM <DIR>          ..", ""},
       {"01-31-24  10:15AM -12 negative", ""},
       {"01-31-24  10:15AM 12 a\\b", ""},
-      {"01-31-124  10:15AM 12 year", ""},
-      {"01-31-24", ""},
   };
   for (const auto& [line, expected] : table) EXPECT_EQ(shown(parseListLine(line, now)), expected) << line;
 }
@@ -127,29 +109,15 @@ TEST(FtpListing, TimesAreReadToTheirFraction) {
   }
 }
 
-TEST(FtpListing, NamesThatAreNoUtf8AreLatin1) {
-  EXPECT_EQ(nameOf("\xC3\xBC"), L"\u00FC");
-  EXPECT_EQ(nameOf("\xFC.dat"), L"\u00FC.dat");
-}
-
 TEST(FtpListing, PatternsMatchWithoutRegardToCase) {
   const struct {
     const wchar_t* name;
     const wchar_t* pattern;
     bool matches;
   } table[] = {
-      {L"a.dat", L"*", true},
-      {L"a.dat", L"", true},
-      {L"\u00DC.dat", L"\u00FC*", true},
-      {L"tb000001.zdw", L"tb*.zdw", true},
-      {L"abcabd", L"*abd", true},
-      {L"aXbXc", L"a*x?c", false},
-      {L"aXbXc", L"a*x*c", true},
-      {L"", L"?", false},
-      {L"ab", L"?", false},
-      {L"a.dat.part", L"*.dat", false},
-      {L"xa.dat", L"a.dat", false},
-      {L"a[1].dat", L"a[1].*", true},
+      {L"a.dat", L"*", true},           {L"\u00DC.dat", L"\u00FC*", true}, {L"tb000001.zdw", L"tb*.zdw", true},
+      {L"abcabd", L"*abd", true},       {L"aXbXc", L"a*x?c", false},       {L"", L"?", false},
+      {L"a.dat.part", L"*.dat", false}, {L"xa.dat", L"a.dat", false},      {L"a[1].dat", L"a[1].*", true},
   };
   for (const auto& row : table)
     EXPECT_EQ(matchesPattern(row.name, row.pattern), row.matches) << row.name << row.pattern;

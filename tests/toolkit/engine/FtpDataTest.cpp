@@ -30,13 +30,6 @@ std::vector<std::string> linesOf(const std::string& text, std::size_t pieceBytes
 
 }  // namespace
 
-TEST(FtpLineSink, LinesAreTheSameHoweverTheyArrive) {
-  const std::vector<std::string> expected = {"one", "two words", "last"};
-  for (const std::size_t piece : {1U, 2U, 5U, 1000U}) {
-    EXPECT_EQ(linesOf("one\r\ntwo words\n\r\nlast", piece), expected) << piece;
-  }
-}
-
 TEST(FtpLineSink, AnEndlessLineIsLeftOutAndTheNextIsRead) {
   const std::vector<std::string> expected = {"before", "after"};
   EXPECT_EQ(linesOf("before\n" + std::string(1000000, 'x') + "\nafter\n", 4096), expected);

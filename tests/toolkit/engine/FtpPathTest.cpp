@@ -4,21 +4,6 @@
 
 using namespace Quorvel::FileAccess;
 
-TEST(FtpPath, SeparatorsBecomeOneKindAndSingle) {
-  const struct {
-    const wchar_t* given;
-    const char* sent;
-  } table[] = {{L"a\\b", "a/b"},
-               {L"//a///b/", "/a/b"},
-               {L"/", "/"},
-               {L"\\\\", "/"},
-               {L"", ""},
-               {L"Stra\u00dfe",
-                "Stra\xc3\x9f"
-                "e"}};
-  for (const auto& row : table) EXPECT_EQ(serverPath(row.given), row.sent);
-}
-
 TEST(FtpPath, RelativePathsAreSeenFromTheBase) {
   const struct {
     const char* base;
