@@ -138,19 +138,6 @@ TEST_F(FileLocks, AListOfObjectsIsLockedWithOneLookBeforeAndOneAfter) {
   EXPECT_EQ(server.files.size(), 1U);
 }
 
-TEST_F(FileLocks, TheLibraryAsksThePictureWithoutAnotherLook) {
-  server.files[kOthers] = "";
-  manager.GetLockOwner(12, 0, 0);
-  const std::size_t before = server.calls().size();
-  EXPECT_EQ(manager.getLockOwner(12, 0, 0), 7);
-  EXPECT_EQ(server.calls().size(), before);
-  const int type = 0;
-  const int typeByName = 6;
-  EXPECT_FALSE(transfer().createLockFile(12, &type, kOwn, L"x"));
-  EXPECT_FALSE(transfer().createLockFile(-1, &typeByName, kOwn, L"x"));
-  EXPECT_EQ(server.count("PutFileFromBinaryData"), 0);
-}
-
 TEST_F(FileLocks, AServerThatCannotBeAskedGivesNoLock) {
   std::vector<std::wstring> lines;
   workstation::setErrorLineListener([&](const std::wstring& line) { lines.push_back(line); });

@@ -1,9 +1,7 @@
 #include "ftp/FtpConnection.h"
 
 #include <algorithm>
-#include <cstdlib>
 
-#include "platform/Text.h"
 #include "tests/core/StartedWorkstation.h"
 #include "tests/support/ScriptedFtpServer.h"
 
@@ -11,54 +9,16 @@ namespace {
 
 using namespace Quorvel::FileAccess;
 
-class FtpConnection : public StartedWorkstation {
- protected:
-  static bool initialise(CZepFtpConnection& connection, const wchar_t* server) {
-    Initialize_forIZepInetFileTransfer record;
-    record.serverName = server;
-    return connection.initialize(record);
-  }
-};
-
-TEST_F(FtpConnection, AServerNameBecomesAConfiguration) {
-  start();
-  CZepFtpConnection connection;
-  const RemoteConfiguration& configuration = connection.remote();
-  ASSERT_TRUE(initialise(connection, L"wire"));
-  EXPECT_EQ(configuration.connectionType, RemoteConnectionType::FtpExplicitTls);
-  EXPECT_EQ(configuration.connectTimeoutSeconds, 0);
-  EXPECT_EQ(configuration.readTimeoutSeconds, 2);
-  EXPECT_TRUE(configuration.reconnectRequired);
-
-  connection.remote().reconnectRequired = false;
-  initialise(connection, L"wire");
-  EXPECT_FALSE(configuration.reconnectRequired) << "the same host keeps its connections";
-  initialise(connection, L"unknown");
-  EXPECT_TRUE(configuration.reconnectRequired);
-  EXPECT_EQ(configuration.connectionType, RemoteConnectionType::NotSet);
-  EXPECT_EQ(configuration.userName, L"");
-}
-
-TEST_F(FtpConnection, TheLogOfTheRunBeforeIsRemovedOnce) {
-  start();
-  setenv("APPDATA", platform::toUtf8(path(L"appdata")).c_str(), 1);
-  CZepFtpConnection connection;
-  write("appdata/Tarvendorf/QuorvelInetLog.log");
-  initialise(connection, nullptr);
-  EXPECT_TRUE(exists("appdata/Tarvendorf/QuorvelInetLog.log"));
-  initialise(connection, L"wire");
-  EXPECT_FALSE(exists("appdata/Tarvendorf/QuorvelInetLog.log"));
-  write("appdata/Tarvendorf/QuorvelInetLog.log");
-  initialise(connection, L"wire");
-  EXPECT_TRUE(exists("appdata/Tarvendorf/QuorvelInetLog.log"));
-}
+class FtpConnection : public StartedWorkstation {};
 
 TEST_F(FtpConnection, InARunOfDownloadsEachIsAskedAboutAheadOfItsTransfer) {
   start();
   zephor_test::ScriptedFtpServer server;
   server.without("MLST");
   CZepFtpConnection connection;
-  initialise(connection, L"wire");
+  Initialize_forIZepInetFileTransfer record;
+  record.serverName = L"wire";
+  ASSERT_TRUE(connection.initialize(record));
   connection.remote().hostName = server.host();
   connection.remote().connectionType = RemoteConnectionType::Ftp;
   constexpr int kServerRoot = eServerDataPath;

@@ -4,10 +4,8 @@
 #include <algorithm>
 
 #include "host/Locking.h"
-#include "host/System.h"
 #include "platform/Text.h"
 #include "tests/ftp/TransferStore.h"
-#include "zephor/LockingAgent.h"
 
 namespace {
 
@@ -102,26 +100,9 @@ TEST(LockContent, MarkAndTextInTheActiveCodePage) {
   platform::setActiveCodePage(1252);
   EXPECT_EQ(lockTextOf("\xEF\xBB\xBF\x80uro"), L"\u20acuro");
   EXPECT_EQ(lockTextOf("no mark"), L"no mark");
-  EXPECT_EQ(lockTextOf(std::string("\xEF\xBB\xBF") + std::string(5000, 'x')), std::wstring(4095, L'x'));
+  EXPECT_EQ(lockTextOf(std::string("\xEF\xBB\xBF").append(5000, 'x')), std::wstring(4095, L'x'));
   EXPECT_EQ(lockTextOf(std::string("ab\0cd", 5)), L"ab");
   EXPECT_EQ(lockTextOf("\xEF\xBB\xBF"), L"");
-}
-
-class LockingAgentSwitch : public StartedWorkstation {};
-
-TEST_F(LockingAgentSwitch, KeepsTheChoiceAndTellsTheOneBefore) {
-  start();
-  int value = -1;
-  EXPECT_TRUE(WGO_GetFileLockingAgend());
-  EXPECT_TRUE(ZSYST_ZepRegGetNumber(L"HKCU", L"Settings\\FileLockingAgent", value));
-  EXPECT_EQ(value, 1);
-  EXPECT_TRUE(WGO_SetFileLockingAgend(false));
-  EXPECT_FALSE(WGO_SetFileLockingAgend(true));
-  EXPECT_TRUE(WGO_SetFileLockingAgend(false));
-  ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\Offline", 1);
-  EXPECT_FALSE(WGO_SetFileLockingAgend(true));
-  ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\Offline", 0);
-  EXPECT_FALSE(WGO_GetFileLockingAgend()) << "without a network nothing changed";
 }
 
 }  // namespace

@@ -102,14 +102,6 @@ TEST_F(FailingServer, ADirectoryThatSomebodyElseMadeIsMade) {
       << "somebody else made it";
 }
 
-TEST_F(FailingServer, AMissingDirectoryIsToldAtOnce) {
-  server.failAlways("ChangeRemoteDir", {.code = 550});
-  EXPECT_EQ(run([&](auto& c) { return remote().changeDirectory(c, L"/x"); }).error, 3U);
-  EXPECT_EQ(server.count("ChangeRemoteDir"), 1);
-  EXPECT_TRUE(user.boxes().empty());
-  EXPECT_EQ(run([&](auto& c) { return remote().changeDirectory(c, L""); }).error, 87U);
-}
-
 TEST_F(FailingServer, AnOperationThatFailsTwiceSucceedsWithOneReconnect) {
   server.fail("List", {kNoReply, FakeFailure{.code = 425}});
   std::vector<RemoteFileEntry> entries;
@@ -117,15 +109,6 @@ TEST_F(FailingServer, AnOperationThatFailsTwiceSucceedsWithOneReconnect) {
   EXPECT_EQ(server.count("List"), 3);
   EXPECT_EQ(server.count("Connect"), 2);
   EXPECT_TRUE(user.boxes().empty());
-}
-
-TEST_F(FailingServer, AConnectionLostBetweenOperationsCostsNoRetry) {
-  EXPECT_TRUE(connection().existDirectory(L"/data"));
-  server.dropAll();
-  EXPECT_TRUE(connection().existDirectory(L"/data"));
-  EXPECT_EQ(server.count("Connect"), 2);
-  EXPECT_EQ(server.count("ChangeRemoteDir"), 2);
-  EXPECT_EQ(server.count("Feat"), 1) << "asked once in a process";
 }
 
 TEST_F(FailingServer, RefusedTlsFallsBackToPlainOnce) {
@@ -423,16 +406,6 @@ TEST_F(CachedListing, WhatOneHostTeachesIsNotHeldAgainstTheNext) {
   cached.hostName = L"two.example.org";
   EXPECT_TRUE(find(L"/x", L"b").isSuccess()) << "the listing kept was the other host's";
   EXPECT_FALSE(cached.isDowngraded());
-}
-
-TEST_F(CachedListing, LastsAsLongAsTheDirectory) {
-  EXPECT_TRUE(find(L"/x", L"A").isSuccess()) << "without regard to case";
-  EXPECT_EQ(entry.size, 1);
-  server.files[L"b"] = "22";
-  EXPECT_EQ(find(L"/x/", L"b").error, 2U) << "the same directory: what is new is not seen";
-  EXPECT_EQ(server.count("List"), 1);
-  EXPECT_TRUE(find(L"/y", L"b").isSuccess());
-  EXPECT_EQ(server.count("List"), 2);
 }
 
 TEST_F(FailingServer, TheSpeedTestGrowsTheBufferAndCleansUp) {

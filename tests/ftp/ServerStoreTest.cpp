@@ -109,19 +109,6 @@ INSTANTIATE_TEST_SUITE_P(Servers, ServerStore, testing::ValuesIn(zephor_test::al
 
 class ServerTexts : public StartedWorkstation {};
 
-TEST_F(ServerTexts, ReasonsWithoutATextShowTheirNumber) {
-  start();
-  EXPECT_EQ(LookupErrorText_forKestrowConnect_inResources(8, nullptr), L"Error:8");
-  const HMODULE module = LoadResourcesForInetExtensions();
-  ASSERT_NE(module, nullptr);
-  for (const int reason : {1, 7, 100, 106, 200, 201, 300, 301}) {
-    EXPECT_FALSE(LookupErrorText_forKestrowConnect_inResources(reason, module).starts_with(L"Error:")) << reason;
-  }
-  for (const int reason : {0, 8, 99, 107, 199, 202, 302, -1}) {
-    EXPECT_EQ(LookupErrorText_forKestrowConnect_inResources(reason, module), L"Error:" + std::to_wstring(reason));
-  }
-}
-
 TEST_F(ServerTexts, ADirectoryIsDescribedToo) {
   start();
   CServerProperties described(L"");

@@ -1,7 +1,6 @@
 // Directories brought in step with the server, on every store.
 #include "ftp/SyncDecision.h"
 #include "platform/Paths.h"
-#include "platform/Text.h"
 #include "platform/Time.h"
 #include "tests/ftp/FakeServerFixture.h"
 #include "tests/ftp/TransferStore.h"
@@ -204,17 +203,6 @@ TEST(SyncDecision, TimesAloneSayWhatGoesUp) {
   EXPECT_EQ(sent({entry(L"a", 9), entry(L"A", 12)}, {entry(L"A", 10), entry(L"a", 10)}), (Names{L"A"}))
       << "where both sides tell letter cases apart, each file has its own counterpart";
   EXPECT_EQ(sent({entry(L"a", 1)}, {entry(L"b", 9), entry(L"b", 9)}), (Names{L"a"}));
-}
-
-TEST(SyncDecision, ALongListingIsDecidedInOnePass) {
-  constexpr int kFiles = 200'000;
-  std::vector<RemoteFileEntry> local;
-  std::vector<RemoteFileEntry> server;
-  for (int i = 0; i < kFiles; ++i) {
-    local.push_back(entry(platform::formatWide(L"File%d", i).c_str(), 10));
-    server.push_back(entry(platform::formatWide(L"file%d", kFiles - 1 - i).c_str(), i % 2 == 0 ? 10 : 9));
-  }
-  EXPECT_EQ(filesToSend(std::move(local), server).size(), std::size_t{kFiles / 2});
 }
 
 }  // namespace

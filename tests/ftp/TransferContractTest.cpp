@@ -57,20 +57,6 @@ TEST_P(TransferContract, AFileGoesUpAndComesDownWithContentAndTime) {
   EXPECT_EQ(entryCount("local/Prj/sub"), 1U) << "no part is left";
 }
 
-TEST_P(TransferContract, EmptyFilesAndNamesOfAnyLetterTravel) {
-  for (const wchar_t* name : {L"empty.dat", L"Gr\u00fc\u00dfe \u6587.txt", L".hidden", L"a'b & c;d.txt"}) {
-    const std::string bytes = platform::toUtf8(name);
-    writeLocal(bytes, name == std::wstring(L"empty.dat") ? "" : bytes);
-    ASSERT_EQ(connection().uploadFile(name, nullptr, local(), true), 0U) << bytes;
-    EXPECT_EQ(GetLastError(), 0U) << bytes;
-    EXPECT_TRUE(store().exists(bytes)) << bytes;
-    std::filesystem::remove(root() / "local/Prj" / bytes);
-    ASSERT_EQ(connection().downloadFile(name, nullptr, server(), local(), nullptr, 0, 0), 0U) << bytes;
-    EXPECT_EQ(localFile(bytes), store().read(bytes));
-    EXPECT_TRUE(hasLocal(bytes)) << bytes;
-  }
-}
-
 TEST_P(TransferContract, WhatIsNotThereLeavesTheLocalFileWhole) {
   connection().remote().setDialogsSuppressed(true);
   writeLocal("a.txt", "mine");
@@ -118,16 +104,6 @@ TEST_P(TransferContract, AFailedUploadShowsInTheLastErrorAlone) {
   EXPECT_EQ(connection().uploadFile(L"missing.txt", nullptr, local(), true), 29U);
   EXPECT_EQ(connection().uploadFile(L"../a.txt", nullptr, local(), true), 13U) << "it would leave its directory";
   EXPECT_EQ(connection().uploadFile(nullptr, nullptr, local(), true), 13U);
-}
-
-TEST_P(TransferContract, FreeFilesGoIntoDirectoriesThatAreMade) {
-  write("elsewhere/plan.pdf", "plan");
-  const std::wstring path = this->path(L"elsewhere\\plan.pdf");
-  ASSERT_EQ(connection().uploadFreeFile(path.c_str(), L"x\\y/z", server(), true), 0U);
-  EXPECT_EQ(store().read("x/y/z/plan.pdf"), "plan");
-  write("elsewhere/plan.pdf", "plan 2");
-  ASSERT_EQ(connection().uploadFreeFile(path.c_str(), L"x/y/z", server(), true), 0U);
-  EXPECT_EQ(store().read("x/y/z/plan.pdf"), "plan 2");
 }
 
 TEST_P(TransferContract, PiecesAreReadAnywhere) {

@@ -44,17 +44,6 @@ TEST_F(UpdateByTime, TheYoungerFileDecides) {
   }
 }
 
-TEST_F(UpdateByTime, AnFtpServerIsNotAsked) {
-  writeLocal("p/a", "x");
-  store().write("p/a", "x");
-  auto& configuration = connection().remote();
-  configuration.hostName = L"ftp.example.org";
-  configuration.userName = L"ada";
-  EXPECT_NE(verdict(L"a"), eVerdict_LocalMissing) << "all three are needed";
-  configuration.password = L"x";
-  EXPECT_EQ(verdict(L"a"), eVerdict_LocalMissing);
-}
-
 TEST_F(UpdateByTime, APathThatLeavesItsDirectoryIsNone) {
   EXPECT_EQ(verdict(L"..\\..\\secret"), eVerdict_BothMissing);
 }

@@ -3,7 +3,6 @@
 #include <map>
 #include <memory>
 
-#include "platform/Time.h"
 #include "tests/servers/DialogueFixture.h"
 #include "tests/support/RealFtpServer.h"
 
@@ -121,40 +120,6 @@ TEST_P(ServerTest, ListsNamesOfAllKinds) {
   EXPECT_EQ(client.GetSizeByName(L".hidden"), 1);
   ASSERT_TRUE(client.ChangeRemoteDir(L"/Alte Pläne")) << errorOf(client);
   EXPECT_THAT(list(L"*"), ::testing::IsEmpty());
-}
-
-TEST_P(ServerTest, TellsOneTimeAndSizeForAFileHoweverItIsAsked) {
-  const struct Case {
-    const char* name;
-    std::time_t time;
-  } cases[] = {{"epoch", 1},
-               {"old", 1'000'000'001},
-               {"summer", 1'690'000'003},
-               {"autumn", 1'700'000'001},
-               {"now", std::time(nullptr)},
-               {"far", 4'102'444'801}};
-  for (const Case& each : cases) {
-    server().write(each.name, each.name);
-    server().setTime(each.name, each.time);
-  }
-  connect();
-  ASSERT_EQ(list(L"*").size(), std::size(cases));
-  std::map<std::wstring, FILETIME> times;
-  for (std::int32_t i = 0; i < static_cast<std::int32_t>(std::size(cases)); ++i) {
-    CkStringW name;
-    client.GetFilename(i, name);
-    EXPECT_TRUE(client.GetLastModifiedFTime(i, times[name.text()])) << platform::toUtf8(name.text());
-  }
-  for (const Case& each : cases) {
-    SCOPED_TRACE(each.name);
-    const std::wstring name = platform::fromUtf8(each.name);
-    ASSERT_EQ(list(name.c_str()), std::vector<std::wstring>{name});
-    FILETIME time{};
-    ASSERT_TRUE(client.GetLastModifiedFTime(0, time));
-    EXPECT_EQ(CompareFileTime(&time, &times[name]), 0);
-    EXPECT_EQ(platform::toUnixSeconds(time), each.time);
-    EXPECT_EQ(client.GetSize64(0), static_cast<std::int64_t>(name.size()));
-  }
 }
 
 TEST_P(ServerTest, DeletesATreeAndNothingBehindItsLinks) {

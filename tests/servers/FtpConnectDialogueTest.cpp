@@ -28,35 +28,6 @@ TEST_F(ConnectDialogueTest, TakesASlowGreetingOfSeveralLinesByteByByte) {
   EXPECT_TRUE(client.Connect()) << errorText();
 }
 
-TEST_F(ConnectDialogueTest, SendsNoPasswordWhereNoneIsAsked) {
-  server.on("USER").reply("230 come in");
-  EXPECT_TRUE(client.Connect());
-  EXPECT_THAT(server.commands(), Not(Contains("PASS lovelace")));
-}
-
-TEST_F(ConnectDialogueTest, WorksWithAServerThatKnowsNoFeat) {
-  server.on("FEAT").reply("500 what");
-  server.without("MLST");
-  server.addFile("/a.txt", "abc");
-  connect();
-  EXPECT_EQ(list(L"a.txt"), std::vector<std::wstring>{L"a.txt"});
-  EXPECT_EQ(client.GetSizeByName(L"a.txt"), 3);
-}
-
-TEST_F(ConnectDialogueTest, AsksNothingItWasToldNotToAsk) {
-  server.addFile("/a.txt", "abc");
-  client.put_AutoFeat(false);
-  client.put_UseEpsv(false);
-  ASSERT_TRUE(client.Connect());
-  EXPECT_THAT(server.commands(), Not(Contains("FEAT")));
-  std::string bytes;
-  EXPECT_TRUE(get(L"a.txt", bytes));
-  EXPECT_THAT(server.commands(), Contains("PASV"));
-  EXPECT_THAT(server.commands(), Not(Contains("EPSV")));
-  EXPECT_TRUE(client.facts().utf8);
-  EXPECT_THAT(server.commands(), Contains("OPTS UTF8 ON"));
-}
-
 struct Refusal {
   const char* name;
   std::int32_t reason;
@@ -94,12 +65,9 @@ const Refusal kRefusals[] = {
     {"BinaryGreeting", eConnect_NoGreeting, false,
      [](auto& s) { s.on("(connect)").send(std::string(200000, '\0')).hang(); }},
     {"TooManyUsers", eConnect_Busy, false, [](auto& s) { s.on("(connect)").reply("421 too many users").close(); }},
-    {"UserRefused", eConnect_LoginRefused, false, [](auto& s) { s.on("USER").reply("530 no"); }},
     {"WrongPassword", eConnect_LoginRefused, false, [](auto& s) { s.on("PASS").reply("530 no"); }},
-    {"AccountWanted", eConnect_LoginRefused, false, [](auto& s) { s.on("PASS").reply("332 account"); }},
     {"BusyAtLogin", eConnect_Busy, false, [](auto& s) { s.on("PASS").reply("421 too many").close(); }},
     {"NoTls", eConnect_TlsRefused, true, [](auto&) {}},
-    {"TlsUnknown", eConnect_TlsRefused, true, [](auto& s) { s.on("AUTH").reply("500 what"); }},
     {"TlsNotWanted", eConnect_TlsRefused, true, [](auto& s) { s.on("AUTH").reply("534 policy"); }},
     {"BusyAtTls", eConnect_Busy, true, [](auto& s) { s.on("AUTH").reply("421 going").close(); }},
     {"NoTlsAfterAll", eConnect_Handshake, true,
@@ -120,34 +88,11 @@ TEST_F(ConnectDialogueTest, TakesNothingFromBeforeTlsForAnAnswerUnderTls) {
   EXPECT_EQ(server.commands(), Commands{"AUTH TLS"});
 }
 
-TEST_F(ConnectDialogueTest, TellsWhatIsWrongWithTheHost) {
-  struct Case {
-    std::wstring host;
-    std::int32_t reason;
-  };
-  for (const Case& each : {Case{L"", eConnect_NoHostName}, Case{L"no-such-host.invalid", eConnect_NotResolved},
-                           Case{L"127.0.0.1:99999", eConnect_NotResolved}, Case{L"127.0.0.1:1", eConnect_Refused}}) {
-    client.put_Hostname(each.host.c_str());
-    EXPECT_FALSE(client.Connect());
-    EXPECT_EQ(client.get_ConnectFailReason(), each.reason) << platform::toUtf8(each.host) << "\n" << errorText();
-  }
-}
-
 TEST_F(ConnectDialogueTest, SendsNoCredentialsThatWouldBeCommands) {
   client.put_Password(L"x\r\nDELE /a.txt");
   EXPECT_FALSE(client.Connect());
   EXPECT_THAT(server.commands(), IsEmpty());
   EXPECT_EQ(client.get_ConnectFailReason(), eConnect_LoginRefused);
-}
-
-TEST_F(ConnectDialogueTest, EndsAtTheHeartbeatWhileTheServerIsSilent) {
-  AbortingReceiver receiver;
-  client.setEventCallback(&receiver);
-  client.put_HeartbeatMs(20);
-  client.put_ReadTimeout(0);
-  server.on("(connect)").hang();
-  EXPECT_FALSE(client.Connect());
-  EXPECT_EQ(client.get_ConnectFailReason(), eConnect_Cancelled);
 }
 
 TEST_F(ConnectDialogueTest, NoticesThatTheServerWentAwayBetweenCommands) {

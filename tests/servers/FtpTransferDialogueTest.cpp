@@ -1,14 +1,10 @@
 // Transfers: the exact commands, and servers that break off, lie, stall or answer twice.
-#include <filesystem>
 #include <functional>
 
 #include "tests/servers/DialogueFixture.h"
 
 using namespace zephor_test;
-using ::testing::Contains;
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 namespace {
 
@@ -30,40 +26,6 @@ class TransferDialogueTest : public DialogueTest {
     EXPECT_EQ(server.file("/plans/after.txt"), "still there");
   }
 };
-
-TEST_F(TransferDialogueTest, CostTwoCommandsInACurrentDirectory) {
-  connect();
-  ASSERT_TRUE(client.ChangeRemoteDir(L"/plans"));
-  std::string bytes;
-  ASSERT_TRUE(get(L"a.txt", bytes));
-  EXPECT_EQ(bytes, "twelve walls");
-  ASSERT_TRUE(client.ChangeRemoteDir(L"\\plans"));
-  ASSERT_TRUE(put(L"c.txt", "a door"));
-  EXPECT_EQ(server.file("/plans/c.txt"), "a door");
-  const Commands commands = server.commands();
-  ASSERT_GE(commands.size(), 5U);
-  EXPECT_THAT(Commands(commands.begin(), commands.begin() + 5),
-              ElementsAre("CWD /plans", "EPSV", "RETR a.txt", "EPSV", "STOR c.txt"));
-}
-
-TEST_F(TransferDialogueTest, MoveFilesWithTheDisk) {
-  const TemporaryDirectory directory;
-  connect();
-  const std::wstring local = directory.libraryPath() + L"\\a.txt";
-  EXPECT_TRUE(client.GetFile(L"/plans/a.txt", local.c_str())) << errorText();
-  EXPECT_EQ(contentOf(directory.path("a.txt")), "twelve walls");
-  EXPECT_EQ(client.bytesOfLastTransfer(), 12);
-  EXPECT_TRUE(client.PutFile(local.c_str(), L"/plans/copy.txt")) << errorText();
-  EXPECT_EQ(server.file("/plans/copy.txt"), "twelve walls");
-  EXPECT_TRUE(put(L"/plans/empty", ""));
-  EXPECT_TRUE(server.has("/plans/empty"));
-  server.clearCommands();
-  EXPECT_FALSE(client.PutFile((directory.libraryPath() + L"\\missing").c_str(), L"/plans/a.txt"));
-  EXPECT_THAT(server.commands(), Not(Contains("STOR /plans/a.txt")));
-  EXPECT_FALSE(client.GetFile(L"/plans/a.txt", (directory.libraryPath() + L"\\no\\such\\place").c_str()));
-  EXPECT_EQ(server.file("/plans/a.txt"), "twelve walls");
-  expectSane();
-}
 
 TEST_F(TransferDialogueTest, SendNamesAsTheyAreAndNoneThatWouldBeACommand) {
   connect();
@@ -87,14 +49,6 @@ TEST_F(TransferDialogueTest, TakeThePeerWhereThePassiveAddressIsAnotherHosts) {
   server.on("PASV").reply("227 Entering Passive Mode (10,99,99,99,{ports})");
   connect();
   expectSane();
-}
-
-TEST_F(TransferDialogueTest, FallBackFromRefusedEpsvOnce) {
-  server.without("EPSV");
-  connect();
-  expectSane();
-  const Commands commands = server.commands();
-  EXPECT_EQ(std::count(commands.begin(), commands.end(), "EPSV"), 1);
 }
 
 TEST_F(TransferDialogueTest, AskAgainForADirectoryThatHasVanished) {
