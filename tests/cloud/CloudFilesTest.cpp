@@ -11,30 +11,6 @@ using zephor_test::Calls;
 
 using CloudFiles = zephor_test::CloudFixture;
 
-TEST_F(CloudFiles, EachOperationCallsOnceAndTellsAFailure) {
-  const std::wstring file = path(L"BIM\\notes.txt");
-  cloud.files = {L"BIM\\notes.txt"};
-  EXPECT_TRUE(Ondrath_uploadFile(prj(), file));
-  EXPECT_EQ(Ondrath_downloadFile(prj(), file, true), 0);
-  EXPECT_TRUE(Ondrath_existsFile(prj(), file));
-  EXPECT_FALSE(Ondrath_existsFile(prj(), path(L"notes.txt")));
-  EXPECT_TRUE(Ondrath_deleteFile(prj(), file));
-  EXPECT_EQ(cloud.calls(), (Calls{L"UploadProjectFile BIM\\notes.txt", L"DownloadFile BIM\\notes.txt.Part",
-                                  L"HasFile \\BIM\\notes.txt", L"HasFile \\notes.txt", L"DeleteFile BIM\\notes.txt"}));
-  for (const char* operation : {"UploadProjectFile", "DownloadFile", "DeleteFile", "HasFile"}) {
-    cloud.script(operation, {static_cast<CloudStatus>(0x80070005)});
-  }
-  EXPECT_FALSE(Ondrath_uploadFile(prj(), file));
-  EXPECT_EQ(Ondrath_downloadFile(prj(), file, false), static_cast<CloudStatus>(0x80070005));
-  EXPECT_FALSE(Ondrath_deleteFile(prj(), file));
-  EXPECT_FALSE(Ondrath_existsFile(prj(), file));
-  const std::wstring end = L" \"" + file + L"\" failed with 0x80070005.";
-  EXPECT_TRUE(desk.hasErrorLine(L"Ondrath_uploadFile: upload" + end));
-  EXPECT_TRUE(desk.hasErrorLine(L"Ondrath_downloadFile: download" + end));
-  EXPECT_TRUE(desk.hasErrorLine(L"Ondrath_deleteFile: HasFile" + end));
-  EXPECT_TRUE(desk.hasErrorLine(L"Ondrath_existsFile: HasFile" + end));
-}
-
 TEST_F(CloudFiles, PathsOutsideTheProjectNeverReachTheService) {
   const std::wstring outside = path(L"..\\secret.txt");
   EXPECT_FALSE(Ondrath_uploadFile(prj(), outside));

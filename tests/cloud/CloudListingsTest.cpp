@@ -1,21 +1,10 @@
 #include "cloud/Ondrath_Services.h"
-#include "platform/Time.h"
 #include "tests/support/CloudFixture.h"
 
 namespace Quorvel::FileAccess {
 namespace {
 
 using zephor_test::kRefused;
-
-TEST(CloudListingLine, FieldsAreTakenInOrderAsFarAsTheyGo) {
-  const CResourceInfo full = parseListingLine(L"tb000012.zdw|rev 3|21.11.2026 18:04:05|bad|five|six|seven|eight");
-  EXPECT_EQ(full.text5, L"six");
-  EXPECT_EQ(full.text6, L"");
-  EXPECT_EQ(full.objectNumber, 12);
-  EXPECT_EQ(full.createdCalendar.wHour, 18);
-  EXPECT_NE(platform::toTicks(full.createdTime), 0U);
-  EXPECT_EQ(platform::toTicks(full.modifiedTime), 0U);
-}
 
 using CloudListings = zephor_test::CloudFixture;
 

@@ -16,16 +16,6 @@ std::vector<QuorvFileInfo> filesNamed(const std::vector<std::wstring>& names) {
   return files;
 }
 
-TEST(UploadQuestion, ShowsTenNamesAndAMarkForMore) {
-  const UploadQuestionTexts texts{L"Head", L"Error", L"More?"};
-  EXPECT_EQ(uploadQuestion(texts, static_cast<CloudStatus>(0x80070005), L"Denied", {L"a", L"b"}),
-            L"Head\nError: 0x80070005 \"Denied\"\n\na\nb\n\nMore?");
-  EXPECT_EQ(uploadQuestion(texts, 5, L"", std::vector<std::wstring>(10, L"n")).find(L"..."), std::wstring::npos);
-  const std::wstring question = uploadQuestion(texts, 5, L"", std::vector<std::wstring>(11, L"n"));
-  EXPECT_EQ(std::count(question.begin(), question.end(), L'n'), 10);
-  EXPECT_NE(question.find(L"n\n...\n\nMore?"), std::wstring::npos);
-}
-
 class UploadRetry : public zephor_test::CloudFixture {
  protected:
   CloudStatus send(const std::vector<std::wstring>& names) {
@@ -37,13 +27,6 @@ class UploadRetry : public zephor_test::CloudFixture {
     return names;
   }
 };
-
-TEST_F(UploadRetry, SuccessAtOnceSettlesTheNotUploadedFiles) {
-  addEntryToNotUploadedFilesList(L"tb000012.zdw");
-  EXPECT_EQ(send({L"tb000012.zdw", L"a.txt"}), 0);
-  EXPECT_TRUE(listed().empty());
-  EXPECT_TRUE(ui().boxes().empty());
-}
 
 TEST_F(UploadRetry, YesResendsWhatFailedAndTheAnswerStaysTheFirstFailure) {
   addEntryToNotUploadedFilesList(L"tb000002.zdw");
@@ -62,15 +45,6 @@ TEST_F(UploadRetry, YesResendsWhatFailedAndTheAnswerStaysTheFirstFailure) {
   EXPECT_NE(box.text.find(L"\"\n\nb\nTB000002.zdw\ntb000002.zdw\n\nDo you want to try again?"), std::wstring::npos);
   EXPECT_TRUE(
       desk.hasErrorLine(L"UploadFilesRetry: uploading files and metadata from \"Z:\\base\\\" failed with 0x00000005."));
-}
-
-TEST_F(UploadRetry, EachPassSendsWhatTheOneBeforeNamedEvenNothing) {
-  cloud.script("UploadFilesAndMetadata", {kRefused, 32, 33, 0});
-  cloud.failedNames = {{L"b"}, {L"a"}, {}};
-  ui().answerWith({IDYES, IDYES, IDYES});
-  EXPECT_EQ(send({L"a", L"b"}), 33) << "the last of several failures";
-  EXPECT_EQ(cloud.calls(), (Calls{L"UploadFilesAndMetadata a,b 0", L"UploadFilesAndMetadata b 0",
-                                  L"UploadFilesAndMetadata a 0", L"UploadFilesAndMetadata  0"}));
 }
 
 TEST_F(UploadRetry, NoListsTheObjectsOfThePass) {

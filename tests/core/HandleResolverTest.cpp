@@ -20,9 +20,8 @@ class HandleResolver : public TemporaryDirectoryTest {
     constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     return CreateFileW(path(name).c_str(), GENERIC_READ, kShared, nullptr, OPEN_EXISTING, 0, nullptr);
   }
-  static Answer resolve(HANDLE file, const std::wstring& name = L"") {
+  static Answer resolve(HANDLE file) {
     Answer answer;
-    answer.name = name;
     answer.resolved = resolveFileHandle(file, answer.type, answer.number, answer.name);
     return answer;
   }
@@ -60,14 +59,6 @@ TEST_F(HandleResolver, AnEmptyFileStandsForNothingAndSaysSo) {
   EXPECT_EQ(answer.type, -1);
   EXPECT_EQ(answer.number, -1);
   CloseHandle(file);
-}
-
-TEST_F(HandleResolver, WithoutAHandleTheNameCountsAsItStands) {
-  const Answer plan = resolve(nullptr, L"C:\\nowhere\\pb000007.zpl");
-  EXPECT_TRUE(plan.resolved);
-  EXPECT_EQ(plan.type, 2);
-  EXPECT_EQ(plan.number, 7);
-  EXPECT_FALSE(resolve(nullptr).resolved);
 }
 
 }  // namespace

@@ -20,20 +20,6 @@ class InetFileTransfer : public StartedWorkstation {
   static std::wstring hostPath(const wchar_t* host) { return globalHostsManager::instance().getHostPath(host); }
 };
 
-TEST_F(InetFileTransfer, ASetPathAnswersTheOneBefore) {
-  start();
-  EXPECT_EQ(setPath(L"C:\\Data\\\\\\", 2), L"(null)");
-  EXPECT_EQ(setPath(nullptr, 2), L"(null)");
-  EXPECT_EQ(setPath(L"D:\\Data", 2), L"C:\\Data");
-  for (const int number : {-1, 0, 4, 7, 12, 15, 17}) EXPECT_EQ(setPath(L"C:\\x", number), L"(null)") << number;
-  const wchar_t* const derived[] = {L"Prj", L"", L"Std", L"Usr", L"Usr\\", L"Net"};
-  for (const int number : {3, 5, 6, 7, 8}) {
-    EXPECT_EQ(pathOf(number), std::wstring(L"D:\\Data\\") + derived[number - 3]) << number;
-  }
-  EXPECT_EQ(setPath(L"D:\\Std", 5), L"D:\\Data\\Std") << "a derived path counts as set";
-  for (const int number : {-1, 0, 17}) EXPECT_EQ(pathOf(number), L"(null)") << number;
-}
-
 TEST_F(InetFileTransfer, TheAnswerBeforeCanBeSetAgain) {
   start();
   const int number = eTempPath;
@@ -41,20 +27,6 @@ TEST_F(InetFileTransfer, TheAnswerBeforeCanBeSetAgain) {
   const wchar_t* const before = internals().setPathFromNr(L"D:\\Other", &number);
   EXPECT_EQ(setPath(before, number), L"D:\\Other");
   EXPECT_EQ(pathOf(number), L"C:\\Temp");
-}
-
-TEST_F(InetFileTransfer, WithoutANumberAnObjectsNameIsThePatternOfItsType) {
-  start();
-  const ObjectType type = eObject_Plan;
-  const int any = -1;
-  const int one = 12;
-  const std::pair<const int*, const wchar_t*> table[] = {
-      {nullptr, L"pb??????.zpl"}, {&any, L"pb??????.zpl"}, {&one, L"pb000012.zpl"}};
-  for (const auto& [number, expected] : table) {
-    std::wstring name = L"before";
-    manager().getObjectFileName(number, &type, name, nullptr);
-    EXPECT_EQ(name, expected);
-  }
 }
 
 TEST_F(InetFileTransfer, APercentSignIsStoredAndNotShown) {

@@ -15,24 +15,7 @@ using namespace Quorvel::FileAccess;
 class Service : public StartedWorkstation {
  protected:
   static std::wstring pathOf(int number) { return getInetFileManager().getPathFromNr(&number); }
-  static void putSetting(const wchar_t* key, int value) { ZSYST_ZepRegPutNumber(L"HKCU", key, value); }
 };
-
-TEST_F(Service, WithoutANetworkNothingIsSetUp) {
-  start("/nowhere");
-  putSetting(L"Settings\\Offline", 1);
-  EXPECT_TRUE(WGO_Service_Initialize(eWGOInit_Default));
-  EXPECT_EQ(serviceState().manager, nullptr);
-}
-
-TEST_F(Service, AConfigurationWithoutServersReadsTheTraceLevelAlone) {
-  start("", -1, false);
-  putSetting(getTraceRegistrySection(5).c_str(), 2);
-  EXPECT_TRUE(WGO_Service_Initialize(eWGOInit_Default));
-  EXPECT_EQ(serviceState().traceLevel, 2);
-  EXPECT_EQ(serviceState().onlineProject, nullptr);
-  EXPECT_EQ(serviceState().manager, nullptr);
-}
 
 TEST_F(Service, AStartSetsServerAndRootsAndASecondOneKeepsTheProject) {
   std::filesystem::create_directory(root() / "store");

@@ -22,8 +22,8 @@ class StartedWorkstation : public TemporaryDirectoryTest {
 
   /// @param storeDirectory  empty: no cloud store is configured
   /// @param traceLevel      -1: as configured, which is off
-  void start(const std::string& storeDirectory = "", int traceLevel = -1, bool withServers = true) {
-    writeSettings(storeDirectory, withServers);
+  void start(const std::string& storeDirectory = "", int traceLevel = -1) {
+    writeSettings(storeDirectory);
     workstation::StartOptions options;
     options.directory = root().string();
     options.traceLevel = traceLevel;
@@ -34,16 +34,13 @@ class StartedWorkstation : public TemporaryDirectoryTest {
   workstation::ScriptedInterface user;
 
  private:
-  void writeSettings(const std::string& storeDirectory, bool withServers) const {
-    std::string text = R"({"format": 1, "storeDirectory": ")" + storeDirectory + R"(", "language": "en",
+  void writeSettings(const std::string& storeDirectory) const {
+    const std::string text = R"({"format": 1, "storeDirectory": ")" + storeDirectory + R"(", "language": "en",
       "identity": {"uuid": "11111111-1111-4111-8111-111111111111", "name": "Ada", "email": "ada@example.org",
-                   "workstationName": "desk", "workstationId": "22222222-2222-4222-8222-222222222222"})";
-    if (withServers) {
-      text += R"(, "servers": {
+                   "workstationName": "desk", "workstationId": "22222222-2222-4222-8222-222222222222"}, "servers": {
         "files": {"kind": "directory", "baseDirectory": "\\srv"},
         "wire": {"host": "ftp.example.org", "protocol": "FTP", "user": "ada", "password": "x", "explicitTls": true,
-                 "connectLimitMilliseconds": 999, "readLimitMilliseconds": 2500}})";
-    }
-    write("config/settings.json", text + "}");
+                 "connectLimitMilliseconds": 999, "readLimitMilliseconds": 2500}}})";
+    write("config/settings.json", text);
   }
 };
