@@ -17,17 +17,6 @@ TEST_F(DiagnosticsTest, ShortWorkNeverShowsItsBarAndStillEndsInAFullOne) {
   EXPECT_EQ(slept, 300U);
 }
 
-TEST_F(DiagnosticsTest, LongWorkShowsWhatWasSetMeanwhile) {
-  const auto bar = diag::CreateProgress(L"Upload");
-  bar->setPos(3, false);
-  bar->setText(L"tb000001.zdw");
-  now += 2001;
-  bar->setPos(4, false);
-  bar->setText(L"tb000002.zdw");
-  EXPECT_EQ(user.progressCalls(), (Calls{L"create Upload", L"range 100", L"show", L"text tb000001.zdw", L"position 3",
-                                         L"position 4", L"text tb000002.zdw"}));
-}
-
 TEST_F(DiagnosticsTest, AValueAbove32BitsIsRefusedWithItsPlaceInTheSource) {
   const auto bar = diag::CreateProgress(L"Upload");
   constexpr std::uint64_t kTooMuch = 0x100000000;

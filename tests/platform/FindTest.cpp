@@ -25,11 +25,6 @@ class FindTest : public TemporaryDirectoryTest {
     EXPECT_FALSE(FindClose(find));
     return names;
   }
-  DWORD errorOf(const std::wstring& pattern) const {
-    WIN32_FIND_DATAW data;
-    EXPECT_EQ(FindFirstFileW(path(pattern).c_str(), &data), INVALID_HANDLE_VALUE) << testing::PrintToString(pattern);
-    return GetLastError();
-  }
 };
 
 TEST_F(FindTest, PatternsMatchAsOnAWindowsVolume) {
@@ -48,17 +43,6 @@ TEST_F(FindTest, PatternsMatchAsOnAWindowsVolume) {
   EXPECT_EQ(list(L"d\\*.b*"), (Names{L"a.b.txt", L"zeta.txt.bak"}));
   EXPECT_EQ(list(L"d\\*me.*"), (Names{L"readme"}));
   EXPECT_EQ(list(L"d\\*a*a*a*a*a*x"), Names());
-}
-
-TEST_F(FindTest, ErrorsTellTheMissingFileFromTheMissingDirectory) {
-  write("dir/file");
-  EXPECT_EQ(errorOf(L"dir\\none"), ERROR_FILE_NOT_FOUND);
-  EXPECT_EQ(errorOf(L"dir\\*.none"), ERROR_FILE_NOT_FOUND);
-  EXPECT_EQ(errorOf(L"dir\\"), ERROR_FILE_NOT_FOUND);
-  EXPECT_EQ(errorOf(L"none\\file"), ERROR_PATH_NOT_FOUND);
-  EXPECT_EQ(errorOf(L"none\\*"), ERROR_PATH_NOT_FOUND);
-  EXPECT_EQ(errorOf(L"dir\\file\\*"), ERROR_DIRECTORY);
-  EXPECT_EQ(errorOf(L"d*\\file"), ERROR_INVALID_NAME);
 }
 
 TEST_F(FindTest, UnusableNamesArePassedOverAndLinksAreMarked) {

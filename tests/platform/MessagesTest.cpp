@@ -4,30 +4,10 @@
 
 #include <array>
 #include <string>
-#include <thread>
 
 #include "platform/Paths.h"
 
 namespace {
-
-TEST(MessagesTest, TheLastInternetResponseBelongsToItsThread) {
-  std::array<wchar_t, 16> buffer{};
-  DWORD error = 1;
-  DWORD length = 16;
-  EXPECT_FALSE(InternetGetLastResponseInfoW(&error, buffer.data(), &length));
-  EXPECT_EQ(length, 0U);
-  platform::setLastInternetResponse(L"530 No.\r\n");
-  std::thread([] {
-    DWORD size = 16;
-    std::array<wchar_t, 16> other{};
-    EXPECT_FALSE(InternetGetLastResponseInfoW(nullptr, other.data(), &size));
-  }).join();
-  length = 9;
-  EXPECT_FALSE(InternetGetLastResponseInfoW(&error, buffer.data(), &length));
-  EXPECT_EQ(length, 10U);
-  EXPECT_TRUE(InternetGetLastResponseInfoW(&error, buffer.data(), &length));
-  EXPECT_EQ(std::wstring(buffer.data(), length), L"530 No.\r\n");
-}
 
 TEST(ResourcesTest, StringsAreCutToTheBuffer) {
   const HMODULE library = LoadLibraryW(platform::libraryPath(ZEPHOR_TEST_STRINGS).c_str());

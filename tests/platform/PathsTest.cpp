@@ -71,17 +71,6 @@ TEST(PathTextTest, RelativePathsLeadFromTheBase) {
   for (const auto& c : cases) EXPECT_EQ(lexicallyRelative(c.path, c.base), c.expected) << c.path;
 }
 
-TEST(PathTextTest, PathsJoinAndPart) {
-  EXPECT_EQ(joinPath(L"X:\\", L"\\a"), L"X:\\a");
-  EXPECT_EQ(joinPath(L"", L"\\a"), L"\\a");
-  EXPECT_EQ(joinPath(L"\\", L"a"), L"\\a");
-  EXPECT_EQ(joinPath(L"a/b", L"c"), L"a/b\\c");
-  EXPECT_EQ(fileNameOf(L"X:\\a/b.c"), L"b.c");
-  EXPECT_EQ(fileNameOf(L"b.c"), L"b.c");
-  EXPECT_EQ(directoryOf(L"X:\\a/b.c"), L"X:\\a");
-  EXPECT_EQ(directoryOf(L"b.c"), L"");
-}
-
 TEST(PathTextTest, SafeNamesStayInTheirDirectory) {
   const std::wstring longest = std::wstring(129, L'a') + L"\\" + std::wstring(129, L'b');
   for (const wchar_t* const name : {L"tb000001.zdw", L"BIM\\0001/a b.xml", L".hidden", L"COM10", L"console.txt",

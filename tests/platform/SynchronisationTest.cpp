@@ -36,25 +36,6 @@ TEST(EventTest, AnAutomaticEventLetsOneWaiterPassForEachSignal) {
   EXPECT_TRUE(CloseHandle(passed));
 }
 
-TEST(EventTest, ANamedEventLivesAsLongAsAHandleToIt) {
-  const HANDLE first = CreateEventW(nullptr, TRUE, TRUE, L"Zephor.Name");
-  EXPECT_EQ(GetLastError(), 0U);
-  const HANDLE second = CreateEventW(nullptr, FALSE, FALSE, L"Zephor.Name");
-  EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
-  const HANDLE third = OpenEventW(0, FALSE, L"Zephor.Name");
-  EXPECT_NE(first, second);
-  EXPECT_EQ(OpenEventW(0, FALSE, L"zephor.name"), nullptr);
-  EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
-  EXPECT_TRUE(CloseHandle(first));
-  EXPECT_TRUE(CloseHandle(second));
-  EXPECT_EQ(WaitForSingleObject(third, 0), WAIT_OBJECT_0);  // still manual, still set
-  EXPECT_EQ(WaitForSingleObject(third, 0), WAIT_OBJECT_0);
-  EXPECT_TRUE(CloseHandle(third));
-  EXPECT_EQ(OpenEventW(0, FALSE, L"Zephor.Name"), nullptr);
-  CloseHandle(CreateEventW(nullptr, TRUE, FALSE, L"Zephor.Name"));
-  EXPECT_EQ(GetLastError(), 0U);
-}
-
 TEST(EventTest, ThreadsShareNamesWithoutLosingOne) {
   std::vector<std::thread> threads;
   threads.reserve(4);
@@ -82,24 +63,6 @@ TEST(SlotTest, ExitHooksFindTheValuesOfTheMainThreadAndNoneOfAnEndedOne) {
   };
   EXPECT_EXIT(endAProcess(false), testing::ExitedWithCode(7), "");
   EXPECT_EXIT(endAProcess(true), testing::ExitedWithCode(8), "");
-}
-
-TEST(SlotTest, AFreedSlotIsUsedAgainAndIsNull) {
-  std::vector<DWORD> slots;
-  int value = 0;
-  for (DWORD slot = TlsAlloc(); slot != TLS_OUT_OF_INDEXES; slot = TlsAlloc()) {
-    EXPECT_TRUE(TlsSetValue(slot, &value));
-    slots.push_back(slot);
-  }
-  EXPECT_EQ(slots.size(), 1088U);
-  EXPECT_TRUE(TlsFree(slots[700]));
-  EXPECT_FALSE(TlsFree(slots[700]));
-  EXPECT_FALSE(TlsSetValue(slots[700], &value));
-  EXPECT_EQ(TlsAlloc(), slots[700]);
-  EXPECT_EQ(TlsGetValue(slots[700]), nullptr);
-  EXPECT_EQ(TlsGetValue(slots[701]), &value);
-  TlsGetValue(TLS_OUT_OF_INDEXES);
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
-#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -123,34 +121,6 @@ TEST_F(TextFileTest, AFullDiskIsTold) {
   TextFile large(L"\\dev\\full", L"w");
   EXPECT_FALSE(large.write(std::wstring(100000, L'x')));
   EXPECT_FALSE(large.close());
-}
-
-TEST_F(TextFileTest, WhatDoesNotOpenTellsWhy) {
-  put("kept");
-  ASSERT_EQ(::chmod((root() / "file.txt").c_str(), 0444), 0);
-  const struct {
-    std::wstring path;
-    const wchar_t* mode;
-    int error;
-  } cases[] = {
-      {path_ + L".none", L"r", ENOENT},
-      {path_ + L".dir\\x", L"w", ENOENT},
-      {L"", L"r", ENOENT},
-      {path_, L"w", EACCES},
-      {path_, L"a", EACCES},
-      {platform::directoryOf(path_), L"r", EACCES},
-      {path_, L"x", EINVAL},
-      {path_, L"r, ccs=UTF-7", EINVAL},
-      {path_, nullptr, EINVAL},
-  };
-  for (const auto& c : cases) {
-    SetLastError(0);
-    const TextFile file(c.path, c.mode);
-    EXPECT_EQ(errno, c.error);
-    EXPECT_FALSE(file.isOpen());
-    EXPECT_NE(GetLastError(), 0U);
-  }
-  EXPECT_EQ(bytes(), "kept");
 }
 
 }  // namespace

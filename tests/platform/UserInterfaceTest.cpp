@@ -10,21 +10,6 @@
 
 namespace {
 
-TEST(UserInterfaceTest, TheSilentOneDenies) {
-  const std::pair<UINT, int> cases[] = {{MB_OK, IDOK},
-                                        {MB_OKCANCEL, IDCANCEL},
-                                        {MB_ABORTRETRYIGNORE, IDABORT},
-                                        {MB_YESNOCANCEL, IDNO},
-                                        {MB_YESNO, IDNO},
-                                        {MB_RETRYCANCEL, IDCANCEL},
-                                        {MB_RETRYCANCEL | MB_ICONHAND | MB_HELP, IDCANCEL}};
-  for (const auto& [style, answer] : cases) {
-    EXPECT_EQ(MessageBoxW(nullptr, L"text", L"caption", style), answer) << style;
-  }
-  EXPECT_EQ(platform::userInterface().createProgressWindow(L"title", 500, 45), nullptr);
-  EXPECT_EQ(GetActiveWindow(), nullptr);
-}
-
 std::intptr_t shellExecute(const wchar_t* verb, const wchar_t* file) {
   return reinterpret_cast<std::intptr_t>(ShellExecuteW(nullptr, verb, file, nullptr, nullptr, SW_SHOWNORMAL));
 }
