@@ -240,19 +240,5 @@ TEST_F(ServerDirectory, LocksOfAProjectHoldAgainstOthers) {
   EXPECT_EQ(server({"lock", "share", "../x", "tb1"}).exitCode, 1);
 }
 
-// Servers need no store; a store that comes later keeps them.
-TEST_F(ServerDirectory, StayKnownWhenTheWorkstationGetsAStore) {
-  office_.must("anna", {"store", "create", office_.store().string()});
-  EXPECT_NE(office_.run("anna", {"status"}).exitCode, 0);
-  office_.must("anna", {"init", "--store", office_.store().string(), "--name", "Anna", "--email", "anna@example.org"});
-  EXPECT_THAT(must({"list"}), HasSubstr("share"));
-  EXPECT_EQ(
-      office_.run("anna", {"init", "--store", office_.store().string(), "--name", "A", "--email", "a@example.org"})
-          .exitCode,
-      1);
-  EXPECT_EQ(server({"ls", "nobody"}).exitCode, 1);
-  EXPECT_EQ(office_.run("nobody", {"server", "list"}).exitCode, 5);
-}
-
 }  // namespace
 }  // namespace zephor_test

@@ -73,16 +73,6 @@ TEST(SharedWork, ObjectThatSomebodyElseHoldsIsRefusedAndStaysAsItIs) {
   EXPECT_EQ(office.exported("anna", "tb1"), "anna's");
 }
 
-TEST(SharedWork, SaveWithoutAnyLockIsRefused) {
-  Office office;
-  office.found({"anna"});
-  office.must("anna", {"import", office.writeFile("a.dxf", "x").string()});
-  const ProgramRun save = office.run("anna", {"save", "tb1"});
-  EXPECT_EQ(save.exitCode, 1);
-  EXPECT_THAT(save.err, HasSubstr("tb000001.zdw"));
-  EXPECT_THAT(office.must("anna", {"status", "tb1"}), HasSubstr("only here"));
-}
-
 TEST(SharedWork, FetchNeverOverwritesAChangeThatWasNotSaved) {
   Office office;
   office.found({"anna", "ben"});
