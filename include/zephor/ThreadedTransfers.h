@@ -36,9 +36,10 @@ struct ServerFile {
 // Each answers the first error, or 0; of two that race either. `progress` may be null, and so may what it points to; it
 // is stepped with the number of elements done.
 
-/// Downloads files of one server directory below path number 3.
+/// Downloads files of one server directory.
 /// @param serverPathNr  path number of the server's side
 /// @param objectNumber  for the transfer record of each
+/// @param localPathNr   where the same directory lies here
 ZEPHOR_API DWORD downloadList(IZepInetFileTransfer& transfer, const std::vector<InetFileInfo>& files,
                               const wchar_t* serverDirectory, int serverPathNr, int objectNumber, bool flag,
                               IProgress** progress, int localPathNr = ePrjPath);
@@ -47,7 +48,8 @@ ZEPHOR_API DWORD downloadList(IZepInetFileTransfer& transfer, const std::vector<
 ZEPHOR_API DWORD downloadList(IZepInetFileTransfer& transfer, const std::vector<ServerFile>& files, int serverPathNr,
                               int objectNumber, bool flag, IProgress** progress, int localPathNr = ePrjPath);
 /// Uploads files of one directory; a failed transfer does not show in the answer as long as the local time could be
-/// set, see IZepInetFileTransfer::uploadFile.
+/// set, see IZepInetFileTransfer::uploadFile. The calling thread's last error then tells why the first did not arrive;
+/// it is 0 when all did.
 ZEPHOR_API DWORD uploadList(IZepInetFileTransfer& transfer, const std::vector<InetFileInfo>& files,
                             const wchar_t* serverDirectory, int pathNr, bool silent, IProgress** progress);
 /// Uploads files by their full local path (first) into a server directory (second).

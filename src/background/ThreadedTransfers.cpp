@@ -1,5 +1,6 @@
 #include "zephor/ThreadedTransfers.h"
 
+#include <atomic>
 #include <cstdio>
 
 #include "background/ThreadedList.h"
@@ -32,7 +33,8 @@ class ThreadedDownload : private ThreadedList {
         transfer_(transfer),
         serverPathNr_(serverPathNr),
         objectNumber_(objectNumber),
-        flag_(flag) {}
+        flag_(flag),
+        localPathNr_(localPathNr) {}
 
   DWORD download(const std::vector<InetFileInfo>& files, const std::wstring& directory, IProgress** progress) {
     return run(
@@ -74,6 +76,7 @@ class ThreadedDownload : private ThreadedList {
   int serverPathNr_;
   int objectNumber_;
   bool flag_;
+  int localPathNr_;
 };
 
 class ThreadedUpload : private ThreadedList {
@@ -87,9 +90,11 @@ class ThreadedUpload : private ThreadedList {
         silent_(silent) {}
 
   DWORD upload(const std::vector<InetFileInfo>& files, IProgress** progress) {
-    return run(
+    const DWORD result = run(
         files.size(), [&](std::size_t index) { return uploadOne(files[index]); }, [&] { ThreadFunc1(files); },
         progress);
+    SetLastError(notArrived_);
+    return result;
   }
   DWORD upload(const std::vector<FileSyncPair>& files, IProgress** progress) {
     return run(
@@ -107,7 +112,11 @@ class ThreadedUpload : private ThreadedList {
   void ThreadFunc2(const std::vector<FileSyncPair>& files) { shareOut().ranges(files.size(), *this); }
 
   DWORD uploadOne(const InetFileInfo& file) {
-    return transfer_.uploadFile(file.name.c_str(), serverDirectory_.c_str(), &pathNr_, silent_);
+    SetLastError(0);
+    const DWORD result = transfer_.uploadFile(file.name.c_str(), serverDirectory_.c_str(), &pathNr_, silent_);
+    DWORD none = 0;
+    if (const DWORD error = GetLastError(); error != 0) notArrived_.compare_exchange_strong(none, error);
+    return result;
   }
   DWORD uploadOne(const FileSyncPair& file) {
     return transfer_.uploadFreeFile(file.first.c_str(), file.second.path.c_str(), &pathNr_, silent_);
@@ -117,6 +126,7 @@ class ThreadedUpload : private ThreadedList {
   std::wstring serverDirectory_;
   int pathNr_;
   bool silent_;
+  std::atomic<DWORD> notArrived_ = 0;  ///< why the first file did not, which its answer does not tell
 };
 
 class ThreadedSyncServer : private ThreadedList {

@@ -29,28 +29,6 @@ RetrySettings defaultRetrySettings() {
   return settings;
 }
 
-const wchar_t* lineOf(VerdictReason reason) {
-  switch (reason) {
-    case VerdictReason::BothMissing:
-      return L"fileNeedsUpdate: <file is missing on both sides>: %s";
-    case VerdictReason::LocalMissing:
-      return L"fileNeedsUpdate: <local file does'nt exist>: %s";
-    case VerdictReason::ServerMissing:
-      return L"fileNeedsUpdate: <server file does'nt exist>: %s";
-    case VerdictReason::CountersDiffer:
-      return L"fileNeedsUpdate: <version counter different>: %s";
-    case VerdictReason::GuidsDiffer:
-      return L"fileNeedsUpdate: <GUIDs different>: %s";
-    case VerdictReason::ServerNewer:
-      return L"fileNeedsUpdate: <server file is newer>: %s";
-    case VerdictReason::LocalNewer:
-      return L"fileNeedsUpdate: <local file is newer>: %s";
-    case VerdictReason::Equal:
-    default:
-      return L"fileNeedsUpdate: <files are equal>: %s";
-  }
-}
-
 bool isDifference(VerdictReason reason) {
   return reason == VerdictReason::CountersDiffer || reason == VerdictReason::GuidsDiffer;
 }
@@ -160,8 +138,8 @@ UpdateVerdict CZepFtpConnection::fileNeedsUpdate(const wchar_t* name, const Obje
   if (!verbose()) return result.verdict;
   traceFmt(0, L"fileNeedsUpdate: VersLocal = %d, VersServer = %d", static_cast<std::int32_t>(localVersion),
            static_cast<std::int32_t>(serverVersion));
-  traceFmt(0, lineOf(result.reason), name);
-  if (isDifference(result.reason)) traceFmt(0, lineOf(VerdictReason::ServerNewer), name);
+  traceFmt(0, verdictLine(result.reason), name);
+  if (isDifference(result.reason)) traceFmt(0, verdictLine(VerdictReason::ServerNewer), name);
   return result.verdict;
 }
 

@@ -6,6 +6,7 @@
 
 #include "ftp/FtpConnection.h"
 #include "ftp/LockContent.h"
+#include "ftp/ServerPaths.h"
 #include "host/Locking.h"
 #include "host/Trace.h"
 #include "host/Users.h"
@@ -77,14 +78,14 @@ bool isHeldByOther(int objectNumber, const int* objectType, const wchar_t* name)
 }
 
 /// No dialog comes up on this thread while it lives.
-class ScopedSilence {
+class ScopedNoDialogs {
  public:
-  explicit ScopedSilence(RemoteConfiguration& remote) : remote_(remote), before_(remote.getDialogsSuppressed()) {
+  explicit ScopedNoDialogs(RemoteConfiguration& remote) : remote_(remote), before_(remote.getDialogsSuppressed()) {
     remote_.setDialogsSuppressed(true);
   }
-  ~ScopedSilence() { remote_.setDialogsSuppressed(before_); }
-  ScopedSilence(const ScopedSilence&) = delete;
-  ScopedSilence& operator=(const ScopedSilence&) = delete;
+  ~ScopedNoDialogs() { remote_.setDialogsSuppressed(before_); }
+  ScopedNoDialogs(const ScopedNoDialogs&) = delete;
+  ScopedNoDialogs& operator=(const ScopedNoDialogs&) = delete;
 
  private:
   RemoteConfiguration& remote_;

@@ -2,6 +2,7 @@
 
 #include "host/Guid.h"
 #include "host/Headers.h"
+#include "platform/Time.h"
 
 namespace Quorvel::FileAccess {
 namespace {
@@ -40,6 +41,39 @@ VersionVerdict compareVersions(const FileVersion& local, const FileVersion& serv
   if (mode == eCompare_Strict) return compareStrictly(local, server);
   if (mode == eCompare_Ordered) return compareInOrder(local.counter, server.counter, wrapTest);
   return {eVerdict_Equal, VerdictReason::Equal};
+}
+
+VersionVerdict compareTimes(const FileTimeStamp& local, const FileTimeStamp& server) {
+  if (!server.exists) {
+    return local.exists ? VersionVerdict{eVerdict_ServerMissing, VerdictReason::ServerMissing}
+                        : VersionVerdict{eVerdict_BothMissing, VerdictReason::BothMissing};
+  }
+  const LONG order = CompareFileTime(&local.time, &server.time);
+  if (order < 0) return {eVerdict_ServerNewer, VerdictReason::ServerNewer};
+  if (order > 0) return {eVerdict_LocalNewer, VerdictReason::LocalNewer};
+  return {eVerdict_Equal, VerdictReason::Equal};
+}
+
+const wchar_t* verdictLine(VerdictReason reason) {
+  switch (reason) {
+    case VerdictReason::BothMissing:
+      return L"fileNeedsUpdate: <file is missing on both sides>: %s";
+    case VerdictReason::LocalMissing:
+      return L"fileNeedsUpdate: <local file does'nt exist>: %s";
+    case VerdictReason::ServerMissing:
+      return L"fileNeedsUpdate: <server file does'nt exist>: %s";
+    case VerdictReason::CountersDiffer:
+      return L"fileNeedsUpdate: <version counter different>: %s";
+    case VerdictReason::GuidsDiffer:
+      return L"fileNeedsUpdate: <GUIDs different>: %s";
+    case VerdictReason::ServerNewer:
+      return L"fileNeedsUpdate: <server file is newer>: %s";
+    case VerdictReason::LocalNewer:
+      return L"fileNeedsUpdate: <local file is newer>: %s";
+    case VerdictReason::Equal:
+    default:
+      return L"fileNeedsUpdate: <files are equal>: %s";
+  }
 }
 
 }  // namespace Quorvel::FileAccess

@@ -45,4 +45,17 @@ WrapTest wrapTestOf(const ObjectType* type);
 VersionVerdict compareVersions(const FileVersion& local, const FileVersion& server, WrapTest wrapTest,
                                CompareMode mode);
 
+/// When a file was written.
+struct FileTimeStamp {
+  bool exists = false;
+  FILETIME time{};  ///< 0 for a file that does not exist
+};
+
+/// Compares two files by their times, without any tolerance: a transfer makes them equal. A local file that is missing
+/// counts as older than any other.
+VersionVerdict compareTimes(const FileTimeStamp& local, const FileTimeStamp& server);
+
+/// Format of the trace line that tells a verdict; it takes the file's name.
+const wchar_t* verdictLine(VerdictReason reason);
+
 }  // namespace Quorvel::FileAccess

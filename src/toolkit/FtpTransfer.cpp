@@ -2,12 +2,10 @@
 
 #include <array>
 #include <charconv>
-#include <limits>
 
 #include "toolkit/FtpData.h"
 #include "toolkit/FtpDialogue.h"
 #include "toolkit/FtpSettings.h"
-#include "toolkit/Progress.h"
 
 namespace Quorvel::FileAccess {
 
@@ -35,7 +33,7 @@ std::optional<std::int64_t> announcedSize(std::string_view text) {
 
 }  // namespace
 
-FtpTransfer::FtpTransfer(FtpSession& session) : session_(session) {}
+FtpTransfer::FtpTransfer(FtpSession& session) : session_(session), meter_(session.loop().receiver()) {}
 
 FtpLoop::Clock::time_point FtpTransfer::idleDeadline() const {
   return FtpLoop::deadlineIn(session_.settings().readLimit());
@@ -65,7 +63,6 @@ bool FtpTransfer::begin(const std::string& command) {
     if (data_) data_->reset();
     return false;
   }
-  begun_ = FtpLoop::Clock::now();
   return true;
 }
 
@@ -146,9 +143,8 @@ bool FtpTransfer::receive(FtpSink& sink) {
     const FtpMoved moved = data_->read(space.data, space.size);
     switch (moved.status) {
       case FtpIo::Done:
-        bytes_ += static_cast<std::int64_t>(moved.bytes);
         if (!sink.filled(moved.bytes)) return abandon("Error: " + sink.error());
-        if (!tellProgress()) return false;
+        if (!countOn(moved.bytes)) return false;
         continue;
       case FtpIo::AgainRead:
       case FtpIo::AgainWrite: {
@@ -179,8 +175,7 @@ bool FtpTransfer::send(FtpSource& source) {
     const FtpMoved moved = data_->write(piece.data(), piece.size());
     if (moved.status == FtpIo::Done) {
       source.consumed(moved.bytes);
-      bytes_ += static_cast<std::int64_t>(moved.bytes);
-      if (!tellProgress()) return false;
+      if (!countOn(moved.bytes)) return false;
       continue;
     }
     if (moved.status != FtpIo::AgainRead && moved.status != FtpIo::AgainWrite) {
@@ -283,13 +278,8 @@ bool FtpTransfer::takeReplies() {
   return false;
 }
 
-bool FtpTransfer::tellProgress() {
-  CkFtp2ProgressW* const receiver = session_.loop().receiver();
-  if (receiver == nullptr) return true;
-  const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(FtpLoop::Clock::now() - begun_).count() + 1;
-  const double rate = static_cast<double>(bytes_) * 1e6 / static_cast<double>(micros);
-  constexpr auto kMost = static_cast<double>(std::numeric_limits<std::uint32_t>::max());
-  receiver->onTransferRate(bytes_, rate < kMost ? static_cast<std::uint32_t>(rate) : 0xFFFFFFFFU);
+bool FtpTransfer::countOn(std::size_t moved) {
+  meter_.add(moved);
   return !session_.loop().isAbortAsked() || abandon("Error: aborted");
 }
 

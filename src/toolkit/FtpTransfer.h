@@ -11,6 +11,7 @@
 #include "toolkit/FtpReply.h"
 #include "toolkit/FtpSession.h"
 #include "toolkit/FtpSocket.h"
+#include "toolkit/TransferMeter.h"
 
 namespace Quorvel::FileAccess {
 
@@ -28,7 +29,7 @@ class FtpTransfer {
   bool store(const std::string& command, FtpSource& source);
 
   /// Bytes of data moved, also when it failed.
-  std::int64_t bytes() const { return bytes_; }
+  std::int64_t bytes() const { return meter_.bytes(); }
   /// The server's last reply to the transfer; 0 when none came.
   int finalCode() const { return final_ ? final_->code : 0; }
   /// REST was accepted for this retrieve. The size that the server tells may be that of the whole file.
@@ -52,7 +53,8 @@ class FtpTransfer {
   bool repeatOffset();
   bool takeReplies();
   bool isRefused() const { return final_ && !final_->isSuccess(); }
-  bool tellProgress();
+  /// @return false when the receiver wants no more; the transfer is then broken off
+  bool countOn(std::size_t moved);
   /// Breaks off: the session is brought in step by the next command.
   bool abandon(const std::string& why);
   FtpLoop::Clock::time_point idleDeadline() const;

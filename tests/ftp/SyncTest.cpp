@@ -1,5 +1,6 @@
 // Directories brought in step with the server, on every store.
 #include "ftp/SyncDecision.h"
+#include "host/System.h"
 #include "platform/Paths.h"
 #include "platform/Time.h"
 #include "tests/ftp/FakeServerFixture.h"
@@ -21,6 +22,7 @@ class Sync : public zephor_test::TransferFixture, public testing::WithParamInter
     startStore(GetParam());
     if (IsSkipped()) return;
     connection().remote().setDialogsSuppressed(true);
+    ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\WGOUseThreading", 1);
     if (GetParam().name != "Directory") return;
     // A directory counts as a server where the host knows it as one; the projects' local place is then the host's.
     connection().setServerName(L"files");
