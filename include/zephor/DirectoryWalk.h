@@ -1,0 +1,28 @@
+// Files of a directory as the system lists them.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/WindowsTypes.h"
+#include "zephor/Export.h"
+
+namespace Quorvel::FileAccess {
+
+class WGO_FileFilter;
+
+/// Files by full path (directory, backslash, name as it was found), in the order of the path's characters.
+using DirectorySnapshot = std::map<std::wstring, WIN32_FIND_DATAW>;
+
+/// Files of a directory that the filter lets pass; `filter` may be null. Appends to `out`.
+/// @return the number of entries that were appended; 0 for a null or missing directory
+ZEPHOR_API int WGO_getFileInfoFromDirectory(const wchar_t* directory, std::vector<WIN32_FIND_DATAW>& out,
+                                            const WGO_FileFilter* filter);
+/// Files of a directory and, if asked for, of those below it. Directories whose name begins with a point are passed
+/// over, and with an excluded one all below it. An entry that `out` holds already is kept.
+/// @return the number of entries in `out` afterwards; 0, `out` untouched, for a null directory
+ZEPHOR_API int WGO_getFilesFromDirectory(const wchar_t* directory, DirectorySnapshot& out, const WGO_FileFilter* filter,
+                                         bool withSubdirectories);
+
+}  // namespace Quorvel::FileAccess
