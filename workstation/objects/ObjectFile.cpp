@@ -220,43 +220,18 @@ DWORD replaceContent(const std::wstring& path, const std::wstring& content, cons
   return commitVersion(temporary, path, error);
 }
 
-namespace {
-
-/// A compressed file with another record; the mark in the record stays.
-DWORD writeCompressedWithRecord(const OpenedObject& old, const ObjectRecord& record, const std::wstring& path) {
-  BlockFile file;
-  if (const DWORD code = file.create(path)) return code;
-  if (const DWORD code = old.file.seek(0)) return code;
-  std::uint64_t copied = 0;
-  if (const DWORD code = copyBlocks(old.file, file, 0, old.fileSize, {}, copied)) return code;
-  if (copied != old.fileSize) return ERROR_HANDLE_EOF;
-  const std::vector<std::uint8_t> image = encodeRecord(record);
-  if (const DWORD code = file.writeAt(kCompressedRecordPosition, image.data(), image.size())) return code;
-  if (const DWORD code = file.finish(old.fileSize)) return code;
-  return file.close();
-}
-
-}  // namespace
-
 DWORD touchVersion(const std::wstring& path, const ObjectAuthor& author, std::wstring& error,
                    const std::uint32_t* above) {
   const std::lock_guard saving(savingMutex());
   recoverInterruptedReplace(path);
   const QuiescedFile quiet(path);
   OpenedObject old;
-  if (const DWORD code = openObject(path, old, error)) return code;
-  NewObject object{old.info.record, old.info.contentName, {}};
+  if (const DWORD code = openContent(path, old, error)) return code;
+  NewObject object{old.info.record, old.info.contentName, contentOfObject(path, old)};
   if (above != nullptr) std::visit([&](auto& header) { header.versionCounter = *above; }, object.record);
   raiseVersion(object.record, author);
   TemporaryFileGuard temporary(temporaryBeside(path));
-  if (old.info.compressed) {
-    std::get<TeilbildHeader>(object.record).compressedMark = 1;
-    if (const DWORD code = writeCompressedWithRecord(old, object.record, temporary.path()))
-      return failure(code, path, platform::formatWide(L"the new version can't be written (error %u)", code), error);
-  } else {
-    object.writeContent = contentOfObject(path, old);
-    if (const DWORD code = writeObject(temporary.path(), object, error)) return code;
-  }
+  if (const DWORD code = writeObject(temporary.path(), object, error)) return code;
   old.file.close();
   return commitVersion(temporary, path, error);
 }
@@ -264,9 +239,7 @@ DWORD touchVersion(const std::wstring& path, const ObjectAuthor& author, std::ws
 DWORD exportContent(const std::wstring& path, const std::wstring& target, std::wstring& error) {
   const QuiescedFile quiet(path);
   OpenedObject object;
-  if (const DWORD code = openObject(path, object, error)) return code;
-  if (object.info.compressed)
-    return failure(ERROR_NOT_SUPPORTED, path, L"is compressed; decompress it before its content is exported", error);
+  if (const DWORD code = openContent(path, object, error)) return code;
   TemporaryFileGuard temporary(temporaryBeside(target));
   BlockFile file;
   if (const DWORD code = file.create(temporary.path()))
@@ -301,8 +274,8 @@ DWORD readObjectHeader(const std::wstring& path, ObjectFileInfo& out, std::wstri
 DWORD verifyObject(const std::wstring& path, std::wstring& error) {
   const QuiescedFile quiet(path);
   OpenedObject object;
-  if (const DWORD code = openObject(path, object, error)) return code;
-  return object.info.compressed ? ERROR_SUCCESS : readContent(path, object, nullptr, 0, error);
+  if (const DWORD code = openContent(path, object, error)) return code;
+  return readContent(path, object, nullptr, 0, error);
 }
 
 }  // namespace workstation

@@ -24,9 +24,11 @@ struct ObjectAuthor {
 /// What an object file tells about itself.
 struct ObjectFileInfo {
   QuorvelFileType type = eFileType_Unknown;
-  bool compressed = false;  ///< of a compressed Teilbild only the record is known
+  bool compressed = false;  ///< of a compressed Teilbild only the record was looked at
   ObjectRecord record;
-  std::wstring contentName;  ///< full name of the wrapped file; empty when nothing is wrapped
+  std::wstring contentName;  ///< name of the wrapped file, cut in a compressed one; empty when nothing is wrapped
+  std::uint64_t fileSize = 0;
+  std::uint64_t expandedSize = 0;  ///< of the uncompressed file, as a compressed one tells it; otherwise fileSize
 };
 
 /// Makes the file of a new object with version 1 and a new GUID; one that exists stays and is an error.
@@ -42,20 +44,20 @@ WORKSTATION_API DWORD createObject(const std::wstring& directory, QuorvelFileTyp
 WORKSTATION_API DWORD replaceContent(const std::wstring& path, const std::wstring& content, const ObjectAuthor& author,
                                      std::wstring& error);
 
-/// Saves without another content.
+/// Saves without another content; here too a compressed Teilbild becomes an uncompressed one.
 /// @param above  counter that the new version follows; null: the file's own
 WORKSTATION_API DWORD touchVersion(const std::wstring& path, const ObjectAuthor& author, std::wstring& error,
                                    const std::uint32_t* above = nullptr);
 
 /// Writes the wrapped content to `target`, byte for byte, checked against its CRC-32 on the way; an existing target is
-/// replaced. A compressed Teilbild has to be decompressed first.
+/// replaced. The content of a compressed Teilbild comes out of its archive.
 WORKSTATION_API DWORD exportContent(const std::wstring& path, const std::wstring& target, std::wstring& error);
 
 /// Reads and checks everything but the content. A file whose name tells kind and number has to be of that kind; its
 /// record then carries that number.
 WORKSTATION_API DWORD readObjectHeader(const std::wstring& path, ObjectFileInfo& out, std::wstring& error);
 
-/// Reads everything and checks the content too, where the file is uncompressed.
+/// Reads everything and checks the content too. A compressed Teilbild's record has to be that of the file packed in it.
 WORKSTATION_API DWORD verifyObject(const std::wstring& path, std::wstring& error);
 
 }  // namespace workstation

@@ -6,63 +6,13 @@
 
 #include "platform/Paths.h"
 #include "platform/Text.h"
-#include "workstation/objects/ByteCodec.h"
+#include "workstation/objects/CompressedContent.h"
 #include "workstation/objects/ObjectNames.h"
 
 namespace workstation {
 namespace {
 
 constexpr std::uint8_t kCompressedMagic[4] = {'Q', 'V', 'P', 'K'};
-
-namespace packed {
-constexpr std::size_t kHeaderSize = 48;
-constexpr std::size_t kFormat = 4;
-constexpr std::size_t kRecordPosition = 34;
-constexpr std::size_t kRecordSize = 36;
-constexpr std::size_t kArchivePosition = 46;
-}  // namespace packed
-
-DWORD failRead(DWORD code, const std::wstring& path, const wchar_t* section, std::uint64_t position, std::uint64_t size,
-               std::wstring& error) {
-  const DWORD answer = code == ERROR_HANDLE_EOF ? ERROR_INVALID_DATA : code;
-  return failure(
-      answer, path,
-      platform::formatWide(L"%s: %llu bytes at %llu can't be read (error %u)", section,
-                           static_cast<unsigned long long>(size), static_cast<unsigned long long>(position), code),
-      error);
-}
-
-DWORD readCompressed(const std::wstring& path, OpenedObject& object, std::wstring& error) {
-  std::array<std::uint8_t, packed::kHeaderSize> header{};
-  if (const DWORD code = object.file.readAt(0, header.data(), header.size()))
-    return failRead(code, path, L"compressed head", 0, header.size(), error);
-  const std::uint8_t* bytes = header.data();
-  if (bytes[packed::kFormat] != 1)
-    return failure(
-        ERROR_INVALID_DATA, path,
-        platform::formatWide(L"compressed head, offset 4: format %u, expected 1; %s", unsigned{bytes[packed::kFormat]},
-                             bytes[packed::kFormat] > 1 ? L"written by a newer program" : L"damaged"),
-        error);
-  const std::size_t size = recordSize(eFileType_Teilbild);
-  const auto archive = getLittleEndian<std::uint16_t>(bytes, packed::kArchivePosition);
-  if (getLittleEndian<std::uint16_t>(bytes, packed::kRecordPosition) != kCompressedRecordPosition ||
-      getLittleEndian<std::uint16_t>(bytes, packed::kRecordSize) != size ||
-      archive < kCompressedRecordPosition + size || archive > object.fileSize)
-    return failure(
-        ERROR_INVALID_DATA, path,
-        platform::formatWide(L"compressed head, offset 34: expected the record at 48 with 1576 bytes and the "
-                             L"archive behind it within %llu bytes",
-                             static_cast<unsigned long long>(object.fileSize)),
-        error);
-  std::vector<std::uint8_t> image(size);
-  if (const DWORD code = object.file.readAt(kCompressedRecordPosition, image.data(), size))
-    return failRead(code, path, L"compressed record", kCompressedRecordPosition, size, error);
-  object.info.type = eFileType_Teilbild;
-  object.info.compressed = true;
-  object.info.record = decodeRecord(eFileType_Teilbild, image.data());
-  object.info.contentName = textOfMember(std::get<TeilbildHeader>(object.info.record).contentName);
-  return ERROR_SUCCESS;
-}
 
 /// Reads a section and compares its checksum.
 DWORD readSection(const std::wstring& path, const OpenedObject& object, const wchar_t* section, std::uint64_t position,
@@ -105,6 +55,7 @@ DWORD readUncompressed(const std::wstring& path, OpenedObject& object, std::wstr
                                      layout.recordCrc, section, error))
     return code;
   object.info.type = layout.type;
+  object.info.expandedSize = object.fileSize;
   object.info.record = decodeRecord(layout.type, section.data());
   object.info.contentName = entries.empty() ? std::wstring() : entries.front().name;
   return ERROR_SUCCESS;
@@ -130,31 +81,44 @@ DWORD failure(DWORD code, const std::wstring& path, const std::wstring& problem,
   return code;
 }
 
+DWORD failRead(DWORD code, const std::wstring& path, const wchar_t* section, std::uint64_t position, std::uint64_t size,
+               std::wstring& error) {
+  const DWORD answer = code == ERROR_HANDLE_EOF ? ERROR_INVALID_DATA : code;
+  return failure(
+      answer, path,
+      platform::formatWide(L"%s: %llu bytes at %llu can't be read (error %u)", section,
+                           static_cast<unsigned long long>(size), static_cast<unsigned long long>(position), code),
+      error);
+}
+
 DWORD openObject(const std::wstring& path, OpenedObject& out, std::wstring& error) {
   if (const DWORD code = out.file.openForReading(path))
     return failure(code, path, platform::formatWide(L"can't be opened (error %u)", code), error);
   if (const DWORD code = out.file.size(out.fileSize)) return failRead(code, path, L"file", 0, 0, error);
   std::uint8_t magic[sizeof kCompressedMagic] = {};
-  if (out.fileSize >= packed::kHeaderSize) {
+  if (out.fileSize >= out.compressedHeader.size()) {
     if (const DWORD code = out.file.readAt(0, magic, sizeof magic))
       return failRead(code, path, L"head", 0, sizeof magic, error);
   }
+  out.info.fileSize = out.fileSize;
   const bool compressed = std::memcmp(magic, kCompressedMagic, sizeof magic) == 0;
-  const DWORD code = compressed ? readCompressed(path, out, error) : readUncompressed(path, out, error);
+  const DWORD code = compressed ? readCompressedRecord(path, out, error) : readUncompressed(path, out, error);
   return code != ERROR_SUCCESS ? code : applyFileName(path, out.info, error);
 }
 
-DWORD readContent(const std::wstring& path, const OpenedObject& object, const BlockFile* target, std::uint64_t position,
-                  std::wstring& error) {
-  const ObjectLayout& layout = object.layout;
-  if (const DWORD code = object.file.seek(layout.contentPosition()))
-    return failRead(code, path, L"content", layout.contentPosition(), 0, error);
-  std::vector<std::uint8_t> block(kBlockSize);
+DWORD openContent(const std::wstring& path, OpenedObject& out, std::wstring& error) {
+  if (const DWORD code = openObject(path, out, error)) return code;
+  return out.info.compressed ? readCompressedSections(path, out, error) : ERROR_SUCCESS;
+}
+
+DWORD takeContent(const std::wstring& path, const ObjectLayout& layout, const BlockReader& read,
+                  const BlockFile* target, std::uint64_t position, std::wstring& error) {
+  std::vector<std::uint8_t> block(static_cast<std::size_t>(std::min<std::uint64_t>(layout.contentSize, kBlockSize)));
   std::uint32_t crc = crc32Of(nullptr, 0);
   for (std::uint64_t done = 0; done < layout.contentSize;) {
     const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(layout.contentSize - done, block.size()));
     std::size_t got = 0;
-    DWORD code = object.file.readSome(block.data(), wanted, got);
+    DWORD code = read(block.data(), wanted, got);
     if (code == ERROR_SUCCESS && got == 0) code = ERROR_HANDLE_EOF;
     if (code != ERROR_SUCCESS) return failRead(code, path, L"content", layout.contentPosition() + done, wanted, error);
     crc = crc32Of(block.data(), got, crc);
@@ -170,6 +134,17 @@ DWORD readContent(const std::wstring& path, const OpenedObject& object, const Bl
       platform::formatWide(L"content at %llu: CRC-32 %08x, expected %08x",
                            static_cast<unsigned long long>(layout.contentPosition()), crc, layout.contentCrc),
       error);
+}
+
+DWORD readContent(const std::wstring& path, const OpenedObject& object, const BlockFile* target, std::uint64_t position,
+                  std::wstring& error) {
+  if (object.info.compressed) return readCompressedContent(path, object, target, position, error);
+  const std::uint64_t start = object.layout.contentPosition();
+  if (const DWORD code = object.file.seek(start)) return failRead(code, path, L"content", start, 0, error);
+  const auto read = [&object](void* buffer, std::size_t wanted, std::size_t& got) {
+    return object.file.readSome(buffer, wanted, got);
+  };
+  return takeContent(path, object.layout, read, target, position, error);
 }
 
 }  // namespace workstation

@@ -130,46 +130,6 @@ TEST_F(ObjectFileTest, HostileFieldsUnderARightChecksumAreRefused) {
   }
 }
 
-TEST_F(ObjectFileTest, CompressedTeilbildGivesItsRecordAndCanBeSaved) {
-  TeilbildHeader record = clearedHeader<TeilbildHeader>();
-  record.number = 99;
-  record.guidFirst = 1.5;
-  record.compressedMark = 1;
-  record.versionCounter = 41;
-  std::fill(std::begin(record.name), std::end(record.name), u'n');
-  std::string bytes("QVPK\1", 5);
-  bytes.resize(48);
-  const std::uint16_t fields[] = {48, 48, 1576, 1624, 128, 1752, 50, 1802};
-  std::memcpy(bytes.data() + 32, fields, sizeof fields);
-  bytes.append(reinterpret_cast<const char*>(&record), sizeof record);
-  bytes.append(178 + 300, '!');
-  write("tb000005.zdw", bytes);
-  const std::wstring object = path(L"tb000005.zdw");
-  const TeilbildHeader found = header(object);
-  EXPECT_EQ(found.number, 5) << "the name of the file decides";
-  EXPECT_EQ(found.versionCounter, 41U);
-  EXPECT_EQ(workstation::textOfMember(found.name).size(), 127U);
-  EXPECT_EQ(workstation::exportContent(object, path(L"out"), error_), ERROR_NOT_SUPPORTED);
-
-  ASSERT_EQ(workstation::touchVersion(object, author_, error_), ERROR_SUCCESS) << platform::toUtf8(error_);
-  EXPECT_EQ(header(object).versionCounter, 42U);
-  EXPECT_EQ(header(object).compressedMark, 1);
-  EXPECT_EQ(read("tb000005.zdw").substr(1624), bytes.substr(1624));
-
-  for (const auto& [offset, value] : {std::pair<std::size_t, char>{4, 2}, {34, 47}, {36, 0}, {47, 0}, {47, 0x7F}}) {
-    std::string damaged = bytes;
-    damaged[offset] = value;
-    write("tb000006.zdw", damaged);
-    ObjectFileInfo info;
-    EXPECT_EQ(workstation::readObjectHeader(path(L"tb000006.zdw"), info, error_), ERROR_INVALID_DATA) << offset;
-  }
-
-  write("a.txt", "abc");
-  ASSERT_EQ(workstation::replaceContent(object, path(L"a.txt"), author_, error_), ERROR_SUCCESS);
-  EXPECT_EQ(header(object).compressedMark, 0);
-  EXPECT_EQ(header(object).guidFirst, 1.5);
-}
-
 TEST_F(ObjectFileTest, SectionsAreNeverAnsweredOutsideTheBuffer) {
   create("content");
   const std::string whole = read("tb000001.zdw");
