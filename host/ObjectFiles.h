@@ -51,7 +51,7 @@ HOST_API void SetDataChangedInfo(int kind, int number, int changed);
 HOST_API int lfztyp(int type, int number, int& out);
 
 // The sections of an uncompressed object file. `buffer` holds `size` bytes from its start; an answer never points
-// outside it.
+// outside it. An invalid head sets the thread's last error to 13.
 HOST_API bool HEAD_t_IsValidHead(const std::uint8_t* buffer, std::size_t size);
 HOST_API std::size_t HEAD_t_GetSizeOfSectionFileHead();
 HOST_API std::size_t HEAD_t_GetPosOfSectionFileTables(const std::uint8_t* buffer, std::size_t size);

@@ -1,10 +1,6 @@
-#include <array>
-#include <cstdint>
-#include <cstring>
-#include <string>
-
-#include "host/FileTypes.h"
-#include "host/Files.h"
+#include "archives/CompressedFormat.h"
+#include "archives/ObjectFileHandle.h"
+#include "archives/TeilbildPath.h"
 #include "host/Project.h"
 #include "host/System.h"
 #include "host/Trace.h"
@@ -15,64 +11,16 @@
 namespace Quorvel::FileAccess {
 namespace {
 
-constexpr std::array<std::uint8_t, 4> kMagic{'Q', 'V', 'P', 'K'};
-constexpr std::size_t kSizePosition = 24;
-
-/// The fixed header; the Teilbild's record follows it at once.
-using FileHeader = std::array<std::uint8_t, 48>;
-
-class ReadOnlyFile {
- public:
-  explicit ReadOnlyFile(const std::wstring& path)
-      : handle_(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                            FILE_ATTRIBUTE_NORMAL, nullptr)) {}
-  ~ReadOnlyFile() {
-    if (isOpen()) CloseHandle(handle_);
-  }
-  ReadOnlyFile(const ReadOnlyFile&) = delete;
-  ReadOnlyFile& operator=(const ReadOnlyFile&) = delete;
-
-  bool isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
-  /// @return false when fewer than `size` bytes are left
-  bool read(void* buffer, std::size_t size) {
-    DWORD count = 0;
-    return isOpen() && ReadFile(handle_, buffer, static_cast<DWORD>(size), &count, nullptr) != FALSE && count == size;
-  }
-
- private:
-  HANDLE handle_;
-};
-
-bool hasMagic(const FileHeader& header) {
-  return std::memcmp(header.data(), kMagic.data(), kMagic.size()) == 0;
+bool openForReading(ObjectFileHandle& file, const wchar_t* path) {
+  return file.open(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE) == ERROR_SUCCESS;
 }
 
-std::int64_t uncompressedSizeOf(const FileHeader& header) {
-  std::uint64_t size = 0;
-  for (std::size_t byte = 0; byte < sizeof size; ++byte) {
-    size |= static_cast<std::uint64_t>(header.at(kSizePosition + byte)) << (8 * byte);
-  }
-  return static_cast<std::int64_t>(size);
-}
-
-/// Full path of a Teilbild below a host path; empty when the host can't tell it or the type is another.
-std::wstring teilbildPath(int pathNumber, int fileType, int number) {
-  if (fileType != eFileType_Teilbild) return {};
-  int error = 0;
-  const std::wstring name = lfznamC(fileType, number, 0, error);
-  const std::wstring directory = lfinigC(pathNumber);
-  return error != 0 || directory.empty() ? std::wstring() : directory + name;
-}
-
-bool exists(const std::wstring& path) {
-  return ReadOnlyFile(path).isOpen();
-}
-
-bool readRecord(const std::wstring& path, TeilbildHeader& out) {
-  ReadOnlyFile file(path);
-  FileHeader header{};
+/// The record alone is read: what stands behind it may be damaged.
+bool readRecord(const ObjectFileHandle& file, TeilbildHeader& out) {
+  CompressedHeaderBytes header{};
+  if (file.read(header.data(), header.size()) != ERROR_SUCCESS || !hasCompressedMagic(header)) return false;
   TeilbildHeader record;
-  if (!file.read(header.data(), header.size()) || !hasMagic(header) || !file.read(&record, sizeof record)) return false;
+  if (file.read(&record, sizeof record) != ERROR_SUCCESS) return false;
   out = record;
   return true;
 }
@@ -81,12 +29,12 @@ bool readRecord(const std::wstring& path, TeilbildHeader& out) {
 
 bool WGO_isZipFile(const wchar_t* path, long long* uncompressedSize) {
   if (path == nullptr) return false;
-  ReadOnlyFile file(path);
-  FileHeader header{};
-  if (!file.read(header.data(), header.size())) return false;
+  ObjectFileHandle file;
+  CompressedHeaderBytes header{};
+  if (!openForReading(file, path) || file.read(header.data(), header.size()) != ERROR_SUCCESS) return false;
   // Given before the magic is looked at: a file that proves to be uncompressed has given it too.
   if (uncompressedSize != nullptr) *uncompressedSize = uncompressedSizeOf(header);
-  return hasMagic(header);
+  return hasCompressedMagic(header);
 }
 
 bool WGO_isZipFile(const int& pathNumber, const int& fileType, const int& number) {
@@ -98,8 +46,12 @@ bool WGO_getTBHeaderFromZipFile(const wchar_t* path, TeilbildHeader* out) {
   if (out == nullptr) return false;
   *out = clearedHeader<TeilbildHeader>();
   if (path == nullptr) return false;
-  if (!exists(path)) WGO_downloadFile(get_ActivePrj(), path, false);
-  const bool success = readRecord(path, *out);
+  ObjectFileHandle file;
+  if (!openForReading(file, path)) {
+    WGO_downloadFile(get_ActivePrj(), path, false);
+    openForReading(file, path);
+  }
+  const bool success = readRecord(file, *out);
   if (getFileAccessTrace() > 0) {
     lfperrC(L"%s: err = %d\n", L"Quorvel::FileAccess::WGO_getTBHeaderFromZipFile", success ? 0 : 1);
   }

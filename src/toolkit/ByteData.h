@@ -4,12 +4,17 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Quorvel::FileAccess {
 
 class CkByteData {
  public:
+  CkByteData() = default;
+  /// Takes the bytes over.
+  explicit CkByteData(std::vector<std::uint8_t> bytes) : bytes_(std::move(bytes)) {}
+
   void append(const void* data, std::size_t size);
   const std::uint8_t* getData() const { return bytes_.data(); }
   std::size_t getSize() const { return bytes_.size(); }

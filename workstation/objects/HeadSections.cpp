@@ -23,7 +23,9 @@ workstation::ObjectLayout layoutOf(const std::uint8_t* buffer, std::size_t size)
 bool HEAD_t_IsValidHead(const std::uint8_t* buffer, std::size_t size) {
   workstation::ObjectLayout layout;
   std::wstring problem;
-  return buffer != nullptr && workstation::decodeHead(buffer, size, layout, problem);
+  if (buffer != nullptr && workstation::decodeHead(buffer, size, layout, problem)) return true;
+  SetLastError(ERROR_INVALID_DATA);
+  return false;
 }
 
 std::size_t HEAD_t_GetSizeOfSectionFileHead() {
