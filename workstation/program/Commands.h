@@ -22,6 +22,8 @@ void addObjectCommands(CLI::App& app, Action& selected);
 void addLockCommands(CLI::App& app, Action& selected);
 void addTransferCommands(CLI::App& app, Action& selected);
 void addServerCommands(CLI::App& app, Action& selected);
+void addCompressionCommands(CLI::App& app, Action& selected);
+void addInfoCommand(CLI::App& app, Action& selected);
 void addStatusCommand(CLI::App& app, Action& selected);
 void addNotUploadedCommands(CLI::App& app, Action& selected);
 void addCompletionCommand(CLI::App& app, Action& selected);

@@ -54,6 +54,8 @@ int run(int argc, char** argv) {
   workstation::program::addLockCommands(app, selected);
   workstation::program::addTransferCommands(app, selected);
   workstation::program::addServerCommands(app, selected);
+  workstation::program::addCompressionCommands(app, selected);
+  workstation::program::addInfoCommand(app, selected);
   workstation::program::addStatusCommand(app, selected);
   workstation::program::addNotUploadedCommands(app, selected);
   workstation::program::addCompletionCommand(app, selected);

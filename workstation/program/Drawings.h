@@ -1,0 +1,38 @@
+// Drawings that arguments name: objects of the open project, or object files wherever they lie.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "workstation/program/ObjectName.h"
+
+namespace workstation::program {
+
+class Context;
+
+struct Drawing {
+  std::wstring label;  ///< "tb12", or the path as the user gave it
+  std::wstring path;   ///< library path
+  std::optional<ObjectName> object;
+};
+
+/// Arguments sorted by what they name, each object once.
+struct DrawingArguments {
+  std::vector<std::string> files;
+  std::vector<ObjectName> objects;
+};
+
+/// What has a separator in it is a file, and so is a whole file name (tb000012.zdw) that is here in the current
+/// directory; everything else has to name an object. Throws CommandFailure (usage).
+DrawingArguments drawingArguments(const std::vector<std::string>& arguments);
+
+/// A file that exists. Throws CommandFailure.
+Drawing drawingOf(const std::string& file);
+/// An object of the open project; whether it has a file is not looked at.
+Drawing drawingOf(const ObjectName& object);
+
+/// "tb12: failed (...)", as a result, which a quiet run and JSON have too.
+void reportFailure(const Context& context, const std::wstring& label, const std::wstring& problem);
+
+}  // namespace workstation::program

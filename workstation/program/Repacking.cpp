@@ -1,0 +1,121 @@
+#include "workstation/program/Repacking.h"
+
+#include <filesystem>
+
+#include "platform/Files.h"
+#include "platform/Paths.h"
+#include "platform/Text.h"
+#include "platform/Time.h"
+#include "workstation/objects/BlockFile.h"
+#include "workstation/objects/ObjectFile.h"
+#include "workstation/objects/ObjectNames.h"
+#include "zephor/Archives.h"
+
+namespace workstation::program {
+
+namespace {
+
+/// The library reads and writes a file in one piece whose size has 32 bits.
+constexpr std::uint64_t kLargestFile = 0xFFFFFFFF;
+
+/// A directory for the copy, removed with what is in it.
+class WorkDirectory {
+ public:
+  explicit WorkDirectory(std::wstring path) : path_(std::move(path)) {}
+  ~WorkDirectory() { platform::removeTree(path_); }
+  WorkDirectory(const WorkDirectory&) = delete;
+  WorkDirectory& operator=(const WorkDirectory&) = delete;
+  bool make() const { return CreateDirectoryW(path_.c_str(), nullptr) != FALSE; }
+  /// The copy keeps the name, by which the library knows kind and number.
+  std::wstring pathOf(const std::wstring& original) const {
+    return platform::joinPath(path_, platform::fileNameOf(original));
+  }
+
+ private:
+  std::wstring path_;
+};
+
+std::wstring withError(const wchar_t* problem, DWORD code) {
+  return platform::formatWide(L"%s (error %u)", problem, code);
+}
+
+bool isWritable(const std::wstring& path) {
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                  nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  CloseHandle(file);
+  return true;
+}
+
+/// What stands against it; empty when nothing does.
+std::wstring objection(const std::wstring& path, const ObjectFileInfo& info) {
+  if (info.type != eFileType_Teilbild) return L"is a Plan or a Zeichnung; only Teilbilder can be compressed";
+  const auto name = parseObjectFileName(platform::fileNameOf(path));
+  if (!name || name->type != eFileType_Teilbild)
+    return L"is a Teilbild under another name; expected a name such as tb000012.zdw";
+  if (info.fileSize > kLargestFile || info.expandedSize > kLargestFile)
+    return L"is too large; only Teilbilder of less than 4 GiB can be compressed";
+  return {};
+}
+
+/// Lets the library work on a copy and checks what it made.
+std::wstring repackCopy(const std::wstring& path, const std::wstring& copy, Packing wanted) {
+  if (CopyFileW(path.c_str(), copy.c_str(), TRUE) == FALSE) return withError(L"can't be copied", GetLastError());
+  const unsigned long code = wanted == Packing::Compressed ? Quorvel::FileAccess::WGO_zipProjectFile(copy)
+                                                           : Quorvel::FileAccess::WGO_unzipProjectFile(copy);
+  if (code != ERROR_SUCCESS)
+    return withError(wanted == Packing::Compressed ? L"can't be compressed" : L"can't be expanded",
+                     static_cast<DWORD>(code));
+  std::wstring error;
+  ObjectFileInfo info;
+  if (readObjectHeader(copy, info, error) != ERROR_SUCCESS || verifyObject(copy, error) != ERROR_SUCCESS)
+    return L"what was made of it is damaged and was thrown away: " + error;
+  if (info.compressed != (wanted == Packing::Compressed)) return L"was left as it is by the library";
+  return {};
+}
+
+bool isSameState(const platform::FileStatus& a, const platform::FileStatus& b) {
+  return a.exists && b.exists && a.size == b.size && CompareFileTime(&a.writeTime, &b.writeTime) == 0;
+}
+
+/// Puts the copy into the file's place.
+std::wstring takePlace(const std::wstring& copy, const std::wstring& path, const platform::FileStatus& before) {
+  namespace fs = std::filesystem;
+  std::error_code ignored;
+  fs::permissions(platform::systemPath(copy), fs::status(platform::systemPath(path), ignored).permissions(), ignored);
+  if (!isSameState(platform::fileStatus(path), before)) return L"changed meanwhile and was left as it is; try again";
+  if (MoveFileExW(copy.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE) return {};
+  return withError(L"can't be replaced", GetLastError());
+}
+
+}  // namespace
+
+Repacked repack(const std::wstring& path, Packing wanted, bool dryRun) {
+  const std::wstring file = platform::weaklyCanonical(path);
+  const platform::FileStatus before = platform::fileStatus(file);
+  Repacked result;
+  ObjectFileInfo info;
+  if (readObjectHeader(file, info, result.problem) != ERROR_SUCCESS) return result;
+  const auto fail = [&](const std::wstring& problem) {
+    result.problem = file + L": " + problem;
+    return result;
+  };
+  result.before = info.fileSize;
+  if (const std::wstring reason = objection(file, info); !reason.empty()) return fail(reason);
+  if (info.compressed == (wanted == Packing::Compressed)) return result;
+  if (verifyObject(file, result.problem) != ERROR_SUCCESS) return result;
+  if (!isWritable(file)) return fail(withError(L"can't be changed", GetLastError()));
+  if (!dryRun) {
+    const WorkDirectory directory(temporaryBeside(file));
+    if (!directory.make()) return fail(withError(L"no copy can be made beside it", GetLastError()));
+    const std::wstring copy = directory.pathOf(file);
+    std::wstring problem = repackCopy(file, copy, wanted);
+    result.after = platform::fileStatus(copy).size;
+    if (problem.empty()) problem = takePlace(copy, file, before);
+    if (!problem.empty()) return fail(problem);
+  }
+  result.changed = true;
+  return result;
+}
+
+}  // namespace workstation::program
