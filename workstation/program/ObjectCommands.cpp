@@ -17,6 +17,7 @@
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/Objects.h"
+#include "workstation/program/Repacking.h"
 
 namespace workstation::program {
 
@@ -125,6 +126,12 @@ ExitCode importInto(Context& context, const Arguments& arguments) {
   if (!context.options().dryRun) {
     if (replaceContent(objectPath(*object), source, author(), error) != 0)
       throw CommandFailure{ExitCode::Failure, error};
+    // A drawing that was compressed stays so, whoever changes it.
+    if (info.compressed) {
+      const Repacked result = repack(objectPath(*object), Packing::Compressed, false);
+      if (!result.problem.empty())
+        context.output().message(object->shortName() + L": is no longer compressed (" + result.problem + L")");
+    }
     noteInDatabase(*object);
   }
   reportObject(context, *object, context.options().dryRun ? L"would be changed" : L"changed",

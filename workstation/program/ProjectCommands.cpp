@@ -58,6 +58,28 @@ ExitCode changeMember(Context& context, const std::string& person, const std::st
   return ExitCode::Done;
 }
 
+/// The descriptor lies on this workstation alone, and so does what it says.
+ExitCode setProject(Context& context, const std::string& compressed) {
+  context.startInProject();
+  const ProjectGuard guard = context.guardProject();
+  PRJ project = get_ActivePrj();
+  project.compressed = compressed == "on";
+  if (!context.options().dryRun) {
+    const int code = NetID_WritePrjInfoByPath(project.GetFullProjectPath(true), project, 0);
+    if (code != 0)
+      throw CommandFailure{ExitCode::Failure,
+                           L"the project's descriptor can't be written (error " + std::to_wstring(code) + L")"};
+    set_ActivePrj(project);
+  }
+  const std::wstring name = project.GetProjectDisplayName();
+  const std::wstring state = project.compressed ? L"compressed" : L"as they are";
+  context.output().result(
+      name + (context.options().dryRun ? L": Teilbilder would be saved " : L": Teilbilder are saved ") + state +
+          L" from this workstation",
+      {{"project", name}, {"compressed", project.compressed}});
+  return ExitCode::Done;
+}
+
 ExitCode open(Context& context, const std::string& project) {
   context.startOnline();
   if (context.options().dryRun) {
@@ -98,6 +120,7 @@ void addProjectCommands(CLI::App& app, Action& selected) {
     std::string team;
     std::string person;
     std::string role = "editor";
+    std::string compressed;
   };
   auto arguments = std::make_shared<Arguments>();
 
@@ -123,6 +146,14 @@ void addProjectCommands(CLI::App& app, Action& selected) {
   remove->add_option("EMAIL", arguments->person)->required();
   remove->callback([&selected, arguments] {
     selected = [arguments](Context& context) { return changeMember(context, arguments->person, ""); };
+  });
+
+  auto* set = project->add_subcommand("set", "Set how this workstation works in the project");
+  set->add_option("--compressed", arguments->compressed, "on: Teilbilder are compressed when they are saved")
+      ->required()
+      ->check(CLI::IsMember({"on", "off"}));
+  set->callback([&selected, arguments] {
+    selected = [arguments](Context& context) { return setProject(context, arguments->compressed); };
   });
 
   auto* openCommand = app.add_subcommand("open", "Open a project: this and later commands work in it");

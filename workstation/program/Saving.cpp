@@ -11,7 +11,9 @@
 #include "workstation/Session.h"
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/program/Context.h"
+#include "workstation/program/Repacking.h"
 #include "workstation/program/SyncBase.h"
+#include "zephor/Archives.h"
 #include "zephor/FileServices.h"
 #include "zephor/NotUploadedFiles.h"
 
@@ -61,6 +63,20 @@ bool raiseAboveStore(const ItemView& view) {
   if (here != store && here - store < 0x80000000U) return true;
   std::wstring error;
   return touchVersion(objectPath(*view.object), {lzbnum(), identity().user.name}, error, &store) == 0;
+}
+
+/// True for a Teilbild that is compressed, and for every one of a compressed project.
+bool goesCompressed(const ItemView& view) {
+  if (!view.object || view.object->type != eFileType_Teilbild) return false;
+  return Quorvel::FileAccess::WGO_isProjectCompressed() ||
+         Quorvel::FileAccess::WGO_isZipFile(itemPath(view.fileName).c_str(), nullptr);
+}
+
+/// One that can't be compressed goes up as it is, as in the library's own batches.
+void compressBeforeSave(const Context& context, const ItemView& view) {
+  const Repacked result = repack(itemPath(view.fileName), Packing::Compressed, false);
+  if (!result.problem.empty())
+    context.output().message(view.label() + L": is sent uncompressed (" + result.problem + L")");
 }
 
 /// What stands against a save; empty when nothing does.
@@ -119,10 +135,13 @@ void saveItem(Context& context, const ItemView& view, bool force, SyncBase& base
     report(context, item, L"refused", L"what the store has could not be copied to the backup directory first");
     return tally.failed();
   }
+  // Asked before the version is raised, which makes an uncompressed file of a compressed one.
+  const bool compressed = goesCompressed(view);
   if (replaces && !raiseAboveStore(view)) {
     report(context, item, L"refused", L"the file here can't be made a newer version");
     return tally.failed();
   }
+  if (compressed) compressBeforeSave(context, view);
   ItemView sent;
   const unsigned long result = sendUnchanged(view, sent);
   // The store is asked what it has: an upload that went through at a second try still answers the first try's failure,

@@ -19,7 +19,8 @@ std::wstring failureText(unsigned long code);
 
 /// Sends an item to the store. Refused, with the reason as its result: an item that is not here or damaged, one that
 /// somebody else holds, and (without `force`) one that would go over a version that was never fetched. With `force` the
-/// store's version is copied to the project's backup directory first.
+/// store's version is copied to the project's backup directory first. In a compressed project a Teilbild is compressed
+/// on the way.
 void saveItem(Context& context, const ItemView& view, bool force, SyncBase& bases, Tally& tally);
 
 }  // namespace workstation::program
