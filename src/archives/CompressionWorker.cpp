@@ -93,12 +93,11 @@ bool isUnchanged(const ObjectFileHandle& file, const PlainSections& sections) {
 
 /// The header of what was read: a save between the caller's look and the holding of the file brought another.
 DWORD readRecordAgain(CompressionJob& job) {
-  if (!job.hasRecord) return ERROR_SUCCESS;
   TeilbildHeader record = job.record;
   const int code =
       ZP_Header_Teilbild::CheckOpenAndReadInfo(kHeaderPathNumber, static_cast<unsigned>(job.number), record, true);
   if (code == 0) job.record = record;
-  return static_cast<DWORD>(code);
+  return job.hasRecord ? static_cast<DWORD>(code) : ERROR_SUCCESS;
 }
 
 /// @return 0, or the code of a failure that was shown
