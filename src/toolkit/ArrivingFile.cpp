@@ -54,8 +54,8 @@ ArrivingFile::~ArrivingFile() {
   SetLastError(error);
 }
 
-bool ArrivingFile::takePlace() {
-  if (!file_->flush() || !file_->close()) return false;
+bool ArrivingFile::takePlace(bool isSynced) {
+  if ((isSynced && !file_->flush()) || !file_->close()) return false;
   constexpr DWORD kKept = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
   const bool keepsAttributes = attributes_ != INVALID_FILE_ATTRIBUTES && (attributes_ & kKept) != 0;
   if (keepsAttributes && SetFileAttributesW(path_.c_str(), attributes_) == FALSE) return false;

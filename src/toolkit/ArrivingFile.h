@@ -23,8 +23,15 @@ class ArrivingFile {
 
   bool isOpen() const { return file_.has_value() && file_->isOpen(); }
   bool write(const void* data, DWORD size) const { return file_->write(data, size); }
-  /// Makes the content outlive a power failure, closes it and renames it onto the target.
-  bool takePlace();
+  bool seek(std::uint64_t offset) const { return file_->seek(offset); }
+  /// The write time that the file has once it took its place.
+  bool setWriteTime(const FILETIME& time) const {
+    return SetFileTime(file_->handle(), nullptr, nullptr, &time) != FALSE;
+  }
+  /// Closes the file and renames it onto the target. With `isSynced` the content outlives a power failure from then on.
+  bool takePlace(bool isSynced = true);
+  /// True when there was a file at the target.
+  bool isReplacement() const { return attributes_ != INVALID_FILE_ATTRIBUTES; }
 
   /// The name of a file that is still on its way, which no listing shows.
   static bool isNameOfOne(const std::wstring& name);

@@ -72,11 +72,12 @@ class CkZipW : public CkObject {
   /// Starts an empty archive that WriteZipAndClose puts at `path` (library path).
   bool NewZip(const wchar_t* path);
   bool OpenZip(const wchar_t* path);
-  /// Keeps a copy of the bytes.
-  bool OpenFromByteData(const CkByteData& data);
+  /// Keeps the bytes, without copying them when they are moved in.
+  bool OpenFromByteData(CkByteData data);
   /// 0 to 9, forced into that range; for the entries so far too. 6 at the beginning.
   void SetCompressionLevel(int level);
-  /// Adds an entry from memory, without copying the bytes when they are moved in. @return null on a failure
+  /// Adds an entry from memory, without copying the bytes when they are moved in. Whatever is appended takes the place
+  /// of an entry with the same stored name. @return null on a failure
   std::unique_ptr<CkZipEntryW> AppendData(const wchar_t* name, CkByteData data);
   /// Adds references to the files that a pattern matches: a directory followed by `\*`. They are read when the archive
   /// is written. Names are relative to the directory. Links are not followed.

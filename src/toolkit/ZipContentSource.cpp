@@ -1,0 +1,160 @@
+#include <algorithm>
+#include <cstring>
+#include <optional>
+
+#include "toolkit/Deflate.h"
+#include "toolkit/OpenFile.h"
+#include "toolkit/ZipSource.h"
+
+namespace Quorvel::FileAccess {
+
+namespace {
+
+/// libzip asks STAT first, which prepares the content; then come OPEN, READ to the end, CLOSE and STAT again.
+class ContentSource final : public ZipSource {
+ public:
+  ContentSource(zip_t* archive, const ZipEntry& entry, ZipRun& run)
+      : ZipSource(run), archive_(archive), entry_(entry), level_(run.level) {}
+
+  void setIndex(zip_uint64_t index) { index_ = index; }
+
+ private:
+  zip_int64_t handle(void* data, zip_uint64_t length, zip_source_cmd_t command) override {
+    switch (command) {
+      case ZIP_SOURCE_STAT:
+        if (!isPrepared_ && !prepare()) return -1;
+        *static_cast<zip_stat_t*>(data) = stat_;
+        return sizeof(stat_);
+      case ZIP_SOURCE_OPEN:
+        position_ = 0;
+        return 0;
+      case ZIP_SOURCE_READ:
+        return file_ ? readFile(data, length) : readBlock(data, length);
+      case ZIP_SOURCE_CLOSE:
+        dropContent();
+        return 0;
+      case ZIP_SOURCE_SUPPORTS:
+        return ZIP_SOURCE_SUPPORTS_READABLE;
+      default:
+        return fail(ZIP_ER_OPNOTSUPP, about(L"an operation that entries do not have"));
+    }
+  }
+
+  std::wstring about(const std::wstring& reason) const { return L"entry \"" + entry_.name + L"\": " + reason; }
+  std::wstring aboutFile(const std::wstring& reason) const { return about(L"file \"" + entry_.path + L"\" " + reason); }
+
+  bool prepare() {
+    zip_stat_init(&stat_);
+    stat_.mtime = archiveTime(entry_.time);
+    stat_.encryption_method = ZIP_EM_NONE;
+    stat_.valid = ZIP_STAT_MTIME | ZIP_STAT_ENCRYPTION_METHOD | ZIP_STAT_COMP_METHOD | ZIP_STAT_SIZE;
+    if (entry_.kind == ZipEntry::Kind::Data) {
+      content_ = entry_.data;
+      prepareBlock();
+    } else if (!prepareFile()) {
+      return false;
+    }
+    isPrepared_ = true;
+    return file_ || tell(stat_.size);
+  }
+
+  bool prepareFile() {
+    const platform::FileStatus status = platform::fileStatus(entry_.path);
+    if (status.exists && status.size > kStreamedFrom) return prepareStream();
+    auto content = std::make_shared<CkByteData>();
+    if (!content->loadFile(entry_.path)) {
+      failWithLastError(ZIP_ER_READ, aboutFile(L"can't be read"));
+      return false;
+    }
+    content_ = std::move(content);
+    prepareBlock();
+    return true;
+  }
+
+  bool prepareStream() {
+    file_.emplace(entry_.path, GENERIC_READ, kShareAll, OPEN_EXISTING);
+    if (!file_->isOpen()) {
+      failWithLastError(ZIP_ER_READ, aboutFile(L"can't be read"));
+      return false;
+    }
+    stat_.size = file_->size();
+    stat_.comp_method = ZIP_CM_STORE;
+    choose(level_ == 0 ? ZIP_CM_STORE : ZIP_CM_DEFLATE);
+    return true;
+  }
+
+  void prepareBlock() {
+    stat_.size = content_->getSize();
+    if (level_ > 0) block_ = deflateBlock(content_->getData(), content_->getSize(), level_);
+    if (!block_.bytes) {
+      stat_.comp_method = ZIP_CM_STORE;
+      choose(ZIP_CM_STORE);
+      return;
+    }
+    stat_.comp_method = ZIP_CM_DEFLATE;
+    stat_.comp_size = block_.size;
+    stat_.crc = CkZipCrc::CalculateCrc(*content_);
+    stat_.valid |= ZIP_STAT_COMP_SIZE | ZIP_STAT_CRC;
+    content_.reset();
+  }
+
+  // libzip looks at the entry's method behind STAT. Should it ever look before, it would deflate the content itself and
+  // the archive would be as right.
+  void choose(zip_int32_t method) {
+    const auto level = static_cast<zip_uint32_t>(method == ZIP_CM_STORE ? 0 : level_);
+    zip_set_file_compression(archive_, index_, method, level);
+  }
+
+  zip_int64_t readBlock(void* data, zip_uint64_t length) {
+    const std::uint8_t* bytes = block_.bytes ? block_.bytes.get() : content_ ? content_->getData() : nullptr;
+    const std::size_t size = block_.bytes ? block_.size : content_ ? content_->getSize() : 0;
+    const std::size_t count = std::min<std::size_t>(length, size - position_);
+    if (count > 0) std::memcpy(data, bytes + position_, count);
+    position_ += count;
+    return static_cast<zip_int64_t>(count);
+  }
+
+  zip_int64_t readFile(void* data, zip_uint64_t length) {
+    const auto wanted = static_cast<DWORD>(std::min({length, stat_.size - position_, zip_uint64_t{1} << 30U}));
+    DWORD count = 0;
+    if (wanted > 0 && !file_->read(data, wanted, count)) {
+      return failWithLastError(ZIP_ER_READ, aboutFile(L"can't be read"));
+    }
+    if (count == 0 && wanted > 0) return fail(ZIP_ER_READ, aboutFile(L"became shorter while it was read"));
+    position_ += count;
+    return tell(count) ? count : -1;
+  }
+
+  void dropContent() {
+    block_ = {};
+    content_.reset();
+    file_.reset();
+  }
+
+  zip_t* archive_;
+  const ZipEntry& entry_;
+  int level_;
+  zip_uint64_t index_ = 0;
+  bool isPrepared_ = false;
+  zip_stat_t stat_{};
+  std::shared_ptr<const CkByteData> content_;
+  DeflatedBlock block_;
+  std::optional<OpenFile> file_;
+  std::size_t position_ = 0;
+};
+
+}  // namespace
+
+std::wstring addContent(zip_t* archive, const ZipEntry& entry, const char* name, ZipRun& run) {
+  auto owned = std::make_unique<ContentSource>(archive, entry, run);
+  ContentSource* content = owned.get();
+  ZipSourceHandle source = ZipSource::handOver(std::move(owned));
+  if (!source) return L"out of memory";
+  const zip_int64_t index = zip_file_add(archive, name, source.get(), ZIP_FL_ENC_UTF_8);
+  if (index < 0) return zipReason(zip_get_error(archive));
+  static_cast<void>(source.release());  // the archive's by now
+  content->setIndex(static_cast<zip_uint64_t>(index));
+  return {};
+}
+
+}  // namespace Quorvel::FileAccess

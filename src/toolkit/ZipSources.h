@@ -1,0 +1,35 @@
+// What libzip reads and writes through: an archive where it lies, and the content of one appended entry. Internal to
+// the toolkit.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "toolkit/ZipEntries.h"
+#include "toolkit/ZipLibrary.h"
+#include "toolkit/ZipMeter.h"
+#include "toolkit/ZipStorage.h"
+
+namespace Quorvel::FileAccess {
+
+/// What the sources of one operation share. Outlives them.
+struct ZipRun {
+  ZipMeter* meter = nullptr;  ///< null for none
+  int level = 6;
+  std::wstring failure;  ///< the first, in words; libzip keeps a number of it at best
+};
+
+/// @param input   null for an archive that is new. Outlives the source, as `output` does
+/// @param output  null for an archive that is only read
+/// @return null when there is no memory
+ZipSourceHandle makeArchiveSource(IZipInput* input, IZipOutput* output, ZipRun& run);
+
+/// Adds an entry of data or a file. Its content is read and compressed when libzip asks for it and dropped behind that,
+/// so that one entry lies in memory at a time; content of more than kStreamedFrom bytes in a file goes through libzip's
+/// own deflate in pieces.
+/// @return the reason when libzip refuses
+std::wstring addContent(zip_t* archive, const ZipEntry& entry, const char* name, ZipRun& run);
+
+constexpr std::uint64_t kStreamedFrom = std::uint64_t{64} << 20U;
+
+}  // namespace Quorvel::FileAccess
