@@ -74,12 +74,14 @@ struct Item {
   Repacked result;
 };
 
-Repacked repackSafely(const std::wstring& path, Packing packing, bool dryRun) {
+Repacked repackSafely(const Drawing& drawing, Packing packing, bool dryRun) {
+  Repacked failed;
+  failed.problem = missingObject(drawing);
+  if (!failed.problem.empty()) return failed;
   try {
-    return repack(path, packing, dryRun);
+    return repack(drawing.path, packing, dryRun);
   } catch (const std::exception& error) {
-    Repacked failed;
-    failed.problem = path + L": " + platform::fromUtf8(error.what());
+    failed.problem = drawing.path + L": " + platform::fromUtf8(error.what());
     return failed;
   }
 }
@@ -96,7 +98,7 @@ void repackAll(const Context& context, const Wording& wording, const std::vector
     return next < drawings.size() ? next++ : next;
   };
   const auto work = [&](std::size_t index) {
-    return Item{index, repackSafely(drawings[index].path, wording.packing, context.options().dryRun)};
+    return Item{index, repackSafely(drawings[index], wording.packing, context.options().dryRun)};
   };
   const auto tell = [&](const Item& item) {
     const Drawing& drawing = drawings[item.index];

@@ -46,6 +46,11 @@ Drawing drawingOf(const ObjectName& object) {
   return Drawing{object.shortName(), objectPath(object), object};
 }
 
+std::wstring missingObject(const Drawing& drawing) {
+  const bool isMissing = drawing.object && !platform::fileStatus(drawing.path).exists;
+  return isMissing ? L"there is no such object here" : L"";
+}
+
 void reportFailure(const Context& context, const std::wstring& label, const std::wstring& problem) {
   report(context, label, L"failed", problem);
 }

@@ -32,6 +32,9 @@ Drawing drawingOf(const std::string& file);
 /// An object of the open project; whether it has a file is not looked at.
 Drawing drawingOf(const ObjectName& object);
 
+/// What is wrong with an object that has no file here; empty for one that has, and for a file.
+std::wstring missingObject(const Drawing& drawing);
+
 /// "tb12: failed (...)", as a result, which a quiet run and JSON have too.
 void reportFailure(const Context& context, const std::wstring& label, const std::wstring& problem);
 

@@ -86,7 +86,7 @@ void printText(const Context& context, const Drawing& drawing, const ObjectFileI
                                                      static_cast<unsigned>(text.contentCrc))));
   line(L"  GUID      " + text.guid);
   line(L"  made      " + text.created + L" by " + personText(drawing, text.creator, {}));
-  line(L"  saved     " + text.modified + L" by " + personText(drawing, text.lastUser, text.lastUserName));
+  line(L"  changed   " + text.modified + L" by " + personText(drawing, text.lastUser, text.lastUserName));
 }
 
 void printJson(const Context& context, const Drawing& drawing, const ObjectFileInfo& info, const Description& text) {
@@ -104,15 +104,15 @@ void printJson(const Context& context, const Drawing& drawing, const ObjectFileI
                                {"contentCrc", platform::formatWide(L"%08x", static_cast<unsigned>(text.contentCrc))},
                                {"made", text.created},
                                {"creator", std::int64_t{text.creator}},
-                               {"saved", text.modified},
+                               {"changed", text.modified},
                                {"lastUser", std::int64_t{text.lastUser}},
                                {"lastUserName", text.lastUserName}});
 }
 
 void tell(const Context& context, const Drawing& drawing, bool check, Tally& tally) {
   ObjectFileInfo info;
-  std::wstring error;
-  if (readObjectHeader(drawing.path, info, error) != ERROR_SUCCESS) {
+  std::wstring error = missingObject(drawing);
+  if (!error.empty() || readObjectHeader(drawing.path, info, error) != ERROR_SUCCESS) {
     reportFailure(context, drawing.label, error);
     return tally.failed();
   }
