@@ -23,4 +23,9 @@ std::wstring fileArgument(const std::string& path) {
   return result;
 }
 
+std::wstring withoutPath(const std::wstring& message, const std::wstring& path) {
+  const std::wstring start = path + L": ";
+  return message.starts_with(start) ? message.substr(start.size()) : message;
+}
+
 }  // namespace workstation::program

@@ -10,4 +10,7 @@ std::string absolutePath(const std::string& path);
 /// Library path of a regular file that exists. Throws CommandFailure.
 std::wstring fileArgument(const std::string& path);
 
+/// A message without the library path that it begins with, for a result that names the file as the user did.
+std::wstring withoutPath(const std::wstring& message, const std::wstring& path);
+
 }  // namespace workstation::program

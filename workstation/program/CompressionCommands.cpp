@@ -81,7 +81,7 @@ Repacked repackSafely(const Drawing& drawing, Packing packing, bool dryRun) {
   try {
     return repack(drawing.path, packing, dryRun);
   } catch (const std::exception& error) {
-    failed.problem = drawing.path + L": " + platform::fromUtf8(error.what());
+    failed.problem = platform::fromUtf8(error.what());
     return failed;
   }
 }

@@ -7,6 +7,7 @@
 #include "platform/Text.h"
 #include "platform/Time.h"
 #include "workstation/objects/ObjectFile.h"
+#include "workstation/program/Arguments.h"
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/Drawings.h"
@@ -113,7 +114,7 @@ void tell(const Context& context, const Drawing& drawing, bool check, Tally& tal
   ObjectFileInfo info;
   std::wstring error = missingObject(drawing);
   if (!error.empty() || readObjectHeader(drawing.path, info, error) != ERROR_SUCCESS) {
-    reportFailure(context, drawing.label, error);
+    reportFailure(context, drawing.label, withoutPath(error, drawing.path));
     return tally.failed();
   }
   const Description text = describe(info.record);
@@ -123,7 +124,7 @@ void tell(const Context& context, const Drawing& drawing, bool check, Tally& tal
     printText(context, drawing, info, text);
   }
   if (check && verifyObject(drawing.path, error) != ERROR_SUCCESS) {
-    reportFailure(context, drawing.label, error);
+    reportFailure(context, drawing.label, withoutPath(error, drawing.path));
     return tally.failed();
   }
   if (check) context.output().message(drawing.label + L": checked, whole");

@@ -9,6 +9,7 @@
 #include "workstation/objects/BlockFile.h"
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/objects/ObjectNames.h"
+#include "workstation/program/Arguments.h"
 #include "zephor/Archives.h"
 
 namespace workstation::program {
@@ -69,7 +70,7 @@ std::wstring repackCopy(const std::wstring& path, const std::wstring& copy, Pack
   std::wstring error;
   ObjectFileInfo info;
   if (readObjectHeader(copy, info, error) != ERROR_SUCCESS || verifyObject(copy, error) != ERROR_SUCCESS)
-    return L"what was made of it is damaged and was thrown away: " + error;
+    return L"what was made of it is damaged and was thrown away: " + withoutPath(error, copy);
   if (info.compressed != (wanted == Packing::Compressed)) return L"was left as it is by the library";
   return {};
 }
@@ -95,15 +96,16 @@ Repacked repack(const std::wstring& path, Packing wanted, bool dryRun) {
   const platform::FileStatus before = platform::fileStatus(file);
   Repacked result;
   ObjectFileInfo info;
-  if (readObjectHeader(file, info, result.problem) != ERROR_SUCCESS) return result;
   const auto fail = [&](const std::wstring& problem) {
-    result.problem = file + L": " + problem;
+    result.problem = withoutPath(problem, file);
     return result;
   };
+  std::wstring error;
+  if (readObjectHeader(file, info, error) != ERROR_SUCCESS) return fail(error);
   result.before = info.fileSize;
   if (const std::wstring reason = objection(file, info); !reason.empty()) return fail(reason);
   if (info.compressed == (wanted == Packing::Compressed)) return result;
-  if (verifyObject(file, result.problem) != ERROR_SUCCESS) return result;
+  if (verifyObject(file, error) != ERROR_SUCCESS) return fail(error);
   if (!isWritable(file)) return fail(withError(L"can't be changed", GetLastError()));
   if (!dryRun) {
     const WorkDirectory directory(temporaryBeside(file));

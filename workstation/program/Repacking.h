@@ -13,7 +13,7 @@ struct Repacked {
   bool changed = false;      ///< it is now as wanted and was not before; false with an empty problem: it was already
   std::uint64_t before = 0;  ///< bytes
   std::uint64_t after = 0;   ///< bytes; 0 in a dry run
-  std::wstring problem;
+  std::wstring problem;      ///< without the file's name
 };
 
 /// Makes a file compressed or expanded. The library works on a copy beside the file, which is checked whole and then
