@@ -2,6 +2,9 @@
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/parallel_pipeline.h>
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <atomic>
+#include <csignal>
 #include <memory>
 #include <set>
 #include <thread>
@@ -86,6 +89,14 @@ Repacked repackSafely(const Drawing& drawing, Packing packing, bool dryRun) {
   }
 }
 
+std::atomic<bool> interrupted{false};
+
+/// The first Ctrl-C ends the work behind the files that are being worked on, a second one the program.
+void onInterrupt(int signal) {
+  interrupted = true;
+  std::signal(signal, SIG_DFL);
+}
+
 /// Repacks on several threads and reports in the order of the list.
 void repackAll(const Context& context, const Wording& wording, const std::vector<Drawing>& drawings, int threads,
                Tally& tally) {
@@ -94,8 +105,9 @@ void repackAll(const Context& context, const Wording& wording, const std::vector
   const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, wanted);
   std::size_t next = 0;
   const auto take = [&](tbb::flow_control& flow) {
-    if (next == drawings.size()) flow.stop();
-    return next < drawings.size() ? next++ : next;
+    const bool ends = interrupted || next == drawings.size();
+    if (ends) flow.stop();
+    return ends ? next : next++;
   };
   const auto work = [&](std::size_t index) {
     return Item{index, repackSafely(drawings[index], wording.packing, context.options().dryRun)};
@@ -108,6 +120,10 @@ void repackAll(const Context& context, const Wording& wording, const std::vector
   tbb::parallel_pipeline(wanted, tbb::make_filter<void, std::size_t>(tbb::filter_mode::serial_in_order, take) &
                                      tbb::make_filter<std::size_t, Item>(tbb::filter_mode::parallel, work) &
                                      tbb::make_filter<Item, void>(tbb::filter_mode::serial_in_order, tell));
+  for (; next < drawings.size(); ++next) {
+    reportFailure(context, drawings[next].label, L"interrupted; left as it is");
+    tally.failed();
+  }
 }
 
 std::vector<ObjectName> allTeilbilder() {
@@ -127,6 +143,7 @@ ExitCode repackDrawings(Context& context, const Wording& wording, const Argument
   const int threads = arguments.threads > 0
                           ? arguments.threads
                           : std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostThreads);
+  std::signal(SIGINT, onInterrupt);
   Tally tally;
   std::vector<Drawing> drawings;
   for (const std::string& file : named.files) {

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+#include "host/Files.h"
+#include "host/System.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -35,6 +37,16 @@ class WorkDirectory {
  private:
   std::wstring path_;
 };
+
+/// Name of a new directory for the copy. Objects of the open project are worked on outside of it, so that a copy that a
+/// crash leaves behind is never taken for one of the project's files.
+std::wstring workPlaceOf(const std::wstring& path, const std::wstring& file) {
+  const std::wstring project = lfinigC(1);
+  if (project.empty() || !path.starts_with(project)) return temporaryBeside(file);
+  const std::wstring temporary = ZSYST_GetQuorvelFolderByTag(L"TMP");
+  SHCreateDirectoryExW(nullptr, temporary.c_str(), nullptr);
+  return temporaryBeside(platform::joinPath(temporary, platform::fileNameOf(file)));
+}
 
 std::wstring withError(const wchar_t* problem, DWORD code) {
   return platform::formatWide(L"%s (error %u)", problem, code);
@@ -108,8 +120,8 @@ Repacked repack(const std::wstring& path, Packing wanted, bool dryRun) {
   if (verifyObject(file, error) != ERROR_SUCCESS) return fail(error);
   if (!isWritable(file)) return fail(withError(L"can't be changed", GetLastError()));
   if (!dryRun) {
-    const WorkDirectory directory(temporaryBeside(file));
-    if (!directory.make()) return fail(withError(L"no copy can be made beside it", GetLastError()));
+    const WorkDirectory directory(workPlaceOf(path, file));
+    if (!directory.make()) return fail(withError(L"no directory can be made for a copy", GetLastError()));
     const std::wstring copy = directory.pathOf(file);
     std::wstring problem = repackCopy(file, copy, wanted);
     result.after = platform::fileStatus(copy).size;

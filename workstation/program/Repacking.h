@@ -16,7 +16,7 @@ struct Repacked {
   std::wstring problem;      ///< without the file's name
 };
 
-/// Makes a file compressed or expanded. The library works on a copy beside the file, which is checked whole and then
+/// Makes a file compressed or expanded. The library works on a copy, which is checked whole and then
 /// takes the file's place in one step. Any thread; one file by one thread.
 /// @param dryRun  only looks whether there is something to do and whether the file can be read
 Repacked repack(const std::wstring& path, Packing wanted, bool dryRun);
