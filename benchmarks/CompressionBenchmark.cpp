@@ -249,7 +249,7 @@ class Benchmark {
       requireSame(files_, copy);
     }
     peer("zip", "zip -6", {"zip", "-6", "-q", "all.zip"});
-    peer("7zz", "7zz, zip format, level 5, 1 thread", {"7zz", "a", "-tzip", "-mx=5", "-mmt=1", "all.zip"});
+    peer("7zz", "7zz -tzip -mx=1 -mmt=1", {"7zz", "a", "-tzip", "-mx=1", "-mmt=1", "all.zip"});
     peer("libdeflate-gzip", "libdeflate-gzip -6", {"libdeflate-gzip", "-6", "-k"});
     if (!isThere("pigz")) return;
     const Files copy = freshCopy(files_, directory_ / "copy");
@@ -324,7 +324,7 @@ int main(int argc, char** argv) {
   try {
     const fs::path directory = fs::absolute(argv[1]);
     const std::size_t megabytes = argc > 2 ? std::stoul(argv[2]) : 64;
-    const int rounds = argc > 3 ? std::stoi(argv[3]) : 5;
+    const int rounds = argc > 3 ? std::max(1, std::stoi(argv[3])) : 5;
     require(fs::create_directories(directory), directory.string() + " exists already");
     startWorkstation(directory / "workstation");
     Benchmark benchmark(directory, makeDrawings(directory / "drawings", megabytes));
