@@ -23,7 +23,7 @@ using Zip = TemporaryDirectoryTest;
 
 TEST_F(Zip, ComesBackFromMemory) {
   std::string drawing;
-  for (int i = 0; i < 300000; ++i) drawing += std::to_string(i * 7919 % 10007);
+  for (unsigned i = 0; i < 300000; ++i) drawing += std::to_string(i * 7919 % 10007);
   CkByteData archive;
   {
     CkZipW zip;
