@@ -122,7 +122,7 @@ class ContentSource final : public ZipSource {
     }
     if (count == 0 && wanted > 0) return fail(ZIP_ER_READ, aboutFile(L"became shorter while it was read"));
     position_ += count;
-    return tell(count) ? count : -1;
+    return tell(count) ? zip_int64_t{count} : -1;
   }
 
   void dropContent() {
