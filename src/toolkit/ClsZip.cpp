@@ -105,7 +105,7 @@ bool ClsZip::appendFiles(const std::wstring& pattern, bool recurses) {
 bool ClsZip::appendFileOrDirectory(const std::wstring& path, bool savesPath) {
   const std::wstring whole = path.substr(0, path.find_last_not_of(L"\\/") + 1);
   const platform::FileStatus status = platform::fileStatus(whole);
-  if (!status.exists) return fail(L"file \"" + path + L"\" can't be read: " + systemReason(GetLastError()));
+  if (!status.exists) return fail(L"file \"" + path + L"\" can't be read: " + systemReason(ERROR_FILE_NOT_FOUND));
   std::wstring name = platform::fileNameOf(whole);
   if (savesPath) {
     name = storedName(whole.c_str());

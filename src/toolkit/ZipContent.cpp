@@ -80,7 +80,7 @@ std::wstring ZipContent::read(const ZipEntry& entry, const ZipSink& sink) const 
   if (entry.kind == ZipEntry::Kind::File) return readFile(entry, sink);
   if (entry.kind == ZipEntry::Kind::Data) return sink(entry.data->getData(), entry.data->getSize()) ? L"" : L"ended";
   std::vector<std::uint8_t> bytes;
-  const std::wstring reason = reader_->read(entry.index, bytes);
+  std::wstring reason = reader_->read(entry.index, bytes);
   if (!reason.empty()) return reason;
   return sink(bytes.data(), bytes.size()) ? L"" : L"ended";
 }

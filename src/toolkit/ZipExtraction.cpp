@@ -92,7 +92,7 @@ std::wstring ZipExtraction::writeFile(const Item& item, ZipMeter& meter) const {
   };
   if (!file.isOpen()) return failed();
   constexpr std::size_t kLargest = std::size_t{1} << 30U;
-  const std::wstring reason = content_.read(*item.entry, [&](const void* data, std::size_t size) {
+  std::wstring reason = content_.read(*item.entry, [&](const void* data, std::size_t size) {
     for (std::size_t done = 0; done < size && failure.empty();) {
       const std::size_t count = std::min(size - done, kLargest);
       if (!file.write(static_cast<const char*>(data) + done, static_cast<DWORD>(count))) failure = failed();

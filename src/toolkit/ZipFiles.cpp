@@ -51,7 +51,7 @@ std::wstring collectFiles(const std::wstring& directory, const std::wstring& pre
     }
     if (!selection.recurses || holds(selection.excludedDirectories, item.name)) continue;
     const std::size_t before = out.size();
-    const std::wstring reason = collectFiles(path, name + L"/", selection, out);
+    std::wstring reason = collectFiles(path, name + L"/", selection, out);
     if (!reason.empty()) return reason;
     if (out.size() > before) continue;
     ZipEntry& empty = out.emplace_back();

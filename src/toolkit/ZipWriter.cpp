@@ -74,7 +74,7 @@ std::wstring apply(zip_t* archive, const ZipEntries& entries, std::uint64_t stor
     if (!isKept[index] && zip_delete(archive, index) != 0) return zipReason(zip_get_error(archive));
   }
   for (const auto& [id, entry] : entries.all()) {
-    const std::wstring reason = aboutEntry(entry, applyEntry(archive, entry, run));
+    std::wstring reason = aboutEntry(entry, applyEntry(archive, entry, run));
     if (!reason.empty()) return reason;
   }
   return {};
@@ -83,7 +83,10 @@ std::wstring apply(zip_t* archive, const ZipEntries& entries, std::uint64_t stor
 }  // namespace
 
 std::wstring writeArchive(const ZipEntries& entries, ZipReader* reader, IZipOutput& output, ZipRun& run) {
-  if (entries.all().empty()) return writeEmpty(output);
+  if (entries.all().empty()) {
+    if (reader != nullptr) reader->input().release();
+    return writeEmpty(output);
+  }
   if (reader != nullptr && !isChanged(entries, *reader)) return writeUnchanged(reader->input(), output);
   ZipErrorScope scope;
   ZipSourceHandle source = makeArchiveSource(reader == nullptr ? nullptr : &reader->input(), &output, run);
@@ -92,7 +95,7 @@ std::wstring writeArchive(const ZipEntries& entries, ZipReader* reader, IZipOutp
   ZipHandle archive(zip_open_from_source(source.get(), flags, &scope.error));
   if (!archive) return zipReason(&scope.error);
   static_cast<void>(source.release());  // the archive's by now
-  const std::wstring reason = apply(archive.get(), entries, reader == nullptr ? 0 : reader->count(), run);
+  std::wstring reason = apply(archive.get(), entries, reader == nullptr ? 0 : reader->count(), run);
   if (!reason.empty()) return reason;
   if (zip_close(archive.get()) != 0) {
     return run.failure.empty() ? zipReason(zip_get_error(archive.get())) : run.failure;

@@ -221,7 +221,9 @@ TEST_F(Zip, AWriteTouchesNothingElse) {
 }
 
 TEST_F(Zip, AnEmptyArchiveIsOne) {
-  create(L"empty.zip");
+  write("empty.zip", handmade({{"only", "content"}}));
+  ASSERT_TRUE(open(L"empty.zip")) << error();
+  ASSERT_TRUE(zip.DeleteEntry(*zip.GetEntryByName(L"only")));
   ASSERT_TRUE(zip.WriteZipAndClose()) << error();
   ASSERT_TRUE(open(L"empty.zip")) << error();
   EXPECT_EQ(zip.get_NumEntries(), 0);
@@ -318,6 +320,7 @@ TEST_F(Zip, RefusesWhatIsNoArchiveOrLies) {
       {{{"huge", block, 8, 4000000000U}}, "can't be"},
       {{{"inflates", block, 8, 5}}, "deflate stream"},
       {{{"outside", "x", 0, 4000, 4000}}, "can't be"},
+      {{{"one", "x", 0, 150, 150}, {"two", "x", 0, 150, 150}}, "overlap"},
       {{{"method", "x", 12}}, "method 12"},
       {{{"secret", "x", 0, 0, 0, 0, 0, 0x801}}, "encrypted"},
       {{{"jump/x", "x"}}, "leads out"},
