@@ -157,16 +157,5 @@ TEST_F(CheckedTransfer, UnsentWorkIsBackedUpOrStays) {
   ::workstation::closeInCore(handle);
 }
 
-TEST_F(CheckedTransfer, OnlyAnObjectThatTheServerDeletedIsMarked) {
-  makeObject(eFileType_Teilbild, 3);
-  makeObject(eFileType_Teilbild, 4);
-  cloud.resourceFiles[34] = {L"TB000003.ZDW"};
-  const void* const handle = nullptr;
-  EXPECT_TRUE(WGO_DownloadToOpenFile(&handle, 3, eFileType_Teilbild));
-  EXPECT_TRUE(WGO_DownloadToOpenFile(&handle, 4, eFileType_Teilbild));
-  EXPECT_EQ(WGO_getMarkedForDelete(), (std::vector<int>{3}));
-  EXPECT_TRUE(desk.exists(path(L"tb000003.zdw"))) << "the host removes it";
-}
-
 }  // namespace
 }  // namespace Quorvel::FileAccess
