@@ -55,8 +55,10 @@ HOST_API bool lfSplitPath(const std::wstring& path, std::wstring& directory, std
 HOST_API bool moveFileToWindowsRecycleBin(const std::wstring& path);
 
 /// Numbers of the objects in the project folder.
+/// @param pathNumber  with `fromServer` 1
 /// @param loadObject  1 Teilbilder, 2 Plans, 3 Zeichnungen
-/// @return 0, or an error code
+/// @param fromServer  the transfer object's project on its server, which is one of the older store (50 when it is not)
+/// @return 0, or an error code; `out` is then untouched
 HOST_API int ListFilesInFolder(int pathNumber, int loadObject, std::set<int>& out, bool fromServer);
 
 struct HOST_API CDirectoryUtility {
