@@ -25,6 +25,7 @@ void addServerCommands(CLI::App& app, Action& selected);
 void addCompressionCommands(CLI::App& app, Action& selected);
 void addInfoCommand(CLI::App& app, Action& selected);
 void addStatusCommand(CLI::App& app, Action& selected);
+void addDeletedCommand(CLI::App& app, Action& selected);
 void addNotUploadedCommands(CLI::App& app, Action& selected);
 void addCompletionCommand(CLI::App& app, Action& selected);
 

@@ -57,6 +57,7 @@ int run(int argc, char** argv) {
   workstation::program::addCompressionCommands(app, selected);
   workstation::program::addInfoCommand(app, selected);
   workstation::program::addStatusCommand(app, selected);
+  workstation::program::addDeletedCommand(app, selected);
   workstation::program::addNotUploadedCommands(app, selected);
   workstation::program::addCompletionCommand(app, selected);
 
