@@ -97,19 +97,25 @@ bool Ondrath_SplitProjectPath(const std::wstring& uuid, const std::wstring& path
   return true;
 }
 
+std::size_t lengthOfProjectBase(const std::wstring& uuid, const std::wstring& path) {
+  if (uuid.empty()) return 0;
+  const std::wstring directory = cloudDirectoryName(uuid);
+  for (std::size_t found = path.find(directory); found != std::wstring::npos; found = path.find(directory, found + 1)) {
+    const std::size_t separator = found + directory.size();
+    if (separator < path.size() && isSeparator(path[separator])) return separator + 1;
+  }
+  return 0;
+}
+
 bool splitAtProjectDirectory(const std::wstring& uuid, const std::wstring& path, std::wstring& base,
                              std::wstring& relative) {
   base.clear();
   relative.clear();
-  if (uuid.empty()) return false;
-  const std::wstring directory = cloudDirectoryName(uuid);
-  const std::size_t found = path.find(directory);
-  if (found == std::wstring::npos) return false;
-  const std::size_t separator = found + directory.size();
-  if (separator >= path.size() || !isSeparator(path[separator])) return false;
-  std::wstring name = withBackslashes(path.substr(separator + 1));
+  const std::size_t length = lengthOfProjectBase(uuid, path);
+  if (length == 0) return false;
+  std::wstring name = withBackslashes(path.substr(length));
   if (!platform::isSafeRelativeName(name)) return false;
-  base = path.substr(0, separator + 1);
+  base = path.substr(0, length);
   relative = std::move(name);
   return true;
 }

@@ -29,7 +29,12 @@ std::wstring cloudDirectoryName(const std::wstring& uuid);
 bool Ondrath_SplitProjectPath(const std::wstring& uuid, const std::wstring& path, std::wstring& root,
                               std::wstring& relative);
 
-/// Parts a path behind the first occurrence of the project's directory name, as text: nothing is resolved.
+/// Characters of a path up to and with the separator behind the first occurrence of the project's directory name, as
+/// text: nothing is resolved. An occurrence that goes on ("<uuid>.prj.old") is passed over.
+/// @return 0 when there is none
+std::size_t lengthOfProjectBase(const std::wstring& uuid, const std::wstring& path);
+
+/// Parts a path at lengthOfProjectBase().
 /// @param base      everything up to and with the separator
 /// @return false, with empty results, when there is no such text or the rest is no name below the directory
 bool splitAtProjectDirectory(const std::wstring& uuid, const std::wstring& path, std::wstring& base,

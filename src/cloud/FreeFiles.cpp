@@ -6,7 +6,6 @@
 #include "cloud/Ondrath_Services.h"
 #include "host/FileTypes.h"
 #include "host/Files.h"
-#include "host/ObjectFiles.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "zephor/Workgroup.h"
@@ -46,11 +45,6 @@ std::size_t positionOfBase(const std::wstring& path, const std::wstring& baseTex
   return below != std::wstring::npos ? below : path.find(baseText);
 }
 
-std::intptr_t openHandle(const std::wstring& path) {
-  const HANDLE handle = getOpenFileHandle_FromFileName(path);
-  return handle == nullptr ? -1 : reinterpret_cast<std::intptr_t>(handle);
-}
-
 }  // namespace
 
 CloudStatus Ondrath_uploadFreeFile(const PRJ& prj, const std::wstring& fileName, int pathNumber) {
@@ -86,7 +80,7 @@ CloudStatus Ondrath_uploadFreeFileEx(const PRJ& prj, const std::wstring& path, c
   info.name = platform::joinPath(directory, platform::fileNameOf(fullName));
   // A path in a directory below `baseText` would send its content under another file's name.
   if (!platform::equalsIgnoreCase(base + info.name, fullName)) return kWrongArgument;
-  info.fileHandle = openHandle(path);
+  info.fileHandle = openHandleOf(path);
   QuorvelFileType type = eFileType_Unknown;
   int number = -1;
   GetTypeFromFilePathName(path, type, number);

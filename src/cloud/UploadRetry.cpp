@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <iterator>
+#include <unordered_set>
 
 #include "cloud/CloudCall.h"
 #include "cloud/Ondrath_Services.h"
@@ -63,10 +64,10 @@ std::vector<std::wstring> namesOf(const std::vector<QuorvFileInfo>& files) {
 /// nothing.
 std::vector<QuorvFileInfo> filesToResend(const std::vector<QuorvFileInfo>& all,
                                          const std::vector<std::wstring>& failed) {
+  const std::unordered_set<std::wstring> wanted(failed.begin(), failed.end());
   std::vector<QuorvFileInfo> next;
-  std::copy_if(all.begin(), all.end(), std::back_inserter(next), [&](const QuorvFileInfo& file) {
-    return std::find(failed.begin(), failed.end(), file.name) != failed.end();
-  });
+  std::copy_if(all.begin(), all.end(), std::back_inserter(next),
+               [&](const QuorvFileInfo& file) { return wanted.contains(file.name); });
   return next;
 }
 
