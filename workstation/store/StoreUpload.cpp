@@ -114,7 +114,8 @@ void readContent(const Bodies& bodies, const FilePut& put, Arrival& arrival) {
 }
 
 /// Reads a file that is open in the core with the core held off from it, from the content as from the position.
-/// @return false when the handle is none of the core's
+/// @return false when the handle is not the core's of that file: it was closed meanwhile, and what the handle names by
+/// now may be another file
 bool readQuiesced(const Bodies& bodies, const FilePut& put, Arrival& arrival) {
   struct Call {
     const Bodies& bodies;
@@ -122,6 +123,7 @@ bool readQuiesced(const Bodies& bodies, const FilePut& put, Arrival& arrival) {
     Arrival& arrival;
     std::optional<CloudStatus> status;
   };
+  if (getOpenFileHandle_FromFileName(put.path) != put.handle) return false;
   Call call{bodies, put, arrival, std::nullopt};
   const auto work = [](HANDLE /*file*/, void* arguments) -> unsigned long {
     Call& asked = *static_cast<Call*>(arguments);
@@ -139,7 +141,10 @@ Arrival receive(const Bodies& bodies, const FilePut& put) {
   if (!normaliseStoreName(put.name, arrival.name)) {
     throw StoreError{kStoreInvalidName, L"\"" + put.name + L"\" is not a valid name of a file of a project"};
   }
-  if (!isOpenHandle(put.handle) || !readQuiesced(bodies, put, arrival)) readContent(bodies, put, arrival);
+  if (isOpenHandle(put.handle) && readQuiesced(bodies, put, arrival)) return arrival;
+  FilePut byPath = put;
+  byPath.handle = nullptr;
+  readContent(bodies, byPath, arrival);
   return arrival;
 }
 
