@@ -1,0 +1,113 @@
+#include "zephor/DirectoryWalk.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "host/Trace.h"
+#include "platform/Files.h"
+#include "zephor/Diagnostics.h"
+#include "zephor/FileFilter.h"
+
+namespace Quorvel::FileAccess {
+namespace {
+
+constexpr const wchar_t* kFileInfo = L"Quorvel::FileAccess::WGO_getFileInfoFromDirectory";
+constexpr const wchar_t* kFiles = L"Quorvel::FileAccess::WGO_getFilesFromDirectory";
+
+class ScopedFind {
+ public:
+  explicit ScopedFind(HANDLE find) : find_(find) {}
+  ~ScopedFind() { FindClose(find_); }
+  ScopedFind(const ScopedFind&) = delete;
+  ScopedFind& operator=(const ScopedFind&) = delete;
+
+ private:
+  HANDLE find_;
+};
+
+/// @param directory  not empty
+/// @return 0, or why the listing did not begin or is not whole
+template <typename Visitor>
+DWORD listDirectory(const std::wstring& directory, const Visitor& visit) {
+  WIN32_FIND_DATAW data;
+  const HANDLE find = FindFirstFileW((directory + (directory.ends_with(L'\\') ? L"*" : L"\\*")).c_str(), &data);
+  if (find == INVALID_HANDLE_VALUE) return GetLastError();
+  const ScopedFind guard(find);
+  do visit(data);
+  while (FindNextFileW(find, &data) != FALSE);
+  const DWORD error = GetLastError();
+  return error == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : error;
+}
+
+void tellUnread(const wchar_t* function, const std::wstring& directory, DWORD error) {
+  std::wstring text;
+  ConnectionLogger::WGO_GetErrorString(error, text);
+  lfperrC(L"%s: %s can't be read: %s\n", function, directory, text);
+}
+
+bool isDirectory(const WIN32_FIND_DATAW& entry) {
+  return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool isWantedFile(const WIN32_FIND_DATAW& entry, const WGO_FileFilter* filter) {
+  return !isDirectory(entry) && (filter == nullptr || !filter->IsFileExcluded(entry.cFileName));
+}
+
+/// A link is not followed: one that leads up would never end, and one that leads away holds another's files.
+bool isWantedDirectory(const WIN32_FIND_DATAW& entry, const WGO_FileFilter* filter) {
+  return isDirectory(entry) && (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 &&
+         entry.cFileName[0] != L'.' && (filter == nullptr || !filter->IsDirectoryExcluded(entry.cFileName));
+}
+
+bool isGone(DWORD error) {
+  return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
+}  // namespace
+
+int WGO_getFileInfoFromDirectory(const wchar_t* directory, std::vector<WIN32_FIND_DATAW>& out,
+                                 const WGO_FileFilter* filter) {
+  if (directory == nullptr || *directory == L'\0') return 0;
+  const std::size_t before = out.size();
+  const DWORD error = listDirectory(directory, [&](const WIN32_FIND_DATAW& entry) {
+    if (isWantedFile(entry, filter)) out.push_back(entry);
+  });
+  if (error != ERROR_SUCCESS && !isGone(error)) tellUnread(kFileInfo, directory, error);
+  SetLastError(error);
+  return static_cast<int>(out.size() - before);
+}
+
+int WGO_getFilesFromDirectory(const wchar_t* directory, DirectorySnapshot& out, const WGO_FileFilter* filter,
+                              bool withSubdirectories) {
+  if (directory == nullptr) return 0;
+  std::wstring top = directory;
+  if (top.empty()) return static_cast<int>(out.size());
+  if (top.back() == L'\\') top.pop_back();
+  std::vector<std::wstring> waiting{top};
+  DWORD failure = ERROR_SUCCESS;
+  while (!waiting.empty()) {
+    const std::wstring current = std::move(waiting.back());
+    waiting.pop_back();
+    const std::wstring prefix = current + L'\\';
+    const std::size_t firstBelow = waiting.size();
+    auto hint = out.end();
+    const DWORD error = listDirectory(prefix, [&](const WIN32_FIND_DATAW& entry) {
+      if (isWantedFile(entry, filter)) {
+        // Names come nearly in the order of the map.
+        hint = std::next(out.try_emplace(hint, prefix + entry.cFileName, entry));
+      } else if (withSubdirectories && isWantedDirectory(entry, filter)) {
+        waiting.push_back(prefix + entry.cFileName);
+      }
+    });
+    // The next one off the end is the first in the listing's order.
+    std::reverse(waiting.begin() + static_cast<std::ptrdiff_t>(firstBelow), waiting.end());
+    // One below that went away since its parent was listed is no failure.
+    if (error == ERROR_SUCCESS || (isGone(error) && current.size() > top.size())) continue;
+    if (!isGone(error)) tellUnread(kFiles, current, error);
+    if (failure == ERROR_SUCCESS) failure = error;
+  }
+  SetLastError(failure);
+  return static_cast<int>(out.size());
+}
+
+}  // namespace Quorvel::FileAccess
