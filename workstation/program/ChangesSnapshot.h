@@ -1,0 +1,44 @@
+// What changed in the open project's directory since a state that this workstation keeps: the base. Looking does not
+// move it, taking over does.
+//
+//   const ProjectLook look = lookAtProject();
+//   ...send look.changes, collect what went...
+//   acceptChanges(look, sent);
+//
+// The base is a table of the project's record in the workstation's state (see SyncBase). Losing it loses no work: the
+// next look is then a first one again.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "zephor/DirectoryChanges.h"
+
+namespace workstation::program {
+
+struct ProjectLook {
+  std::wstring projectUuid;
+  std::wstring directory;  ///< of the project, without a backslash at its end
+  /// Nothing was kept yet, so there is nothing to compare with: `changes` is empty.
+  bool isFirst = false;
+  /// Every file that an upload of the project takes, as it is now.
+  Quorvel::FileAccess::DirectorySnapshot now;
+  /// By full path: changed, deleted, created. What the filter has come to keep out since does not count as deleted.
+  std::vector<Quorvel::FileAccess::WGO_FileCompareInfo> changes;
+};
+
+/// Looks at the open project with the filter of an upload and compares with the base.
+///
+/// Throws CommandFailure when a directory or the base can't be read: what was not seen must not count as deleted.
+ProjectLook lookAtProject();
+
+/// The name of a file relative to the project.
+std::wstring nameInProject(const ProjectLook& look, const std::wstring& fullPath);
+
+/// Takes over the state that was seen, whole or not at all. A file that changed since the look is told by the next one.
+/// Throws CommandFailure when it can't be written; the base is then what it was.
+void acceptLook(const ProjectLook& look);
+/// Takes over these changes of the look alone; the others are told again. Nothing for a first look.
+void acceptChanges(const ProjectLook& look, const std::vector<Quorvel::FileAccess::WGO_FileCompareInfo>& changes);
+
+}  // namespace workstation::program
