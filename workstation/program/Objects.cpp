@@ -176,7 +176,8 @@ bool looksLikeObject(const std::wstring& text) {
   return !digits.empty() && digits.find_first_not_of(L"0123456789") == std::wstring::npos;
 }
 
-/// The host's and the program's own files, which no other workstation has a use for.
+}  // namespace
+
 bool isPrivateFile(const std::wstring& name) {
   const std::wstring lower = platform::toLower(name);
   for (const wchar_t* const prefix : {L"quorvelprojectdb", L"notuploadedfiles.", L"project1.dat.xml", L"backup\\"}) {
@@ -187,8 +188,6 @@ bool isPrivateFile(const std::wstring& name) {
   }
   return lower == L"backup";
 }
-
-}  // namespace
 
 std::wstring itemPath(const std::wstring& fileName) {
   return lfinigC(1) + fileName;

@@ -44,6 +44,9 @@ std::vector<ObjectName> objectArguments(const std::vector<std::string>& argument
 std::vector<ItemName> itemArguments(const std::vector<std::string>& arguments);
 std::vector<ItemName> itemsOf(const std::vector<ObjectName>& objects);
 
+/// The host's and the program's own files, which no other workstation has a use for.
+bool isPrivateFile(const std::wstring& name);
+
 /// "Anna Berg on drawing-room since 2026-11-21 18:04:05 UTC".
 std::wstring holderOf(const FileLockInfo& info);
 

@@ -42,14 +42,16 @@ ItemName itemOfFile(const std::wstring& fileName) {
   return {name, name.fileName()};
 }
 
-/// What the look found changed; everything when there is nothing yet to compare with.
+/// What the look found changed and others have a use for; everything when there is nothing yet to compare with.
 std::vector<ItemName> changedItems(const ProjectLook& look) {
   std::vector<ItemName> items;
-  for (const WGO_FileCompareInfo& change : look.changes) {
-    items.push_back(itemOfFile(nameInProject(look, change.fileName)));
-  }
+  const auto add = [&](const std::wstring& path) {
+    const std::wstring name = nameInProject(look, path);
+    if (!isPrivateFile(name)) items.push_back(itemOfFile(name));
+  };
+  for (const WGO_FileCompareInfo& change : look.changes) add(change.fileName);
   if (!look.isFirst) return items;
-  for (const auto& file : look.now) items.push_back(itemOfFile(nameInProject(look, file.first)));
+  for (const auto& file : look.now) add(file.first);
   return items;
 }
 
@@ -207,8 +209,9 @@ class Push {
     }
     std::vector<WGO_FileCompareInfo> accepted;
     for (const WGO_FileCompareInfo& change : look.changes) {
-      const auto found = settled.find(keyOf(nameInProject(look, change.fileName)));
-      if (found != settled.end() && found->second) accepted.push_back(change);
+      const std::wstring name = nameInProject(look, change.fileName);
+      const auto found = settled.find(keyOf(name));
+      if (isPrivateFile(name) || (found != settled.end() && found->second)) accepted.push_back(change);
     }
     acceptChanges(look, accepted);
   }
