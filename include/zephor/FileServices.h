@@ -82,11 +82,10 @@ ZEPHOR_API unsigned long WGO_CheckLockAndUploadFile(int number, int type);
 ZEPHOR_API bool WGO_CheckLockAndDownloadFile(int number, int type, bool acceptMissing);
 ZEPHOR_API bool WGO_DownloadToOpenFile(const void* const* handle, int number, QuorvelFileType type);
 
-/// Sends what WGO_CheckLockAndUploadFile kept back while a data conversion ran, one file after the other; what does not
-/// go stays for the next call.
+/// Sends, as one batch, what WGO_CheckLockAndUploadFile kept back while a data conversion ran. The list is empty
+/// afterwards; after a failure its files stand in the not-uploaded list.
 /// @return true when all went, and when there is nothing to do: the conversion still runs, the open project is not in
-/// the
-///         cloud
+///         the cloud
 ZEPHOR_API bool WGO_uploadConvertedFilesAfterDatwa();
 
 /// Numbers of objects that the server no longer has; the host removes them.

@@ -33,6 +33,7 @@ class ZEPHOR_API IWGOAccess {
   virtual void getOndrathResourceFiles(const PRJ& prj, std::vector<CResourceInfo>& out, int type) = 0;
   virtual bool DownloadFiles(const PRJ& prj, const std::set<std::wstring>& files) = 0;
   virtual bool DownloadFilesWithoutProgressBar(const PRJ& prj, const std::set<std::wstring>& files) = 0;
+  /// Sends those of the files that are there, as changes below a directory of the active project. @return 0, or 13
   virtual long long UploadChangedFiles(const std::wstring& directory, const std::set<std::wstring>& files) = 0;
   virtual bool UploadFilesWithoutProgressBar(const PRJ& prj, const std::set<std::wstring>& files) = 0;
   virtual long long deleteServerFile(const PRJ& prj, const std::wstring& path) = 0;

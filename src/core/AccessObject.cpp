@@ -4,6 +4,9 @@
 #include <utility>
 
 #include "core/ServiceState.h"
+#include "host/Project.h"
+#include "platform/Files.h"
+#include "zephor/DirectoryChanges.h"
 #include "zephor/FileLists.h"
 #include "zephor/FileServices.h"
 #include "zephor/Projects.h"
@@ -27,8 +30,15 @@ bool WGOAccess::DownloadFilesWithoutProgressBar(const PRJ& prj, const std::set<s
   return WGO_DownloadFilesWithoutProgressBar(prj, files);
 }
 
-long long WGOAccess::UploadChangedFiles(const std::wstring& /*directory*/, const std::set<std::wstring>& /*files*/) {
-  return ERROR_INVALID_DATA;
+long long WGOAccess::UploadChangedFiles(const std::wstring& directory, const std::set<std::wstring>& files) {
+  std::vector<WGO_FileCompareInfo> changed;
+  for (const std::wstring& file : files) {
+    if (_waccess(file.c_str(), 0) == 0) changed.emplace_back(file, WIN32_FIND_DATAW{}, WIN32_FIND_DATAW{});
+  }
+  const PRJ active = get_ActivePrj();
+  WGO_DirectoryChanges changes;
+  changes.init(directory.c_str(), nullptr, true);
+  return changes.upload(changed, &active, false) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
 
 bool WGOAccess::UploadFilesWithoutProgressBar(const PRJ& prj, const std::set<std::wstring>& files) {

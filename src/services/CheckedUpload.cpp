@@ -1,6 +1,7 @@
+#include <set>
 #include <utility>
 
-#include "cloud/Ondrath_Services.h"
+#include "background/FileLists.h"
 #include "core/ObjectNames.h"
 #include "host/Events.h"
 #include "host/Files.h"
@@ -13,6 +14,7 @@
 #include "services/FileServicesState.h"
 #include "services/ServedProject.h"
 #include "zephor/FileServices.h"
+#include "zephor/NotUploadedFiles.h"
 
 namespace Quorvel::FileAccess {
 namespace {
@@ -73,12 +75,16 @@ bool WGO_uploadConvertedFilesAfterDatwa() {
   const PRJ active = get_ActivePrj();
   if (!active.IsOndrathProject()) return true;
   const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
-  // Taken out first: a question of an upload may let the host call this service again.
-  auto waiting = std::exchange(fileServicesState().convertedFiles, {});
-  std::erase_if(waiting, [&](const auto& file) { return Ondrath_uploadFile(active, file.second); });
-  const bool allWent = waiting.empty();
-  fileServicesState().convertedFiles.merge(waiting);
-  return allWent;
+  // Emptied before: a question of the upload may let the host call this service again.
+  std::set<std::wstring> paths;
+  for (const auto& file : std::exchange(fileServicesState().convertedFiles, {})) paths.insert(file.second);
+  // A conversion changes objects that nobody locked here. Those that somebody else holds the server refuses.
+  const IZepFileLockingAgent::ScopedSuspend suspend;
+  if (WGO_UploadFilesInternals(active, paths, true)) return true;
+  // A group that fails leaves the later ones untried, and nothing else would remember those. One that went all the same
+  // is found in step by the next retry.
+  for (const std::wstring& path : paths) addEntryToNotUploadedFilesList(path.c_str());
+  return false;
 }
 
 }  // namespace Quorvel::FileAccess

@@ -14,6 +14,7 @@ namespace Quorvel::FileAccess {
 namespace {
 
 using zephor_test::Calls;
+using zephor_test::kRefused;
 
 class CheckedTransfer : public zephor_test::CloudFixture {
  protected:
@@ -66,13 +67,22 @@ TEST_F(CheckedTransfer, ObjectsOfAConversionWaitInTheListUntilItHasEnded) {
   EXPECT_TRUE(cloud.calls().empty()) << "the conversion still runs";
 
   globalEventManager::instance().reset(kDatwaRunningEvent);
-  ZP_ProjectDBPlanSets(kgunit()).setPlanRecord(3, header<PlanHeader>(3, 1));
-  EXPECT_FALSE(WGO_uploadConvertedFilesAfterDatwa()) << "the Teilbild has no header yet";
+  makeObject(eFileType_Teilbild, 3);
+  makeObject(eFileType_Plan, 3);
   ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(3, header<TeilbildHeader>(3, 1));
+  ZP_ProjectDBPlanSets(kgunit()).setPlanRecord(3, header<PlanHeader>(3, 1));
+  const std::wstring teilbild = L"UploadFilesAndMetadata " + path(L"tb000003.zdw") + L" 1576";
+  const std::wstring plan = L"UploadFilesAndMetadata " + path(L"pb000003.zpl") + L" 896";
   EXPECT_TRUE(WGO_uploadConvertedFilesAfterDatwa());
-  EXPECT_TRUE(WGO_uploadConvertedFilesAfterDatwa());
-  EXPECT_EQ(cloud.calls(),
-            (Calls{L"UploadFilesAndMetadata pb000003.zpl 896", L"UploadFilesAndMetadata tb000003.zdw 1576"}));
+  EXPECT_TRUE(WGO_uploadConvertedFilesAfterDatwa()) << "the list is empty";
+  EXPECT_EQ(cloud.calls(), (Calls{teilbild, plan})) << "nobody has locked them";
+
+  fileServicesState().convertedFiles = expected;
+  cloud.script("UploadFilesAndMetadata", {kRefused});
+  EXPECT_FALSE(WGO_uploadConvertedFilesAfterDatwa());
+  EXPECT_TRUE(fileServicesState().convertedFiles.empty());
+  EXPECT_EQ(cloud.calls().size(), 3U) << "the Plan is not tried";
+  for (const auto& file : expected) EXPECT_TRUE(existsEntryInNotUploadedFilesList(file.second.c_str())) << "remembered";
 }
 
 TEST_F(CheckedTransfer, OnlyANewerServerVersionComes) {

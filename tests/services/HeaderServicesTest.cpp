@@ -40,6 +40,16 @@ TEST_F(HeaderServices, APlanWithoutGuidIsNotFoundOnTheServer) {
   EXPECT_EQ(counter, 1U);
 }
 
+TEST_F(HeaderServices, AHeaderOfTheOlderFormatComesUpToDate) {
+  std::string image = std::string("ZHDR\1\0\1\0\xB0\0\0\0\x31\x81\xFA\x8E\x0C\0\0\0\5", 21);
+  image.resize(176);
+  storeImage(L"tb000012.zdw", {image.begin(), image.end()});
+  TeilbildHeader found;
+  ASSERT_TRUE(WGO_getTBHeaderFromOnlineServer(12, &found));
+  EXPECT_EQ(found.number, 12);
+  EXPECT_EQ(found.versionCounter, 5U);
+}
+
 TEST_F(HeaderServices, VersionCountersComeFromTheSideThatWasAsked) {
   const std::wstring file = makeObject(eFileType_Teilbild, 3);
   storeHeader(L"tb000003.zdw", header<TeilbildHeader>(3, 30, 0));

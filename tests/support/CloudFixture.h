@@ -51,7 +51,10 @@ class CloudFixture : public testing::Test {
   /// Lets the cloud keep a header beside a file.
   template <typename Header>
   void storeHeader(const std::wstring& name, const Header& kept) {
-    const std::vector<std::uint8_t> image = ::workstation::storedImage(kept);
+    storeImage(name, ::workstation::storedImage(kept));
+  }
+  /// The same for the bytes that the cloud keeps.
+  void storeImage(const std::wstring& name, const std::vector<std::uint8_t>& image) {
     HeaderBits bits(image.size() * 8);
     for (std::size_t bit = 0; bit < bits.size(); ++bit) bits[bit] = ((image[bit / 8] >> (bit % 8)) & 1U) != 0;
     cloud.headers[name] = bits;
