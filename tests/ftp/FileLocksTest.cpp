@@ -1,5 +1,6 @@
 // The host's locking manager on a project of the older store.
 #include "ftp/FtpConnection.h"
+#include "host/Files.h"
 #include "host/Locking.h"
 #include "host/Trace.h"
 #include "tests/core/StartedWorkstation.h"
@@ -125,6 +126,17 @@ TEST_F(FileLocks, OneWhoCouldNotStepBackTakesNothingFromTheHolder) {
   server.recover();
   EXPECT_EQ(manager.GetLockOwner(12, 0, 0), -1) << "it is deleted at the next contact";
   EXPECT_FALSE(server.files.contains(kOwn));
+}
+
+TEST_F(FileLocks, TheHostListsTheObjectsOfTheProjectOnTheServer) {
+  for (const wchar_t* name : {L"tb000003.zdw", L"TB000004.ZDW", L"pb000005.zpl", kOwn}) server.files[name] = "";
+  std::set<int> numbers{9};
+  server.failAlways("ChangeRemoteDir /data/House.prj", {.code = 550});
+  EXPECT_EQ(ListFilesInFolder(1, 1, numbers, true), 3);
+  EXPECT_EQ(numbers, std::set<int>{9}) << "untouched";
+  server.recover();
+  EXPECT_EQ(ListFilesInFolder(1, 1, numbers, true), 0);
+  EXPECT_EQ(numbers, (std::set<int>{3, 4}));
 }
 
 TEST_F(FileLocks, AListOfObjectsIsLockedWithOneLookBeforeAndOneAfter) {

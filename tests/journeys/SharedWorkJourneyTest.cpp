@@ -207,11 +207,24 @@ TEST(SharedWork, RemovedObjectGoesToTheTrashAndIsToldToTheOthers) {
   Office office;
   office.found({"anna", "ben"});
   office.share("anna", "x");
-  office.must("anna", {"unlock", "tb1"});
+  office.must("anna", {"create", "pb", "Sheet"});
+  office.must("anna", {"lock", "pb1"});
+  office.must("anna", {"save", "pb1"});
+  office.must("anna", {"unlock", "tb1", "pb1"});
   office.must("ben", {"fetch", "--all"});
-  office.must("anna", {"remove", "tb1"});
+  office.must("anna", {"remove", "tb1", "pb1"});
   EXPECT_TRUE(std::filesystem::exists(office.path("anna-desktop") / "Trash" / "files" / "tb000001.zdw"));
   EXPECT_THAT(office.must("ben", {"status", "tb1"}), HasSubstr("removed from the store"));
+
+  office.must("ben", {"import", office.writeFile("b.dxf", "ben's").string(), "--into", "tb1"});
+  EXPECT_EQ(office.must("ben", {"deleted", "--json"}),
+            R"({"item":"tb1","class":"teilbild","here":true,"unsent":true,"file":"tb000001.zdw"}
+{"item":"pb1","class":"plan","here":true,"unsent":false,"file":"pb000001.zpl"}
+)");
+  office.must("ben", {"deleted", "--remove"});
+  EXPECT_EQ(office.exported("ben", "tb1"), "ben's") << "never sent";
+  EXPECT_FALSE(std::filesystem::exists(office.project("ben") / "pb000001.zpl"));
+  EXPECT_EQ(treeOf(office.project("ben") / "Backup").size(), 1U);
 }
 
 TEST(SharedWork, OrdinaryFileTravelsByItsNameBelowTheProject) {

@@ -71,11 +71,9 @@ TEST_F(CheckedTransfer, ObjectsOfAConversionWaitInTheListUntilItHasEnded) {
   makeObject(eFileType_Plan, 3);
   ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(3, header<TeilbildHeader>(3, 1));
   ZP_ProjectDBPlanSets(kgunit()).setPlanRecord(3, header<PlanHeader>(3, 1));
-  const std::wstring teilbild = L"UploadFilesAndMetadata " + path(L"tb000003.zdw") + L" 1576";
-  const std::wstring plan = L"UploadFilesAndMetadata " + path(L"pb000003.zpl") + L" 896";
-  EXPECT_TRUE(WGO_uploadConvertedFilesAfterDatwa());
-  EXPECT_TRUE(WGO_uploadConvertedFilesAfterDatwa()) << "the list is empty";
-  EXPECT_EQ(cloud.calls(), (Calls{teilbild, plan})) << "nobody has locked them";
+  for (int i = 0; i < 2; ++i) EXPECT_TRUE(WGO_uploadConvertedFilesAfterDatwa());
+  EXPECT_EQ(cloud.calls(), (Calls{L"UploadFilesAndMetadata " + path(L"tb000003.zdw") + L" 1576",
+                                  L"UploadFilesAndMetadata " + path(L"pb000003.zpl") + L" 896"}));
 
   fileServicesState().convertedFiles = expected;
   cloud.script("UploadFilesAndMetadata", {kRefused});
@@ -99,19 +97,12 @@ TEST_F(CheckedTransfer, OnlyANewerServerVersionComes) {
   EXPECT_EQ(desk.readFile(file), before);
 
   serve(3, 4);
+  cloud.script("DownloadFile", {2, 2, 5});
+  for (const bool accepted : {false, true, false}) EXPECT_EQ(WGO_CheckLockAndDownloadFile(3, 0, accepted), accepted);
+  EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 1, true)) << "no kind of object";
   EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, false));
   EXPECT_EQ(desk.readFile(file), served_);
   EXPECT_EQ(::workstation::selectionListVersion(eFileType_Teilbild, 3), 4U);
-}
-
-TEST_F(CheckedTransfer, AFailedDownloadIsToldAndAMissingOneMayBeAccepted) {
-  makeObject(eFileType_Teilbild, 3);
-  storeVersion(3, 4);
-  cloud.script("DownloadFile", {2, 2, 5});
-  EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 0, false));
-  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, true));
-  EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 0, true));
-  EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 1, true));
 }
 
 TEST_F(CheckedTransfer, AZeichnungComesOnlyWhenItIsMissingHere) {
@@ -124,46 +115,29 @@ TEST_F(CheckedTransfer, AZeichnungComesOnlyWhenItIsMissingHere) {
   EXPECT_EQ(cloud.calls().size(), calls + 1) << "only the question whether it exists";
 }
 
-TEST_F(CheckedTransfer, OpenObjectsKeepWhatWasNotUploaded) {
-  makeObject(eFileType_Teilbild, 3);
-  const std::wstring file = path(L"tb000003.zdw");
-  serve(3, 4);
-  std::wstring error;
-  const int handle = ::workstation::openInCore(file, error);
-  ASSERT_GT(handle, 0);
-  const std::string before = desk.readFile(file);
-  ::workstation::markModified(handle, true);
-  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, false));
-  EXPECT_FALSE(downloaded());
-  EXPECT_EQ(desk.readFile(file), before);
-  ::workstation::markModified(handle, false);
-  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, false));
-  EXPECT_EQ(desk.readFile(file), served_);
-  ::workstation::closeInCore(handle);
-}
-
-TEST_F(CheckedTransfer, UnsentWorkIsBackedUpOrStays) {
+TEST_F(CheckedTransfer, UnsentWorkStaysOrIsBackedUp) {
   const std::wstring file = makeObject(eFileType_Teilbild, 3);
   const std::string before = desk.readFile(file);
   serve(3, 4);
   desk.writeFile(path(L"NotUploadedFiles.xml"), "   <file type=TEILBILD number=3>\n");
   desk.writeFile(path(L"Backup"), "in the way");
   EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 0, false)) << "listed by an earlier run, and no backup";
-  std::wstring error;
-  const int handle = ::workstation::openInCore(file, error);
-  ::workstation::markModified(handle, true);
   resetNotUploadedFilesList();
   DeleteFileW(path(L"NotUploadedFiles.xml").c_str());
+  std::wstring error;
+  const int handle = ::workstation::openInCore(file, error);
   const void* const value = reinterpret_cast<const void*>(static_cast<std::intptr_t>(handle));
-  EXPECT_FALSE(WGO_DownloadToOpenFile(&value, 3, eFileType_Teilbild)) << "open and changed, and no backup";
+  ::workstation::markModified(handle, true);
+  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, false)) << "open and changed";
+  EXPECT_FALSE(WGO_DownloadToOpenFile(&value, 3, eFileType_Teilbild)) << "and no backup";
   EXPECT_TRUE(desk.hasErrorLine(L"tb000003.zdw is not replaced by the server's file"));
   EXPECT_FALSE(downloaded());
   EXPECT_EQ(desk.readFile(file), before);
 
   DeleteFileW(path(L"Backup").c_str());
   EXPECT_TRUE(WGO_DownloadToOpenFile(&value, 3, eFileType_Teilbild));
-  EXPECT_EQ(desk.readFile(file), served_);
   EXPECT_TRUE(desk.exists(path(L"Backup")));
+  EXPECT_EQ(desk.readFile(file), served_);
   ::workstation::closeInCore(handle);
 }
 

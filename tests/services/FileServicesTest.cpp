@@ -2,6 +2,8 @@
 
 #include "host/Locking.h"
 #include "tests/support/CloudFixture.h"
+#include "zephor/FileLists.h"
+#include "zephor/Service.h"
 
 namespace Quorvel::FileAccess {
 namespace {
@@ -14,101 +16,117 @@ struct ServiceCase {
   const char* situation;
   std::function<unsigned long()> service;
   unsigned long code;
-  const wchar_t* line;  ///< null: none
-  const wchar_t* call;  ///< null: none
+  const wchar_t* line = nullptr;  ///< behind the namespace; null: none
+  const wchar_t* call = nullptr;  ///< null: none
 };
 
 class FileServices : public zephor_test::CloudFixture {
  protected:
   void check(const std::vector<ServiceCase>& cases) {
     for (const ServiceCase& expected : cases) {
+      SCOPED_TRACE(expected.situation);
       const std::size_t lines = desk.errorLines().size();
       const std::size_t calls = cloud.calls().size();
-      EXPECT_EQ(expected.service(), expected.code) << expected.situation;
+      EXPECT_EQ(expected.service(), expected.code);
       const auto newLines = desk.errorLines();
-      const bool hasLine = newLines.size() > lines;
-      EXPECT_EQ(hasLine, expected.line != nullptr) << expected.situation;
-      if (hasLine && expected.line != nullptr) {
-        EXPECT_NE(newLines.back().find(L"Quorvel::FileAccess::" + std::wstring(expected.line)), std::wstring::npos)
-            << expected.situation << ": " << platform::toUtf8(newLines.back());
-      }
+      const std::wstring line = newLines.size() > lines ? newLines.back() : L"";
+      EXPECT_EQ(line.empty(), expected.line == nullptr);
+      const std::wstring promised =
+          expected.line != nullptr ? std::wstring(L"Quorvel::FileAccess::") + expected.line : L"";
+      EXPECT_NE(line.find(promised), line.npos) << platform::toUtf8(line);
       const Calls made = cloud.calls();
-      const std::wstring call = made.size() > calls ? made.back() : L"";
-      EXPECT_EQ(call, expected.call != nullptr ? expected.call : L"") << expected.situation;
+      EXPECT_EQ(made.size() > calls ? made.back() : L"", expected.call != nullptr ? expected.call : L"");
     }
+  }
+  void moveProjectTo(const wchar_t* host) {
+    PRJ elsewhere = prj();
+    std::wcscpy(elsewhere.host, host);
+    set_ActivePrj(elsewhere);
   }
 
   const std::wstring file = path(L"notes.txt");
-  const std::wstring cloudHost = L"ONDRATH";
+  const wchar_t* const cloudHost = L"ONDRATH";
+  const wchar_t* const upload = L"UploadProjectFile notes.txt";
 };
 
 TEST_F(FileServices, UploadsAnswerByTheirSituation) {
   desk.writeFile(file, "text");
-  const wchar_t* const host = cloudHost.c_str();
-  const wchar_t* const upload = L"UploadProjectFile notes.txt";
+  const std::wstring shouted = platform::toUpper(path(L"")) + L"notes.txt";
+  const wchar_t* const invalid = L"WGO_uploadFile: invalid parameter";
+  const wchar_t* const batch = L"UploadFilesAndMetadata notes.txt 0";
+  const auto on = [](const wchar_t* host, const wchar_t* dir, const wchar_t* name) {
+    return [=] { return WGO_uploadFile(host, dir, name, 0, false, false); };
+  };
   check({
-      {"null", [&] { return WGO_uploadFile(prj(), nullptr, true); }, 13, L"WGO_uploadFile: invalid parameter", nullptr},
+      {"null", [&] { return WGO_uploadFile(prj(), nullptr, true); }, 13, invalid},
       {"name", [&] { return WGO_uploadFile(prj(), L"notes.txt", true); }, 0, nullptr, upload},
-      {"host", [&] { return WGO_uploadFile(host, L"", L"\\notes.txt", 0, false, false); }, 0, nullptr, upload},
-      {"full path", [&] { return WGO_uploadFile(file.c_str()); }, 0, nullptr, upload},
+      {"not cloud", [&] { return WGO_uploadFile(localPrj(), L"notes.txt", true); }, 0},
+      {"host", on(cloudHost, L"", L"\\notes.txt"), 0, nullptr, upload},
+      {"host null", on(cloudHost, L"", nullptr), 13, invalid},
+      {"other host", on(L"files", L"", L"notes.txt"), 0},
+      {"outside", on(cloudHost, L"Z:\\else", L"a"), 13, L"Ondrath_uploadFile: \"Z:\\else\\a\" is not a valid"},
+      {"path", [&] { return WGO_uploadFile(shouted.c_str()); }, 0, nullptr, upload},
       {"name alone", [&] { return WGO_uploadFile(L"notes.txt"); }, 0, nullptr, upload},
-      {"outside", [&] { return WGO_uploadFile(host, L"Z:\\else", L"a", 0, false, false); }, 13,
-       L"Ondrath_uploadFile: \"Z:\\else\\a\" is not a valid", nullptr},
-      {"directory", [&] { return WGO_uploadFile((path(L"") + L"\\").c_str()); }, 13,
-       L"WGO_uploadFile: could not get file for ", nullptr},
-      {"Ex null", [] { return WGO_uploadFileEx(nullptr); }, 87, L"WGO_uploadFileEx: invalid parameter", nullptr},
-      {"Ex missing", [&] { return WGO_uploadFileEx(path(L"x").c_str()); }, 2, L"WGO_uploadFileEx: cannot access ",
-       nullptr},
+      {"directory", [&] { return WGO_uploadFile((path(L"") + L"\\").c_str()); }, 13, L"WGO_uploadFile: could not get "},
+      {"Ex null", [] { return WGO_uploadFileEx(nullptr); }, 87, L"WGO_uploadFileEx: invalid parameter"},
+      {"Ex missing", [&] { return WGO_uploadFileEx(path(L"x").c_str()); }, 2, L"WGO_uploadFileEx: cannot access "},
       {"Ex", [&] { return WGO_uploadFileEx(file.c_str()); }, 0, nullptr, upload},
-      {"free", [&] { return WGO_uploadFreeFile(prj(), file.c_str(), 1U); }, 0, nullptr,
-       L"UploadFilesAndMetadata notes.txt 0"},
+      {"free", [&] { return WGO_uploadFreeFile(prj(), file.c_str(), 1U); }, 0, nullptr, batch},
       {"free Ex, not cloud", [&] { return WGO_uploadFreeFile(localPrj(), file.c_str(), L"x", nullptr); }, 87,
-       L"Threading::Ondrath_uploadFreeFileEx: not Ondrath project", nullptr},
+       L"Threading::Ondrath_uploadFreeFileEx: not Ondrath project"},
+      {"list",
+       [&] {
+         return WGO_UploadFiles(prj(), {file, path(L"x")});
+       },
+       1, L"WGO_UploadFilesInternals: cannot access ", batch},
   });
+  EXPECT_EQ(CreateWGOAccess()->UploadChangedFiles(path(L""), {file, path(L"x")}), 0);
+  EXPECT_EQ(cloud.calls().back(), batch);
   cloud.script("UploadProjectFile", {kRefused, kRefused});
   EXPECT_EQ(WGO_uploadFile(file.c_str()), 13U);
   EXPECT_EQ(WGO_uploadFileEx(file.c_str()), 1U);
+  moveProjectTo(L"files");
+  check(
+      {{"path", [&] { return WGO_uploadFile(file.c_str()); }, 13, L"WGO_uploadFile: hosts not equal files ONDRATH"},
+       {"Ex", [&] { return WGO_uploadFileEx(file.c_str()); }, 13, L"WGO_uploadFileEx: hosts not equal files ONDRATH"}});
 }
 
 TEST_F(FileServices, ABlockedDirectionIsAQuietSuccess) {
-  const ScopedWGOBlockUpload upload;
+  WGO_blockUpload(false);  // never below zero
+  { const ScopedWGOBlockUpload ended; }
+  const ScopedWGOBlockUpload upwards;
   const ScopedWGOBlockDownload download;
-  WGO_blockUpload(true);
-  WGO_blockUpload(false);
   check({
-      {"null", [&] { return WGO_uploadFile(prj(), nullptr, true); }, 13, L"WGO_uploadFile: invalid parameter", nullptr},
-      {"Ex null", [] { return WGO_uploadFileEx(nullptr); }, 0, nullptr, nullptr},
-      {"free, not cloud", [&] { return WGO_uploadFreeFile(localPrj(), L"a", 1U); }, 87, nullptr, nullptr},
-      {"free Ex, not cloud", [&] { return WGO_uploadFreeFile(localPrj(), L"a", L"x", nullptr); }, 0, nullptr, nullptr},
-      {"download null", [&] { return WGO_downloadFile(prj(), nullptr, true); }, 0, nullptr, nullptr},
+      {"null", [&] { return WGO_uploadFile(prj(), nullptr, true); }, 13, L"WGO_uploadFile: invalid parameter"},
+      {"Ex null", [] { return WGO_uploadFileEx(nullptr); }, 0},
+      {"free, not cloud", [&] { return WGO_uploadFreeFile(localPrj(), L"a", 1U); }, 87},
+      {"free Ex, not cloud", [&] { return WGO_uploadFreeFile(localPrj(), L"a", L"x", nullptr); }, 0},
+      {"download null", [&] { return WGO_downloadFile(prj(), nullptr, true); }, 0},
+      {"download Ex, not cloud", [&] { return WGO_downloadFileEx(localPrj(), file, 1); }, 0},
   });
-}
-
-TEST_F(FileServices, BlockCountsNeverFallBelowZero) {
-  WGO_blockUpload(false);
-  {
-    const ScopedWGOBlockUpload block;
-    { const ScopedWGOBlockUpload copy = block; }  // NOLINT(performance-unnecessary-copy-initialization)
-    EXPECT_FALSE(WGO_isBlockedUpload()) << "a copy lowers what it did not raise";
-  }
+  { const ScopedWGOBlockUpload copy = upwards; }  // NOLINT(performance-unnecessary-copy-initialization)
+  EXPECT_FALSE(WGO_isBlockedUpload()) << "a copy lowers what it did not raise";
 }
 
 TEST_F(FileServices, DownloadsAndDeletionsAnswerByTheirSituation) {
-  const wchar_t* const host = cloudHost.c_str();
+  const wchar_t* const wrong = L"WGO_deleteServerFile: wrong parameter";
+  ASSERT_EQ(desk.store().lockObject(desk.addColleague(L"Bo"), uuid, eFileType_Plan, 4), 0);
   check({
       {"download", [&] { return WGO_downloadFile(prj(), file.c_str(), true); }, 0, nullptr, L"DownloadFile notes.txt"},
-      {"download null", [&] { return WGO_downloadFile(prj(), nullptr, true); }, 13,
-       L"WGO_downloadFile: wrong parameter", nullptr},
-      {"download nothing", [&] { return WGO_downloadFile(prj(), L"", true); }, 0, nullptr, nullptr},
+      {"null", [&] { return WGO_downloadFile(prj(), nullptr, true); }, 13, L"WGO_downloadFile: wrong parameter"},
+      {"download nothing", [&] { return WGO_downloadFile(prj(), L"", true); }, 0},
+      {"download, not cloud", [&] { return WGO_downloadFile(localPrj(), L"a", true); }, 0},
       {"download Ex", [&] { return WGO_downloadFileEx(prj(), file, 1); }, 0, nullptr, L"DownloadFile notes.txt.Part"},
-      {"download Ex, not cloud", [&] { return WGO_downloadFileEx(localPrj(), file, 1); }, 13, nullptr, nullptr},
+      {"download Ex, not cloud", [&] { return WGO_downloadFileEx(localPrj(), file, 1); }, 13},
       {"delete", [&] { return WGO_deleteServerFile(prj(), L"notes.txt"); }, 0, nullptr, L"DeleteFile notes.txt"},
-      {"delete in dir", [&] { return WGO_deleteServerFile(host, uuid.c_str(), L"a.txt"); }, 0, nullptr,
-       L"DeleteFile a.txt"},
-      {"delete -1", [] { return WGO_deleteServerFile(-1, 99); }, 13, L"WGO_deleteServerFile: wrong parameter", nullptr},
-      {"delete type 99", [] { return WGO_deleteServerFile(1, 99); }, 1, L"WGO_deleteServerFile: object type unknown 99",
-       nullptr},
+      {"delete, not cloud", [&] { return WGO_deleteServerFile(localPrj(), L"a"); }, 13},
+      {"delete null", [] { return WGO_deleteServerFile(L"files", L"", nullptr); }, 13, wrong},
+      {"delete elsewhere", [] { return WGO_deleteServerFile(L"files", L"", L"a.txt"); }, 13},
+      {"in dir", [&] { return WGO_deleteServerFile(cloudHost, uuid.c_str(), L"a"); }, 0, nullptr, L"DeleteFile a"},
+      {"delete -1", [] { return WGO_deleteServerFile(-1, 99); }, 13, wrong},
+      {"delete 99", [] { return WGO_deleteServerFile(1, 99); }, 1, L"WGO_deleteServerFile: object type unknown 99"},
       {"delete Plan", [] { return WGO_deleteServerFile(3, 33); }, 0, nullptr, L"DeleteFile pb000003.zpl"},
+      {"delete Bo's", [] { return WGO_deleteServerFile(4, 33); }, 1, L"WGO_deleteServerFile: lockFile failed pb000004"},
   });
   EXPECT_EQ(getFileLockingManager().GetLockOwner(3, eObject_Plan, 0), -1) << "the lock of a deletion is given back";
   cloud.script("DeleteFile", {kRefused});
@@ -117,14 +135,14 @@ TEST_F(FileServices, DownloadsAndDeletionsAnswerByTheirSituation) {
 
 TEST_F(FileServices, ExistenceIsAskedWhereTheProjectLives) {
   cloud.files = {L"a.txt"};
-  EXPECT_TRUE(WGO_existsOnlineServerFile(cloudHost.c_str(), uuid.c_str(), L"a.txt"));
+  EXPECT_TRUE(WGO_existsOnlineServerFile(cloudHost, uuid.c_str(), L"a.txt"));
   EXPECT_TRUE(WGO_existsProjectFile(L"\\a.txt"));
   EXPECT_FALSE(WGO_existsProjectFile(L"b.txt"));
-  PRJ elsewhere = prj();
-  std::wcscpy(elsewhere.host, L"files");
-  set_ActivePrj(elsewhere);
-  EXPECT_FALSE(WGO_existsOnlineServerFile(cloudHost.c_str(), L"", L"a.txt"));
-  EXPECT_TRUE(desk.hasErrorLine(L"WGO_existsOnlineServerFile: hosts not equal files ONDRATH"));
+  moveProjectTo(L"files");
+  check({{"exists", [&] { return WGO_existsOnlineServerFile(cloudHost, L"", L"a.txt"); }, 0,
+          L"WGO_existsOnlineServerFile: hosts not equal files ONDRATH"},
+         {"delete", [&] { return WGO_deleteServerFile(cloudHost, L"", L"a.txt"); }, 13,
+          L"WGO_deleteServerFile: hosts not equal files ONDRATH"}});
 }
 
 }  // namespace

@@ -21,10 +21,6 @@ TEST_F(HeaderServices, AFailureLeavesAClearedRecord) {
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(&found), sizeof found),
               std::string(reinterpret_cast<const char*>(&cleared), sizeof cleared));
   }
-  ZeichnungHeader zeichnung;
-  zeichnung.versionCounter = 7;
-  EXPECT_FALSE(WGO_getZEHeaderFromOnlineServer(3, &zeichnung));
-  EXPECT_EQ(zeichnung.versionCounter, 0U) << "a Zeichnung has no unknown version";
 }
 
 TEST_F(HeaderServices, APlanWithoutGuidIsNotFoundOnTheServer) {
@@ -38,16 +34,6 @@ TEST_F(HeaderServices, APlanWithoutGuidIsNotFoundOnTheServer) {
   makeObject(eFileType_Plan, 4);
   EXPECT_TRUE(GetPlanVersionCounter(4, counter, guid, false));
   EXPECT_EQ(counter, 1U);
-}
-
-TEST_F(HeaderServices, AHeaderOfTheOlderFormatComesUpToDate) {
-  std::string image = std::string("ZHDR\1\0\1\0\xB0\0\0\0\x31\x81\xFA\x8E\x0C\0\0\0\5", 21);
-  image.resize(176);
-  storeImage(L"tb000012.zdw", {image.begin(), image.end()});
-  TeilbildHeader found;
-  ASSERT_TRUE(WGO_getTBHeaderFromOnlineServer(12, &found));
-  EXPECT_EQ(found.number, 12);
-  EXPECT_EQ(found.versionCounter, 5U);
 }
 
 TEST_F(HeaderServices, VersionCountersComeFromTheSideThatWasAsked) {

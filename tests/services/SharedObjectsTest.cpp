@@ -30,51 +30,33 @@ TEST_F(SharedObjects, AnObjectIsLockedByThePathOfItsFile) {
   lockByBo(eFileType_Plan, 9);
   const std::wstring mine = path(L"TB000003.ZDW");
   const std::wstring bos = path(L"pb000009.zpl");
-  const struct {
-    std::wstring file;
-    bool wantOwner;
-    std::uint32_t status;
-    const wchar_t* owner;
-  } cases[] = {{mine, true, 0, L""},
-               {platform::toLower(mine), true, 0, L""},
-               {bos, true, 4, L"Bo"},
-               {bos, false, 4, L""},
-               {path(L"notes.txt"), true, 2, L""},
-               {path(L"QuorvelBim.xml"), true, 2, L""},
-               {L"Z:\\elsewhere\\pb000009.zpl", true, 2, L""}};
-  for (const auto& item : cases) {
-    SCOPED_TRACE(platform::toUtf8(item.file));
-    const std::size_t lines = desk.errorLines().size();
+  const auto lock = [](const std::wstring& file, bool wantOwner = true) {
     SetLastError(0);
-    const auto result = WGO_LockProjectSpecificFile(item.file.c_str(), item.wantOwner);
-    const bool refused = item.status == eLockFile_Refused;
-    EXPECT_EQ(GetLastError(), refused ? 33U : 0U);
-    EXPECT_EQ(::workstation::takeLockingError(), refused);
-    EXPECT_EQ(result.status, item.status);
-    EXPECT_EQ(result.ownerName, item.owner);
-    EXPECT_EQ(desk.errorLines().size(), lines + (refused ? 1 : 0));
-  }
+    const auto result = WGO_LockProjectSpecificFile(file.c_str(), wantOwner);
+    EXPECT_EQ(::workstation::takeLockingError(), GetLastError() == 33);
+    return platform::formatWide(L"%u %s %u", result.status, result.ownerName, GetLastError());
+  };
+  for (const std::wstring& file : {mine, mine, platform::toLower(mine)}) EXPECT_EQ(lock(file), L"0  0");
+  for (const auto& file : {path(L"notes.txt"), path(L"QuorvelBim.xml"), std::wstring(L"Z:\\tmp\\pb000009.zpl")})
+    EXPECT_EQ(lock(file), L"2  0") << "no object of the open project";
+  EXPECT_EQ(lock(bos), L"4 Bo 33");
+  EXPECT_EQ(lock(bos, false), L"4  33");
   EXPECT_TRUE(desk.hasErrorLine(L"FileAccess::WGO_LockProjectSpecificFile: ERROR_LOCK_VIOLATION " + bos));
   EXPECT_EQ(WGO_LockProjectSpecificFile(nullptr, true).status, 3U);
   EXPECT_TRUE(desk.hasErrorLine(L"FileAccess::WGO_LockProjectSpecificFile: wrong parameter"));
 
-  WGO_UnlockProjectSpecificFile(nullptr);
-  EXPECT_TRUE(desk.hasErrorLine(L"FileAccess::WGO_UnlockProjectSpecificFile: wrong parameter"));
-  const std::size_t lines = desk.errorLines().size();
-  const auto bothDoNothing = [&](const char* why) {
-    for (const wchar_t* file : {static_cast<const wchar_t*>(nullptr), bos.c_str()})
-      EXPECT_EQ(WGO_LockProjectSpecificFile(file, true).status, 2U) << why;
+  for (const bool conversion : {true, false}) {
+    globalEventManager::instance().set(kDatwaRunningEvent, L"");
+    if (!conversion) globalEventManager::instance().reset(kDatwaRunningEvent);
+    ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\LockingOff", conversion ? 0 : 1);
+    EXPECT_EQ(lock(bos), L"2  0");
+    EXPECT_EQ(WGO_LockProjectSpecificFile(nullptr, true).status, 2U);
     WGO_UnlockProjectSpecificFile(mine.c_str());
-    EXPECT_TRUE(locks.IsLockedByCurrentUser(3, eObject_Teilbild)) << why;
-  };
-  globalEventManager::instance().set(kDatwaRunningEvent, L"");
-  bothDoNothing("a conversion runs");
-  WGO_UnlockProjectSpecificFile(nullptr);
-  globalEventManager::instance().reset(kDatwaRunningEvent);
-  ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\LockingOff", 1);
-  bothDoNothing("locking is off");
+    EXPECT_TRUE(locks.IsLockedByCurrentUser(3, eObject_Teilbild));
+    WGO_UnlockProjectSpecificFile(nullptr);
+    EXPECT_EQ(desk.hasErrorLine(L"WGO_UnlockProjectSpecificFile: wrong parameter"), !conversion);
+  }
   ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\LockingOff", 0);
-  EXPECT_EQ(desk.errorLines().size(), lines);
   WGO_UnlockProjectSpecificFile(mine.c_str());
   EXPECT_EQ(locks.GetLockOwner(3, eObject_Teilbild, 0), -1);
 }
@@ -92,29 +74,23 @@ TEST_F(SharedObjects, ADownloadIsImpossibleForAnOpenObjectThatSomebodyElseHolds)
 TEST_F(SharedObjects, WhatAColleagueDeletedIsBackedUpAndMarked) {
   makeObject(eFileType_Teilbild, 4);
   const std::wstring file = makeObject(eFileType_Teilbild, 3);
-  TeilbildHeader kept;
-  ASSERT_EQ(ZP_Header_Teilbild::CheckOpenAndReadInfo(1, 3, kept, true), 0);
-  ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(3, kept);
+  const std::string bytes = desk.readFile(file);
+  ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(3, header<TeilbildHeader>(3, 1));
   ASSERT_EQ(locks.LockObject(3, eObject_Teilbild, 0), 1);
   ASSERT_EQ(WGO_CheckLockAndUploadFile(3, eFileType_Teilbild), 0U);
   locks.UnlockObject(3, eObject_Teilbild, 0);
-  const std::string bytes = desk.readFile(file);
   ASSERT_EQ(desk.store().deleteFile(bo, uuid, L"tb000003.zdw"), 0);
-
   std::wstring error;
-  const int handle = ::workstation::openInCore(file, error);
-  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, eFileType_Teilbild, false));
-  const void* const none = nullptr;
-  EXPECT_TRUE(WGO_DownloadToOpenFile(&none, 4, eFileType_Teilbild)) << "never on the server";
+  for (const int number : {3, 4}) {  // the second was never on the server
+    const int handle = ::workstation::openInCore(path(L"tb00000" + std::to_wstring(number) + L".zdw"), error);
+    EXPECT_TRUE(WGO_CheckLockAndDownloadFile(number, eFileType_Teilbild, false));
+    ::workstation::closeInCore(handle);
+  }
   EXPECT_EQ(WGO_getMarkedForDelete(), (std::vector<int>{3}));
-  ::workstation::closeInCore(handle);
   EXPECT_EQ(desk.readFile(file), bytes) << "the host removes it";
-  std::vector<std::filesystem::path> backups;
-  for (const auto& entry : std::filesystem::directory_iterator(platform::systemPath(path(L"Backup"))))
-    backups.push_back(entry.path());
-  ASSERT_EQ(backups.size(), 1U);
-  EXPECT_TRUE(backups[0].filename().string().starts_with("tb000003.zdw."));
-  EXPECT_EQ(zephor_test::contentOf(backups[0].string()), bytes);
+  const std::filesystem::directory_iterator backups(platform::systemPath(path(L"Backup")));
+  EXPECT_TRUE(backups->path().filename().string().starts_with("tb000003.zdw."));
+  EXPECT_EQ(zephor_test::contentOf(backups->path()), bytes);
 }
 
 }  // namespace

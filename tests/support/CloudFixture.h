@@ -51,10 +51,7 @@ class CloudFixture : public testing::Test {
   /// Lets the cloud keep a header beside a file.
   template <typename Header>
   void storeHeader(const std::wstring& name, const Header& kept) {
-    storeImage(name, ::workstation::storedImage(kept));
-  }
-  /// The same for the bytes that the cloud keeps.
-  void storeImage(const std::wstring& name, const std::vector<std::uint8_t>& image) {
+    const std::vector<std::uint8_t> image = ::workstation::storedImage(kept);
     HeaderBits bits(image.size() * 8);
     for (std::size_t bit = 0; bit < bits.size(); ++bit) bits[bit] = ((image[bit / 8] >> (bit % 8)) & 1U) != 0;
     cloud.headers[name] = bits;
