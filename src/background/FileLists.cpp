@@ -27,7 +27,8 @@ bool WGO_UploadFilesInternals(const PRJ& prj, const std::set<std::wstring>& file
                          1, false, true);
   std::vector<WGO_FileCompareInfo> batch;
   for (const std::wstring& file : files) {
-    if (_waccess(file.c_str(), 0) == 0) {
+    const platform::FileStatus status = platform::fileStatus(file);
+    if (status.exists && !status.isDirectory) {
       // Two empty entries: sent as a change, whether the server has the file or not.
       batch.emplace_back(file, WIN32_FIND_DATAW{}, WIN32_FIND_DATAW{});
     } else {
