@@ -42,6 +42,7 @@ void command(const std::vector<std::string>& words) {
   std::vector<char*> argv;
   for (const auto& word : words) argv.push_back(const_cast<char*>(word.c_str()));
   argv.push_back(nullptr);
+  std::fflush(stdout);
   const pid_t child = ::fork();
   if (child == 0) {
     if (std::freopen("/dev/null", "w", stdout) == nullptr) ::_exit(126);
@@ -56,7 +57,8 @@ void command(const std::vector<std::string>& words) {
 void makeTree(const fs::path& root, int files) {
   for (int i = 0; i < files; ++i) {
     const int directory = i / kFilesInDirectory;
-    const fs::path place = root / ("part" + std::to_string(directory / 10)) / ("floor" + std::to_string(directory % 10));
+    const fs::path place =
+        root / ("part" + std::to_string(directory / 10)) / ("floor" + std::to_string(directory % 10));
     if (i % kFilesInDirectory == 0) fs::create_directories(place);
     char name[32];
     std::snprintf(name, sizeof name, "tb%06d.zdw", i);
@@ -95,8 +97,8 @@ void measure(const fs::path& root, int files, int rounds) {
     syncs.push_back(timed([&] { command({"rsync", "-an", tree.string() + "/", copy.string() + "/"}); }));
   }
   const double look = median(looks);
-  std::printf("| %d | %.4f | %.4f | %.2f | %.4f | %.4f | %.2f |\n", files, look, median(comparisons), look / files * 1e6,
-              median(finds), median(syncs), look / median(syncs));
+  std::printf("| %d | %.4f | %.4f | %.2f | %.4f | %.4f | %.2f |\n", files, look, median(comparisons),
+              look / files * 1e6, median(finds), median(syncs), look / median(syncs));
   std::fflush(stdout);
   fs::remove_all(root);
 }
@@ -112,7 +114,8 @@ int main(int argc, char** argv) {
     for (int i = 3; i < argc; ++i) sizes.push_back(std::atoi(argv[i]));
     if (sizes.empty()) sizes = {5'000, 20'000, 80'000};
     require(rounds > 0, "ROUNDS must be a number above 0");
-    std::puts("| files | look s | of it comparison s | look, us a file | find -printf s | rsync -an s | look / rsync |");
+    std::puts(
+        "| files | look s | of it comparison s | look, us a file | find -printf s | rsync -an s | look / rsync |");
     std::puts("|---|---|---|---|---|---|---|");
     for (const int files : sizes) measure(root, files, rounds);
   } catch (const std::exception& error) {

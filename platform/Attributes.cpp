@@ -28,9 +28,12 @@ constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;
 struct Target {
   const char* path = nullptr;
   int fd = -1;
+  /// For a path whose directory is open as `fd`: the name in it, which spares the system the way there.
+  const char* entry = nullptr;
 
   int statInto(struct statx& out, int flags) const {
     constexpr unsigned kWanted = STATX_BASIC_STATS | STATX_BTIME;
+    if (entry != nullptr) return ::statx(fd, entry, flags, kWanted, &out);
     return path != nullptr ? ::statx(AT_FDCWD, path, flags, kWanted, &out)
                            : ::statx(fd, "", AT_EMPTY_PATH | flags, kWanted, &out);
   }
@@ -155,6 +158,10 @@ int readStatus(const std::string& path, EntryStatus& status) {
 
 int readStatus(int fd, EntryStatus& status) {
   return readStatus(Target{nullptr, fd}, status);
+}
+
+int readStatus(int directory, const char* name, const std::string& path, EntryStatus& status) {
+  return readStatus(directory >= 0 ? Target{path.c_str(), directory, name} : Target{path.c_str()}, status);
 }
 
 int writeAttributes(int fd, DWORD attributes) {

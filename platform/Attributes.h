@@ -33,6 +33,8 @@ struct EntryStatus {
 /// @return 0, or errno
 int readStatus(const std::string& path, EntryStatus& status);
 int readStatus(int fd, EntryStatus& status);
+/// The entry `name` of an open directory (-1: it is not open), whose path is `path`.
+int readStatus(int directory, const char* name, const std::string& path, EntryStatus& status);
 
 /// Sets exactly the attributes that can be set; the others (directory, link) are no matter.
 /// @return 0, or errno; ENOTSUP when the file system can't keep hidden or system

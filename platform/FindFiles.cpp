@@ -2,6 +2,7 @@
 // comes: an entry that vanished meanwhile is passed over, and one that comes meanwhile is not seen.
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "platform/Attributes.h"
+#include "platform/Descriptor.h"
 #include "platform/Errors.h"
 #include "platform/FileWildcard.h"
 #include "platform/Files.h"
@@ -21,68 +23,95 @@
 
 namespace {
 
+using platform::Descriptor;
 using platform::EntryStatus;
 using platform::fail;
 using platform::WildcardPattern;
 
+/// Names and keys in UTF-8, whose bytes stand in the order of the characters.
 struct FoundName {
-  std::wstring name;
-  std::wstring sortKey;
+  std::string name;
+  std::string sortKey;
 };
-
-bool fillData(const std::string& path, const std::wstring& name, WIN32_FIND_DATAW& data) {
-  EntryStatus status;
-  if (platform::readStatus(path, status) != 0 || name.size() >= MAX_PATH) return false;
-  // Pipes, sockets and devices are no files that anybody here could work with.
-  if (!S_ISREG(status.mode) && !S_ISDIR(status.mode) && !S_ISLNK(status.mode)) return false;
-  data = WIN32_FIND_DATAW();
-  data.dwFileAttributes = status.attributes;
-  data.ftCreationTime = status.creation;
-  data.ftLastAccessTime = status.access;
-  data.ftLastWriteTime = status.write;
-  data.nFileSizeHigh = static_cast<DWORD>(status.size >> 32U);
-  data.nFileSizeLow = static_cast<DWORD>(status.size & 0xFFFFFFFFU);
-  std::copy(name.begin(), name.end(), data.cFileName);
-  return true;
-}
 
 class FindObject : public platform::HandleObject {
  public:
-  FindObject(std::string directory, std::vector<FoundName> names)
-      : directory_(std::move(directory)), names_(std::move(names)) {}
+  /// @param descriptor  the directory, open; may be none
+  FindObject(std::string directory, Descriptor descriptor, std::vector<FoundName> names)
+      : path_(std::move(directory)),
+        directoryLength_(path_.size() + 1),
+        names_(std::move(names)),
+        descriptor_(std::move(descriptor)) {
+    path_ += '/';
+  }
 
-  /// @return false at the end
-  bool next(WIN32_FIND_DATAW& data) {
+  /// @return 0; ERROR_NO_MORE_FILES at the end; another error at the end of a listing that is not whole
+  DWORD next(WIN32_FIND_DATAW& data) {
     while (position_ < names_.size()) {
-      const std::wstring& name = names_[position_++].name;
-      if (fillData(directory_ + '/' + platform::toUtf8(name), name, data)) return true;
+      const std::string& name = names_[position_++].name;
+      path_.replace(directoryLength_, std::string::npos, name);
+      EntryStatus status;
+      const int error = platform::readStatus(descriptor_.get(), name.c_str(), path_, status);
+      if (error == 0 && fillData(status, name, data)) return ERROR_SUCCESS;
+      if (error != 0 && error != ENOENT && failure_ == ERROR_NO_MORE_FILES) failure_ = platform::fromErrno(error);
     }
-    return false;
+    return failure_;
   }
 
   bool isClosedByCloseHandle() const override { return false; }
 
  private:
-  std::string directory_;
+  static bool fillData(const EntryStatus& status, const std::string& name, WIN32_FIND_DATAW& data) {
+    // Pipes, sockets and devices are no files that anybody here could work with.
+    if (!S_ISREG(status.mode) && !S_ISDIR(status.mode) && !S_ISLNK(status.mode)) return false;
+    const std::wstring wide = platform::fromUtf8(name);
+    if (wide.size() >= MAX_PATH) return false;
+    data = WIN32_FIND_DATAW();
+    data.dwFileAttributes = status.attributes;
+    data.ftCreationTime = status.creation;
+    data.ftLastAccessTime = status.access;
+    data.ftLastWriteTime = status.write;
+    data.nFileSizeHigh = static_cast<DWORD>(status.size >> 32U);
+    data.nFileSizeLow = static_cast<DWORD>(status.size & 0xFFFFFFFFU);
+    std::copy(wide.begin(), wide.end(), data.cFileName);
+    return true;
+  }
+
+  std::string path_;  // of the directory with its separator, then of the entry that is looked at
+  std::size_t directoryLength_;
   std::vector<FoundName> names_;
+  Descriptor descriptor_;
   std::size_t position_ = 0;
+  DWORD failure_ = ERROR_NO_MORE_FILES;
 };
 
+bool isAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+std::string upperKey(std::string_view name) {
+  if (!isAscii(name)) return platform::toUtf8(platform::toUpper(platform::fromUtf8(name)));
+  std::string key(name);
+  for (char& c : key) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  return key;
+}
+
 /// Names that match, `.` and `..` first, the others in the order of a Windows volume: by letter without case.
-std::vector<FoundName> matchingNames(DIR* stream, const WildcardPattern& pattern) {
+std::vector<FoundName> matchingNames(DIR* stream, const std::wstring& pattern) {
+  const bool matchesAll = pattern == L"*";
+  const WildcardPattern matcher(pattern);
   std::vector<FoundName> names;
   while (const dirent* entry = ::readdir(stream)) {
     const std::string_view name = entry->d_name;
     // A name with a backslash would be taken for a path.
     if (name.find('\\') != std::string_view::npos || !platform::isValidUtf8(name)) continue;
-    std::wstring wide = platform::fromUtf8(name);
-    if (!pattern.matches(wide)) continue;
+    if (!matchesAll && !matcher.matches(platform::fromUtf8(name))) continue;
     const bool isDots = name == "." || name == "..";
-    std::wstring key = isDots ? std::wstring(name.size(), L'\1') : platform::toUpper(wide);
-    names.push_back({std::move(wide), std::move(key)});
+    names.push_back({std::string(name), isDots ? std::string(name.size(), '\1') : upperKey(name)});
   }
   std::sort(names.begin(), names.end(), [](const FoundName& a, const FoundName& b) {
-    return a.sortKey != b.sortKey ? a.sortKey < b.sortKey : a.name < b.name;
+    const int order = a.sortKey.compare(b.sortKey);
+    return order != 0 ? order < 0 : a.name < b.name;
   });
   return names;
 }
@@ -94,8 +123,9 @@ DWORD beginListing(const std::wstring& directory, const std::wstring& pattern, s
   const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(place.path.c_str()), ::closedir);
   if (!stream && errno == ENOTDIR) return ERROR_DIRECTORY;
   if (!stream) return errno == ENOENT ? ERROR_PATH_NOT_FOUND : platform::fromErrno(errno);
-  auto names = matchingNames(stream.get(), WildcardPattern(pattern));
-  find = std::make_shared<FindObject>(place.path, std::move(names));
+  auto names = matchingNames(stream.get(), pattern);
+  Descriptor descriptor(::fcntl(::dirfd(stream.get()), F_DUPFD_CLOEXEC, 0));
+  find = std::make_shared<FindObject>(place.path, std::move(descriptor), std::move(names));
   return ERROR_SUCCESS;
 }
 
@@ -105,8 +135,8 @@ DWORD findSingle(const wchar_t* path, std::shared_ptr<FindObject>& find) {
   if (const DWORD error = platform::locate(path, place)) return error;
   EntryStatus status;
   if (const int error = platform::readStatus(place.path, status)) return platform::pathError(error, place.path);
-  std::vector<FoundName> names{{platform::fromUtf8(platform::nameOf(place.path)), {}}};
-  find = std::make_shared<FindObject>(platform::parentOf(place.path), std::move(names));
+  std::vector<FoundName> names{{platform::nameOf(place.path), {}}};
+  find = std::make_shared<FindObject>(platform::parentOf(place.path), Descriptor(), std::move(names));
   return ERROR_SUCCESS;
 }
 
@@ -127,7 +157,10 @@ DWORD beginFind(const std::wstring& path, std::shared_ptr<FindObject>& find) {
 HANDLE FindFirstFileW(const wchar_t* pattern, WIN32_FIND_DATAW* data) {
   std::shared_ptr<FindObject> find;
   DWORD error = pattern == nullptr || data == nullptr ? ERROR_PATH_NOT_FOUND : beginFind(pattern, find);
-  if (error == ERROR_SUCCESS && !find->next(*data)) error = ERROR_FILE_NOT_FOUND;
+  if (error == ERROR_SUCCESS) {
+    error = find->next(*data);
+    if (error == ERROR_NO_MORE_FILES) error = ERROR_FILE_NOT_FOUND;
+  }
   if (error != ERROR_SUCCESS) {
     SetLastError(error);
     return INVALID_HANDLE_VALUE;
@@ -138,7 +171,8 @@ HANDLE FindFirstFileW(const wchar_t* pattern, WIN32_FIND_DATAW* data) {
 BOOL FindNextFileW(HANDLE find, WIN32_FIND_DATAW* data) {
   const auto object = platform::findHandleOf<FindObject>(find);
   if (!object) return FALSE;
-  return object->next(*data) ? TRUE : fail(ERROR_NO_MORE_FILES);
+  const DWORD error = object->next(*data);
+  return error == ERROR_SUCCESS ? TRUE : fail(error);
 }
 
 BOOL FindClose(HANDLE find) {

@@ -93,9 +93,22 @@ void appendUtf16(std::u16string& out, wchar_t c) {
   out += {static_cast<char16_t>(0xD800U + (value >> 10U)), static_cast<char16_t>(0xDC00U + (value & 0x3FFU))};
 }
 
+namespace {
+
+/// Most names and lines are ASCII, which needs no decoding.
+std::size_t asciiLength(std::string_view text) {
+  const auto end = std::find_if(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+  return static_cast<std::size_t>(end - text.begin());
+}
+
+}  // namespace
+
 std::wstring fromUtf8(std::string_view text) {
   std::wstring out;
+  const std::size_t ascii = asciiLength(text);
   out.reserve(text.size());
+  out.assign(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(ascii));
+  text.remove_prefix(ascii);
   while (!text.empty()) {
     const DecodedCharacter next = decodeUtf8(text);
     out += next.character;
@@ -130,6 +143,7 @@ std::wstring fromUtf16(std::u16string_view text) {
 }
 
 bool isValidUtf8(std::string_view text) {
+  text.remove_prefix(asciiLength(text));
   while (!text.empty()) {
     const DecodedCharacter next = decodeUtf8(text);
     if (!next.wellFormed) return false;

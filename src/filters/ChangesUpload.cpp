@@ -107,8 +107,9 @@ bool WGO_DirectoryChanges::upload(const std::vector<WGO_FileCompareInfo>& change
     text = platform::formatWide(L"Uploading %d files to \"\\\\%s\\%s\"", plan.files.size(), project->GetDirectoryName(),
                                 project->GetProjectDisplayName());
   }
-  const CloudStatus status = Threading::Ondrath_UploadFreeFiles(
-      *project, plan.files, plan.newFiles, transferOptions(kUpload, text, static_cast<std::uint32_t>(plan.files.size())));
+  const CloudStatus status =
+      Threading::Ondrath_UploadFreeFiles(*project, plan.files, plan.newFiles,
+                                         transferOptions(kUpload, text, static_cast<std::uint32_t>(plan.files.size())));
   if (status != 0) {
     lfperrC(L"%s: UploadFreeFiles returned error %lu\n\n", kUpload, status);
     return false;
