@@ -1,29 +1,18 @@
 #include "workstation/program/SyncBase.h"
 
-#include <sqlite3.h>
-
 #include <cstdio>
 
-#include "platform/Files.h"
-#include "platform/Paths.h"
 #include "platform/Text.h"
 
 namespace workstation::program {
 
 namespace {
 
-constexpr const wchar_t* kStateDirectory = L"C:\\State";
-constexpr int kBusyMilliseconds = 10000;
 constexpr int kStampColumns = 5;
 constexpr const char* kSchema =
     "CREATE TABLE IF NOT EXISTS sync_points (name TEXT PRIMARY KEY, here_version INTEGER, here_modified INTEGER, "
     "here_check INTEGER, here_guid1 INTEGER, here_guid2 INTEGER, store_version INTEGER, store_modified INTEGER, "
     "store_check INTEGER, store_guid1 INTEGER, store_guid2 INTEGER) WITHOUT ROWID";
-
-struct Finalizer {
-  void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, Finalizer>;
 
 Statement prepare(sqlite3* database, const char* sql, const std::wstring& name) {
   sqlite3_stmt* raw = nullptr;
@@ -54,21 +43,13 @@ void bindStamp(sqlite3_stmt* statement, int first, const VersionStamp& stamp) {
 
 }  // namespace
 
-void SyncBase::Closer::operator()(sqlite3* database) const {
-  sqlite3_close(database);
-}
-
 SyncBase::SyncBase(const std::wstring& projectUuid) {
-  SHCreateDirectoryExW(nullptr, kStateDirectory, nullptr);
-  const std::string path = platform::systemPath(platform::joinPath(kStateDirectory, projectUuid + L".db3"));
-  sqlite3* raw = nullptr;
-  const int result = sqlite3_open(path.c_str(), &raw);
-  database_.reset(raw);
-  if (result == SQLITE_OK) sqlite3_busy_timeout(raw, kBusyMilliseconds);
-  if (result != SQLITE_OK || sqlite3_exec(raw, kSchema, nullptr, nullptr, nullptr) != SQLITE_OK) {
+  std::string path;
+  std::string error;
+  database_ = openProjectRecord(projectUuid, kSchema, path, error);
+  if (!database_) {
     std::fprintf(stderr, "zephor: %s can't be used (%s); what differs counts as changed on both sides\n", path.c_str(),
-                 sqlite3_errmsg(raw));
-    database_.reset();
+                 error.c_str());
   }
 }
 

@@ -3,13 +3,11 @@
 // sides.
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
 
 #include "workstation/program/ObjectState.h"
-
-struct sqlite3;
+#include "workstation/program/ProjectRecord.h"
 
 namespace workstation::program {
 
@@ -23,10 +21,7 @@ class SyncBase {
   void forget(const std::wstring& name);
 
  private:
-  struct Closer {
-    void operator()(sqlite3* database) const;
-  };
-  std::unique_ptr<sqlite3, Closer> database_;
+  Database database_;
 };
 
 }  // namespace workstation::program
