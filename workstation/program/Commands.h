@@ -21,6 +21,7 @@ void addProjectCommands(CLI::App& app, Action& selected);
 void addObjectCommands(CLI::App& app, Action& selected);
 void addLockCommands(CLI::App& app, Action& selected);
 void addTransferCommands(CLI::App& app, Action& selected);
+void addChangesCommand(CLI::App& app, Action& selected);
 void addPushCommand(CLI::App& app, Action& selected);
 void addServerCommands(CLI::App& app, Action& selected);
 void addCompressionCommands(CLI::App& app, Action& selected);
