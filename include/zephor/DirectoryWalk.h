@@ -23,9 +23,10 @@ using DirectorySnapshot = std::map<std::wstring, WIN32_FIND_DATAW>;
 /// @return the number of entries that were appended; 0 for a null, empty or missing directory
 ZEPHOR_API int WGO_getFileInfoFromDirectory(const wchar_t* directory, std::vector<WIN32_FIND_DATAW>& out,
                                             const WGO_FileFilter* filter);
-/// Files of a directory and, if asked for, of those below it. Directories whose name begins with a point are passed
-/// over, and with an excluded one, which the filter is asked about by its bare name, all below it. Links to directories
-/// are not followed; a link to a file counts as the file. An entry that `out` holds already is kept.
+/// Files of a directory and, if asked for, of those below it. Directories whose name begins with a point or holds a
+/// wildcard are passed over, and with an excluded one, which the filter is asked about by its bare name, all below it.
+/// Links to directories are not followed; a link to a file counts as the file. An entry that `out` holds already is
+/// kept.
 /// @return the number of entries in `out` afterwards; 0, `out` untouched, for a null directory
 ZEPHOR_API int WGO_getFilesFromDirectory(const wchar_t* directory, DirectorySnapshot& out, const WGO_FileFilter* filter,
                                          bool withSubdirectories);

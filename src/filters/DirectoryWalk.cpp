@@ -1,6 +1,7 @@
 #include "zephor/DirectoryWalk.h"
 
 #include <algorithm>
+#include <cwchar>
 #include <iterator>
 
 #include "host/Trace.h"
@@ -53,10 +54,12 @@ bool isWantedFile(const WIN32_FIND_DATAW& entry, const WGO_FileFilter* filter) {
   return !isDirectory(entry) && (filter == nullptr || !filter->IsFileExcluded(entry.cFileName));
 }
 
-/// A link is not followed: one that leads up would never end, and one that leads away holds another's files.
+/// A link is not followed: one that leads up would never end, and one that leads away holds another's files. A name
+/// with a wildcard can't be listed, and no other workstation can hold it.
 bool isWantedDirectory(const WIN32_FIND_DATAW& entry, const WGO_FileFilter* filter) {
   return isDirectory(entry) && (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 &&
-         entry.cFileName[0] != L'.' && (filter == nullptr || !filter->IsDirectoryExcluded(entry.cFileName));
+         entry.cFileName[0] != L'.' && std::wcspbrk(entry.cFileName, L"*?") == nullptr &&
+         (filter == nullptr || !filter->IsDirectoryExcluded(entry.cFileName));
 }
 
 bool isGone(DWORD error) {
@@ -67,7 +70,10 @@ bool isGone(DWORD error) {
 
 int WGO_getFileInfoFromDirectory(const wchar_t* directory, std::vector<WIN32_FIND_DATAW>& out,
                                  const WGO_FileFilter* filter) {
-  if (directory == nullptr || *directory == L'\0') return 0;
+  if (directory == nullptr || *directory == L'\0') {
+    SetLastError(ERROR_PATH_NOT_FOUND);
+    return 0;
+  }
   const std::size_t before = out.size();
   const DWORD error = listDirectory(directory, [&](const WIN32_FIND_DATAW& entry) {
     if (isWantedFile(entry, filter)) out.push_back(entry);
@@ -79,9 +85,11 @@ int WGO_getFileInfoFromDirectory(const wchar_t* directory, std::vector<WIN32_FIN
 
 int WGO_getFilesFromDirectory(const wchar_t* directory, DirectorySnapshot& out, const WGO_FileFilter* filter,
                               bool withSubdirectories) {
-  if (directory == nullptr) return 0;
+  if (directory == nullptr || *directory == L'\0') {
+    SetLastError(ERROR_PATH_NOT_FOUND);
+    return directory == nullptr ? 0 : static_cast<int>(out.size());
+  }
   std::wstring top = directory;
-  if (top.empty()) return static_cast<int>(out.size());
   if (top.back() == L'\\') top.pop_back();
   std::vector<std::wstring> waiting{top};
   DWORD failure = ERROR_SUCCESS;

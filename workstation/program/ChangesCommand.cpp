@@ -50,7 +50,7 @@ ExitCode changes(Context& context, bool accepts) {
   Table table({{"change", L"CHANGE"}, {"file", L"FILE"}, {"size", L"SIZE"}, {"size_before", L"BEFORE"}});
   for (const WGO_FileCompareInfo& change : look.changes) {
     const auto size = [](const WIN32_FIND_DATAW& file) {
-      return file.cFileName[0] == L'\0' ? Value() : Value(sizeOf(file));
+      return file.cFileName[0] == L'\0' ? Value(std::monostate()) : Value(sizeOf(file));
     };
     table.row({std::wstring(wordOf(change)), nameInProject(look, change.fileName), size(change.newData),
                size(change.oldData)});
