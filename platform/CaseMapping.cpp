@@ -1,6 +1,7 @@
 // Letter case without the process's locale. Two letters are a case pair only when each is the other's single partner:
 // then comparing in lower and in upper case agree, and no character equals two others that differ (dotted I, long s,
 // final sigma).
+#include <cstdint>
 #include <cwchar>
 #include <cwctype>
 #include <limits>
@@ -73,9 +74,20 @@ bool equalLetters(wchar_t a, wchar_t b) {
 
 }  // namespace
 
+void lowerInto(std::wstring_view text, wchar_t* out) {
+  std::uint32_t bits = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto code = static_cast<std::uint32_t>(text[i]);
+    bits |= code;
+    out[i] = text[i] + (code - L'A' <= L'Z' - L'A' ? L'a' - L'A' : 0);
+  }
+  if (bits < 0x80) return;
+  for (std::size_t i = 0; i < text.size(); ++i) out[i] = lower(text[i]);
+}
+
 std::wstring toLower(std::wstring_view text) {
-  std::wstring out(text);
-  for (wchar_t& c : out) c = lower(c);
+  std::wstring out(text.size(), L'\0');
+  lowerInto(text, out.data());
   return out;
 }
 

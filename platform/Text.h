@@ -49,6 +49,8 @@ PLATFORM_API std::wstring fromUtf16(std::u16string_view text);
 PLATFORM_API bool isValidUtf8(std::string_view text);
 
 PLATFORM_API std::wstring toLower(std::wstring_view text);
+/// The characters of toLower, into a buffer of at least the text's length and other than the text; no terminator.
+PLATFORM_API void lowerInto(std::wstring_view text, wchar_t* out);
 PLATFORM_API std::wstring toUpper(std::wstring_view text);
 PLATFORM_API bool equalsIgnoreCase(std::wstring_view a, std::wstring_view b);
 PLATFORM_API bool startsWithIgnoreCase(std::wstring_view text, std::wstring_view prefix);

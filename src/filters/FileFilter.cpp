@@ -1,31 +1,19 @@
 #include "zephor/FileFilter.h"
 
-#include <algorithm>
-#include <boost/regex.hpp>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
+#include "filters/LoweredName.h"
+#include "filters/NameRules.h"
 #include "platform/Text.h"
 
 namespace Quorvel::FileAccess {
 
 namespace {
 
-using Rules = std::vector<boost::wregex>;
-
 bool isEmpty(const wchar_t* text) {
   return text == nullptr || *text == L'\0';
-}
-
-/// @param lowered  in lower case, as the rules are
-bool matchesAny(const Rules& rules, std::wstring_view lowered) {
-  // Without match_single_line `^` and `$` would hold at a line feed within a name too.
-  const auto kFlags = boost::match_default | boost::match_any | boost::match_single_line;
-  return std::any_of(rules.begin(), rules.end(), [&](const boost::wregex& rule) {
-    return boost::regex_search(lowered.begin(), lowered.end(), rule, kFlags);
-  });
 }
 
 /// A literal for an expression. Lower case can't hold the `\E` that ends it. Empty for an empty text.
@@ -46,10 +34,14 @@ std::wstring rightMatch(const wchar_t* text) {
 }  // namespace
 
 struct WGO_FileFilter::MemberData {
-  Rules excludeFiles;
-  Rules includeFiles;
-  Rules excludeDirectories;
-  Rules includeDirectories;
+  NameRules excludeFiles;
+  NameRules includeFiles;
+  NameRules excludeDirectories;
+  NameRules includeDirectories;
+
+  // Names are in lower case.
+  bool keepsOutFile(std::wstring_view name) const;
+  bool keepsOutDirectory(std::wstring_view name) const;
 };
 
 WGO_FileFilter::WGO_FileFilter() = default;
@@ -67,23 +59,23 @@ WGO_FileFilter::MemberData& WGO_FileFilter::Data() const {
 
 void WGO_FileFilter::ExcludeFile(const wchar_t* expression) {
   if (isEmpty(expression)) return;
-  boost::wregex rule(expression);
-  Data().excludeFiles.push_back(std::move(rule));
+  NameRule rule(expression);
+  Data().excludeFiles.add(std::move(rule));
 }
 void WGO_FileFilter::IncludeFile(const wchar_t* expression) {
   if (isEmpty(expression)) return;
-  boost::wregex rule(expression);
-  Data().includeFiles.push_back(std::move(rule));
+  NameRule rule(expression);
+  Data().includeFiles.add(std::move(rule));
 }
 void WGO_FileFilter::ExcludeDirectory(const wchar_t* expression) {
   if (isEmpty(expression)) return;
-  boost::wregex rule(expression);
-  Data().excludeDirectories.push_back(std::move(rule));
+  NameRule rule(expression);
+  Data().excludeDirectories.add(std::move(rule));
 }
 void WGO_FileFilter::IncludeDirectory(const wchar_t* expression) {
   if (isEmpty(expression)) return;
-  boost::wregex rule(expression);
-  Data().includeDirectories.push_back(std::move(rule));
+  NameRule rule(expression);
+  Data().includeDirectories.add(std::move(rule));
 }
 
 void WGO_FileFilter::ExcludeFileExact(const wchar_t* name) {
@@ -121,32 +113,39 @@ void WGO_FileFilter::IncludeDirectoryExact(const wchar_t* name) {
   IncludeDirectory(exact(name).c_str());
 }
 
+bool WGO_FileFilter::MemberData::keepsOutFile(std::wstring_view name) const {
+  if (name.empty()) return true;
+  if (includeFiles.match(name)) return false;
+  if (!includeDirectories.isEmpty()) {
+    const std::size_t separator = name.find(L'\\');
+    const bool hasDirectory = separator != std::wstring_view::npos && separator > 0;
+    if (hasDirectory && includeDirectories.match(name.substr(0, separator))) return false;
+  }
+  return excludeFiles.match(name);
+}
+
+bool WGO_FileFilter::MemberData::keepsOutDirectory(std::wstring_view name) const {
+  return !includeDirectories.match(name) && excludeDirectories.match(name);
+}
+
 bool WGO_FileFilter::IsFileExcluded(const wchar_t* name) const {
   if (!data_) return false;
-  if (isEmpty(name)) return true;
-  const std::wstring lowered = platform::toLower(name);
-  if (matchesAny(data_->includeFiles, lowered)) return false;
-  const std::size_t separator = lowered.find(L'\\');
-  const bool hasDirectory = separator != std::wstring::npos && separator > 0;
-  const std::wstring_view whole = lowered;
-  if (hasDirectory && matchesAny(data_->includeDirectories, whole.substr(0, separator))) return false;
-  return matchesAny(data_->excludeFiles, lowered);
+  return name == nullptr || data_->keepsOutFile(LoweredName(name).text());
 }
 
 bool WGO_FileFilter::IsDirectoryExcluded(const wchar_t* name) const {
   if (!data_) return false;
-  if (name == nullptr) return true;
-  const std::wstring lowered = platform::toLower(name);
-  return !matchesAny(data_->includeDirectories, lowered) && matchesAny(data_->excludeDirectories, lowered);
+  return name == nullptr || data_->keepsOutDirectory(LoweredName(name).text());
 }
 
 bool WGO_FileFilter::IsFileOrDirectoryExcluded(const wchar_t* path) const {
   if (!data_) return false;
   if (path == nullptr) return true;
-  const std::wstring whole = path;
+  const LoweredName lowered(path);
+  const std::wstring_view whole = lowered.text();
   const std::size_t last = whole.rfind(L'\\');
-  const std::wstring file = last == std::wstring::npos ? whole : whole.substr(last + 1);
-  return IsFileExcluded(file.c_str()) || IsDirectoryExcluded(whole.substr(0, whole.find(L'\\')).c_str());
+  const std::wstring_view file = last == std::wstring_view::npos ? whole : whole.substr(last + 1);
+  return data_->keepsOutFile(file) || data_->keepsOutDirectory(whole.substr(0, whole.find(L'\\')));
 }
 
 }  // namespace Quorvel::FileAccess

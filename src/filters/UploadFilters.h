@@ -1,10 +1,11 @@
 // Groups of rules that the exported builders and the project's synchronisation put together.
 #pragma once
 
-#include <set>
 #include <string>
-#include <utility>
+#include <vector>
 
+#include "filters/RuleTables.h"
+#include "filters/SyncFilterFile.h"
 #include "zephor/UploadFilters.h"
 
 namespace Quorvel::FileAccess {
@@ -20,5 +21,12 @@ void AddPrjDirFilter_ResourceFiles(WGO_FileFilter& filter);
 /// @return false when the project is not to be synchronised (a null name, or the entry for "/"); rules added before
 ///         that entry stay
 bool ApplySyncFilterExcludes(const wchar_t* projectName, WGO_FileFilter& filter);
+
+/// Appends a table's rules.
+void appendRules(const RuleTable& table, std::vector<UploadRule>& rules);
+/// Appends what was read of a sync filter file.
+/// @param include  the entries are of "include" lines, otherwise of "exclude" lines
+void appendRules(const SyncFilterEntries& entries, bool include, const std::wstring& path,
+                 std::vector<UploadRule>& rules);
 
 }  // namespace Quorvel::FileAccess
