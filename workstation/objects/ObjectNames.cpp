@@ -21,9 +21,9 @@ struct Kind {
 };
 
 constexpr std::array kKinds = {
-    Kind{eFileType_Teilbild, 0, 1, 9999, L"tb", L".zdw", L"^tb[0-9]{6}\\.zdw$"},
-    Kind{eFileType_Zeichnung, 1, 3, 999999, L"ze", L".000", L"^ze[0-9]{6}\\.000$"},
-    Kind{eFileType_Plan, 2, 2, 999999, L"pb", L".zpl", L"^pb[0-9]{6}\\.zpl$"},
+    Kind{eFileType_Teilbild, 0, 1, 9999, L"tb", L".zdw", L"^tb00(?!0000)[0-9]{4}\\.zdw$"},
+    Kind{eFileType_Zeichnung, 1, 3, 999999, L"ze", L".000", L"^ze(?!000000)[0-9]{6}\\.000$"},
+    Kind{eFileType_Plan, 2, 2, 999999, L"pb", L".zpl", L"^pb(?!000000)[0-9]{6}\\.zpl$"},
 };
 constexpr std::size_t kDigits = 6;
 
@@ -125,8 +125,8 @@ bool GetTypeFromFilePathName(const std::wstring& path, QuorvelFileType& type, in
 
 const wchar_t* GetBoostRegExFilterExpression(QuorvelFileType type) {
   if (const workstation::Kind* kind = workstation::findKind(type)) return kind->expression;
-  if (type == eFileType_ResourceA) return L"^.+\\.zra$";
-  if (type == eFileType_ResourceB) return L"^.+\\.zrb$";
+  if (type == eFileType_ResourceA) return L"[^\\\\/]\\.zra$";
+  if (type == eFileType_ResourceB) return L"[^\\\\/]\\.zrb$";
   if (type == eFileType_QuorvelBim) return L"^quorvelbim\\.xml$";
   if (type == eFileType_QuorvelLayout) return L"^quorvellayout\\.xml$";
   return nullptr;

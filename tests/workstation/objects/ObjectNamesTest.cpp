@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <boost/regex.hpp>
 #include <fstream>
 #include <tuple>
 
@@ -40,6 +41,47 @@ TEST(ObjectNames, OtherNamesAreNoObjects) {
     EXPECT_EQ(type, eFileType_Unknown);
     EXPECT_EQ(number, -1);
   }
+}
+
+TEST(ObjectNames, TheExpressionOfATypeFindsItsNamesAndNoOthers) {
+  for (const wchar_t* path : {L"tb000000.zdw",
+                              L"tb000001.zdw",
+                              L"tb009999.zdw",
+                              L"tb010000.zdw",
+                              L"tb000001xzdw",
+                              L"xtb000001.zdw",
+                              L"tb000001.zdw\n",
+                              L"ze000000.000",
+                              L"ze000001.000",
+                              L"ze999999.000",
+                              L"ze00001.000",
+                              L"pb000000.zpl",
+                              L"pb100000.zpl",
+                              L"pb0000001.zpl",
+                              L".zra",
+                              L"a.zra",
+                              L"a\n.zra",
+                              L"azra",
+                              L"sub\\.zra",
+                              L"sub\\a.zra",
+                              L"a.zrb",
+                              L"a.zrb.x",
+                              L"quorvelbim.xml",
+                              L"quorvelbim_xml",
+                              L"quorvellayout.xml",
+                              L"quorvellayout.xml.bak"}) {
+    QuorvelFileType type = eFileType_Unknown;
+    int number = -1;
+    GetTypeFromFilePathName(path, type, number);
+    for (const QuorvelFileType each :
+         {eFileType_Teilbild, eFileType_ResourceA, eFileType_ResourceB, eFileType_Zeichnung, eFileType_Plan,
+          eFileType_QuorvelBim, eFileType_QuorvelLayout}) {
+      const boost::wregex expression(GetBoostRegExFilterExpression(each));
+      EXPECT_EQ(boost::regex_search(path, expression, boost::match_single_line), each == type)
+          << platform::toUtf8(path) << ", type " << each;
+    }
+  }
+  EXPECT_EQ(GetBoostRegExFilterExpression(eFileType_Unknown), nullptr);
 }
 
 TEST(LockNames, OtherNamesAreNoLocks) {
