@@ -29,6 +29,7 @@ void addInfoCommand(CLI::App& app, Action& selected);
 void addStatusCommand(CLI::App& app, Action& selected);
 void addDeletedCommand(CLI::App& app, Action& selected);
 void addNotUploadedCommands(CLI::App& app, Action& selected);
+void addFilterCommands(CLI::App& app, Action& selected);
 void addCompletionCommand(CLI::App& app, Action& selected);
 
 }  // namespace workstation::program

@@ -61,6 +61,7 @@ int run(int argc, char** argv) {
   workstation::program::addStatusCommand(app, selected);
   workstation::program::addDeletedCommand(app, selected);
   workstation::program::addNotUploadedCommands(app, selected);
+  workstation::program::addFilterCommands(app, selected);
   workstation::program::addCompletionCommand(app, selected);
 
   try {
