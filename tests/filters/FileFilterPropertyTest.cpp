@@ -1,6 +1,7 @@
 // Every answer of the filter beside a plain scan: each rule an expression by itself, searched in order.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <boost/regex.hpp>
 #include <functional>
 #include <random>
@@ -38,10 +39,9 @@ struct PlainList {
     if (!text.empty()) rules.emplace_back(before + L"\\Q" + platform::toLower(text) + L"\\E" + behind);
   }
   bool match(const std::wstring& name) const {
-    for (const boost::wregex& rule : rules) {
-      if (boost::regex_search(name, rule, boost::match_any | boost::match_single_line)) return true;
-    }
-    return false;
+    return std::any_of(rules.begin(), rules.end(), [&](const boost::wregex& rule) {
+      return boost::regex_search(name, rule, boost::match_any | boost::match_single_line);
+    });
   }
 };
 
@@ -57,8 +57,7 @@ struct PlainFilter {
     return excludeFiles.match(lowered);
   }
   bool keepsOutDirectory(const std::wstring& name) const {
-    const std::wstring lowered = platform::toLower(name);
-    return !includeDirectories.match(lowered) && excludeDirectories.match(lowered);
+    return !includeDirectories.match(platform::toLower(name)) && excludeDirectories.match(platform::toLower(name));
   }
 };
 

@@ -1,5 +1,7 @@
 #include "filters/UploadFilters.h"
 
+#include <map>
+
 #include "filters/SyncFilterFile.h"
 #include "host/Users.h"
 #include "platform/Files.h"
@@ -16,93 +18,37 @@ class UploadFilters : public zephor_test::CloudFixture {
   std::wstring project() const { return get_ActivePrj().GetDirectoryName(); }
 };
 
-/// Names that stand for the tables, and what each filter says of them as a file (or, with a backslash at the end, as a
-/// directory).
+/// Names that stand for the tables by the filters that keep them out, directories with a backslash at the end.
 TEST_F(UploadFilters, EachFilterIsMadeOfItsTables) {
   writeLines("<file include = \"kept.bak\" activated = \"1\">\n");
-  WGO_FileFilter directory;
-  WGO_FileFilter all;
-  WGO_FileFilter copy;
-  WGO_FileFilter bim;
-  WGO_FileFilter cor;
-  WGO_FileFilter background;
-  WGO_GetPrjDirUploadFilter(directory, false);
-  WGO_GetPrjDirUploadFilter(all, true);
-  WGO_GetPrjCopyUploadFilter(copy);
-  WGO_AddPrjDirFilter_BimSubdir(bim);
-  WGO_GetCorUploadFilter(cor);
-  WGO_Exclude_From_BackgroundUpload(background);
-  const std::wstring own = lzbext();
-  ASSERT_FALSE(own.empty());
-  const struct {
-    std::wstring name;
-    const char* keptOutBy;
-  } table[] = {
-      {L"plan.txt", ""},
-      {L"a.mdb", "dacb"},
-      {L"version.txt", ""},
-      {L"desktop.ini", "dacbg"},
-      {L"kept.bak", "b"},
-      {L"a.db3-wal", "dac"},
-      {L"QuorvelProjectDB.db3", "dac"},
-      {L"OndrathBackgroundService.log.xml", "dac"},
-      {L"ActiveGraphicOverride1", "dac"},
-      {L"tbwahl.other", "dac"},
-      {L"tbwahl." + own, ""},
-      {L".share.db", "da"},
-      {L"a.conflict", "dacb"},
-      {L"lockpman", "dacb"},
-      {L"tb000001.zdw", "d"},
-      {L"pb000001.zpl", "d"},
-      {L"ze000001.000", "d"},
-      {L"settings." + own, "d"},
-      {L"lay0x", "d"},
-      {L"associations.dat", "d"},
-      {L"marks.zrb", "d"},
-      {L"linetype.dat", "d"},
-      {L"Old\\", "dacb"},
-      {L"BIM\\", "d"},
-      {L"Associations\\", "d"},
-      {L"Design\\", "d"},
-      {L"bridge\\", "d"},
-      {L".cor\\", "r"},
+  std::map<char, WGO_FileFilter> filters;
+  WGO_GetPrjDirUploadFilter(filters['d'], false);
+  WGO_GetPrjDirUploadFilter(filters['a'], true);
+  WGO_GetPrjCopyUploadFilter(filters['c']);
+  WGO_AddPrjDirFilter_BimSubdir(filters['b']);
+  WGO_GetCorUploadFilter(filters['r']);
+  WGO_Exclude_From_BackgroundUpload(filters['g']);
+  const std::pair<std::string, std::vector<std::wstring>> table[] = {
+      {"", {L"plan.txt", L"version.txt", L"tbwahl." + lzbext()}},
+      {"abcdg", {L"desktop.ini"}},
+      {"abcd", {L"a.mdb", L"a.conflict", L"lockpman", L"Old\\"}},
+      {"acd", {L"a.db3-wal", L"quorvelprojectdb.db3", L"OndrathBackgroundService.log.xml", L"TBWAHL.x", L"usrprj"}},
+      {"ad", {L".share.db"}},
+      {"b", {L"kept.bak"}},
+      {"d", {L"tb000001.zdw", L"pb000001.zpl", L"ze000001.000", L"marks.zrb", L"x." + lzbext(), L"lay0x", L"a.IDX"}},
+      {"d", {L"associations.dat", L"linetype.dat", L"BIM\\", L"Associations\\", L"Design\\", L"bridge\\"}},
+      {"r", {L".cor\\"}},
   };
-  const std::pair<char, const WGO_FileFilter*> filters[] = {{'d', &directory}, {'a', &all}, {'c', &copy},
-                                                            {'b', &bim},       {'r', &cor}, {'g', &background}};
-  for (const auto& row : table) {
-    std::string keptOutBy;
-    for (const auto& [letter, filter] : filters) {
-      const bool isDirectory = row.name.back() == L'\\';
-      const std::wstring name = row.name.substr(0, row.name.size() - (isDirectory ? 1 : 0));
-      const bool out = isDirectory ? filter->IsDirectoryExcluded(name.c_str()) : filter->IsFileExcluded(name.c_str());
-      if (out) keptOutBy += letter;
+  for (const auto& [expected, names] : table) {
+    for (const std::wstring& name : names) {
+      std::string keptOutBy;
+      const std::wstring bare = name.substr(0, name.find(L'\\'));
+      for (const auto& [letter, filter] : filters) {
+        const bool out = bare == name ? filter.IsFileExcluded(name.c_str()) : filter.IsDirectoryExcluded(bare.c_str());
+        if (out) keptOutBy += letter;
+      }
+      EXPECT_EQ(keptOutBy, expected) << platform::toUtf8(name);
     }
-    EXPECT_EQ(keptOutBy, row.keptOutBy) << platform::toUtf8(row.name);
-  }
-}
-
-TEST_F(UploadFilters, TheDecidingRuleExplainsTheAnswer) {
-  writeLines("\n<file include = \"*.bak\" activated = \"1\">\n");
-  const std::vector<UploadRule> rules = WGO_describeUploadRules(UploadRoad::Directory);
-  const struct {
-    const wchar_t* name;
-    bool isDirectory;
-    const wchar_t* text;
-    std::wstring origin;
-    int line;
-  } table[] = {{L"A.LOG", false, L".log", L"base rules", 0},
-               {L"lockpman", false, L"lockpman", L"set aside", 0},
-               {L"a.bak", false, L".bak", file(), 2},
-               {L"bim", true, L"BIM", L"resource files", 0},
-               {L"TB000001.zdw", false, L"", L"drawings and plans", 0},
-               {L"bim", false, nullptr, L"", 0}};
-  for (const auto& row : table) {
-    const UploadRule* rule = WGO_findDecidingRule(rules, row.name, row.isDirectory);
-    ASSERT_EQ(rule != nullptr, row.text != nullptr) << platform::toUtf8(row.name);
-    if (rule == nullptr) continue;
-    EXPECT_EQ(rule->text, row.text);
-    EXPECT_EQ(rule->origin, row.origin);
-    EXPECT_EQ(rule->line, row.line);
   }
 }
 
@@ -128,17 +74,14 @@ TEST_F(UploadFilters, TheDefaultFileIsWrittenOnceAndChangesNothing) {
   EXPECT_TRUE(entries.empty());
 
   writeLines("mine");
-  for (const std::wstring& name : {project(), project() + L".prj"}) EXPECT_FALSE(WGO_createSyncFilter(name.c_str()));
+  EXPECT_FALSE(WGO_createSyncFilter((project() + L".prj").c_str()));
   EXPECT_EQ(desk.readFile(file()), "mine");
 
   EXPECT_TRUE(BuildSyncFilterPath(L"House.Prj ").ends_with(L"\\House.Prj.prj\\WGO_SyncFilter.xml"));
   EXPECT_TRUE(BuildSyncFilterPath(L"House.PRJ").ends_with(L"\\House.PRJ\\WGO_SyncFilter.xml"));
   EXPECT_EQ(BuildSyncFilterPath(nullptr), L"");
-  for (const wchar_t* name : {static_cast<const wchar_t*>(nullptr), L"no such project"}) {
-    EXPECT_FALSE(WGO_createSyncFilter(name));
-    EXPECT_FALSE(ReadSyncFilterExcludes(name, entries));
-    EXPECT_TRUE(ReadSyncFilterIncludes(name, entries));
-  }
+  EXPECT_FALSE(ReadSyncFilterExcludes(L"no such project", entries));
+  EXPECT_FALSE(WGO_createSyncFilter(nullptr));
 }
 
 /// What a file says, as "kind:text@line" in the order of application.
@@ -179,25 +122,22 @@ TEST_F(UploadFilters, ActiveLinesOfTheFileBecomeRules) {
 }
 
 TEST_F(UploadFilters, ExcludeLinesSteerTheSynchronisation) {
-  writeLines(
-      "<directory exclude = \"Photos\" activated = \"1\">\n<file exclude = \"usrprj.*\" activated = \"1\">\n"
-      "<file exclude = \"*.bdfa\" activated = \"1\">\n<file exclude = \"version.txt\" activated = \"1\">\n");
-  WGO_FileFilter filter;
-  AddPrjDirFilter_BaseRules(filter);
-  EXPECT_TRUE(ApplySyncFilterExcludes(project().c_str(), filter));
-  EXPECT_TRUE(filter.IsDirectoryExcluded(L"photos"));
-  for (const wchar_t* name : {L"usrprj", L"usrprj1.dat", L"a.BDFA"}) EXPECT_TRUE(filter.IsFileExcluded(name)) << name;
-  EXPECT_FALSE(filter.IsFileExcluded(L"version.txt"));
-
-  writeLines(
-      "<directory exclude = \"/\" activated = \"1\">\n<file exclude = \"*.a\" activated = \"1\">\n"
-      "<directory exclude = \"B\" activated = \"1\">\n<directory include = \"/\" activated = \"1\">\n");
+  const std::string rules =
+      "<file exclude = \"*.a\" activated = \"1\">\n<file exclude = \"version.*\" activated = \"1\">\n";
+  WGO_FileFilter on;
   WGO_FileFilter off;
+  writeLines(rules + "<directory exclude = \"B\" activated = \"1\">\n<directory include = \"/\" activated = \"1\">\n");
+  AddPrjDirFilter_BaseRules(on);
+  EXPECT_TRUE(ApplySyncFilterExcludes(project().c_str(), on));
+  EXPECT_TRUE(on.IsDirectoryExcluded(L"b") && on.IsFileExcluded(L"version") && on.IsFileExcluded(L"/\\x.A"));
+  EXPECT_FALSE(on.IsFileExcluded(L"version.txt"));
+  WGO_AddPrjDirFilter_UserDefinedAddOns(project().c_str(), on);
+  EXPECT_FALSE(on.IsFileExcluded(L"/\\x.a"));
+
+  writeLines(rules + "<directory exclude = \"/\" activated = \"1\">\n");
   EXPECT_FALSE(ApplySyncFilterExcludes(project().c_str(), off));
   EXPECT_TRUE(off.IsFileExcluded(L"x.a"));
-  EXPECT_FALSE(off.IsDirectoryExcluded(L"B"));
-  WGO_AddPrjDirFilter_UserDefinedAddOns(project().c_str(), off);
-  EXPECT_FALSE(off.IsFileExcluded(L"/\\x.a"));
+  EXPECT_FALSE(off.IsFileExcluded(L"version"));
   EXPECT_FALSE(ApplySyncFilterExcludes(nullptr, off));
 }
 

@@ -4,6 +4,7 @@
 
 #include <boost/regex.hpp>
 #include <fstream>
+#include <sstream>
 #include <tuple>
 
 #include "host/Files.h"
@@ -44,44 +45,22 @@ TEST(ObjectNames, OtherNamesAreNoObjects) {
 }
 
 TEST(ObjectNames, TheExpressionOfATypeFindsItsNamesAndNoOthers) {
-  for (const wchar_t* path : {L"tb000000.zdw",
-                              L"tb000001.zdw",
-                              L"tb009999.zdw",
-                              L"tb010000.zdw",
-                              L"tb000001xzdw",
-                              L"xtb000001.zdw",
-                              L"tb000001.zdw\n",
-                              L"ze000000.000",
-                              L"ze000001.000",
-                              L"ze999999.000",
-                              L"ze00001.000",
-                              L"pb000000.zpl",
-                              L"pb100000.zpl",
-                              L"pb0000001.zpl",
-                              L".zra",
-                              L"a.zra",
-                              L"a\n.zra",
-                              L"azra",
-                              L"sub\\.zra",
-                              L"sub\\a.zra",
-                              L"a.zrb",
-                              L"a.zrb.x",
-                              L"quorvelbim.xml",
-                              L"quorvelbim_xml",
-                              L"quorvellayout.xml",
-                              L"quorvellayout.xml.bak"}) {
+  const wchar_t* const names =
+      L"tb000000.zdw|tb000001.zdw|tb009999.zdw|tb010000.zdw|tb000001xzdw|xtb000001.zdw|tb000001.zdw\n|ze000000.000|"
+      L"ze000001.000|ze00001.000|pb000000.zpl|pb100000.zpl|pb0000001.zpl|.zra|a.zra|\n.zra|azra|b\\.zra|b\\a.zra|a.zrb|"
+      L"a.zrb.x|quorvelbim.xml|quorvelbim_xml|quorvellayout.xml";
+  std::wistringstream list(names);
+  for (std::wstring name; std::getline(list, name, L'|');) {
     QuorvelFileType type = eFileType_Unknown;
     int number = -1;
-    GetTypeFromFilePathName(path, type, number);
-    for (const QuorvelFileType each :
-         {eFileType_Teilbild, eFileType_ResourceA, eFileType_ResourceB, eFileType_Zeichnung, eFileType_Plan,
-          eFileType_QuorvelBim, eFileType_QuorvelLayout}) {
-      const boost::wregex expression(GetBoostRegExFilterExpression(each));
-      EXPECT_EQ(boost::regex_search(path, expression, boost::match_single_line), each == type)
-          << platform::toUtf8(path) << ", type " << each;
+    GetTypeFromFilePathName(name, type, number);
+    for (int each = 0; each < 100; ++each) {
+      const wchar_t* expression = GetBoostRegExFilterExpression(static_cast<QuorvelFileType>(each));
+      const bool found =
+          expression != nullptr && boost::regex_search(name, boost::wregex(expression), boost::match_single_line);
+      EXPECT_EQ(found, each == type) << platform::toUtf8(name) << ", type " << each;
     }
   }
-  EXPECT_EQ(GetBoostRegExFilterExpression(eFileType_Unknown), nullptr);
 }
 
 TEST(LockNames, OtherNamesAreNoLocks) {
