@@ -104,7 +104,6 @@ TEST(FileFilterProperty, ExpressionsAreSearchedForWhateverTheirEndsPromise) {
       L"(?!b)", L"|",   L"(a)", L"^",   L"$",    L"(?i)", L"\\d",  L"\\x61",  L"\\Qb",  L"\\E",        L",", L"{",
       L"}",     L"\\b", L"(?#", L"[^]", L"(?:b", L")",    L"\\cA", L"\\<",    L"(?=a)", L"[[:alpha:]]"};
   static constexpr std::wstring_view kLetters = L"aabb.e,{}\nA]1";
-  int compiled = 0;
   int hits = 0;
   for (int round = 0; round < 20000; ++round) {
     std::wstring expression = dice()() % 2 == 0 ? L"^" : L"";
@@ -119,7 +118,6 @@ TEST(FileFilterProperty, ExpressionsAreSearchedForWhateverTheirEndsPromise) {
       continue;
     }
     rules.add(NameRule(expression));
-    ++compiled;
     for (int query = 0; query < 20; ++query) {
       std::wstring name(dice()() % 5, L'\0');
       for (wchar_t& c : name) c = oneOf(kLetters);
@@ -128,7 +126,6 @@ TEST(FileFilterProperty, ExpressionsAreSearchedForWhateverTheirEndsPromise) {
           << platform::toUtf8(expression) << " in " << platform::toUtf8(name);
     }
   }
-  EXPECT_GT(compiled, 5000);
   EXPECT_GT(hits, 10000);
 }
 

@@ -45,11 +45,10 @@ TEST(ObjectNames, OtherNamesAreNoObjects) {
 }
 
 TEST(ObjectNames, TheExpressionOfATypeFindsItsNamesAndNoOthers) {
-  const wchar_t* const names =
+  std::wistringstream list(
       L"tb000000.zdw|tb000001.zdw|tb009999.zdw|tb010000.zdw|tb000001xzdw|xtb000001.zdw|tb000001.zdw\n|ze000000.000|"
       L"ze000001.000|ze00001.000|pb000000.zpl|pb100000.zpl|pb0000001.zpl|.zra|a.zra|\n.zra|azra|b\\.zra|b\\a.zra|a.zrb|"
-      L"a.zrb.x|quorvelbim.xml|quorvelbim_xml|quorvellayout.xml";
-  std::wistringstream list(names);
+      L"a.zrb.x|quorvelbim.xml|quorvelbim_xml|quorvellayout.xml");
   for (std::wstring name; std::getline(list, name, L'|');) {
     QuorvelFileType type = eFileType_Unknown;
     int number = -1;
