@@ -75,13 +75,13 @@ bool equalLetters(wchar_t a, wchar_t b) {
 }  // namespace
 
 void lowerInto(std::wstring_view text, wchar_t* out) {
-  std::uint32_t bits = 0;
+  bool isAscii = true;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto code = static_cast<std::uint32_t>(text[i]);
-    bits |= code;
-    out[i] = text[i] + (code - L'A' <= L'Z' - L'A' ? L'a' - L'A' : 0);
+    const wchar_t c = text[i];
+    isAscii = isAscii && c >= 0 && c < 0x80;
+    out[i] = c >= L'A' && c <= L'Z' ? c + (L'a' - L'A') : c;
   }
-  if (bits < 0x80) return;
+  if (isAscii) return;
   for (std::size_t i = 0; i < text.size(); ++i) out[i] = lower(text[i]);
 }
 

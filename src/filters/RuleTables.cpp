@@ -4,22 +4,22 @@ namespace Quorvel::FileAccess {
 namespace {
 
 constexpr FixedRule extension(const wchar_t* text) {
-  return {UploadRuleKind::Extension, text};
+  return {text, eFileType_Unknown, UploadRuleKind::Extension};
 }
 constexpr FixedRule exact(const wchar_t* name) {
-  return {UploadRuleKind::ExactFile, name};
+  return {name, eFileType_Unknown, UploadRuleKind::ExactFile};
 }
 constexpr FixedRule includeExact(const wchar_t* name) {
-  return {UploadRuleKind::ExactFile, name, true};
+  return {name, eFileType_Unknown, UploadRuleKind::ExactFile, true};
 }
 constexpr FixedRule left(const wchar_t* prefix) {
-  return {UploadRuleKind::LeftMatch, prefix};
+  return {prefix, eFileType_Unknown, UploadRuleKind::LeftMatch};
 }
 constexpr FixedRule directory(const wchar_t* name) {
-  return {UploadRuleKind::Directory, name};
+  return {name, eFileType_Unknown, UploadRuleKind::Directory};
 }
 constexpr FixedRule type(QuorvelFileType of) {
-  return {UploadRuleKind::FileType, L"", false, of};
+  return {L"", of, UploadRuleKind::FileType};
 }
 
 constexpr FixedRule kBase[] = {extension(L".bak"), extension(L".log"), extension(L".mdb"), includeExact(L"version.txt"),

@@ -9,11 +9,11 @@
 namespace Quorvel::FileAccess {
 
 struct FixedRule {
-  UploadRuleKind kind;
   /// "%s" stands for the extension of this user's files, see lzbext.
   const wchar_t* text;
+  QuorvelFileType type;
+  UploadRuleKind kind;
   bool include = false;
-  QuorvelFileType type = eFileType_Unknown;
 };
 
 struct RuleTable {
