@@ -70,7 +70,7 @@ class Push {
       tellResults(wentWell);
     }
     if (!choice_.named && tally_.doneCount() + tally_.failedCount() == 0) {
-      context_.output().message(L"nothing to send");
+      context_.output().message(L"nothing has changed since the kept state; zephor status tells what was never saved");
     }
     return tally_.exitCode();
   }
