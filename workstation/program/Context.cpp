@@ -38,6 +38,14 @@ TerminalOptions terminalOptions(const GlobalOptions& options) {
   return result;
 }
 
+/// True for a line that frames an operation in the log, and explains nothing to a person.
+bool isFrameLine(const std::wstring& line) {
+  for (const wchar_t* const ending : {L"***", L": ", L": Start", L": End"}) {
+    if (line.ends_with(ending)) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 /// Lines of the error log, from any thread.
@@ -81,7 +89,9 @@ Context::~Context() {
 
 void Context::explain() const {
   const std::lock_guard guard(errorLines_->mutex);
-  for (const auto& line : errorLines_->lines) output_.error(L"  " + line);
+  for (const auto& line : errorLines_->lines) {
+    if (!isFrameLine(line)) output_.error(L"  " + line);
+  }
 }
 
 void Context::startWorkstation() {
