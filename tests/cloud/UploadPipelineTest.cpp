@@ -137,7 +137,7 @@ TEST_F(UploadPipeline, AGroupThatFailsIsTheLast) {
   }
 }
 
-TEST_F(UploadPipeline, ATeilbildIsCompressedFirstAndGoesAsItIsWhenItCantBe) {
+TEST_F(UploadPipeline, ATeilbildGoesCompressedOrAsItIsAndThroughItsOpenHandle) {
   makeLockedObjects({{eFileType_Teilbild, 1}, {eFileType_Teilbild, 2}});
   const HANDLE other = CreateFileW(path(L"tb000002.zdw").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
   std::vector<std::wstring> names{L"tb000001.zdw", L"tb000002.zdw"};
@@ -146,20 +146,15 @@ TEST_F(UploadPipeline, ATeilbildIsCompressedFirstAndGoesAsItIsWhenItCantBe) {
   EXPECT_EQ(cloud.uploads.at(0).size(), 2U);
   CloseHandle(other);
   EXPECT_EQ(desk.readFile(path(names[0])).substr(0, 4), "QVPK");
+  std::wstring error;
+  ASSERT_GT(::workstation::openInCore(path(names[0]), error), 0) << platform::toUtf8(error);
   EXPECT_EQ(send({names[0]}), 0);
+  EXPECT_EQ(cloud.uploads.at(0).at(0).fileHandle, -1);
+  EXPECT_EQ(cloud.uploads.at(1).at(0).fileHandle,
+            reinterpret_cast<std::intptr_t>(getOpenFileHandle_FromFileName(path(names[0]))));
   EXPECT_FALSE(desk.hasErrorLine(L"failed to zip TB " + path(names[0]))) << "compressed already is no failure";
   EXPECT_EQ(sentVersions(), (std::vector<std::uint32_t>{1, 5, 1}))
       << "compressing brings the row in line with the file";
-}
-
-TEST_F(UploadPipeline, AnOpenTeilbildGoesThroughItsHandle) {
-  makeLockedObjects({{eFileType_Teilbild, 1}, {eFileType_Teilbild, 2}});
-  std::wstring error;
-  ASSERT_GT(::workstation::openInCore(path(L"tb000002.zdw"), error), 0) << platform::toUtf8(error);
-  EXPECT_EQ(send({L"tb000001.zdw", L"tb000002.zdw"}), 0);
-  EXPECT_EQ(cloud.uploads.at(0).at(0).fileHandle, -1);
-  EXPECT_EQ(cloud.uploads[0][1].fileHandle,
-            reinterpret_cast<std::intptr_t>(getOpenFileHandle_FromFileName(path(L"tb000002.zdw"))));
 }
 
 TEST_F(UploadPipeline, ABatchFromElsewhereIsRefusedWhole) {
@@ -167,8 +162,7 @@ TEST_F(UploadPipeline, ABatchFromElsewhereIsRefusedWhole) {
   EXPECT_TRUE(desk.hasErrorLine(L"Ondrath_UploadFreeFiles: not Ondrath project"));
   EXPECT_EQ(send({}), 0);
   for (const std::wstring& elsewhere :
-       {std::wstring(L"Z:\\elsewhere\\of\\another\\and\\much\\longer\\directory\\than\\that\\of\\the\\project\\b.txt"),
-        path(L"..\\b.txt"), std::wstring(L"b.txt")}) {
+       {L"Z:\\" + std::wstring(path(L"").size(), L'x') + L"\\b.txt", path(L"..\\b.txt"), std::wstring(L"b.txt")}) {
     Batch batch = batchOf({L"a.txt"});
     batch.push_back({elsewhere, {}, {}});
     EXPECT_EQ(Ondrath_UploadFreeFiles(prj(), batch, {}, {}), 87) << platform::toUtf8(elsewhere);
