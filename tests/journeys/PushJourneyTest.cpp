@@ -19,21 +19,21 @@ TEST(Push, SendsWhatMayGoTellsWhatMayNotAndForgetsNothing) {
   office.must("anna", {"import", office.writeFile("b.dxf", std::string(5000, 'b')).string()});
   office.must("anna", {"create", "pb", "Plan", "--number", "3"});
   office.must("anna", {"lock", "tb1", "pb3"});
-  std::filesystem::create_directories(office.project("anna") / "old");
-  std::filesystem::copy(office.project("anna") / "tb000001.zdw", office.project("anna") / "old" / "tb000001.zdw");
+  std::filesystem::create_directories(office.project("anna") / "copies");
+  std::filesystem::copy(office.project("anna") / "tb000001.zdw", office.project("anna") / "copies" / "tb000001.zdw");
   std::ofstream(office.project("anna") / "notes.txt") << "text";
   EXPECT_THAT(office.run("anna", {"-n", "push"}).out, HasSubstr("tb1: would be sent"));
   const ProgramRun first = office.run("anna", {"push"});
   EXPECT_EQ(first.exitCode, 3);
   EXPECT_THAT(first.out, AllOf(HasSubstr("tb1: sent (version 1)"), HasSubstr("pb3: sent"), HasSubstr("notes.txt: sent"),
                                HasSubstr("tb2: refused (it is not locked; lock it first)"),
-                               HasSubstr("old\\tb000001.zdw: refused"), Not(HasSubstr("QuorvelProject"))));
+                               HasSubstr("copies\\tb000001.zdw: refused"), Not(HasSubstr("QuorvelProject"))));
   EXPECT_EQ(contentOf(office.project("anna") / "tb000001.zdw").substr(0, 4), "QVPK") << "compressed here too";
   EXPECT_THAT(office.must("anna", {"status", "tb1"}), HasSubstr("in step"));
   office.must("ben", {"fetch", "tb1", "pb3", "notes.txt"});
   EXPECT_EQ(office.exported("ben", "tb1"), std::string(5000, 'a'));
 
-  std::filesystem::remove_all(office.project("anna") / "old");
+  std::filesystem::remove_all(office.project("anna") / "copies");
   office.must("anna", {"lock", "tb2"});
   EXPECT_THAT(office.must("anna", {"push"}), AllOf(HasSubstr("tb2: sent"), Not(HasSubstr("tb1"))));
   EXPECT_EQ(office.must("anna", {"push"}), "");
