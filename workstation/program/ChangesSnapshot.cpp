@@ -108,6 +108,7 @@ bool readBase(const std::wstring& projectUuid, const std::wstring& directory, Di
   table.execute("BEGIN");
   if (!table.step(table.prepare("SELECT id FROM seen_look"))) return false;
   const Statement rows = table.prepare("SELECT name, created, written, size FROM seen_files ORDER BY name");
+  const std::wstring prefix = directory + L'\\';
   while (table.step(rows)) {
     const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(rows.get(), 0));
     const std::wstring name = platform::fromUtf8(text != nullptr ? text : "");
@@ -120,7 +121,7 @@ bool readBase(const std::wstring& projectUuid, const std::wstring& directory, Di
     const FILETIME size = timeOf(sqlite3_column_int64(rows.get(), 3));
     file.nFileSizeHigh = size.dwHighDateTime;
     file.nFileSizeLow = size.dwLowDateTime;
-    base.try_emplace(base.end(), directory + L'\\' + name, file);
+    base.try_emplace(base.end(), prefix + name, file);
   }
   return true;
 }
