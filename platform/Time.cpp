@@ -34,6 +34,8 @@ FILETIME now() {
 bool toTicks(const SYSTEMTIME& time, std::int64_t& ticks) {
   if (time.wYear < kFirstYear || time.wYear > kLastYear) return false;
   if (time.wHour > 23 || time.wMinute > 59 || time.wSecond > 59 || time.wMilliseconds > 999) return false;
+  // The calendar's own types keep eight bits of month and day.
+  if (time.wMonth > 12 || time.wDay > 31) return false;
   const std::chrono::year_month_day date{std::chrono::year{time.wYear}, std::chrono::month{time.wMonth},
                                          std::chrono::day{time.wDay}};
   if (!date.ok()) return false;

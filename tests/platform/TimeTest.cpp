@@ -18,9 +18,10 @@ SYSTEMTIME calendar(unsigned year, unsigned month, unsigned day, unsigned hour =
 }
 
 TEST(TimeTest, ImpossibleTimesAreRefusedAndTouchNothing) {
-  for (const SYSTEMTIME& time : {calendar(2024, 1, 1, 24), calendar(2024, 13, 1), calendar(2024, 0, 1),
-                                 calendar(2023, 2, 29), calendar(2024, 4, 31), calendar(1600, 12, 31),
-                                 calendar(30828, 1, 1), calendar(2024, 1, 1, 0, 60), calendar(2024, 1, 0)}) {
+  for (const SYSTEMTIME& time :
+       {calendar(2024, 1, 1, 24), calendar(2024, 13, 1), calendar(2024, 0, 1), calendar(2023, 2, 29),
+        calendar(2024, 4, 31), calendar(1600, 12, 31), calendar(30828, 1, 1), calendar(2024, 1, 1, 0, 60),
+        calendar(2024, 1, 0), calendar(2024, 257, 1), calendar(2024, 1, 257)}) {
     FILETIME file{1, 2};
     SetLastError(0);
     EXPECT_FALSE(SystemTimeToFileTime(&time, &file));
