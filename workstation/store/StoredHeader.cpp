@@ -90,6 +90,8 @@ class ConstCursor {
   void getText(char16_t* text, std::size_t capacity, std::size_t length) {
     std::memcpy(text, image_ + at_, std::min(capacity - 1, length) * sizeof(char16_t));
     at_ += length * sizeof(char16_t);
+    // Headers are compared whole: nothing may stand behind a text's end.
+    std::fill(std::find(text, text + capacity, u'\0'), text + capacity, u'\0');
   }
 
  private:
