@@ -3,12 +3,10 @@
 #include <iterator>
 
 #include "cloud/CloudCall.h"
-#include "cloud/CloudDates.h"
 #include "cloud/CloudPaths.h"
 #include "cloud/Ondrath_Services.h"
 #include "host/FileTypes.h"
 #include "host/UserMessages.h"
-#include "platform/Text.h"
 
 namespace Quorvel::FileAccess {
 namespace {
@@ -16,11 +14,6 @@ namespace {
 constexpr int kListingTextId = 1502913;
 constexpr const wchar_t* kListingFailed = L"%s: listing of project \"%s\" failed with 0x%08lx.\n";
 constexpr std::array<int, 4> kNewShareKinds{33, 34, 35, 36};
-
-/// The number of an object file stands behind the two letters of its kind.
-int numberInName(const std::wstring& name) {
-  return name.size() > 2 ? _wtoi(name.c_str() + 2) : 0;
-}
 
 bool loadMap(const PRJ& prj, std::map<int, CResourceInfo>& out, int kind) {
   out.clear();
@@ -50,24 +43,6 @@ bool loadOne(const CloudCall& call, int number, int type, int kind, CResourceInf
 }
 
 }  // namespace
-
-CResourceInfo parseListingLine(const std::wstring& line) {
-  CResourceInfo info;
-  const std::array<std::wstring*, 6> fields{&info.name,  &info.text1, &info.text2,
-                                            &info.text3, &info.text4, &info.text5};
-  std::size_t begin = 0;
-  for (std::wstring* field : fields) {
-    begin = line.find_first_not_of(L'|', begin);
-    if (begin == std::wstring::npos) break;
-    const std::size_t end = std::min(line.find(L'|', begin), line.size());
-    *field = line.substr(begin, end - begin);
-    begin = end;
-  }
-  readListingDate(info.text2, info.createdCalendar, info.createdTime);
-  readListingDate(info.text3, info.modifiedCalendar, info.modifiedTime);
-  info.objectNumber = numberInName(info.name);
-  return info;
-}
 
 bool Ondrath_LoadResourceInfos(const PRJ& prj, std::vector<CResourceInfo>& out, int kind) {
   out.clear();
