@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cwchar>
 #include <mutex>
-#include <set>
-#include <tuple>
 #include <utility>
 
+#include "background/NotUploadedText.h"
 #include "host/FileTypes.h"
 #include "host/Files.h"
 #include "host/Project.h"
@@ -22,20 +20,12 @@ namespace {
 
 constexpr const wchar_t* kListFile = L"NotUploadedFiles.xml";
 constexpr const wchar_t* kShownFile = L"NotUploadedFiles.txt";
-constexpr const wchar_t* kTypeMark = L"file type=";
-constexpr const wchar_t* kNumberMark = L"number=";
-constexpr const wchar_t* kTeilbildMark = L"TEILBILD";
 constexpr int kShownHeadingTextId = 2500124;
-constexpr std::size_t kLineBuffer = 1024;
-/// Object names have six digits.
-constexpr int kHighestNumber = 999999;
 
-struct Entry {
-  QuorvelFileType type = eFileType_Unknown;
-  int number = 0;
-  bool operator==(const Entry&) const = default;
-  bool operator<(const Entry& other) const { return std::tie(type, number) < std::tie(other.type, other.number); }
-};
+using Quorvel::FileAccess::kHighestNotUploaded;
+using Quorvel::FileAccess::notUploadedText;
+using Quorvel::FileAccess::readNotUploaded;
+using Entry = Quorvel::FileAccess::NotUploadedEntry;
 
 /// The list of the process. Everything below but the exported functions expects the lock to be held.
 struct NotUploadedState {
@@ -71,17 +61,6 @@ bool isListed(const Entry& entry) {
   return std::find(entries.begin(), entries.end(), entry) != entries.end();
 }
 
-/// A line format with the looks of XML, which other tools of this system read; it is not well-formed.
-std::wstring listText(const std::vector<Entry>& entries) {
-  std::wstring text = L"< ? xml version = \"1.0\" encoding = \"utf-8\" ? >\n";
-  text += L"<Quorvel_NotUploadedFiles file version = \"1.0\">\n";
-  for (const Entry& entry : entries) {
-    text += platform::formatWide(L"   <file type=%s number=%d>\n",
-                                 entry.type == eFileType_Teilbild ? kTeilbildMark : L"PLAN", entry.number);
-  }
-  return text + L"</Quorvel_NotUploadedFiles>\n";
-}
-
 /// Writes the file, unless it holds what could not be read: entries of an earlier run would be lost.
 void writeList() {
   const std::wstring path = listPath();
@@ -95,21 +74,8 @@ void writeList() {
     DeleteFileW(path.c_str());
     return;
   }
-  const std::string bytes = platform::toUtf8(listText(state().entries));
+  const std::string bytes = platform::toUtf8(notUploadedText(state().entries));
   platform::writeFileAtomically(path, bytes.data(), bytes.size());
-}
-
-enum class LineKind { NoEntry, Entry, Broken };
-
-LineKind parseLine(const std::wstring& line, Entry& entry) {
-  const std::size_t type = line.find(kTypeMark);
-  if (type == std::wstring::npos) return LineKind::NoEntry;
-  const std::wstring behind = line.substr(type + std::wcslen(kTypeMark));
-  const std::size_t number = behind.find(kNumberMark);
-  if (number == std::wstring::npos) return LineKind::Broken;
-  entry.type = behind.starts_with(kTeilbildMark) ? eFileType_Teilbild : eFileType_Plan;
-  entry.number = _wtoi(behind.c_str() + number + std::wcslen(kNumberMark));
-  return entry.number > 0 && entry.number <= kHighestNumber ? LineKind::Entry : LineKind::Broken;
 }
 
 /// Reads the file behind what the list holds. Lines that can't be understood are told to the log and passed over.
@@ -127,15 +93,9 @@ void loadOnce() {
   // A file that is there and can't be read now stays unread; the next call tries again.
   list.loaded = file.isOpen() || _waccess(path.c_str(), 0) != 0;
   if (!file.isOpen()) return;
-  std::set<Entry> known(list.entries.begin(), list.entries.end());
-  std::wstring line;
-  for (int lineNumber = 1; file.readLine(line, kLineBuffer); ++lineNumber) {
-    Entry entry;
-    const LineKind kind = parseLine(line, entry);
-    if (kind == LineKind::Entry && known.insert(entry).second) list.entries.push_back(entry);
-    if (kind != LineKind::Broken) continue;
+  for (const int line : readNotUploaded(file, list.entries)) {
     lfperrC(L"%s: \"%s\" line %d: expected a file type and a number from 1 to %d; the entry is left out\n",
-            L"getNotUploadedFilesList", path, lineNumber, kHighestNumber);
+            L"getNotUploadedFilesList", path, line, kHighestNotUploaded);
   }
 }
 
