@@ -9,8 +9,10 @@ target_include_directories(zephor_options INTERFACE $<BUILD_INTERFACE:${PROJECT_
                                                     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 if(ZEPHOR_SANITIZE)
   add_compile_options(-fsanitize=${ZEPHOR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
-  # g++ 12 takes its own instrumentation for reads out of bounds and of what was never set.
-  add_compile_options(-Wno-array-bounds -Wno-maybe-uninitialized -Wno-stringop-overflow)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # g++ 12 takes its own instrumentation for reads out of bounds and of what was never set.
+    add_compile_options(-Wno-array-bounds -Wno-maybe-uninitialized -Wno-stringop-overflow)
+  endif()
   if(ZEPHOR_SANITIZE STREQUAL "thread")
     # Fences are beyond this sanitizer; Boost.Asio can do without them where it hands work on.
     add_compile_options(-Wno-tsan)
