@@ -1,11 +1,13 @@
-// The host's operations that the parsers' files ask for, as a host without a project answers them.
+// What the parsers' files ask of the host and of higher rooms, as it is without a project.
 
 #include "host/Files.h"
+#include "host/Project.h"
 #include "host/System.h"
 #include "host/Trace.h"
 #include "host/Users.h"
 #include "platform/Text.h"
 #include "workstation/system/Folders.h"
+#include "zephor/FileServices.h"
 
 void lfperrText(const std::wstring& /*line*/) {}
 std::wstring lfinigC(int /*pathNumber*/) {
@@ -23,6 +25,12 @@ bool ZSYST_IsInetServer(const std::wstring& /*host*/) {
 std::wstring ZSYST_getLocalDataDirectory() {
   return L"C:";
 }
+int getFileAccessTrace() {
+  return 0;
+}
+PRJ get_ActivePrj() {
+  return {};
+}
 int lzuGetCountOfUserContainers() {
   return 32;
 }
@@ -37,3 +45,11 @@ std::wstring serverRootName(const std::wstring& host) {
 }
 
 }  // namespace workstation
+
+namespace Quorvel::FileAccess {
+
+unsigned long WGO_downloadFile(const PRJ& /*prj*/, const wchar_t* /*file*/, bool /*ignored*/) {
+  return ERROR_FILE_NOT_FOUND;
+}
+
+}  // namespace Quorvel::FileAccess
