@@ -12,10 +12,16 @@
 namespace fuzz {
 namespace {
 
-struct TemporaryFile {
-  std::string path = (std::filesystem::temp_directory_path() / ("zephor-fuzz-" + std::to_string(getpid()))).string();
-  ~TemporaryFile() { std::filesystem::remove(path); }
+struct TemporaryDirectory {
+  std::filesystem::path path = std::filesystem::temp_directory_path() / ("zephor-fuzz-" + std::to_string(getpid()));
+  TemporaryDirectory() { std::filesystem::create_directories(path); }
+  ~TemporaryDirectory() { std::filesystem::remove_all(path); }
 };
+
+const std::filesystem::path& own() {
+  static const TemporaryDirectory directory;
+  return directory.path;
+}
 
 }  // namespace
 
@@ -25,12 +31,16 @@ void require(bool holds, const char* statement) {
   std::abort();
 }
 
-std::wstring fileOf(std::string_view bytes) {
-  static const TemporaryFile file;
-  std::ofstream stream(file.path, std::ios::binary | std::ios::trunc);
+std::wstring directory() {
+  return platform::libraryPath(own().string());
+}
+
+std::wstring fileOf(std::string_view bytes, const char* name) {
+  const std::string path = (own() / name).string();
+  std::ofstream stream(path, std::ios::binary | std::ios::trunc);
   stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   require(stream.flush().good(), "the input was written to its file");
-  return platform::libraryPath(file.path);
+  return platform::libraryPath(path);
 }
 
 }  // namespace fuzz

@@ -18,8 +18,9 @@ inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }
 
-/// Writes the file of this process in the directory of temporary files, in place of what it held.
-/// @return its library path; the file goes with the process
-std::wstring fileOf(std::string_view bytes);
+/// Library path of a directory of this process, which goes with it.
+std::wstring directory();
+/// Writes a file there, in place of what it held. @return its library path
+std::wstring fileOf(std::string_view bytes, const char* name = "input");
 
 }  // namespace fuzz
