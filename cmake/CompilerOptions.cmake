@@ -5,6 +5,10 @@ target_compile_options(zephor_options INTERFACE -Wall -Wextra -Wpedantic -Wconve
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(zephor_options INTERFACE $<$<CONFIG:Release>:-Wno-restrict>)
 endif()
+# What g++ means by -Wconversion.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_compile_options(zephor_options INTERFACE -Wno-sign-conversion)
+endif()
 target_include_directories(zephor_options INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
                                                     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 if(ZEPHOR_SANITIZE)
