@@ -1,5 +1,7 @@
 // What the parsers' files ask of the host and of higher rooms, as it is without a project.
 
+#include <cstdlib>
+
 #include "host/Files.h"
 #include "host/Project.h"
 #include "host/System.h"
@@ -8,6 +10,7 @@
 #include "platform/Text.h"
 #include "workstation/system/Folders.h"
 #include "zephor/FileServices.h"
+#include "zephor/FileTransfer.h"
 
 void lfperrText(const std::wstring& /*line*/) {}
 std::wstring lfinigC(int /*pathNumber*/) {
@@ -48,6 +51,9 @@ std::wstring serverRootName(const std::wstring& host) {
 
 namespace Quorvel::FileAccess {
 
+IZepInetFileTransfer& getInetFileManager() {
+  std::abort();  // what is fuzzed is given its file
+}
 unsigned long WGO_downloadFile(const PRJ& /*prj*/, const wchar_t* /*file*/, bool /*ignored*/) {
   return ERROR_FILE_NOT_FOUND;
 }

@@ -88,6 +88,19 @@ SyncFilterLine scanSyncFilterLine(const std::wstring& line, const wchar_t* keywo
   return SyncFilterLine::Entry;
 }
 
+void readSyncFilterLines(platform::TextFile& file, const wchar_t* keyword, SyncFilterEntries& entries) {
+  int number = 1;
+  std::wstring line;
+  while (file.readLine(line, kLineBuffer)) {
+    std::pair<SyncFilterKind, std::wstring> entry;
+    const SyncFilterLine found = scanSyncFilterLine(line, keyword, entry);
+    if (found == SyncFilterLine::EndOfFilter) break;
+    if (found == SyncFilterLine::Entry) entries.emplace(std::move(entry), number);
+    // A long line comes in pieces.
+    if (line.ends_with(L'\n')) ++number;
+  }
+}
+
 std::wstring BuildSyncFilterPath(const wchar_t* projectName) {
   if (projectName == nullptr) return {};
   const int projects = ePrjPath;
@@ -113,16 +126,7 @@ bool readSyncFilterFile(const std::wstring& path, const wchar_t* keyword, SyncFi
   if (!exists(path)) return false;
   platform::TextFile file(path, L"r");
   if (!file.isOpen()) return false;
-  int number = 1;
-  std::wstring line;
-  while (file.readLine(line, kLineBuffer)) {
-    std::pair<SyncFilterKind, std::wstring> entry;
-    const SyncFilterLine found = scanSyncFilterLine(line, keyword, entry);
-    if (found == SyncFilterLine::EndOfFilter) break;
-    if (found == SyncFilterLine::Entry) entries.emplace(std::move(entry), number);
-    // A long line comes in pieces.
-    if (line.ends_with(L'\n')) ++number;
-  }
+  readSyncFilterLines(file, keyword, entries);
   return true;
 }
 

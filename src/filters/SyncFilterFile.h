@@ -8,6 +8,8 @@
 #include <string>
 #include <utility>
 
+#include "platform/Text.h"
+
 namespace Quorvel::FileAccess {
 
 /// Values are in the order in which rules are applied.
@@ -30,6 +32,10 @@ enum class SyncFilterLine { NoEntry, Entry, EndOfFilter };
 /// @param entry    set when the answer is Entry
 SyncFilterLine scanSyncFilterLine(const std::wstring& line, const wchar_t* keyword,
                                   std::pair<SyncFilterKind, std::wstring>& entry);
+
+/// Adds the active rules of an open file, up to the end of the filter.
+/// @param keyword  "exclude" or "include"
+void readSyncFilterLines(platform::TextFile& file, const wchar_t* keyword, SyncFilterEntries& entries);
 
 /// Full path of a project's file, also where there is none; empty for a null name.
 std::wstring BuildSyncFilterPath(const wchar_t* projectName);
