@@ -95,7 +95,7 @@ struct StoredFile {
 /// One file of a group to put.
 struct FilePut {
   std::wstring name;  ///< relative to the project
-  /// The core's handle of the open file `path`, to read through; its position is restored. Any other: read by `path`.
+  /// Open handle of the file `path`, to read through; its position is restored. Any other: read by `path`.
   HANDLE handle = nullptr;
   std::wstring path;                 ///< library path of the source
   std::vector<std::uint8_t> header;  ///< stored image, empty for none

@@ -136,15 +136,23 @@ bool readQuiesced(const Bodies& bodies, const FilePut& put, Arrival& arrival) {
   return true;
 }
 
+/// A handle that was closed meanwhile may name another file by now.
+bool isHandleOf(HANDLE handle, const std::wstring& path) {
+  if (!isOpenHandle(handle)) return false;
+  const std::wstring opened = platform::pathOfHandle(handle);
+  return !opened.empty() &&
+         platform::equalsIgnoreCase(platform::weaklyCanonical(opened), platform::weaklyCanonical(path));
+}
+
 Arrival receive(const Bodies& bodies, const FilePut& put) {
   Arrival arrival;
   if (!normaliseStoreName(put.name, arrival.name)) {
     throw StoreError{kStoreInvalidName, L"\"" + put.name + L"\" is not a valid name of a file of a project"};
   }
   if (isOpenHandle(put.handle) && readQuiesced(bodies, put, arrival)) return arrival;
-  FilePut byPath = put;
-  byPath.handle = nullptr;
-  readContent(bodies, byPath, arrival);
+  FilePut source = put;
+  if (!isHandleOf(put.handle, put.path)) source.handle = nullptr;
+  readContent(bodies, source, arrival);
   return arrival;
 }
 
