@@ -9,10 +9,9 @@
 #include "archives/CompressedFormat.h"
 #include "archives/InPlaceWorkers.h"
 #include "archives/ObjectFileHandle.h"
+#include "archives/OpenProjectRow.h"
 #include "host/Headers.h"
 #include "host/ObjectFiles.h"
-#include "host/Project.h"
-#include "host/ProjectDatabase.h"
 #include "host/System.h"
 #include "host/Trace.h"
 #include "platform/Files.h"
@@ -152,8 +151,7 @@ void noteCompressed(HANDLE handle, const CompressionJob& job, std::size_t newSiz
     lfperrC(L"%s: TB %d not found in open file list \n", kOperation, job.number);
   }
   if (getFileAccessTrace() > 0) lfperrC(L"%s: at end fileSize=%ld\n", kOperation, newSize);
-  const int unit = kgunit();
-  if (unit >= 0) ZP_ProjectDBTeilbildSets(unit).setTeilbildRecord(static_cast<unsigned>(job.number), job.record);
+  storeOpenProjectRow(job.path, job.number, job.record);
 }
 
 }  // namespace

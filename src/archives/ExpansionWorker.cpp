@@ -10,10 +10,9 @@
 #include "archives/CompressedFormat.h"
 #include "archives/InPlaceWorkers.h"
 #include "archives/ObjectFileHandle.h"
+#include "archives/OpenProjectRow.h"
 #include "host/Files.h"
 #include "host/ObjectFiles.h"
-#include "host/Project.h"
-#include "host/ProjectDatabase.h"
 #include "host/System.h"
 #include "host/Trace.h"
 #include "platform/Files.h"
@@ -95,11 +94,8 @@ bool extractOver(const std::wstring& path, CkZipEntryW& entry) {
 
 /// Tells the host what the file is from now on.
 void noteExpanded(HANDLE handle, ExpansionJob& job, std::uint64_t newSize) {
-  const int unit = kgunit();
-  if (unit >= 0) {
-    job.record.compressedMark = 0;
-    ZP_ProjectDBTeilbildSets(unit).setTeilbildRecord(static_cast<unsigned>(job.number), job.record);
-  }
+  job.record.compressedMark = 0;
+  storeOpenProjectRow(job.path, job.number, job.record);
   if (ObjectFileHandle::isReal(handle) && !setOpenFileZippedMode_FromFileHandle(handle, false)) {
     lfperrC(L"%s: TB %d not found in open file list \n", kOperation, job.number);
   }

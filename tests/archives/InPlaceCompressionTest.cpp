@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <thread>
 
@@ -10,6 +11,7 @@
 #include "host/Project.h"
 #include "host/ProjectDatabase.h"
 #include "platform/Files.h"
+#include "platform/Paths.h"
 #include "platform/Text.h"
 #include "tests/support/TestWorkstation.h"
 #include "tests/workstation/Fixtures.h"
@@ -189,6 +191,24 @@ TEST_P(InPlaceOnBothRoads, ADamagedArchiveStillGivesItsHeader) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OpenInTheHost, InPlaceOnBothRoads, testing::Bool());
+
+TEST_F(InPlaceCompression, OnlyAFileInTheOpenProjectsDirectoryWritesItsRow) {
+  const std::string plain = desk.readFile(make(7, 50));
+  std::filesystem::create_directory_symlink(platform::systemPath(desk.projectPath()), desk.directory() + "/link");
+  for (const auto& [path, writes] : {std::pair{desk.path(L"other\\tb000007.zdw"), false},
+                                     {desk.projectPath(L"old\\tb000007.zdw"), false},
+                                     {platform::toUpper(desk.projectPath(L"tb000007.zdw")), true},
+                                     {desk.path(L"link\\tb000007.zdw"), true}}) {
+    desk.writeFile(path, plain);
+    for (const int mark : {1, 0}) {
+      TeilbildHeader before = clearedHeader<TeilbildHeader>();
+      before.compressedMark = 5;
+      ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(7, before);
+      EXPECT_EQ(mark == 1 ? WGO_zipProjectFile(path) : WGO_unzipProjectFile(path), 0U);
+      EXPECT_EQ(row(7).compressedMark, writes ? mark : 5) << platform::toUtf8(path);
+    }
+  }
+}
 
 TEST_F(InPlaceCompression, WhatIsNoDrawingOrTooSmallStaysAsItIs) {
   struct Case {
