@@ -4,7 +4,9 @@
 
 #include "cloud/CloudCall.h"
 #include "cloud/CloudPaths.h"
+#include "cloud/ObjectHeaders.h"
 #include "cloud/Ondrath_Services.h"
+#include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "zephor/Archives.h"
@@ -14,6 +16,8 @@ namespace Quorvel::FileAccess::Threading {
 namespace {
 
 constexpr const wchar_t* kUploadFreeFiles = L"Quorvel::FileAccess::Threading::Ondrath_UploadFreeFiles";
+/// Host path under which a file's directory stands while its header is read.
+constexpr int kProjectPath = 1;
 constexpr const wchar_t* kUploadAsync = L"Quorvel::FileAccess::Threading::UploadAsync";
 
 /// What all groups of one upload have in common.
@@ -49,6 +53,15 @@ CloudStatus sendWithHeaders(const Destination& to, FilesWithHeaders<Header>& fil
   return status;
 }
 
+/// Compressing in place empties a file before the host looks at its head, so a file that only bears a Teilbild's name
+/// must not come that far. One that is missing or empty is nothing to compress.
+bool isForeign(const std::wstring& path, int number) {
+  const platform::FileStatus status = platform::fileStatus(path);
+  if (!status.exists || status.size == 0 || WGO_isZipFile(path.c_str(), nullptr)) return false;
+  TeilbildHeader header;
+  return !readHeader({0, platform::directoryOf(path) + L'\\', kProjectPath}, number, header);
+}
+
 CloudStatus sendTeilbilder(const Destination& to, const NumberedFiles& teilbilder) {
   zipTBsForUpload(teilbilder, to.baseDirectory);
   FilesWithHeaders<TeilbildHeader> files;
@@ -82,7 +95,7 @@ CloudStatus sendGroups(const Destination& to, const NumberedFiles& teilbilder, c
 CloudStatus zipTBsForUpload(const NumberedFiles& teilbilder, const std::wstring& baseDirectory) {
   for (const auto& [number, teilbild] : teilbilder) {
     const std::wstring path = platform::joinPath(baseDirectory, teilbild.info.name);
-    const unsigned long result = WGO_zipProjectFile(path);
+    const unsigned long result = isForeign(path, number) ? ERROR_INVALID_DATA : WGO_zipProjectFile(path);
     if (result != ERROR_SUCCESS && result != ERROR_ALREADY_EXISTS) {
       lfperrC(L"%s: failed to zip TB %s\n", L"Quorvel::FileAccess::Threading::zipTBsForUpload", path);
     }

@@ -47,7 +47,8 @@ CloudStatus UploadAsync(const std::vector<WGO_FileCompareInfo>& batch, const std
 void getTypeSortedFileMaps(std::size_t baseLength, const std::vector<WGO_FileCompareInfo>& batch,
                            const std::vector<bool>& newFiles, NumberedFiles& teilbilder, NumberedFiles& plans,
                            std::vector<QuorvFileInfo>& others);
-/// Compresses in place. One that can't be compressed goes up as it is. @return 0
+/// Compresses in place. One whose header can't be read is not touched, and what can't be compressed stays in the batch;
+/// the log tells of both. @return 0
 CloudStatus zipTBsForUpload(const NumberedFiles& teilbilder, const std::wstring& baseDirectory);
 
 /// Files with their headers; `infos` point into `headers`, and only as long as those stay where they are.

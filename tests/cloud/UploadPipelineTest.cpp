@@ -157,6 +157,19 @@ TEST_F(UploadPipeline, ATeilbildGoesCompressedOrAsItIsAndThroughItsOpenHandle) {
       << "compressing brings the row in line with the file";
 }
 
+TEST_F(UploadPipeline, AFileThatOnlyBearsATeilbildsNameIsNotEmptied) {
+  makeLockedObjects({{eFileType_Teilbild, 1}, {eFileType_Teilbild, 2}});
+  const std::string good = desk.readFile(path(L"tb000001.zdw"));
+  for (const std::string& foreign : {std::string(200, 'x'), 'x' + good.substr(1), good.substr(0, 150)}) {
+    desk.writeFile(path(L"tb000001.zdw"), foreign);
+    EXPECT_EQ(send({L"tb000001.zdw", L"tb000002.zdw"}), 0);
+    EXPECT_EQ(desk.readFile(path(L"tb000001.zdw")), foreign);
+    EXPECT_TRUE(desk.hasErrorLine(L"zipTBsForUpload: failed to zip TB " + path(L"tb000001.zdw")));
+  }
+  EXPECT_EQ(desk.readFile(path(L"tb000002.zdw")).substr(0, 4), "QVPK");
+  EXPECT_EQ(ui().boxes().size(), 0U);
+}
+
 TEST_F(UploadPipeline, ABatchFromElsewhereIsRefusedWhole) {
   EXPECT_EQ(Ondrath_UploadFreeFiles(localPrj(), batchOf({L"a.txt"}), {}, {}), 87);
   EXPECT_TRUE(desk.hasErrorLine(L"Ondrath_UploadFreeFiles: not Ondrath project"));
