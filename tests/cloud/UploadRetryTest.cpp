@@ -47,6 +47,17 @@ TEST_F(UploadRetry, YesResendsWhatFailedAndTheAnswerStaysTheFirstFailure) {
       desk.hasErrorLine(L"UploadFilesRetry: uploading files and metadata from \"Z:\\base\\\" failed with 0x00000005."));
 }
 
+TEST(UploadQuestion, NamesTenAndTellsOfMore) {
+  const std::wstring ten = L"a\nb\nc\nd\ne\nf\ng\nh\ni\nj\n";
+  for (const auto& [count, names] :
+       {std::pair{std::size_t{0}, std::wstring()}, {10, ten}, {11, ten + L"...\n"}, {26, ten + L"...\n"}}) {
+    std::vector<std::wstring> failed;
+    while (failed.size() < count) failed.emplace_back(1, static_cast<wchar_t>(L'a' + failed.size()));
+    EXPECT_EQ(uploadQuestion({L"Heading", L"Error", L"Again?"}, 5, L"Denied.", failed),
+              L"Heading\nError: 0x00000005 \"Denied.\"\n\n" + names + L"\nAgain?");
+  }
+}
+
 TEST_F(UploadRetry, NoListsTheObjectsOfThePass) {
   cloud.script("UploadFilesAndMetadata", {kRefused, kRefused});
   cloud.failedNames = {{L"tb000012.zdw", L"pb000007.zpl", L"a.txt"}, {L"a.txt"}};
