@@ -1,16 +1,15 @@
 // Directories: create, remove, remove with everything below.
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <memory>
 #include <string_view>
 
 #include "platform/Attributes.h"
 #include "platform/Descriptor.h"
+#include "platform/DirectoryStream.h"
 #include "platform/Errors.h"
 #include "platform/Files.h"
 #include "platform/PathLookup.h"
@@ -49,30 +48,30 @@ int removeContent(platform::Descriptor directory) {
   // A directory's own permissions must not keep its content alive.
   const bool isLocked = ::fstat(fd, &status) == 0 && (status.st_mode & S_IRWXU) != S_IRWXU;
   if (isLocked) ::fchmod(fd, (status.st_mode & 07777) | S_IRWXU);
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(fd), ::closedir);
-  if (!stream) return errno;
-  directory.release();
+  platform::DirectoryStream stream(std::move(directory));
+  if (!stream) return stream.error();
   int firstError = 0;
   const auto note = [&firstError](int error) {
     if (firstError == 0 && error != ENOENT) firstError = error;
   };
-  while (const dirent* entry = ::readdir(stream.get())) {
-    const std::string_view name = entry->d_name;
+  while (const char* entry = stream.next()) {
+    const std::string_view name = entry;
     if (name == "." || name == "..") continue;
     constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
     // What is no directory, and a link to one, can't be opened so and goes by its name alone.
-    platform::Descriptor child(::openat(fd, entry->d_name, kFlags));
+    platform::Descriptor child(::openat(fd, entry, kFlags));
     const int openError = child ? 0 : errno;
-    if (openError == EACCES && ::fchmodat(fd, entry->d_name, S_IRWXU, 0) == 0) {
-      child = platform::Descriptor(::openat(fd, entry->d_name, kFlags));
+    if (openError == EACCES && ::fchmodat(fd, entry, S_IRWXU, 0) == 0) {
+      child = platform::Descriptor(::openat(fd, entry, kFlags));
     }
     if (child) {
       note(removeContent(std::move(child)));
-      if (::unlinkat(fd, entry->d_name, AT_REMOVEDIR) != 0) note(errno);
-    } else if (::unlinkat(fd, entry->d_name, 0) != 0) {
+      if (::unlinkat(fd, entry, AT_REMOVEDIR) != 0) note(errno);
+    } else if (::unlinkat(fd, entry, 0) != 0) {
       note(errno);
     }
   }
+  note(stream.error());
   return firstError;
 }
 

@@ -79,7 +79,8 @@ PLATFORM_API BOOL RemoveDirectoryW(const wchar_t* path);
 /// As on Windows `?` also matches nothing before a point and at the end of a name. A directory lists `.` and `..`
 /// first, then by name without regard to case. Names that are not valid UTF-8 or hold a backslash are passed over, and
 /// so is what is neither file nor directory. A link has FILE_ATTRIBUTE_REPARSE_POINT beside attributes, size and times
-/// of its target.
+/// of its target. A listing that ends with another error than ERROR_NO_MORE_FILES is
+/// not whole.
 PLATFORM_API HANDLE FindFirstFileW(const wchar_t* pattern, WIN32_FIND_DATAW* data);
 PLATFORM_API BOOL FindNextFileW(HANDLE find, WIN32_FIND_DATAW* data);
 PLATFORM_API BOOL FindClose(HANDLE find);

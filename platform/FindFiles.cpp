@@ -1,7 +1,6 @@
 // Listings. The names of a directory are read at once when a listing begins, and each entry's status when its turn
 // comes: an entry that vanished meanwhile is passed over, and one that comes meanwhile is not seen.
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -13,6 +12,7 @@
 
 #include "platform/Attributes.h"
 #include "platform/Descriptor.h"
+#include "platform/DirectoryStream.h"
 #include "platform/Errors.h"
 #include "platform/FileWildcard.h"
 #include "platform/Files.h"
@@ -24,6 +24,7 @@
 namespace {
 
 using platform::Descriptor;
+using platform::DirectoryStream;
 using platform::EntryStatus;
 using platform::fail;
 using platform::WildcardPattern;
@@ -34,15 +35,21 @@ struct FoundName {
   std::string sortKey;
 };
 
+struct FoundNames {
+  std::vector<FoundName> names;
+  int error = 0;  ///< errno that ended the reading early
+};
+
 class FindObject : public platform::HandleObject {
  public:
   /// @param descriptor  the directory, open; may be none
-  FindObject(std::string directory, Descriptor descriptor, std::vector<FoundName> names)
+  FindObject(std::string directory, Descriptor descriptor, FoundNames found)
       : path_(std::move(directory)),
         directoryLength_(path_.size() + 1),
-        names_(std::move(names)),
+        names_(std::move(found.names)),
         descriptor_(std::move(descriptor)) {
     path_ += '/';
+    if (found.error != 0) failure_ = platform::fromErrno(found.error);
   }
 
   /// @return 0; ERROR_NO_MORE_FILES at the end; another error at the end of a listing that is not whole
@@ -97,35 +104,36 @@ std::string upperKey(std::string_view name) {
 }
 
 /// Names that match, `.` and `..` first, the others in the order of a Windows volume: by letter without case.
-std::vector<FoundName> matchingNames(DIR* stream, const std::wstring& pattern) {
+FoundNames matchingNames(DirectoryStream& stream, const std::wstring& pattern) {
   const bool matchesAll = pattern == L"*";
   const WildcardPattern matcher(pattern);
-  std::vector<FoundName> names;
-  while (const dirent* entry = ::readdir(stream)) {
-    const std::string_view name = entry->d_name;
+  FoundNames found;
+  while (const char* entry = stream.next()) {
+    const std::string_view name = entry;
     // A name with a backslash would be taken for a path.
     if (name.find('\\') != std::string_view::npos || !platform::isValidUtf8(name)) continue;
     if (!matchesAll && !matcher.matches(platform::fromUtf8(name))) continue;
     const bool isDots = name == "." || name == "..";
-    names.push_back({std::string(name), isDots ? std::string(name.size(), '\1') : upperKey(name)});
+    found.names.push_back({std::string(name), isDots ? std::string(name.size(), '\1') : upperKey(name)});
   }
-  std::sort(names.begin(), names.end(), [](const FoundName& a, const FoundName& b) {
+  found.error = stream.error();
+  std::sort(found.names.begin(), found.names.end(), [](const FoundName& a, const FoundName& b) {
     const int order = a.sortKey.compare(b.sortKey);
     return order != 0 ? order < 0 : a.name < b.name;
   });
-  return names;
+  return found;
 }
 
 DWORD beginListing(const std::wstring& directory, const std::wstring& pattern, std::shared_ptr<FindObject>& find) {
   platform::Location place;
   if (WildcardPattern::hasWildcard(directory)) return ERROR_INVALID_NAME;
   if (const DWORD error = platform::locate(directory.c_str(), place)) return error;
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(place.path.c_str()), ::closedir);
-  if (!stream && errno == ENOTDIR) return ERROR_DIRECTORY;
-  if (!stream) return errno == ENOENT ? ERROR_PATH_NOT_FOUND : platform::fromErrno(errno);
-  auto names = matchingNames(stream.get(), pattern);
-  Descriptor descriptor(::fcntl(::dirfd(stream.get()), F_DUPFD_CLOEXEC, 0));
-  find = std::make_shared<FindObject>(place.path, std::move(descriptor), std::move(names));
+  DirectoryStream stream(place.path);
+  if (!stream && stream.error() == ENOTDIR) return ERROR_DIRECTORY;
+  if (!stream) return stream.error() == ENOENT ? ERROR_PATH_NOT_FOUND : platform::fromErrno(stream.error());
+  FoundNames found = matchingNames(stream, pattern);
+  Descriptor descriptor(::fcntl(stream.descriptor(), F_DUPFD_CLOEXEC, 0));
+  find = std::make_shared<FindObject>(place.path, std::move(descriptor), std::move(found));
   return ERROR_SUCCESS;
 }
 
@@ -135,8 +143,9 @@ DWORD findSingle(const wchar_t* path, std::shared_ptr<FindObject>& find) {
   if (const DWORD error = platform::locate(path, place)) return error;
   EntryStatus status;
   if (const int error = platform::readStatus(place.path, status)) return platform::pathError(error, place.path);
-  std::vector<FoundName> names{{platform::nameOf(place.path), {}}};
-  find = std::make_shared<FindObject>(platform::parentOf(place.path), Descriptor(), std::move(names));
+  FoundNames found;
+  found.names.push_back({platform::nameOf(place.path), {}});
+  find = std::make_shared<FindObject>(platform::parentOf(place.path), Descriptor(), std::move(found));
   return ERROR_SUCCESS;
 }
 

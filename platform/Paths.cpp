@@ -1,6 +1,5 @@
 #include "platform/Paths.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +13,7 @@
 #include <mutex>
 #include <shared_mutex>
 
+#include "platform/DirectoryStream.h"
 #include "platform/Errors.h"
 #include "platform/PathLookup.h"
 #include "platform/Text.h"
@@ -50,15 +50,15 @@ bool isAscii(std::string_view text) {
 }
 
 /// The entry of `directory` that equals `wanted` without regard to case, the first in byte order; empty when there is
-/// none.
+/// none. What was found before a failure to read on is an entry all the same.
 std::string findEntry(const std::string& directory, const std::string& wanted) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(directory.c_str()), ::closedir);
+  DirectoryStream stream(directory);
   if (!stream) return {};
   const std::wstring wide = fromUtf8(wanted);
   const bool wantedIsAscii = isAscii(wanted);
   std::string found;
-  while (const dirent* entry = ::readdir(stream.get())) {
-    const std::string_view name = entry->d_name;
+  while (const char* entry = stream.next()) {
+    const std::string_view name = entry;
     // Spares the conversion of most names: letter case changes no length within ASCII.
     if (wantedIsAscii && name.size() != wanted.size() && isAscii(name)) continue;
     if (!found.empty() && found <= name) continue;

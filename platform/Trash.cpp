@@ -3,7 +3,6 @@
 // A trash is a directory with `files/`, which holds what was thrown away, and `info/`, which tells for each of them
 // where it was. The info file comes first, and creating it reserves the name in both.
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -15,12 +14,12 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/Attributes.h"
+#include "platform/DirectoryStream.h"
 #include "platform/Errors.h"
 #include "platform/FileObject.h"
 #include "platform/Files.h"
@@ -122,14 +121,16 @@ int copyTree(const std::string& from, const std::string& to);
 
 int copyDirectory(const std::string& from, const EntryStatus& source, const std::string& to) {
   if (::mkdir(to.c_str(), 0700) != 0) return errno;
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(from.c_str()), ::closedir);
-  if (!stream) return errno;
-  while (const dirent* entry = ::readdir(stream.get())) {
-    const std::string name = entry->d_name;
+  DirectoryStream stream(from);
+  if (!stream) return stream.error();
+  while (const char* entry = stream.next()) {
+    const std::string name = entry;
     if (name == "." || name == "..") continue;
     const std::string tail = '/' + name;
     if (const int error = copyTree(from + tail, to + tail)) return error;
   }
+  // The original goes once it is copied, with what was not listed too.
+  if (stream.error() != 0) return stream.error();
   const Descriptor directory(::open(to.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!directory) return errno;
   writeAttributes(directory.get(), source.attributes);

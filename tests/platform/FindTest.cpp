@@ -1,10 +1,23 @@
+#include <dirent.h>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <vector>
 
 #include "TemporaryDirectory.h"
 #include "platform/Files.h"
+
+int readsUntilFailure = -1;
+
+/// Takes the system's place in this program: the reading of a directory fails as on a damaged disk.
+extern "C" __attribute__((visibility("default"))) dirent* readdir(DIR* stream) {
+  if (readsUntilFailure > 0) --readsUntilFailure;
+  if (readsUntilFailure != 0) return reinterpret_cast<decltype(&readdir)>(dlsym(RTLD_NEXT, "readdir"))(stream);
+  errno = EIO;
+  return nullptr;
+}
 
 namespace {
 
@@ -53,6 +66,27 @@ TEST_F(FindTest, UnusableNamesArePassedOverAndLinksAreMarked) {
   std::filesystem::create_directory_symlink(root() / "target", root() / "d/link");
   EXPECT_EQ(list(L"d\\*"), (Names{L".", L"..", L"link"}));
   EXPECT_EQ(GetFileAttributesW(path(L"d\\link").c_str()), FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY);
+}
+
+TEST_F(FindTest, AListThatEndsEarlyIsNotTheWholeDirectory) {
+  for (const char* name : {"d/a", "d/b", "d/c"}) write(name);
+  for (int reads = 1; reads <= 6; ++reads) {
+    WIN32_FIND_DATAW data;
+    readsUntilFailure = reads;
+    const HANDLE find = FindFirstFileW(path(L"d\\*").c_str(), &data);
+    const BOOL isFound = find != INVALID_HANDLE_VALUE;
+    while (isFound && FindNextFileW(find, &data) != FALSE) {
+    }
+    const DWORD listing = GetLastError();
+    readsUntilFailure = reads;
+    const DWORD removal = platform::removeTree(path(L"d"));
+    readsUntilFailure = -1;
+    EXPECT_EQ(isFound, reads > 1);
+    EXPECT_EQ(listing, ERROR_GEN_FAILURE) << reads;
+    EXPECT_EQ(removal, ERROR_GEN_FAILURE) << reads;
+    if (isFound) FindClose(find);
+    for (const char* name : {"d/a", "d/b", "d/c"}) write(name);
+  }
 }
 
 }  // namespace
