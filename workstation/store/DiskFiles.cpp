@@ -162,8 +162,11 @@ std::vector<DiskEntry> listDirectory(const std::string& path) {
   const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir(path.c_str()), &::closedir);
   if (directory == nullptr) fail(path, "can't be listed");
   std::vector<DiskEntry> entries;
-  while (const dirent* const entry = ::readdir(directory.get())) {  // NOLINT(concurrency-mt-unsafe): own stream
-    const std::string name(entry->d_name);                          // NOLINT(*-array-to-pointer-decay)
+  for (;;) {
+    errno = 0;
+    const dirent* const entry = ::readdir(directory.get());  // NOLINT(concurrency-mt-unsafe): own stream
+    if (entry == nullptr) break;
+    const std::string name(entry->d_name);  // NOLINT(*-array-to-pointer-decay)
     if (name == "." || name == "..") continue;
     struct stat status = {};
     // Gone since it was listed: somebody else is at work here, too.
@@ -171,6 +174,7 @@ std::vector<DiskEntry> listDirectory(const std::string& path) {
     entries.push_back(
         {name, S_ISDIR(status.st_mode), static_cast<std::uint64_t>(status.st_size), status.st_mtim.tv_sec});
   }
+  if (errno != 0) fail(path, "can't be listed whole");
   return entries;
 }
 
