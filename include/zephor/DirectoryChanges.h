@@ -23,7 +23,8 @@ struct ZEPHOR_API WGO_FileCompareInfo {
   /// The state follows from which of both entries has a name; two equal ones, also two empty, are a change.
   WGO_FileCompareInfo(std::wstring fullPath, const WIN32_FIND_DATAW& old, const WIN32_FIND_DATAW& current);
 
-  /// Travels with the upload. @return false, and nothing is done, when the key is empty
+  /// Travels with the upload. A key that is there keeps its value.
+  /// @return false, and nothing is done, when the key is empty
   bool AddMetadata(const std::wstring& key, const std::wstring& value);
 
   std::wstring fileName;  ///< full path

@@ -24,7 +24,7 @@ WGO_FileCompareInfo::WGO_FileCompareInfo(std::wstring fullPath, const WIN32_FIND
 
 bool WGO_FileCompareInfo::AddMetadata(const std::wstring& key, const std::wstring& value) {
   if (key.empty()) return false;
-  metadata.insert_or_assign(key, value);
+  metadata.emplace(key, value);
   return true;
 }
 

@@ -239,6 +239,7 @@ TEST_F(DirectoryChanges, AnUploadSendsFilesWithTheirMarksAndThenDeletes) {
   cloud.script("DeleteFile", {0, zephor_test::kRefused});
   EXPECT_FALSE(changes.upload(list, &open, true));
   const Calls calls = cloud.calls();
+  ASSERT_TRUE(list[3].AddMetadata(L"key", L"later")) << "and the first stays";
   EXPECT_EQ(Calls(calls.begin() + 1, calls.end()),
             (Calls{L"DeleteFile a.txt", L"DeleteFile sub\\z.txt", L"DeleteFile a.txt", L"DeleteFile sub\\z.txt"}));
 }
