@@ -50,11 +50,14 @@ class ZEPHOR_API WGO_DirectoryChanges {
   WGO_DirectoryChanges& operator=(WGO_DirectoryChanges&& other) noexcept;
 
   /// Forgets everything and takes the first look. @param filter  may be null; a copy is kept
+  /// The last error tells why the look is not whole, as after WGO_getFilesFromDirectory; 0 when it is.
   /// @return as WGO_getFilesFromDirectory; 1 while uploads are blocked
   int init(const wchar_t* directory, const WGO_FileFilter* filter, bool withSubdirectories);
   void reset();
   /// Looks again and compares with the first look, which stays the base. What an earlier resume saw counts as still
-  /// there: a file that went between two calls is not told as deleted.
+  /// there: a file that went between two calls is not told as deleted. Files of a directory that could not be read are
+  /// told as deleted although they may well be there, so whoever deletes on the strength of a look asks for the last
+  /// error first: 0 when all was read, otherwise as after WGO_getFilesFromDirectory.
   const std::vector<WGO_FileCompareInfo>& resume(bool withSubdirectories);
   /// The list as it stands.
   const std::vector<WGO_FileCompareInfo>& resumeNoCompare();

@@ -18,6 +18,20 @@ constexpr unsigned long kAdded = 1;
 constexpr unsigned long kRemoved = 2;
 constexpr unsigned long kRenamedFrom = 4;
 
+/// Sets the thread's last error at the end of a scope, after what logs there and may change it.
+class LastErrorAtEnd {
+ public:
+  LastErrorAtEnd() = default;
+  ~LastErrorAtEnd() { SetLastError(error_); }
+  LastErrorAtEnd(const LastErrorAtEnd&) = delete;
+  LastErrorAtEnd& operator=(const LastErrorAtEnd&) = delete;
+  /// Takes the last error as it stands now.
+  void take() { error_ = GetLastError(); }
+
+ private:
+  DWORD error_ = ERROR_SUCCESS;
+};
+
 FileChangeState stateOfNotice(unsigned long action) {
   if (action == kAdded) return eFileChange_Created;
   return action == kRemoved || action == kRenamedFrom ? eFileChange_Deleted : eFileChange_Changed;
@@ -52,22 +66,27 @@ void WGO_DirectoryChanges::reset() {
 }
 
 int WGO_DirectoryChanges::init(const wchar_t* directory, const WGO_FileFilter* filter, bool withSubdirectories) {
+  LastErrorAtEnd lastError;
   reset();
   if (directory != nullptr) directory_ = directory;
   if (filter != nullptr) filter_ = std::make_unique<WGO_FileFilter>(*filter);
   if (WGO_isBlockedUpload()) return 1;
   const CTimeTrace timer(1, kInit, 1, false, true);
   const LogFrame frame(kInit);
-  return WGO_getFilesFromDirectory(directory_.c_str(), first_, filter_.get(), withSubdirectories);
+  const int count = WGO_getFilesFromDirectory(directory_.c_str(), first_, filter_.get(), withSubdirectories);
+  lastError.take();
+  return count;
 }
 
 const std::vector<WGO_FileCompareInfo>& WGO_DirectoryChanges::resume(bool withSubdirectories) {
+  LastErrorAtEnd lastError;
   changes_.clear();
   if (WGO_isBlockedUpload()) return changes_;
   const CTimeTrace timer(1, kResume, 1, false, true);
   const LogFrame frame(kResume);
   // On top of what the last look saw, as the header tells.
   WGO_getFilesFromDirectory(directory_.c_str(), second_, filter_.get(), withSubdirectories);
+  lastError.take();
   WGO_getDirectoryChanges(first_, second_, changes_);
   return changes_;
 }

@@ -179,6 +179,11 @@ TEST_F(DirectoryChanges, NoticesLeaveOneRecordForAPath) {
   WGO_FileFilter filter;
   filter.ExcludeFileExtension(L".bak");
   WGO_DirectoryChanges changes;
+  EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
+  fresh.init(tree.c_str(), &filter, true);
+  fs::remove_all(disk(L""));
+  EXPECT_EQ(fresh.resume(true).size(), 6U);
+  EXPECT_EQ(GetLastError(), ERROR_PATH_NOT_FOUND) << "no deletions, but a directory that can't be read";
   changes.init(desk.path(L"none").c_str(), &filter, true);
   const std::pair<const wchar_t*, unsigned long> notices[] = {
       {L"a", 1}, {L"b", 2}, {L"c", 3}, {L"d", 4}, {L"e", 5}, {L"f", 9}, {L"a", 3}, {L"A", 1}, {L"a", 2}, {L"x.bak", 1}};
