@@ -77,9 +77,9 @@ PLATFORM_API BOOL RemoveDirectoryW(const wchar_t* path);
 
 /// Begins a listing. The last component may hold `*` and `?`, matched without regard to case; `*.*` matches every name.
 /// As on Windows `?` also matches nothing before a point and at the end of a name. A directory lists `.` and `..`
-/// first, then by name without regard to case. Names that are not valid UTF-8 or hold a backslash are passed over, and
-/// so is what is neither file nor directory. A link has FILE_ATTRIBUTE_REPARSE_POINT beside attributes, size and times
-/// of its target. A listing that ends with another error than ERROR_NO_MORE_FILES is
+/// first, then by name without regard to case. Names that are not valid UTF-8 or hold a backslash are passed over, see
+/// platform::namesPassedOver, and so is what is neither file nor directory. A link has FILE_ATTRIBUTE_REPARSE_POINT
+/// beside attributes, size and times of its target. A listing that ends with another error than ERROR_NO_MORE_FILES is
 /// not whole.
 PLATFORM_API HANDLE FindFirstFileW(const wchar_t* pattern, WIN32_FIND_DATAW* data);
 PLATFORM_API BOOL FindNextFileW(HANDLE find, WIN32_FIND_DATAW* data);
@@ -97,12 +97,18 @@ PLATFORM_API int _wunlink(const wchar_t* path);            // NOLINT(bugprone-re
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace platform {
 
 /// Path behind an open file handle as the system sees it now (a renamed file gives its new name).
 /// @return a library path; empty when the handle is none, or its file was removed
 PLATFORM_API std::wstring pathOfHandle(HANDLE file);
+
+/// Names that match a listing's pattern and that it does not list, since no library path can name them: those with a
+/// backslash, and those that are not valid UTF-8, whose bad bytes are shown as replacement characters. In no order.
+/// @param find  of FindFirstFileW; any other handle gives none
+PLATFORM_API std::vector<std::wstring> namesPassedOver(HANDLE find);
 
 /// Size in bytes and times of one file, without opening it.
 struct FileStatus {

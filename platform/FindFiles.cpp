@@ -37,7 +37,8 @@ struct FoundName {
 
 struct FoundNames {
   std::vector<FoundName> names;
-  int error = 0;  ///< errno that ended the reading early
+  std::vector<std::wstring> passedOver;  ///< in no order
+  int error = 0;                         ///< errno that ended the reading early
 };
 
 class FindObject : public platform::HandleObject {
@@ -47,6 +48,7 @@ class FindObject : public platform::HandleObject {
       : path_(std::move(directory)),
         directoryLength_(path_.size() + 1),
         names_(std::move(found.names)),
+        passedOver_(std::move(found.passedOver)),
         descriptor_(std::move(descriptor)) {
     path_ += '/';
     if (found.error != 0) failure_ = platform::fromErrno(found.error);
@@ -64,6 +66,8 @@ class FindObject : public platform::HandleObject {
     }
     return failure_;
   }
+
+  const std::vector<std::wstring>& passedOver() const { return passedOver_; }
 
   bool isClosedByCloseHandle() const override { return false; }
 
@@ -87,6 +91,7 @@ class FindObject : public platform::HandleObject {
   std::string path_;  // of the directory with its separator, then of the entry that is looked at
   std::size_t directoryLength_;
   std::vector<FoundName> names_;
+  std::vector<std::wstring> passedOver_;
   Descriptor descriptor_;
   std::size_t position_ = 0;
   DWORD failure_ = ERROR_NO_MORE_FILES;
@@ -110,9 +115,12 @@ FoundNames matchingNames(DirectoryStream& stream, const std::wstring& pattern) {
   FoundNames found;
   while (const char* entry = stream.next()) {
     const std::string_view name = entry;
-    // A name with a backslash would be taken for a path.
-    if (name.find('\\') != std::string_view::npos || !platform::isValidUtf8(name)) continue;
     if (!matchesAll && !matcher.matches(platform::fromUtf8(name))) continue;
+    // A name with a backslash would be taken for a path.
+    if (name.find('\\') != std::string_view::npos || !platform::isValidUtf8(name)) {
+      found.passedOver.push_back(platform::fromUtf8(name));
+      continue;
+    }
     const bool isDots = name == "." || name == "..";
     found.names.push_back({std::string(name), isDots ? std::string(name.size(), '\1') : upperKey(name)});
   }
@@ -188,4 +196,9 @@ BOOL FindClose(HANDLE find) {
   if (!platform::findHandleOf<FindObject>(find)) return FALSE;
   platform::removeHandle(find);
   return TRUE;
+}
+
+std::vector<std::wstring> platform::namesPassedOver(HANDLE find) {
+  const auto object = findHandleOf<FindObject>(find);
+  return object ? object->passedOver() : std::vector<std::wstring>();
 }

@@ -18,6 +18,10 @@ using DirectorySnapshot = std::map<std::wstring, WIN32_FIND_DATAW>;
 // Both walks set the last error: 0 when all was read, otherwise why the first directory that could not be read whole
 // could not. Its files are then missing in `out` although they may well be there, which nobody must take for their
 // deletion. Any such directory but a missing one is named in the error log too.
+//
+// What the system holds under a name that no library path can have does not come into `out`, and is no failure either:
+// names with a backslash or that are not valid UTF-8, and what lies below a directory with a wildcard in its name. The
+// error log has one line for each such entry, every time that it is passed over.
 
 /// Files of a directory that the filter lets pass; `filter` may be null. Appends to `out`.
 /// @return the number of entries that were appended; 0 for a null, empty or missing directory

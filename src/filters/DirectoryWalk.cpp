@@ -26,17 +26,25 @@ class ScopedFind {
   HANDLE find_;
 };
 
+void tellPassedOver(const wchar_t* function, const std::wstring& path, const wchar_t* problem) {
+  lfperrC(L"%s: %s is passed over: its name %s\n", function, path, problem);
+}
+
 /// @param directory  not empty
 /// @return 0, or why the listing did not begin or is not whole
 template <typename Visitor>
-DWORD listDirectory(const std::wstring& directory, const Visitor& visit) {
+DWORD listDirectory(const wchar_t* function, const std::wstring& directory, const Visitor& visit) {
   WIN32_FIND_DATAW data;
-  const HANDLE find = FindFirstFileW((directory + (directory.ends_with(L'\\') ? L"*" : L"\\*")).c_str(), &data);
+  const std::wstring prefix = directory.ends_with(L'\\') ? directory : directory + L'\\';
+  const HANDLE find = FindFirstFileW((prefix + L'*').c_str(), &data);
   if (find == INVALID_HANDLE_VALUE) return GetLastError();
   const ScopedFind guard(find);
   do visit(data);
   while (FindNextFileW(find, &data) != FALSE);
   const DWORD error = GetLastError();
+  for (const std::wstring& name : platform::namesPassedOver(find)) {
+    tellPassedOver(function, prefix + name, L"holds a backslash or is no UTF-8");
+  }
   return error == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : error;
 }
 
@@ -54,12 +62,15 @@ bool isWantedFile(const WIN32_FIND_DATAW& entry, const WGO_FileFilter* filter) {
   return !isDirectory(entry) && (filter == nullptr || !filter->IsFileExcluded(entry.cFileName));
 }
 
-/// A link is not followed: one that leads up would never end, and one that leads away holds another's files. A name
-/// with a wildcard can't be listed, and no other workstation can hold it.
+/// A link is not followed: one that leads up would never end, and one that leads away holds another's files.
 bool isWantedDirectory(const WIN32_FIND_DATAW& entry, const WGO_FileFilter* filter) {
   return isDirectory(entry) && (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 &&
-         entry.cFileName[0] != L'.' && std::wcspbrk(entry.cFileName, L"*?") == nullptr &&
-         (filter == nullptr || !filter->IsDirectoryExcluded(entry.cFileName));
+         entry.cFileName[0] != L'.' && (filter == nullptr || !filter->IsDirectoryExcluded(entry.cFileName));
+}
+
+/// A directory with a wildcard in its name can't be listed, and no other workstation can hold it.
+bool isListable(const WIN32_FIND_DATAW& directory) {
+  return std::wcspbrk(directory.cFileName, L"*?") == nullptr;
 }
 
 bool isGone(DWORD error) {
@@ -75,7 +86,7 @@ int WGO_getFileInfoFromDirectory(const wchar_t* directory, std::vector<WIN32_FIN
     return 0;
   }
   const std::size_t before = out.size();
-  const DWORD error = listDirectory(directory, [&](const WIN32_FIND_DATAW& entry) {
+  const DWORD error = listDirectory(kFileInfo, directory, [&](const WIN32_FIND_DATAW& entry) {
     if (isWantedFile(entry, filter)) out.push_back(entry);
   });
   if (error != ERROR_SUCCESS && !isGone(error)) tellUnread(kFileInfo, directory, error);
@@ -99,12 +110,13 @@ int WGO_getFilesFromDirectory(const wchar_t* directory, DirectorySnapshot& out, 
     const std::wstring prefix = current + L'\\';
     const std::size_t firstBelow = waiting.size();
     auto hint = out.end();
-    const DWORD error = listDirectory(prefix, [&](const WIN32_FIND_DATAW& entry) {
+    const DWORD error = listDirectory(kFiles, prefix, [&](const WIN32_FIND_DATAW& entry) {
       if (isWantedFile(entry, filter)) {
         // Names come nearly in the order of the map.
         hint = std::next(out.try_emplace(hint, prefix + entry.cFileName, entry));
       } else if (withSubdirectories && isWantedDirectory(entry, filter)) {
-        waiting.push_back(prefix + entry.cFileName);
+        if (isListable(entry)) return waiting.push_back(prefix + entry.cFileName);
+        tellPassedOver(kFiles, prefix + entry.cFileName, L"holds a wildcard");
       }
     });
     // The next one off the end is the first in the listing's order.

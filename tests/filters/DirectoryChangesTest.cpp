@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <random>
 
 #include "platform/Files.h"
@@ -128,6 +129,16 @@ TEST_F(DirectoryChanges, TheWalkPassesOverWhatIsKeptOutWithAllBelow) {
             (Texts{L"Größe\\Плán.zdw", L"a\\.hidden", L"a\\Old.txt", deep + L"y", L"b.txt", L"link.txt"}));
   EXPECT_EQ(walked(nullptr, false), (Texts{L"b.txt", L"link.txt"}));
   EXPECT_EQ(walked(nullptr, true).size(), 8U) << "a link up neither ends in a circle nor counts as a file";
+  for (const char* name : {"a/back\\slash", "bad\xFF", "w?d/x"}) {
+    fs::create_directories((disk(L"") / name).parent_path());
+    std::ofstream(disk(L"") / name) << "content";
+  }
+  EXPECT_EQ(walked(nullptr, true).size(), 8U);
+  for (const wchar_t* line : {L"\\a\\back\\slash is passed over: its name holds a backslash or is no UTF-8",
+                              L"\\bad\xFFFD is passed over: its name holds a backslash or is no UTF-8",
+                              L"\\w?d is passed over: its name holds a wildcard"}) {
+    EXPECT_TRUE(desk.hasErrorLine(L"WGO_getFilesFromDirectory: " + tree + line)) << platform::toUtf8(line);
+  }
   std::vector<WIN32_FIND_DATAW> infos(1);
   EXPECT_EQ(WGO_getFileInfoFromDirectory((tree + L"\\a").c_str(), infos, &filter), 2);
   DirectorySnapshot kept{{tree + L"\\b.txt", WIN32_FIND_DATAW()}};
@@ -168,6 +179,11 @@ TEST_F(DirectoryChanges, ALookIsComparedWithTheFirstOne) {
   fs::remove(disk(L"c1"));
   write(L"sub\\more");
   EXPECT_EQ(told(fresh.resume(true)), (Texts{L"*sub\\c2", L"*z", L"-c1", L"+sub\\more"}));
+  EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
+  fresh.init(tree.c_str(), &filter, true);
+  fs::remove_all(disk(L""));
+  EXPECT_EQ(fresh.resume(true).size(), 6U);
+  EXPECT_EQ(GetLastError(), ERROR_PATH_NOT_FOUND) << "no deletions, but a directory that can't be read";
   const ScopedWGOBlockUpload block;
   EXPECT_TRUE(fresh.resume(true).empty());
   EXPECT_EQ(fresh.init(tree.c_str(), nullptr, true), 1);
@@ -179,11 +195,6 @@ TEST_F(DirectoryChanges, NoticesLeaveOneRecordForAPath) {
   WGO_FileFilter filter;
   filter.ExcludeFileExtension(L".bak");
   WGO_DirectoryChanges changes;
-  EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
-  fresh.init(tree.c_str(), &filter, true);
-  fs::remove_all(disk(L""));
-  EXPECT_EQ(fresh.resume(true).size(), 6U);
-  EXPECT_EQ(GetLastError(), ERROR_PATH_NOT_FOUND) << "no deletions, but a directory that can't be read";
   changes.init(desk.path(L"none").c_str(), &filter, true);
   const std::pair<const wchar_t*, unsigned long> notices[] = {
       {L"a", 1}, {L"b", 2}, {L"c", 3}, {L"d", 4}, {L"e", 5}, {L"f", 9}, {L"a", 3}, {L"A", 1}, {L"a", 2}, {L"x.bak", 1}};
@@ -228,6 +239,7 @@ TEST_F(DirectoryChanges, AnUploadSendsFilesWithTheirMarksAndThenDeletes) {
                                         change(L"directory", 1),    change(L"a.txt", -1),
                                         change(L"sub\\new.txt", 5), change(L"..\\other.prj\\x.txt", -1)};
   ASSERT_TRUE(list[3].AddMetadata(L"key", L"value"));
+  ASSERT_TRUE(list[3].AddMetadata(L"key", L"later")) << "and the first stays";
   const PRJ open = prj();
   WGO_DirectoryChanges changes;
   changes.init((desk.projectPath() + L"\\sub").c_str(), nullptr, true);
@@ -244,7 +256,6 @@ TEST_F(DirectoryChanges, AnUploadSendsFilesWithTheirMarksAndThenDeletes) {
   cloud.script("DeleteFile", {0, zephor_test::kRefused});
   EXPECT_FALSE(changes.upload(list, &open, true));
   const Calls calls = cloud.calls();
-  ASSERT_TRUE(list[3].AddMetadata(L"key", L"later")) << "and the first stays";
   EXPECT_EQ(Calls(calls.begin() + 1, calls.end()),
             (Calls{L"DeleteFile a.txt", L"DeleteFile sub\\z.txt", L"DeleteFile a.txt", L"DeleteFile sub\\z.txt"}));
 }
