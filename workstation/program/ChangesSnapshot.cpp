@@ -152,6 +152,7 @@ ProjectLook lookAtProject() {
   std::erase_if(look.now, [&](const auto& file) { return isPrivateFile(nameInProject(look, file.first)); });
   DirectorySnapshot base;
   look.isFirst = !readBase(look.projectUuid, look.directory, base);
+  look.keptCount = base.size();
   if (look.isFirst) return look;
   WGO_getDirectoryChanges(base, look.now, look.changes);
   std::erase_if(look.changes, [&](const WGO_FileCompareInfo& change) {

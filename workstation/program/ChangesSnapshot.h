@@ -21,6 +21,7 @@ struct ProjectLook {
   std::wstring directory;  ///< of the project, without a backslash at its end
   /// Nothing was kept yet, so there is nothing to compare with: `changes` is empty.
   bool isFirst = false;
+  std::size_t keptCount = 0;  ///< files of the base
   /// Every file that an upload of the project takes, as it is now.
   Quorvel::FileAccess::DirectorySnapshot now;
   /// By full path: changed, deleted, created. What the filter has come to keep out since does not count as deleted.

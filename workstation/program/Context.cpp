@@ -1,6 +1,7 @@
 #include "workstation/program/Context.h"
 
 #include <algorithm>
+#include <functional>
 #include <mutex>
 #include <vector>
 
@@ -93,6 +94,12 @@ void Context::explain() const {
   for (const auto& line : errorLines_->lines) {
     if (!isFrameLine(line)) output_.error(L"  " + line);
   }
+}
+
+std::size_t Context::errorCount() const {
+  const std::lock_guard guard(errorLines_->mutex);
+  const auto& lines = errorLines_->lines;
+  return static_cast<std::size_t>(std::count_if(lines.begin(), lines.end(), std::not_fn(isFrameLine)));
 }
 
 void Context::startWorkstation() {

@@ -76,6 +76,8 @@ class Context {
   StoreActor actor() const;
   /// Shows what the error log took up during this run, for a command that did not end well.
   void explain() const;
+  /// How many different lines of the error log explain() would show by now.
+  std::size_t errorCount() const;
 
  private:
   struct ErrorLines;

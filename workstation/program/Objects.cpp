@@ -15,6 +15,7 @@
 #include "platform/Time.h"
 #include "workstation/objects/ObjectNames.h"
 #include "workstation/program/Context.h"
+#include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
 #include "zephor/CloudFiles.h"
 #include "zephor/HeaderServices.h"
@@ -63,11 +64,6 @@ VersionStamp stampOf(const Quorvel::FileAccess::CResourceInfo& file) {
   return VersionStamp{static_cast<std::uint32_t>(_wtoi(file.text4.c_str())),
                       static_cast<std::int64_t>(platform::toTicks(file.modifiedTime)),
                       static_cast<std::uint32_t>(std::wcstoull(file.text5.c_str(), nullptr, 10))};
-}
-
-/// True for items whose header the store keeps, so that both sides tell the same stamp.
-bool hasStoredHeader(const ItemView& view) {
-  return view.object && view.object->type != eFileType_Zeichnung;
 }
 
 template <typename Text, std::size_t size>
@@ -161,12 +157,18 @@ void readStore(Views& views, bool withFiles) {
   readStoredFiles(views, project, eShareFile_Bim);
 }
 
+/// Without a stored header only time and size are told. They do for what never was in step here; what seems to have
+/// changed on both sides alike, as after an upload that was killed before the base was written, is read.
+bool isSurelySame(const ItemView& view) {
+  if (!view.same || hasStoredHeader(view) || !view.base) return view.same;
+  return view.here != view.base->here && view.store != view.base->store && isContentStored(view.fileName);
+}
+
 void complete(ItemView& view, const SyncBase& bases) {
   readHere(view);
   view.base = bases.get(view.fileName);
   view.same = isSame(view);
-  // Without a stored header only time and size can be compared; what was in step once is told by that alone.
-  const bool surelySame = view.same && (hasStoredHeader(view) || !view.base);
+  const bool surelySame = isSurelySame(view);
   view.state = stateOf(view.here, view.store, surelySame, view.base);
 }
 
@@ -177,6 +179,10 @@ bool looksLikeObject(const std::wstring& text) {
 }
 
 }  // namespace
+
+bool hasStoredHeader(const ItemView& view) {
+  return view.object && view.object->type != eFileType_Zeichnung;
+}
 
 bool isPrivateFile(const std::wstring& name) {
   const std::wstring lower = platform::toLower(name);

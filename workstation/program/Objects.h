@@ -58,6 +58,9 @@ std::vector<ItemView> readItems(const std::vector<ItemName>& items);
 /// What is here of one item now; its other members stay empty.
 ItemView readLocal(const ItemName& item);
 
+/// True for items whose header the store keeps, so that both sides tell the same stamp.
+bool hasStoredHeader(const ItemView& view);
+
 /// Brings the object's row in the project database in line with its file, which is what an upload takes the header
 /// from.
 void noteInDatabase(const ObjectName& object);

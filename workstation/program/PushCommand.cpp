@@ -1,17 +1,18 @@
 // push: sends what changed in the project, or chosen items, in one batch.
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <functional>
 #include <map>
 #include <memory>
 
-#include "host/Project.h"
-#include "platform/Paths.h"
 #include "platform/Text.h"
-#include "workstation/objects/ObjectNames.h"
+#include "platform/UserInterface.h"
 #include "workstation/program/ChangesSnapshot.h"
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/Objects.h"
-#include "workstation/program/PushPlan.h"
+#include "workstation/program/PushItems.h"
+#include "workstation/program/PushUpload.h"
 #include "workstation/program/Saving.h"
 #include "workstation/program/SyncBase.h"
 #include "zephor/NotUploadedFiles.h"
@@ -27,50 +28,39 @@ struct Arguments {
   bool deletes = false;
 };
 
-/// An item of a push, from the decision to the result.
-struct PushItem {
-  ItemName name;
-  PushDecision decision;
-  bool isNew = false;                ///< the store has none yet
-  std::optional<VersionStamp> sent;  ///< what was here when it was sent
-};
-
-ItemName itemOfFile(const std::wstring& fileName) {
-  const auto object = parseObjectFileName(fileName);
-  if (!object) return {std::nullopt, fileName};
-  const ObjectName name{object->type, object->number};
-  return {name, name.fileName()};
-}
-
-/// What the look found changed and others have a use for; everything when there is nothing yet to compare with.
-std::vector<ItemName> changedItems(const ProjectLook& look) {
-  std::vector<ItemName> items;
-  const auto add = [&](const std::wstring& path) {
-    const std::wstring name = nameInProject(look, path);
-    if (!isPrivateFile(name)) items.push_back(itemOfFile(name));
-  };
-  for (const WGO_FileCompareInfo& change : look.changes) add(change.fileName);
-  if (!look.isFirst) return items;
-  for (const auto& file : look.now) add(file.first);
-  return items;
+/// A directory that was moved away, or is not mounted, was made anew by opening the project and looks as if all had
+/// been deleted.
+bool looksLost(const ProjectLook& look) {
+  const auto gone = std::count_if(look.changes.begin(), look.changes.end(), [](const auto& change) {
+    return change.state == Quorvel::FileAccess::eFileChange_Deleted;
+  });
+  const std::size_t left = look.keptCount - static_cast<std::size_t>(gone);
+  return gone > 0 && left * 10 < look.keptCount;
 }
 
 /// One run of the command over the open project.
 class Push {
  public:
   Push(Context& context, const PushChoice& choice)
-      : context_(context), choice_(choice), look_(lookAtProject()), bases_(get_ActivePrj().GetOndrathProjectUuid()) {
-    for (const auto& file : look_.now) paths_.emplace(keyOf(nameInProject(look_, file.first)), file.first);
-  }
+      : context_(context), choice_(choice), look_(lookAtProject()), bases_(look_.projectUuid) {}
 
   ExitCode run(const std::vector<ItemName>& named) {
-    decide(choice_.named ? named : changedItems(look_));
+    if (choice_.deletes && !choice_.named && looksLost(look_)) {
+      throw CommandFailure{
+          ExitCode::Failure,
+          platform::formatWide(L"hardly one of the %d files that the last look kept is in %s any more; is it the right "
+                               L"directory? Nothing was sent or deleted. To delete files all the same, name them",
+                               look_.keptCount, look_.directory)};
+    }
+    decide(choice_.named ? named : itemsToPush(look_, bases_));
     if (!context_.options().dryRun) {
-      const bool wentWell = send();
-      tellResults(wentWell);
+      confirmDeletions();
+      prepare();
+      uploadItems(look_, items_);
+      tellResults();
     }
     if (!choice_.named && tally_.doneCount() + tally_.failedCount() == 0) {
-      context_.output().message(L"nothing has changed since the kept state; zephor status tells what was never saved");
+      context_.output().message(L"nothing to send: nothing has changed since it was last in step with the store");
     }
     return tally_.exitCode();
   }
@@ -79,15 +69,14 @@ class Push {
   /// Whether nothing is left to send, by the key of the item.
   using Settled = std::map<std::wstring, bool>;
 
-  static std::wstring keyOf(const std::wstring& fileName) { return platform::toLower(fileName); }
-
   void decide(const std::vector<ItemName>& names) {
-    for (const ItemView& view : readItems(names)) {
+    const PushFiles files(look_);
+    for (ItemView& view : readItems(names)) {
       PushItem& item = items_.emplace_back();
-      item.name = {view.object, view.fileName};
-      item.isNew = !view.store;
-      item.decision = decidePush(view, choice_, paths_.contains(keyOf(view.fileName)));
-      tellDecision(view, item.decision);
+      item.file = files.of(view.fileName);
+      item.decision = decidePush(view, choice_, item.file);
+      item.before = std::move(view);
+      tellDecision(item.before, item.decision);
     }
   }
 
@@ -118,36 +107,31 @@ class Push {
     }
   }
 
-  WGO_FileCompareInfo changeOf(const PushItem& item) const {
-    using namespace Quorvel::FileAccess;
-    const auto found = paths_.find(keyOf(item.name.fileName));
-    WGO_FileCompareInfo change(
-        found != paths_.end() ? found->second : platform::joinPath(look_.directory, item.name.fileName),
-        WIN32_FIND_DATAW(), WIN32_FIND_DATAW());
-    change.state = item.isNew ? eFileChange_Created : eFileChange_Changed;
-    if (item.decision.step == PushStep::Delete) change.state = eFileChange_Deleted;
-    return change;
+  void refuse(PushItem& item, std::wstring reason) {
+    item.decision = {PushStep::Refuse, std::move(reason)};
+    tellDecision(item.before, item.decision);
   }
 
-  /// Sends and deletes in one batch. @return false when something failed; what did is asked of the store
-  bool send() {
-    std::vector<WGO_FileCompareInfo> batch;
+  void confirmDeletions() {
+    const auto count = std::count_if(items_.begin(), items_.end(), std::mem_fn(&PushItem::isToDelete));
+    if (count == 0) return;
+    const std::wstring question =
+        platform::formatWide(L"%d items are no longer here. Delete them in the store too, for everybody?", count);
+    if (platform::userInterface().messageBox({nullptr, question, L"zephor", MB_YESNO, {}, {}}) == IDYES) return;
     for (PushItem& item : items_) {
-      const bool isSent = item.decision.step == PushStep::Send;
-      if (!isSent && item.decision.step != PushStep::Delete) continue;
-      // The row of the database is the header that goes with an object.
-      if (isSent && item.name.object) noteInDatabase(*item.name.object);
-      if (isSent) item.sent = readLocal(item.name).here;
-      batch.push_back(changeOf(item));
+      if (item.isToDelete()) refuse(item, L"not deleted in the store: nobody said yes, --yes does");
     }
-    if (batch.empty()) return true;
-    const PRJ project = get_ActivePrj();
-    Quorvel::FileAccess::WGO_DirectoryChanges changes;
-    changes.init(look_.directory.c_str(), nullptr, false);
-    return changes.upload(batch, &project, choice_.deletes);
   }
 
-  void tellResults(bool wentWell) {
+  void prepare() {
+    for (PushItem& item : items_) {
+      if (!item.isToSend()) continue;
+      std::wstring problem = prepareToSend(item);
+      if (!problem.empty()) refuse(item, std::move(problem));
+    }
+  }
+
+  void tellResults() {
     // Looked at before the items are read: what changes in between is then told once more, and not lost.
     std::optional<ProjectLook> look;
     try {
@@ -156,71 +140,67 @@ class Push {
       context_.output().error(L"what was sent will be told as a change once more: " + failure.message);
     }
     std::vector<ItemName> names;
-    for (const PushItem& item : items_) names.push_back(item.name);
+    for (const PushItem& item : items_) names.push_back(item.name());
     const std::vector<ItemView> views = readItems(names);
     Settled settled;
     for (std::size_t i = 0; i < items_.size(); ++i) {
-      settled[keyOf(items_[i].name.fileName)] = settle(items_[i], views[i], wentWell);
+      settled[itemKey(items_[i].before.fileName)] = settle(items_[i], views[i]);
     }
     if (look) accept(*look, settled);
   }
 
   /// Tells how an item ended. @return true when nothing is left to send of it
-  bool settle(const PushItem& item, const ItemView& view, bool wentWell) {
-    const wchar_t* const seeBelow = L"what was wrong is told below";
-    const wchar_t* const changed = L"it changed here or in the store meanwhile; see zephor status";
-    if (item.decision.step == PushStep::Delete) {
-      if (view.store) {
-        report(context_, view.label(), L"not deleted in the store", wentWell ? changed : seeBelow);
-        tally_.failed();
-        return false;
-      }
-      bases_.forget(view.fileName);
-      report(context_, view.label(), L"deleted in the store", {});
-      tally_.done();
-      return !view.here;
-    }
-    if (item.decision.step != PushStep::Send) {
+  bool settle(const PushItem& item, const ItemView& view) {
+    if (!item.isToSend() && !item.isToDelete()) {
       if (view.state == ObjectState::InStep) bases_.put(view.fileName, {*view.here, *view.store});
       return view.state == ObjectState::InStep || view.state == ObjectState::Nowhere;
     }
-    if (!item.sent || !view.same || view.here != item.sent) {
-      const bool waits = existsEntryInNotUploadedFilesList(view.fileName.c_str());
-      const wchar_t* const waiting = L"it is in the list of what could not be sent; zephor not-uploaded retry";
-      report(context_, view.label(), L"not sent", waits ? waiting : wentWell ? changed : seeBelow);
+    if (!item.isDoneBy(view)) {
+      report(context_, view.label(), item.isToDelete() ? L"not deleted in the store" : L"not sent",
+             failureReason(item));
       tally_.failed();
       return false;
+    }
+    tally_.done();
+    if (item.isToDelete()) {
+      bases_.forget(view.fileName);
+      report(context_, view.label(), L"deleted in the store", giveBackLock(item));
+      return !view.here;
     }
     // An upload that went through at a second try leaves the list alone.
     removeEntryFromNotUploadedFilesList(view.fileName.c_str());
     bases_.put(view.fileName, {*view.here, *view.store});
     report(context_, view.label(), L"sent", view.object ? platform::formatWide(L"version %u", view.here->version) : L"",
            &view);
-    tally_.done();
     return true;
   }
 
+  std::wstring failureReason(const PushItem& item) const {
+    if (!item.isTried) return L"not tried after the failure of other files; push again";
+    if (item.isToSend() && existsEntryInNotUploadedFilesList(item.before.fileName.c_str())) {
+      return L"it is in the list of what could not be sent; zephor not-uploaded retry";
+    }
+    if (context_.errorCount() > 0) return L"what was wrong is told below";
+    return L"it changed here or in the store meanwhile; see zephor status";
+  }
+
   /// Moves the base of later looks over what is settled; compressing has changed the files of the Teilbilder.
-  void accept(const ProjectLook& look, const Settled& settled) const {
-    if (look.isFirst) {
-      const bool all = std::all_of(settled.begin(), settled.end(), [](const auto& entry) { return entry.second; });
-      if (!choice_.named && all) acceptLook(look);
-      return;
-    }
-    std::vector<WGO_FileCompareInfo> accepted;
-    for (const WGO_FileCompareInfo& change : look.changes) {
-      const std::wstring name = nameInProject(look, change.fileName);
-      const auto found = settled.find(keyOf(name));
-      if (isPrivateFile(name) || (found != settled.end() && found->second)) accepted.push_back(change);
-    }
-    acceptChanges(look, accepted);
+  void accept(ProjectLook& look, const Settled& settled) const {
+    const auto isSettled = [&](const std::wstring& path) {
+      const std::wstring name = nameInProject(look, path);
+      const auto found = settled.find(itemKey(name));
+      return isPrivateFile(name) || (found != settled.end() && found->second);
+    };
+    if (look.isFirst && choice_.named) return;
+    if (look.isFirst) std::erase_if(look.now, [&](const auto& file) { return !isSettled(file.first); });
+    std::erase_if(look.changes, [&](const WGO_FileCompareInfo& change) { return !isSettled(change.fileName); });
+    acceptLook(look);
   }
 
   Context& context_;
   PushChoice choice_;
   ProjectLook look_;
   SyncBase bases_;
-  std::map<std::wstring, std::wstring> paths_;  ///< full path of each file that an upload takes, by its key
   std::vector<PushItem> items_;
   Tally tally_;
 };

@@ -1,8 +1,12 @@
 #include "workstation/program/PushPlan.h"
 
 #include "host/Locking.h"
+#include "platform/Files.h"
 #include "platform/Paths.h"
+#include "platform/Text.h"
+#include "workstation/objects/ObjectFile.h"
 #include "workstation/objects/ObjectNames.h"
+#include "workstation/program/Arguments.h"
 #include "workstation/program/Objects.h"
 
 namespace workstation::program {
@@ -40,12 +44,35 @@ PushDecision decideMissing(const ItemView& view, const PushChoice& choice) {
   return decideByLock(view, PushStep::Delete);
 }
 
+/// What is wrong with the file here, read whole for an object; empty when nothing is. A damaged version must not
+/// replace a good one, and one file that can't be read would keep all others of the batch back.
+std::wstring contentProblem(const ItemView& view) {
+  const std::wstring path = itemPath(view.fileName);
+  std::wstring error;
+  if (view.object)
+    return verifyObject(path, error) == ERROR_SUCCESS ? L"" : L"damaged here: " + withoutPath(error, path);
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return platform::formatWide(L"it can't be read (error %u)", GetLastError());
+  CloseHandle(file);
+  return {};
+}
+
+PushDecision decideToSend(const ItemView& view) {
+  const PushDecision decision = decideByLock(view, PushStep::Send);
+  if (decision.step != PushStep::Send) return decision;
+  std::wstring problem = contentProblem(view);
+  return problem.empty() ? decision : refuse(std::move(problem));
+}
+
 }  // namespace
 
-PushDecision decidePush(const ItemView& view, const PushChoice& choice, bool passesFilter) {
+PushDecision decidePush(const ItemView& view, const PushChoice& choice, const PushFile& file) {
+  if (file.hasTwin) return refuse(L"two files here differ only in letter case");
   if (view.damagedHere) return refuse(L"the file here is damaged");
+  if (!view.here && !file.path.empty()) return refuse(L"the file here can't be read");
   if (!view.here) return decideMissing(view, choice);
-  if (!passesFilter) return refuse(L"the filter of uploads keeps it out");
+  if (file.path.empty()) return refuse(L"the filter of uploads keeps it out");
   if (view.state == ObjectState::InStep) return {PushStep::Nothing, {}};
   if (!view.object && parseObjectFileName(platform::fileNameOf(view.fileName))) {
     return refuse(L"an object is sent from the project's own directory only");
@@ -55,7 +82,7 @@ PushDecision decidePush(const ItemView& view, const PushChoice& choice, bool pas
   const bool isBehind = view.state == ObjectState::NewerInStore || view.state == ObjectState::ChangedOnBoth;
   const bool wouldRevive = view.state == ObjectState::RemovedFromStore && !choice.named;
   if (isBehind || wouldRevive) return refuse(stateReason(view.state));
-  return decideByLock(view, PushStep::Send);
+  return decideToSend(view);
 }
 
 }  // namespace workstation::program

@@ -27,7 +27,13 @@ struct PushChoice {
   bool deletes = false;  ///< what was deleted here is to be deleted in the store
 };
 
-/// @param passesFilter  whether uploads of the project take the file; of no meaning for one that is not here
-PushDecision decidePush(const ItemView& view, const PushChoice& choice, bool passesFilter);
+/// The file that stands for an item.
+struct PushFile {
+  std::wstring path;     ///< full, as it is written on the disk; empty when an upload of the project takes none
+  bool hasTwin = false;  ///< another file here has the same name but for letter case
+};
+
+/// The one place where it is decided what goes: nothing is sent that was not looked at here, down to its content.
+PushDecision decidePush(const ItemView& view, const PushChoice& choice, const PushFile& file);
 
 }  // namespace workstation::program

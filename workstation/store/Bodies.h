@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/WindowsTypes.h"
+#include "workstation/Export.h"
 
 namespace workstation {
 
@@ -50,6 +51,6 @@ class Bodies {
 std::string randomHex(std::size_t bytes);
 /// SHA-256 of a text, and of a file's content (empty when there is none), as 64 hexadecimal digits.
 std::string sha256Of(const std::string& text);
-std::string sha256OfFile(const std::string& path);
+WORKSTATION_API std::string sha256OfFile(const std::string& path);
 
 }  // namespace workstation
