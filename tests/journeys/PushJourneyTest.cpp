@@ -1,6 +1,8 @@
 // `push`: all that changed in one batch, told truthfully.
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
+#include <csignal>
 #include <fstream>
 
 #include "tests/journeys/Program.h"
@@ -45,8 +47,67 @@ TEST(Push, SendsWhatMayGoTellsWhatMayNotAndForgetsNothing) {
   EXPECT_EQ(office.run("anna", {"push", "tb1"}).exitCode, 4);
   EXPECT_THAT(office.run("anna", {"push"}).out,
               AllOf(HasSubstr("notes.txt: left in the store"), HasSubstr("locked by ben")));
-  EXPECT_THAT(office.run("anna", {"push", "--delete"}).out, HasSubstr("notes.txt: deleted in the store"));
+  EXPECT_THAT(office.run("anna", {"push", "--delete"}).out, HasSubstr("notes.txt: refused (not deleted in the store"));
+  EXPECT_THAT(office.run("anna", {"--yes", "push", "--delete"}).out, HasSubstr("notes.txt: deleted in the store"));
   EXPECT_EQ(office.run("ben", {"save", "notes.txt"}).exitCode, 0) << "ben's copy is still there";
+}
+
+TEST(Push, SendsNothingThatIsNotWholeHereAndKeepsTheOnlyCopy) {
+  Office office;
+  office.found({"anna"});
+  const auto project = office.project("anna");
+  const std::string drawing(300000, 'a');
+  for (int i = 0; i < 3; ++i) office.must("anna", {"import", office.writeFile("a.dxf", drawing).string()});
+  office.must("anna", {"lock", "tb1", "tb2", "tb3"});
+  std::ofstream(project / "notes.txt") << "text";
+  office.must("anna", {"changes"});
+  std::filesystem::copy(project / "tb000002.zdw", project / "TB000002.ZDW");
+  std::filesystem::create_symlink("/nowhere", project / "dangling.txt");
+  std::fstream(project / "tb000003.zdw", std::ios::in | std::ios::out).seekp(200000) << "XX";
+  const std::string before = contentOf(project / "tb000001.zdw");
+
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit free{};
+  ::getrlimit(RLIMIT_FSIZE, &free);
+  const rlimit full{200000, free.rlim_max};
+  ::setrlimit(RLIMIT_FSIZE, &full);
+  const ProgramRun onFullDisk = office.run("anna", {"push"});
+  ::setrlimit(RLIMIT_FSIZE, &free);
+  EXPECT_THAT(onFullDisk.out,
+              AllOf(HasSubstr("notes.txt: sent"), HasSubstr("tb1: refused (it can't be compressed"),
+                    HasSubstr("tb2: refused (two files here differ only in letter case)"),
+                    HasSubstr("tb3: refused (damaged here"), HasSubstr("dangling.txt: refused (it can't be read")));
+  EXPECT_EQ(contentOf(project / "tb000001.zdw"), before);
+  EXPECT_THAT(office.run("anna", {"push"}).out, AllOf(HasSubstr("tb1: sent"), Not(HasSubstr("notes.txt"))));
+  EXPECT_THAT(office.run("anna", {"status"}).out, AllOf(HasSubstr("tb2  "), HasSubstr("only here")));
+}
+
+TEST(Push, DeletesNothingForADirectoryThatWasMovedAwayAndMendsAnInterruptedPush) {
+  Office office;
+  office.found({"anna"});
+  const auto project = office.project("anna");
+  std::filesystem::path record;
+  office.share("anna", "a");
+  std::ofstream(project / "notes.txt") << "1";
+  office.must("anna", {"push"});
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(office.path("anna"))) {
+    if (entry.path().filename() == project.stem().string() + ".db3") record = entry.path();
+  }
+  std::filesystem::copy(record, office.path("record"));
+  std::ofstream(project / "notes.txt") << "22";
+  office.must("anna", {"push"});
+  // As if it had been killed before it wrote what is in step now.
+  std::filesystem::copy(office.path("record"), record, std::filesystem::copy_options::overwrite_existing);
+  EXPECT_EQ(office.must("anna", {"push"}), "");
+
+  std::filesystem::rename(project, office.path("away"));
+  EXPECT_THAT(office.run("anna", {"--yes", "push", "--delete"}).err,
+              HasSubstr("of the 2 files that the last look kept hardly any is in"));
+  std::filesystem::remove_all(project);
+  std::filesystem::rename(office.path("away"), project);
+  std::filesystem::remove(project / "tb000001.zdw");
+  EXPECT_THAT(office.must("anna", {"--yes", "push", "--delete", "tb1"}), HasSubstr("your lock was given back"));
+  EXPECT_THAT(office.must("anna", {"locks"}), Not(HasSubstr("tb1")));
 }
 
 }  // namespace

@@ -16,7 +16,8 @@ using Quorvel::FileAccess::WGO_FileCompareInfo;
 constexpr const char* kExplanation =
     "A file counts as changed when its time of creation or of writing differs. Files that an upload of the project\n"
     "leaves out are not looked at. Looking keeps nothing: the same changes are listed until --accept takes them over,\n"
-    "or a push has sent them. The first call has nothing to compare with; it keeps the state that it finds.";
+    "or a push has sent them. The first call has nothing to compare with; it keeps the state that it finds.\n"
+    "A push goes by what was last in step with the store: what was never sent goes, whatever state is kept here.";
 
 const wchar_t* wordOf(const WGO_FileCompareInfo& change) {
   if (change.state == Quorvel::FileAccess::eFileChange_Created) return L"created";
@@ -41,9 +42,10 @@ ExitCode changes(Context& context, bool accepts) {
   const ProjectLook look = accepts ? acceptedLook(context) : lookAtProject();
   if (look.isFirst && !accepts && !dryRun) acceptLook(look);
   if (look.isFirst) {
-    const wchar_t* const format =
-        !dryRun ? L"this was the first look: the state of %d files is kept, and later calls tell what changed since"
-                : L"this would be the first look, at %d files";
+    const wchar_t* const format = !dryRun ? L"this was the first look: the state of %d files is kept, and later calls "
+                                            L"tell what changed since; what was "
+                                            L"never sent, a push sends all the same"
+                                          : L"this would be the first look, at %d files";
     context.output().message(platform::formatWide(format, look.now.size()));
     return ExitCode::Done;
   }

@@ -35,20 +35,20 @@ bool looksLost(const ProjectLook& look) {
     return change.state == Quorvel::FileAccess::eFileChange_Deleted;
   });
   const std::size_t left = look.keptCount - static_cast<std::size_t>(gone);
-  return gone > 0 && left * 10 < look.keptCount;
+  return gone > 0 && left * 10 < look.keptCount && look.now.size() * 2 < look.keptCount;
 }
 
 /// One run of the command over the open project.
 class Push {
  public:
   Push(Context& context, const PushChoice& choice)
-      : context_(context), choice_(choice), look_(lookAtProject()), bases_(look_.projectUuid) {}
+      : context_(context), choice_(choice), look_(takeLook()), bases_(look_.projectUuid) {}
 
   ExitCode run(const std::vector<ItemName>& named) {
     if (choice_.deletes && !choice_.named && looksLost(look_)) {
       throw CommandFailure{
           ExitCode::Failure,
-          platform::formatWide(L"hardly one of the %d files that the last look kept is in %s any more; is it the right "
+          platform::formatWide(L"of the %d files that the last look kept hardly any is in %s now; is it the right "
                                L"directory? Nothing was sent or deleted. To delete files all the same, name them",
                                look_.keptCount, look_.directory)};
     }
@@ -66,6 +66,16 @@ class Push {
   }
 
  private:
+  /// What the look passes over, a name that no workstation can hold for one, is told to the error log alone.
+  ProjectLook takeLook() {
+    const std::size_t known = context_.errorCount();
+    ProjectLook look = lookAtProject();
+    if (context_.errorCount() == known) return look;
+    context_.output().error(L"zephor: not everything in the project's directory could be looked at; see below");
+    tally_.failed();
+    return look;
+  }
+
   /// Whether nothing is left to send, by the key of the item.
   using Settled = std::map<std::wstring, bool>;
 
@@ -115,8 +125,8 @@ class Push {
   void confirmDeletions() {
     const auto count = std::count_if(items_.begin(), items_.end(), std::mem_fn(&PushItem::isToDelete));
     if (count == 0) return;
-    const std::wstring question =
-        platform::formatWide(L"%d items are no longer here. Delete them in the store too, for everybody?", count);
+    const std::wstring question = platform::formatWide(
+        L"Of what the store has, no longer here: %d. Delete that in the store too, for everybody?", count);
     if (platform::userInterface().messageBox({nullptr, question, L"zephor", MB_YESNO, {}, {}}) == IDYES) return;
     for (PushItem& item : items_) {
       if (item.isToDelete()) refuse(item, L"not deleted in the store: nobody said yes, --yes does");
@@ -199,10 +209,10 @@ class Push {
 
   Context& context_;
   PushChoice choice_;
+  Tally tally_;  // counts from the look on
   ProjectLook look_;
   SyncBase bases_;
   std::vector<PushItem> items_;
-  Tally tally_;
 };
 
 /// The list of what could not be sent, loaded with what earlier runs left and written at the end.
@@ -231,7 +241,8 @@ void addPushCommand(CLI::App& app, Action& selected) {
   auto* command = app.add_subcommand("push", "Send what changed in the project, or chosen items, in one batch");
   command->add_option("ITEM", arguments->items,
                       "Objects, or files below the project's directory (default: all changes)");
-  command->add_flag("--delete", arguments->deletes, "Delete in the store what was deleted here");
+  command->add_flag("--delete", arguments->deletes,
+                    "Delete in the store what was deleted here; asks before (see --yes)");
   command->callback(
       [&selected, arguments] { selected = [arguments](Context& context) { return push(context, *arguments); }; });
 }
