@@ -167,17 +167,13 @@ std::wstring nameInProject(const ProjectLook& look, const std::wstring& fullPath
 }
 
 void acceptLook(const ProjectLook& look) {
-  if (!look.isFirst) return acceptChanges(look, look.changes);
+  if (!look.isFirst && look.changes.empty()) return;
   const BaseWriter writer(look.projectUuid);
-  writer.startAfresh();
-  for (const auto& [path, file] : look.now) writer.put(nameInProject(look, path), file);
-  writer.commit();
-}
-
-void acceptChanges(const ProjectLook& look, const std::vector<WGO_FileCompareInfo>& changes) {
-  if (look.isFirst || changes.empty()) return;
-  const BaseWriter writer(look.projectUuid);
-  for (const WGO_FileCompareInfo& change : changes) {
+  if (look.isFirst) {
+    writer.startAfresh();
+    for (const auto& [path, file] : look.now) writer.put(nameInProject(look, path), file);
+  }
+  for (const WGO_FileCompareInfo& change : look.changes) {
     const std::wstring name = nameInProject(look, change.fileName);
     if (change.state == eFileChange_Deleted) {
       writer.remove(name);
@@ -186,6 +182,20 @@ void acceptChanges(const ProjectLook& look, const std::vector<WGO_FileCompareInf
     }
   }
   writer.commit();
+}
+
+void acceptSettled(ProjectLook look, const std::function<bool(const std::wstring& name)>& isSettled) {
+  const auto stays = [&](const std::wstring& path) { return !isSettled(nameInProject(look, path)); };
+  std::erase_if(look.now, [&](const auto& file) { return stays(file.first); });
+  std::erase_if(look.changes, [&](const WGO_FileCompareInfo& change) { return stays(change.fileName); });
+  acceptLook(look);
+}
+
+bool looksLost(const ProjectLook& look) {
+  const auto gone = std::count_if(look.changes.begin(), look.changes.end(),
+                                  [](const auto& change) { return change.state == eFileChange_Deleted; });
+  const std::size_t left = look.keptCount - static_cast<std::size_t>(gone);
+  return gone > 0 && left * 10 < look.keptCount && look.now.size() * 2 < look.keptCount;
 }
 
 }  // namespace workstation::program

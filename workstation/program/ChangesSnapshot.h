@@ -3,12 +3,13 @@
 //
 //   const ProjectLook look = lookAtProject();
 //   ...send look.changes, collect what went...
-//   acceptChanges(look, sent);
+//   acceptSettled(look, wasSent);
 //
 // The base is a table of the project's record in the workstation's state (see SyncBase). Losing it loses no work: the
 // next look is then a first one again.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -39,7 +40,12 @@ std::wstring nameInProject(const ProjectLook& look, const std::wstring& fullPath
 /// Takes over the state that was seen, whole or not at all. A file that changed since the look is told by the next one.
 /// Throws CommandFailure when it can't be written; the base is then what it was.
 void acceptLook(const ProjectLook& look);
-/// Takes over these changes of the look alone; the others are told again. Nothing for a first look.
-void acceptChanges(const ProjectLook& look, const std::vector<Quorvel::FileAccess::WGO_FileCompareInfo>& changes);
+/// Takes over these files of the look alone; the others are told again.
+/// @param isSettled  asked with the name in the project
+void acceptSettled(ProjectLook look, const std::function<bool(const std::wstring& name)>& isSettled);
+
+/// True when hardly a file of the base is left and few others are there. A directory that was moved away, or is not
+/// mounted, is made anew by opening the project and looks as if all had been deleted.
+bool looksLost(const ProjectLook& look);
 
 }  // namespace workstation::program

@@ -172,12 +172,6 @@ void complete(ItemView& view, const SyncBase& bases) {
   view.state = stateOf(view.here, view.store, surelySame, view.base);
 }
 
-/// "tb10000": written like an object, but there can be none of that number.
-bool looksLikeObject(const std::wstring& text) {
-  const std::wstring digits = text.size() > 2 && parseObjectType(text.substr(0, 2)) ? text.substr(2) : text;
-  return !digits.empty() && digits.find_first_not_of(L"0123456789") == std::wstring::npos;
-}
-
 }  // namespace
 
 bool hasStoredHeader(const ItemView& view) {
@@ -225,19 +219,6 @@ std::wstring objectPath(const ObjectName& object) {
   return lfinigC(1) + object.fileName();
 }
 
-std::vector<ObjectName> objectArguments(const std::vector<std::string>& arguments) {
-  std::vector<ObjectName> objects;
-  for (const auto& argument : arguments) {
-    const auto object = parseObjectName(wide(argument));
-    if (!object) {
-      throw CommandFailure{ExitCode::Usage,
-                           wide(argument) + L" names no object (expected tb12, 12, pb3, ze7 or a file name)"};
-    }
-    if (std::find(objects.begin(), objects.end(), *object) == objects.end()) objects.push_back(*object);
-  }
-  return objects;
-}
-
 std::wstring holderOf(const FileLockInfo& info) {
   std::wstring text = info.userName;
   if (!info.workstation.empty()) text += L" on " + info.workstation;
@@ -249,36 +230,6 @@ std::vector<ItemName> itemsOf(const std::vector<ObjectName>& objects) {
   std::vector<ItemName> items;
   items.reserve(objects.size());
   for (const auto& object : objects) items.push_back(nameOf(object));
-  return items;
-}
-
-std::vector<ItemName> itemArguments(const std::vector<std::string>& arguments) {
-  std::vector<ItemName> items;
-  for (const auto& argument : arguments) {
-    const std::wstring text = wide(argument);
-    ItemName item;
-    if (const auto object = parseObjectName(text)) {
-      item = nameOf(*object);
-    } else {
-      item.fileName = text;
-      std::replace(item.fileName.begin(), item.fileName.end(), L'/', L'\\');
-      QuorvelFileType type = eFileType_Unknown;
-      int number = 0;
-      const bool isObject =
-          looksLikeObject(text) || (GetTypeFromFilePathName(item.fileName, type, number) && isObjectType(type));
-      if (isObject || !platform::isSafeRelativeName(item.fileName)) {
-        throw CommandFailure{
-            ExitCode::Usage,
-            text + L" names neither an object (tb12, pb3, ze7) nor a file below the project's directory"};
-      }
-      if (isPrivateFile(item.fileName)) {
-        throw CommandFailure{ExitCode::Usage, text + L" belongs to this workstation and is not shared"};
-      }
-    }
-    const bool known =
-        std::any_of(items.begin(), items.end(), [&](const auto& other) { return keyOf(other) == keyOf(item); });
-    if (!known) items.push_back(std::move(item));
-  }
   return items;
 }
 

@@ -21,22 +21,10 @@ namespace workstation::program {
 
 namespace {
 
-using Quorvel::FileAccess::WGO_FileCompareInfo;
-
 struct Arguments {
   std::vector<std::string> items;
   bool deletes = false;
 };
-
-/// A directory that was moved away, or is not mounted, was made anew by opening the project and looks as if all had
-/// been deleted.
-bool looksLost(const ProjectLook& look) {
-  const auto gone = std::count_if(look.changes.begin(), look.changes.end(), [](const auto& change) {
-    return change.state == Quorvel::FileAccess::eFileChange_Deleted;
-  });
-  const std::size_t left = look.keptCount - static_cast<std::size_t>(gone);
-  return gone > 0 && left * 10 < look.keptCount && look.now.size() * 2 < look.keptCount;
-}
 
 /// One run of the command over the open project.
 class Push {
@@ -195,16 +183,12 @@ class Push {
   }
 
   /// Moves the base of later looks over what is settled; compressing has changed the files of the Teilbilder.
-  void accept(ProjectLook& look, const Settled& settled) const {
-    const auto isSettled = [&](const std::wstring& path) {
-      const std::wstring name = nameInProject(look, path);
+  void accept(const ProjectLook& look, const Settled& settled) const {
+    if (look.isFirst && choice_.named) return;
+    acceptSettled(look, [&](const std::wstring& name) {
       const auto found = settled.find(itemKey(name));
       return isPrivateFile(name) || (found != settled.end() && found->second);
-    };
-    if (look.isFirst && choice_.named) return;
-    if (look.isFirst) std::erase_if(look.now, [&](const auto& file) { return !isSettled(file.first); });
-    std::erase_if(look.changes, [&](const WGO_FileCompareInfo& change) { return !isSettled(change.fileName); });
-    acceptLook(look);
+    });
   }
 
   Context& context_;
