@@ -59,7 +59,7 @@ std::wstring contentProblem(const ItemView& view) {
 }
 
 PushDecision decideToSend(const ItemView& view) {
-  const PushDecision decision = decideByLock(view, PushStep::Send);
+  PushDecision decision = decideByLock(view, PushStep::Send);
   if (decision.step != PushStep::Send) return decision;
   std::wstring problem = contentProblem(view);
   return problem.empty() ? decision : refuse(std::move(problem));
