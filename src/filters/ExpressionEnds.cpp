@@ -65,7 +65,7 @@ class Reader {
     } else if (!take(L".") && !(take(L"[") && skipSet())) {
       return false;
     }
-    if (skipRepetition()) piece.reset();
+    if (!skipRepetitions(piece)) return false;
     pieces_.push_back(piece);
     return true;
   }
@@ -73,7 +73,8 @@ class Reader {
   /// Of word characters only; takes no part in the text.
   bool skipLookAhead() {
     while (!rest_.empty() && isWordCharacter(rest_.front())) rest_.remove_prefix(1);
-    return take(L")") && !skipRepetition();
+    Piece once = L')';
+    return take(L")") && skipRepetitions(once) && once;
   }
 
   bool skipSet() {
@@ -86,15 +87,28 @@ class Reader {
     return take(L"]");
   }
 
-  bool skipRepetition() {
-    constexpr std::wstring_view kSigns = L"*+?{";
-    bool found = false;
-    while (!rest_.empty() && kSigns.find(rest_.front()) != std::wstring_view::npos) {
-      const bool counted = rest_.front() == L'{';
-      found = true;
-      rest_.remove_prefix(counted ? std::min(rest_.find(L'}'), rest_.size() - 1) + 1 : 1);
+  /// Takes the repetitions behind a piece, which may then vary.
+  /// @return false before a brace that counts nothing: it stands for itself
+  bool skipRepetitions(Piece& piece) {
+    while (take(L"*") || take(L"+") || take(L"?") || skipCount()) piece.reset();
+    return !rest_.starts_with(L'{');
+  }
+
+  /// `{2}`, `{2,}` or `{2,3}`.
+  bool skipCount() {
+    const std::wstring_view before = rest_;
+    if (take(L"{") && skipDigits()) {
+      if (take(L",")) skipDigits();
+      if (take(L"}")) return true;
     }
-    return found;
+    rest_ = before;
+    return false;
+  }
+
+  bool skipDigits() {
+    const std::size_t count = std::min(rest_.find_first_not_of(L"0123456789"), rest_.size());
+    rest_.remove_prefix(count);
+    return count > 0;
   }
 
   std::wstring_view rest_;
