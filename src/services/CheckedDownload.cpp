@@ -7,6 +7,7 @@
 #include "host/Project.h"
 #include "host/System.h"
 #include "host/Trace.h"
+#include "host/Users.h"
 #include "platform/Text.h"
 #include "services/DatabaseRow.h"
 #include "services/DisplayAllowed.h"
@@ -19,6 +20,7 @@
 namespace Quorvel::FileAccess {
 namespace {
 
+/// No object has a number below 1: a negative one is refused as zero is.
 bool isObject(int number, int type) {
   return number > 0 && objectTypeOf(type).has_value();
 }
@@ -53,15 +55,23 @@ bool isNotUploaded(const std::wstring& path) {
   return existsEntryInNotUploadedFilesList(path.c_str());
 }
 
-/// A local file that the download is about to replace goes to the backup first when its version can't be read, or when
-/// it holds work that has not gone up.
+/// True when a file that the server's is about to replace may hold work that has not gone up: an upload that was
+/// blocked, refused or forbidden to ask leaves no trace but the header of who saved last.
 /// @param changed  the object is open and holds changes that were not uploaded
+bool mayHoldUnsentWork(const std::wstring& path, int number, int type, UpdateVerdict verdict, bool changed) {
+  // "Missing" with a file that is there: its version can't be read.
+  if (changed || verdict == eVerdict_LocalMissing || isNotUploaded(path)) return true;
+  const std::optional<int> writer = lastLocalWriter(number, type);
+  return !writer || *writer == lzbnum();
+}
+
+/// A local file with what may be unsent work goes to the backup before it is replaced.
 /// @return false when a backup is needed and was not made: nothing may be replaced then
-bool backUpUnsentWork(const std::wstring& name, int type, UpdateVerdict verdict, bool changed) {
+bool backUpUnsentWork(const std::wstring& name, int number, int type, UpdateVerdict verdict, bool changed) {
   std::wstring path;
   if (lffnamC(1, name, path) == 0) {
     if (CDirectoryUtility::GetFileSize(path) <= 0) return true;
-    if (!changed && verdict != eVerdict_LocalMissing && !isNotUploaded(path)) return true;
+    if (!mayHoldUnsentWork(path, number, type, verdict, changed)) return true;
     if (autoBackup::createBackup(path, static_cast<QuorvelFileType>(type))) return true;
   }
   lfperrC(L"%s: %s is not replaced by the server's file, since no backup of it could be made\n",
@@ -73,7 +83,7 @@ bool downloadClosedObject(int number, int type, bool acceptMissing) {
   const UpdateVerdict verdict = objectVerdict(number, type);
   if (!hasToCome(verdict)) return true;
   const std::wstring name = transferObjectFileName(number, type);
-  if (!backUpUnsentWork(name, type, verdict, false)) return false;
+  if (!backUpUnsentWork(name, number, type, verdict, false)) return false;
   CloudStatus status = 0;
   {
     const ScopedDisplayAllowed display;
@@ -90,7 +100,7 @@ bool downloadClosedObject(int number, int type, bool acceptMissing) {
 
 bool downloadNewer(int handle, int number, int type, UpdateVerdict verdict) {
   const std::wstring name = transferObjectFileName(number, type);
-  if (!backUpUnsentWork(name, type, verdict, lcfile_GetForUpload(handle))) return false;
+  if (!backUpUnsentWork(name, number, type, verdict, lcfile_GetForUpload(handle))) return false;
   std::wstring text;
   const CScopedDisplayInfo display(getlocalizedMessageTextForOndrath(text, name, 0, 0, 0, 0));
   const CloudStatus status = Ondrath_downloadToOpenFile(handle, get_ActivePrj(), number, type);

@@ -86,6 +86,13 @@ bool localHeader(unsigned number, int fileType, Header& header) {
   return online && !openInCore ? readHeader(path, number, header) : askHost(number, online, header);
 }
 
+template <typename Header>
+std::optional<int> lastWriterOf(int number, int fileType) {
+  Header header = clearedHeader<Header>();
+  if (!localHeader(static_cast<unsigned>(number), fileType, header)) return std::nullopt;
+  return header.lastUser;
+}
+
 void takeVersion(const TeilbildHeader& header, unsigned& counter, GUID& guid) {
   counter = header.versionCounter;
   guid = GetGUIDFromTwoDoubles(header.guidFirst, header.guidSecond);
@@ -172,6 +179,12 @@ UpdateVerdict objectVerdict(int number, int fileType) {
   const CompareMode mode = eCompare_Ordered;
   return getInetFileManager().objectNeedsUpdate(&number, &type, &pathNumber, local, localGuid, server, serverGuid,
                                                 &mode);
+}
+
+std::optional<int> lastLocalWriter(int number, int fileType) {
+  if (fileType == eFileType_Teilbild) return lastWriterOf<TeilbildHeader>(number, fileType);
+  if (fileType == eFileType_Plan) return lastWriterOf<PlanHeader>(number, fileType);
+  return std::nullopt;
 }
 
 }  // namespace Quorvel::FileAccess

@@ -1,6 +1,8 @@
 // Versions of project objects on both sides, and the verdict which side is newer.
 #pragma once
 
+#include <optional>
+
 #include "platform/WindowsTypes.h"
 #include "zephor/FileTransfer.h"
 
@@ -13,5 +15,9 @@ bool GetPlanVersionCounter(unsigned number, unsigned& counter, GUID& guid, bool 
 /// never overwritten. A Zeichnung has no counter: what exists counts as one and the same version.
 /// @param fileType  0, 28 or 33
 UpdateVerdict objectVerdict(int number, int fileType);
+
+/// User number of who saved the local file of a Teilbild or Plan last; nothing when its header can't be read, and for a
+/// Zeichnung.
+std::optional<int> lastLocalWriter(int number, int fileType);
 
 }  // namespace Quorvel::FileAccess

@@ -2,6 +2,7 @@
 #include "host/Locking.h"
 #include "host/ObjectFiles.h"
 #include "host/ProjectDatabase.h"
+#include "host/Users.h"
 #include "platform/Files.h"
 #include "services/FileServicesState.h"
 #include "tests/support/CloudFixture.h"
@@ -75,6 +76,10 @@ TEST_F(CheckedTransfer, ObjectsOfAConversionWaitInTheListUntilItHasEnded) {
   EXPECT_EQ(cloud.calls(), (Calls{L"UploadFilesAndMetadata " + path(L"tb000003.zdw") + L" 1576",
                                   L"UploadFilesAndMetadata " + path(L"pb000003.zpl") + L" 896"}));
 
+  fileServicesState().convertedFiles = {{L"tb000009.zdw", path(L"tb000009.zdw")}};
+  EXPECT_TRUE(WGO_uploadConvertedFilesAfterDatwa());
+  EXPECT_TRUE(existsEntryInNotUploadedFilesList(L"tb000009.zdw")) << "not there at the moment";
+
   fileServicesState().convertedFiles = expected;
   cloud.script("UploadFilesAndMetadata", {kRefused});
   EXPECT_FALSE(WGO_uploadConvertedFilesAfterDatwa());
@@ -117,14 +122,18 @@ TEST_F(CheckedTransfer, AZeichnungComesOnlyWhenItIsMissingHere) {
 
 TEST_F(CheckedTransfer, UnsentWorkStaysOrIsBackedUp) {
   const std::wstring file = makeObject(eFileType_Teilbild, 3);
-  const std::string before = desk.readFile(file);
-  serve(3, 4);
-  desk.writeFile(path(L"NotUploadedFiles.xml"), "   <file type=TEILBILD number=3>\n");
+  std::wstring error;
+  serve(3, 5);
+  ASSERT_EQ(::workstation::touchVersion(file, {lzbnum(), L"Me"}, error), 0U);
   desk.writeFile(path(L"Backup"), "in the way");
-  EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 0, false)) << "listed by an earlier run, and no backup";
+  EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 0, false)) << "saved here last, and no backup";
+  ASSERT_EQ(::workstation::touchVersion(file, {lzbnum() + 1, L"Bob"}, error), 0U);
+  const std::string before = desk.readFile(file);
+  resetNotUploadedFilesList();
+  desk.writeFile(path(L"NotUploadedFiles.xml"), "   <file type=TEILBILD number=3>\n");
+  EXPECT_FALSE(WGO_CheckLockAndDownloadFile(3, 0, false)) << "listed by an earlier run";
   resetNotUploadedFilesList();
   DeleteFileW(path(L"NotUploadedFiles.xml").c_str());
-  std::wstring error;
   const int handle = ::workstation::openInCore(file, error);
   const void* const value = reinterpret_cast<const void*>(static_cast<std::intptr_t>(handle));
   ::workstation::markModified(handle, true);
@@ -139,6 +148,10 @@ TEST_F(CheckedTransfer, UnsentWorkStaysOrIsBackedUp) {
   EXPECT_TRUE(desk.exists(path(L"Backup")));
   EXPECT_EQ(desk.readFile(file), served_);
   ::workstation::closeInCore(handle);
+  desk.writeFile(file, before);
+  platform::removeTree(path(L"Backup"));
+  EXPECT_TRUE(WGO_CheckLockAndDownloadFile(3, 0, false));
+  EXPECT_FALSE(desk.exists(path(L"Backup"))) << "what Bob saved came from the store";
 }
 
 }  // namespace

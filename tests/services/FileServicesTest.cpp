@@ -51,7 +51,8 @@ class FileServices : public zephor_test::CloudFixture {
 
 TEST_F(FileServices, UploadsAnswerByTheirSituation) {
   desk.writeFile(file, "text");
-  const std::wstring shouted = platform::toUpper(path(L"")) + L"notes.txt";
+  const std::wstring shouted = platform::toUpper(path(L"")) + L"\\notes.txt";
+  const std::wstring longer = path(L"") + L"old\\sub\\notes.txt";
   const wchar_t* const invalid = L"WGO_uploadFile: invalid parameter";
   const wchar_t* const batch = L"UploadFilesAndMetadata notes.txt 0";
   const auto on = [](const wchar_t* host, const wchar_t* dir, const wchar_t* name) {
@@ -66,6 +67,7 @@ TEST_F(FileServices, UploadsAnswerByTheirSituation) {
       {"other host", on(L"files", L"", L"notes.txt"), 0},
       {"outside", on(cloudHost, L"Z:\\else", L"a"), 13, L"Ondrath_uploadFile: \"Z:\\else\\a\" is not a valid"},
       {"path", [&] { return WGO_uploadFile(shouted.c_str()); }, 0, nullptr, upload},
+      {"longer component", [&] { return WGO_uploadFile(longer.c_str()); }, 0, nullptr, upload},
       {"name alone", [&] { return WGO_uploadFile(L"notes.txt"); }, 0, nullptr, upload},
       {"directory", [&] { return WGO_uploadFile((path(L"") + L"\\").c_str()); }, 13, L"WGO_uploadFile: could not get "},
       {"Ex null", [] { return WGO_uploadFileEx(nullptr); }, 87, L"WGO_uploadFileEx: invalid parameter"},
