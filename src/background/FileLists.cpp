@@ -7,6 +7,7 @@
 #include "platform/Files.h"
 #include "zephor/DirectoryChanges.h"
 #include "zephor/FileLists.h"
+#include "zephor/NotUploadedFiles.h"
 #include "zephor/Service.h"
 
 namespace Quorvel::FileAccess {
@@ -33,6 +34,7 @@ bool WGO_UploadFilesInternals(const PRJ& prj, const std::set<std::wstring>& file
       batch.emplace_back(file, WIN32_FIND_DATAW{}, WIN32_FIND_DATAW{});
     } else {
       lfperrC(L"%s: cannot access %s\n", call.function(), file);
+      addEntryToNotUploadedFilesList(file.c_str());
     }
   }
   const int count = static_cast<int>(batch.size());

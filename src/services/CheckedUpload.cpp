@@ -1,5 +1,5 @@
+#include <exception>
 #include <set>
-#include <utility>
 
 #include "background/FileLists.h"
 #include "core/ObjectNames.h"
@@ -9,6 +9,7 @@
 #include "host/Project.h"
 #include "host/System.h"
 #include "host/Trace.h"
+#include "platform/Text.h"
 #include "platform/UserInterface.h"
 #include "services/DisplayAllowed.h"
 #include "services/FileServicesState.h"
@@ -20,6 +21,7 @@ namespace Quorvel::FileAccess {
 namespace {
 
 constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::WGO_CheckLockAndUploadFile";
+constexpr const wchar_t* kConverted = L"Quorvel::FileAccess::WGO_uploadConvertedFilesAfterDatwa";
 constexpr int kNotLockedTextId = 1502500;
 
 /// Keeps an object's file for the time when the running data conversion has ended.
@@ -41,6 +43,27 @@ void tellNotLocked(const std::wstring& name) {
   const std::wstring text = name + L'\n' + CQuoString().GetQuorvotParText(kNotLockedTextId, nullptr, 0, 256).text();
   MessageBoxW(nullptr, text.c_str(), L"Quorvel", MB_ICONHAND);
 }
+
+/// Remembers files whose upload did not come to a good end, also when it was left by an exception.
+class ScopedNotUploaded {
+ public:
+  explicit ScopedNotUploaded(const std::set<std::wstring>& paths) : paths_(&paths) {}
+  ~ScopedNotUploaded() {
+    if (paths_ == nullptr) return;
+    try {
+      for (const std::wstring& path : *paths_) addEntryToNotUploadedFilesList(path.c_str());
+    } catch (const std::exception& error) {
+      lfperrC(L"%s: converted files can't be remembered: %s\n", kConverted, platform::fromUtf8(error.what()));
+    }
+  }
+  ScopedNotUploaded(const ScopedNotUploaded&) = delete;
+  ScopedNotUploaded& operator=(const ScopedNotUploaded&) = delete;
+
+  void dismiss() { paths_ = nullptr; }
+
+ private:
+  const std::set<std::wstring>* paths_;
+};
 
 }  // namespace
 
@@ -75,16 +98,18 @@ bool WGO_uploadConvertedFilesAfterDatwa() {
   const PRJ active = get_ActivePrj();
   if (!active.IsOndrathProject()) return true;
   const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
-  // Emptied before: a question of the upload may let the host call this service again.
   std::set<std::wstring> paths;
-  for (const auto& file : std::exchange(fileServicesState().convertedFiles, {})) paths.insert(file.second);
-  // A conversion changes objects that nobody locked here. Those that somebody else holds the server refuses.
-  const IZepFileLockingAgent::ScopedSuspend suspend;
-  if (WGO_UploadFilesInternals(active, paths, true)) return true;
+  for (const auto& file : fileServicesState().convertedFiles) paths.insert(file.second);
   // A group that fails leaves the later ones untried, and nothing else would remember those. One that went all the same
   // is found in step by the next retry.
-  for (const std::wstring& path : paths) addEntryToNotUploadedFilesList(path.c_str());
-  return false;
+  ScopedNotUploaded remembered(paths);
+  // Emptied before: a question of the upload may let the host call this service again.
+  fileServicesState().convertedFiles.clear();
+  // A conversion changes objects that nobody locked here. Those that somebody else holds the server refuses.
+  const IZepFileLockingAgent::ScopedSuspend suspend;
+  if (!WGO_UploadFilesInternals(active, paths, true)) return false;
+  remembered.dismiss();
+  return true;
 }
 
 }  // namespace Quorvel::FileAccess
