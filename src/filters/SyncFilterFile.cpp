@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "platform/Files.h"
+#include "platform/Synchronisation.h"
 #include "platform/Text.h"
 #include "zephor/FileTransfer.h"
 #include "zephor/UploadFilters.h"
@@ -116,10 +117,13 @@ std::wstring BuildSyncFilterPath(const wchar_t* projectName) {
 bool WGO_createSyncFilter(const wchar_t* projectName) {
   const std::wstring path = BuildSyncFilterPath(projectName);
   if (path.empty() || exists(path)) return false;
-  platform::TextFile file(path, L"w");
-  if (!file.isOpen()) return false;
-  const bool written = file.write(defaultText());
-  return file.close() && written;
+  // Whole or not at all, as a cut file would stay for good; and never over one that somebody else makes meanwhile.
+  const std::wstring beside = platform::formatWide(L"%s.%u-%u.part", path, GetCurrentProcessId(), GetCurrentThreadId());
+  const std::string bytes = platform::toUtf8(defaultText());
+  if (platform::writeFileAtomically(beside, bytes.data(), bytes.size()) != ERROR_SUCCESS) return false;
+  if (MoveFileW(beside.c_str(), path.c_str()) != FALSE) return true;
+  DeleteFileW(beside.c_str());
+  return false;
 }
 
 bool readSyncFilterFile(const std::wstring& path, const wchar_t* keyword, SyncFilterEntries& entries) {
