@@ -21,12 +21,31 @@ unsigned long uploadTo(const PRJ& prj, const std::wstring& directory, const wcha
   return Ondrath_uploadFile(prj, path) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
 
+bool isSeparator(wchar_t c) {
+  return c == L'\\' || c == L'/';
+}
+
+/// Position behind the directory's text where it stands for whole components of the path, or npos.
+std::size_t behindDirectory(const std::wstring& path, const std::wstring& directory) {
+  const std::wstring_view text = path;
+  for (std::size_t from = 0; !directory.empty();) {
+    const std::size_t found = platform::findIgnoreCase(text.substr(from), directory);
+    if (found == std::wstring::npos) break;
+    const std::size_t begin = from + found;
+    const std::size_t end = begin + directory.size();
+    const bool begins = begin == 0 || isSeparator(text[begin - 1]) || isSeparator(text[begin]);
+    const bool ends = end == text.size() || isSeparator(text[end]) || isSeparator(text[end - 1]);
+    if (begins && ends) return end;
+    from = begin + 1;
+  }
+  return std::wstring::npos;
+}
+
 /// What stands behind the project's directory, or behind the last backslash of a path that does not hold it.
 std::wstring nameInProject(const std::wstring& path, const std::wstring& projectDirectory) {
-  const std::size_t found =
-      projectDirectory.empty() ? std::wstring::npos : platform::findIgnoreCase(path, projectDirectory);
-  if (found == std::wstring::npos) return path.substr(path.rfind(L'\\') + 1);
-  std::wstring name = path.substr(found + projectDirectory.size());
+  const std::size_t end = behindDirectory(path, projectDirectory);
+  if (end == std::wstring::npos) return path.substr(path.rfind(L'\\') + 1);
+  std::wstring name = path.substr(end);
   name.erase(0, name.find_first_not_of(L"\\/"));
   return name;
 }
