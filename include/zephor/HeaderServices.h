@@ -1,7 +1,7 @@
 // Headers of project objects, each service from one source: file, project database, cache, compressed file, server.
 //
-// A service clears its output before it looks: when it answers false the record is as clearedHeader() makes it. None
-// shows anything to the user.
+// A service clears its output before it looks: when it answers false the record is as clearedHeader() makes it, all
+// zero but for the version counter of a Teilbild or Plan, which is kUnknownVersion. None shows anything to the user.
 #pragma once
 
 #include <cstdint>

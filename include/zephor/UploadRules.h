@@ -34,8 +34,8 @@ enum class UploadRoad : std::uint8_t {
   Synchronisation,  ///< what holds in every mode of the project's synchronisation
 };
 
-/// Rules of the open project in the order in which a filter takes them. Reads the user's sync filter file, and makes
-/// the default one where there is none.
+/// Rules of the open project in the order in which a filter takes them. Reads the user's sync filter file; unlike the
+/// builders it makes none where there is none, as asking changes nothing.
 ZEPHOR_API std::vector<UploadRule> WGO_describeUploadRules(UploadRoad road);
 ZEPHOR_API void WGO_addUploadRule(const UploadRule& rule, WGO_FileFilter& filter);
 /// The rule that decides on one name: the first include rule that hits it, otherwise the first exclude rule.

@@ -14,9 +14,10 @@ constexpr int kProjectPathNumber = 1;
 void noteTeilbild(int number) {
   const auto rowNumber = static_cast<unsigned>(number);
   TeilbildHeader header;
-  if (!WGO_getTBHeader(rowNumber, &header, true, kProjectPathNumber)) return;
+  const bool read = WGO_getTBHeader(rowNumber, &header, true, kProjectPathNumber);
   ZP_ProjectDBTeilbildSets rows(kgunit());
-  if (!rows.isClientServer()) rows.setTeilbildRecord(rowNumber, header);
+  // A header that can't be read leaves the row, and its version is told as unknown.
+  if (read && !rows.isClientServer()) rows.setTeilbildRecord(rowNumber, header);
   if (kgdrin(number) == -1) kgobcr(number);
   SelectionList_UpdateVersionInfo(eFileType_Teilbild, number, header.versionCounter);
 }

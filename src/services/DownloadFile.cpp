@@ -14,6 +14,7 @@ unsigned long WGO_downloadFile(const PRJ& prj, const wchar_t* file, bool /*ignor
     lfperrC(L"%s: wrong parameter\n", L"Quorvel::FileAccess::WGO_downloadFile");
     return ERROR_INVALID_DATA;
   }
+  // An empty name would resolve to the project's directory: nothing is to be brought.
   if (!prj.IsOndrathProject() || *file == L'\0') return ERROR_SUCCESS;
   const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   return static_cast<std::uint32_t>(Ondrath_downloadFile(prj, Ondrath_ResolveProjectPath(prj, {}, file), false));
