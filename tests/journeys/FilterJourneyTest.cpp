@@ -20,12 +20,16 @@ TEST(FilterJourney, EachPathIsToldWithTheRuleThatDecides) {
   EXPECT_FALSE(std::filesystem::exists(own));
   office.writeFile(std::filesystem::relative(own, office.path("")).string(),
                    "<file include = \"keep.*\" activated = \"1\">\n<directory exclude = \"/\" activated = \"1\">\n");
+  std::filesystem::create_directory_symlink(office.path(""), project + "/link");
   using Case = std::tuple<std::string, bool, std::string, std::string>;
   for (const auto& [arguments, travels, decidedOn, origin] :
        {Case{"Sub\\notes.txt", true, "notes.txt", ""}, Case{project + "/sub/x.BAK", false, "x.BAK", "base rules"},
-        Case{"./keep/../keep.bak", true, "keep.bak", own}, Case{"bim/keep.txt", false, "bim", "resource files"},
-        Case{"bim/keep.txt --all", true, "keep.txt", own}, Case{"Old/", false, "Old", "set aside"},
-        Case{".git/config", false, ".git", ""}, Case{"tb000001.zdw", false, "tb000001.zdw", "drawings and plans"},
+        Case{"./keep/../keep.bak", true, "keep.bak", own},
+        Case{"bim/keep.txt --directory", false, "bim", "resource files"}, Case{"bim/keep.txt", true, "keep.txt", own},
+        Case{"Old/", false, "Old", "set aside"}, Case{".git/config", false, ".git", ""},
+        Case{"link/notes.txt", false, "link", ""}, Case{"a*/notes.txt", false, "a*", ""},
+        Case{"sub/x.tmp", false, "x.tmp", ""}, Case{"tb000001.zdw", true, "tb000001.zdw", ""},
+        Case{"tb000001.zdw --directory", false, "tb000001.zdw", "drawings and plans"},
         Case{"notes.txt --sync", false, "notes.txt", own}}) {
     std::istringstream words("--json filter test " + arguments);
     const auto told = nlohmann::json::parse(

@@ -1,4 +1,4 @@
-// filter test, show: which files an upload of the project's directory takes, and the rule that says so.
+// filter test, show: which files a push takes, and the rule that says so.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
@@ -12,6 +12,7 @@
 #include "workstation/program/Arguments.h"
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
+#include "workstation/program/Objects.h"
 #include "zephor/UploadRules.h"
 
 namespace workstation::program {
@@ -25,12 +26,13 @@ using Rules = std::vector<UploadRule>;
 
 struct FilterArguments {
   std::vector<std::string> paths;
-  bool all = false;
+  bool directory = false;
   bool sync = false;
 
+  /// Without an option that of changes and push.
   UploadRoad road() const {
     if (sync) return UploadRoad::Synchronisation;
-    return all ? UploadRoad::AllProjectFiles : UploadRoad::Directory;
+    return directory ? UploadRoad::Directory : UploadRoad::AllProjectFiles;
   }
 };
 
@@ -116,19 +118,38 @@ ProjectPath projectPath(const std::string& argument) {
   return result;
 }
 
+bool isLink(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(itemPath(path).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+/// Why the walk of an upload passes a directory over before any rule is asked; empty when it does not.
+/// @param path  below the project's directory
+std::wstring whyPassedOver(const std::wstring& path, const std::wstring& name) {
+  if (name.starts_with(L'.')) return L"a directory whose name begins with a point";
+  if (name.find_first_of(L"*?") != std::wstring::npos) return L"a directory whose name holds a wildcard";
+  return isLink(path) ? L"a link to a directory is not followed" : L"";
+}
+
 /// As the walk of an upload decides: every directory on the way, then the file.
-Verdict decide(const Rules& rules, const ProjectPath& path) {
+Verdict decide(const Rules& rules, const ProjectPath& path, UploadRoad road) {
   const auto off = std::find_if(rules.begin(), rules.end(), Quorvel::FileAccess::turnsSynchronisationOff);
   if (off != rules.end()) return {false, path.components.back(), L"", *off};
   Verdict verdict{true, path.components.back()};
+  std::wstring walked;
   for (std::size_t i = 0; i < path.components.size(); ++i) {
     const bool isDirectory = i + 1 < path.components.size() || path.isDirectory;
     const std::wstring& part = path.components[i];
-    if (isDirectory && part.starts_with(L'.')) return {false, part, L"a directory whose name begins with a point"};
+    walked += (walked.empty() ? L"" : L"\\") + part;
+    const std::wstring passedOver = isDirectory ? whyPassedOver(walked, part) : std::wstring();
+    if (!passedOver.empty()) return {false, part, passedOver};
     const UploadRule* rule = Quorvel::FileAccess::WGO_findDecidingRule(rules, part, isDirectory);
     if (rule == nullptr) continue;
     verdict = {rule->include, part, L"", *rule};
     if (!verdict.travels) return verdict;
+  }
+  if (road == UploadRoad::AllProjectFiles && isPrivateFile(walked)) {
+    return {false, path.components.back(), L"it belongs to this workstation"};
   }
   return verdict;
 }
@@ -147,7 +168,7 @@ ExitCode test(Context& context, const FilterArguments& arguments) {
   std::vector<ProjectPath> paths;
   for (const std::string& argument : arguments.paths) paths.push_back(projectPath(argument));
   for (const ProjectPath& path : paths) {
-    const Verdict verdict = decide(rules, path);
+    const Verdict verdict = decide(rules, path, arguments.road());
     std::wstring shown;
     for (const std::wstring& part : path.components) shown += (shown.empty() ? L"" : L"/") + part;
     std::vector<Field> fields = {{"path", shown}, {"travels", verdict.travels}, {"decided_on", verdict.part}};
@@ -182,11 +203,12 @@ ExitCode show(Context& context, const FilterArguments& arguments) {
 }  // namespace
 
 void addFilterCommands(CLI::App& app, Action& selected) {
-  auto* filter = app.add_subcommand("filter", "Which files an upload of the project takes")->require_subcommand(1);
+  auto* filter = app.add_subcommand("filter", "Which files a push takes")->require_subcommand(1);
   auto arguments = std::make_shared<FilterArguments>();
   const auto addOptions = [&arguments](CLI::App* command) {
-    auto* all = command->add_flag("--all", arguments->all, "For an upload of all the project's files");
-    command->add_flag("--sync", arguments->sync, "For the project's synchronisation")->excludes(all);
+    auto* directory = command->add_flag("--directory", arguments->directory,
+                                        "For an upload of the directory alone, without objects and resources");
+    command->add_flag("--sync", arguments->sync, "For the project's synchronisation")->excludes(directory);
   };
 
   auto* testCommand = filter->add_subcommand("test", "Tell which rule decides on a path, and from where it comes");
