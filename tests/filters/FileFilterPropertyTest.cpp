@@ -8,7 +8,10 @@
 
 #include "filters/NameRules.h"
 #include "platform/Text.h"
+#include "tests/support/CloudFixture.h"
 #include "zephor/FileFilter.h"
+#include "zephor/UploadFilters.h"
+#include "zephor/UploadRules.h"
 
 namespace {
 
@@ -130,6 +133,38 @@ TEST(FileFilterProperty, ExpressionsAreSearchedForWhateverTheirEndsPromise) {
     }
   }
   EXPECT_GT(hits, 10000);
+}
+
+using UploadRulesProperty = zephor_test::CloudFixture;
+
+/// What is told of a name is what the filter of the road does with it.
+TEST_F(UploadRulesProperty, TheDecidingRuleAgreesWithTheFilter) {
+  desk.writeFile(path(L"WGO_SyncFilter.xml"),
+                 "<file include = \"*.bak\" activated = \"1\">\n<directory include = \"old\" activated = \"1\">\n"
+                 "<file exclude = \"notes.*\" activated = \"1\">\n");
+  for (const UploadRoad road :
+       {UploadRoad::Directory, UploadRoad::AllProjectFiles, UploadRoad::ProjectCopy, UploadRoad::Synchronisation}) {
+    const std::vector<UploadRule> rules = WGO_describeUploadRules(road);
+    WGO_FileFilter filter;
+    if (road == UploadRoad::ProjectCopy) {
+      WGO_GetPrjCopyUploadFilter(filter);
+    } else if (road != UploadRoad::Synchronisation) {
+      WGO_GetPrjDirUploadFilter(filter, road == UploadRoad::AllProjectFiles);
+    } else {
+      for (const UploadRule& rule : rules) WGO_addUploadRule(rule, filter);
+    }
+    for (int round = 0; round < 400; ++round) {
+      std::wstring name = anyText(1) + oneOf(rules).text + (round % 3 == 0 ? oneOf(rules).text : anyText(1));
+      std::erase_if(name, [](wchar_t c) { return c == L'\\'; });
+      if (round % 5 == 0) name = platform::toUpper(name);
+      if (name.empty()) continue;
+      for (const bool isDirectory : {false, true}) {
+        const UploadRule* rule = WGO_findDecidingRule(rules, name, isDirectory);
+        const bool out = isDirectory ? filter.IsDirectoryExcluded(name.c_str()) : filter.IsFileExcluded(name.c_str());
+        ASSERT_EQ(rule == nullptr || rule->include, !out) << platform::toUtf8(name) << ", road " << int(road);
+      }
+    }
+  }
 }
 
 }  // namespace
