@@ -28,7 +28,8 @@ TEST(FilterJourney, EachPathIsToldWithTheRuleThatDecides) {
         Case{"bim/keep.txt --directory", false, "bim", "resource files"}, Case{"bim/keep.txt", true, "keep.txt", own},
         Case{"Old/", false, "Old", "set aside"}, Case{".git/config", false, ".git", ""},
         Case{"link/notes.txt", false, "link", ""}, Case{"a*/notes.txt", false, "a*", ""},
-        Case{"sub/x.tmp", false, "x.tmp", ""}, Case{"tb000001.zdw", true, "tb000001.zdw", ""},
+        Case{"sub/x.tmp", false, "x.tmp", ""}, Case{"a*.txt", false, "a*.txt", ""},
+        Case{"tb000001.zdw", true, "tb000001.zdw", ""},
         Case{"tb000001.zdw --directory", false, "tb000001.zdw", "drawings and plans"},
         Case{"notes.txt --sync", false, "notes.txt", own}}) {
     std::istringstream words("--json filter test " + arguments);

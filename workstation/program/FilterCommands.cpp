@@ -148,8 +148,10 @@ Verdict decide(const Rules& rules, const ProjectPath& path, UploadRoad road) {
     verdict = {rule->include, part, L"", *rule};
     if (!verdict.travels) return verdict;
   }
-  if (road == UploadRoad::AllProjectFiles && isPrivateFile(walked)) {
-    return {false, path.components.back(), L"it belongs to this workstation"};
+  if (road != UploadRoad::AllProjectFiles) return verdict;
+  if (isPrivateFile(walked)) return {false, path.components.back(), L"it belongs to this workstation"};
+  if (!platform::isSafeRelativeName(walked)) {
+    return {false, path.components.back(), L"a name that not every workstation can hold; the store refuses it"};
   }
   return verdict;
 }
