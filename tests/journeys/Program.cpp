@@ -113,7 +113,7 @@ void Office::share(const std::string& user, const std::string& content) const {
 }
 
 std::string Office::exported(const std::string& user, const std::string& object) const {
-  must(user, {"export", object, path("exported").string()});
+  must(user, {"export", "--yes", object, path("exported").string()});
   return contentOf(path("exported"));
 }
 

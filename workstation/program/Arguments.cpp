@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "host/Files.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "workstation/program/Context.h"
@@ -23,9 +24,20 @@ std::wstring fileArgument(const std::string& path) {
   return result;
 }
 
+std::wstring placeInProject(const std::wstring& path) {
+  const std::wstring project = platform::weaklyCanonical(lfinigC(1));
+  if (project.empty()) return {};
+  std::wstring place = platform::lexicallyRelative(platform::weaklyCanonical(path), project);
+  return place == L".." || place.starts_with(L"..\\") ? std::wstring() : place;
+}
+
 std::wstring withoutPath(const std::wstring& message, const std::wstring& path) {
   const std::wstring start = path + L": ";
   return message.starts_with(start) ? message.substr(start.size()) : message;
+}
+
+std::wstring renamedIn(const std::wstring& message, const std::wstring& path, const std::wstring& name) {
+  return message.starts_with(path + L": ") ? name + message.substr(path.size()) : message;
 }
 
 }  // namespace workstation::program

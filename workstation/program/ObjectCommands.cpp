@@ -10,6 +10,7 @@
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
+#include "platform/UserInterface.h"
 #include "workstation/Session.h"
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/objects/ObjectNames.h"
@@ -168,30 +169,52 @@ ExitCode import(Context& context, const Arguments& arguments) {
   return tally.exitCode();
 }
 
+/// The file that an export goes to, as the user would type it.
+std::string exportTarget(const Arguments& arguments, const ObjectName& object, const ObjectFileInfo& info) {
+  if (!arguments.target.empty()) return arguments.target;
+  if (info.contentName.empty())
+    throw CommandFailure{ExitCode::Failure, object.shortName() + L" has no content to write"};
+  // The name comes out of the file: only its last component, and only where it is a harmless one.
+  const std::wstring name = platform::fileNameOf(info.contentName);
+  if (!platform::isSafeRelativeName(name))
+    throw CommandFailure{ExitCode::Failure, L"the content's name can't be used here; name the file to write"};
+  return platform::toUtf8(name);
+}
+
+/// Throws unless the export may write there. What lies in the project, or what an object of it is a link to, is never
+/// a target: the raw content would stand where a drawing was.
+void checkExportTarget(const Context& context, const ObjectName& object, const std::wstring& path,
+                       const std::wstring& shown) {
+  const bool isObject = platform::weaklyCanonical(path) == platform::weaklyCanonical(objectPath(object));
+  if (isObject || !placeInProject(path).empty()) {
+    throw CommandFailure{ExitCode::Failure, shown + L" lies in the project's directory; name a file outside of it"};
+  }
+  const platform::FileStatus status = platform::fileStatus(path);
+  if (!status.exists) return;
+  if (status.isDirectory) throw CommandFailure{ExitCode::Failure, shown + L" is a directory; expected a file"};
+  const std::wstring question = shown + L" exists already. Replace it?";
+  const bool isAllowed = context.options().dryRun || platform::userInterface().messageBox(
+                                                         {nullptr, question, L"zephor", MB_YESNO, {}, {}}) == IDYES;
+  if (!isAllowed)
+    throw CommandFailure{ExitCode::Failure, shown + L" exists already and stays as it is; --yes replaces it"};
+}
+
 ExitCode exportObject(Context& context, const Arguments& arguments) {
   const auto object = parseObjectName(wide(arguments.object));
   if (!object)
     throw CommandFailure{ExitCode::Usage, wide(arguments.object) + L" names no object (expected tb12, pb3 or ze7)"};
   context.startInProject();
+  const std::wstring source = objectPath(*object);
   ObjectFileInfo info;
   std::wstring error;
-  if (readObjectHeader(objectPath(*object), info, error) != 0) throw CommandFailure{ExitCode::Failure, error};
-  std::string target = arguments.target;
-  if (target.empty()) {
-    if (info.contentName.empty())
-      throw CommandFailure{ExitCode::Failure, object->shortName() + L" has no content to write"};
-    // The name comes out of the file: only its last component, and only where it is a harmless one.
-    const std::wstring name = platform::fileNameOf(info.contentName);
-    if (!platform::isSafeRelativeName(name)) {
-      throw CommandFailure{ExitCode::Failure, L"the content's name can't be used here; name the file to write"};
-    }
-    target = platform::toUtf8(name);
-  }
-  const std::wstring path = platform::libraryPath(absolutePath(target));
-  if (!context.options().dryRun && exportContent(objectPath(*object), path, error) != 0) {
-    throw CommandFailure{ExitCode::Failure, error};
-  }
+  if (readObjectHeader(source, info, error) != 0)
+    throw CommandFailure{ExitCode::Failure, renamedIn(error, source, object->shortName())};
+  const std::string target = exportTarget(arguments, *object, info);
   const std::wstring shown = wide(target);
+  const std::wstring path = platform::libraryPath(absolutePath(target));
+  checkExportTarget(context, *object, path, shown);
+  if (!context.options().dryRun && exportContent(source, path, error) != 0)
+    throw CommandFailure{ExitCode::Failure, renamedIn(renamedIn(error, path, shown), source, object->shortName())};
   context.output().result(
       object->shortName() + (context.options().dryRun ? L": would be written to " : L": written to ") + shown,
       {{"item", object->shortName()}, {"file", shown}});
