@@ -33,15 +33,6 @@ std::string temporaryNameFor(const std::string& target) {
   return (parent == "/" ? parent : parent + '/') + '.' + stem + '.' + digits.data() + ".tmp";
 }
 
-/// Owner and permissions of the replaced file, as far as this user may give them.
-void takeOver(int fd, const EntryStatus& replaced, const struct stat& owner) {
-  if (::fchown(fd, owner.st_uid, owner.st_gid) != 0) {
-    // Another user's file becomes ours when we replace it; the group of a shared directory goes on.
-    static_cast<void>(::fchown(fd, static_cast<uid_t>(-1), owner.st_gid) == 0);
-  }
-  ::fchmod(fd, replaced.mode & 07777);
-}
-
 int copyByReading(int from, int to) {
   std::vector<char> buffer(kBufferSize);
   for (;;) {
@@ -68,6 +59,14 @@ int copyContent(int from, int to) {
 
 }  // namespace
 
+void takeOver(int fd, const struct stat& replaced) {
+  if (::fchown(fd, replaced.st_uid, replaced.st_gid) != 0) {
+    // Another user's file becomes ours when we replace it; the group of a shared directory goes on.
+    static_cast<void>(::fchown(fd, static_cast<uid_t>(-1), replaced.st_gid) == 0);
+  }
+  ::fchmod(fd, replaced.st_mode & 07777);
+}
+
 TemporaryFile::TemporaryFile(const std::string& target, const EntryStatus* replaced) : target_(target) {
   const mode_t mode = replaced != nullptr ? (replaced->mode & 0777) | S_IWUSR : 0666;
   for (int attempt = 0; attempt < 100 && !file_; ++attempt) {
@@ -79,7 +78,7 @@ TemporaryFile::TemporaryFile(const std::string& target, const EntryStatus* repla
   if (!file_) {
     path_.clear();
   } else if (replaced != nullptr && ::stat(target.c_str(), &owner) == 0) {
-    takeOver(file_.get(), *replaced, owner);
+    takeOver(file_.get(), owner);
   }
 }
 

@@ -1,6 +1,8 @@
 // A file that grows beside its future place and takes that place whole. Internal to the platform.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <string>
 
 #include "platform/Attributes.h"
@@ -30,6 +32,9 @@ class TemporaryFile {
   std::string path_;  // empty once there is nothing to remove
   Descriptor file_;
 };
+
+/// Gives an open file owner and permissions of the one that it replaces, as far as this user may.
+void takeOver(int fd, const struct stat& replaced);
 
 /// Renames without ever replacing anything.
 /// @return 0, or errno; EEXIST when the target is there

@@ -3,6 +3,7 @@
 #include <random>
 
 #include "platform/Paths.h"
+#include "platform/Permissions.h"
 #include "platform/Text.h"
 
 namespace Quorvel::FileAccess {
@@ -44,7 +45,11 @@ ArrivingFile::ArrivingFile(const std::wstring& target) : target_(placeOf(target,
     file_.emplace(path_, GENERIC_WRITE, FILE_SHARE_DELETE, CREATE_NEW);
     if (!file_->isOpen() && GetLastError() != ERROR_FILE_EXISTS) break;
   }
-  if (!isOpen()) path_.clear();
+  if (!isOpen()) {
+    path_.clear();
+  } else if (isReplacement()) {
+    platform::takePermissions(file_->handle(), target_);
+  }
 }
 
 ArrivingFile::~ArrivingFile() {

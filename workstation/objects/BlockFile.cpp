@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/Files.h"
+#include "platform/Permissions.h"
 #include "platform/Synchronisation.h"
 #include "platform/Text.h"
 
@@ -42,10 +43,11 @@ DWORD BlockFile::openForReading(const std::wstring& path) {
   return ERROR_SUCCESS;
 }
 
-DWORD BlockFile::create(const std::wstring& path) {
+DWORD BlockFile::create(const std::wstring& path, const std::wstring& replaced) {
   const HANDLE handle = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_NEW,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle == INVALID_HANDLE_VALUE) return lastFailure();
+  platform::takePermissions(handle, replaced);
   handle_ = handle;
   owned_ = true;
   return ERROR_SUCCESS;

@@ -25,7 +25,8 @@ class WORKSTATION_API BlockFile {
 
   DWORD openForReading(const std::wstring& path);
   /// Makes a new file; one of that name is an error.
-  DWORD create(const std::wstring& path);
+  /// @param replaced  the file whose place it is going to take, with that one's permissions; it may be missing
+  DWORD create(const std::wstring& path, const std::wstring& replaced = {});
   DWORD size(std::uint64_t& out) const;
   /// Fewer bytes than asked for: ERROR_HANDLE_EOF.
   DWORD readAt(std::uint64_t position, void* buffer, std::size_t size) const;

@@ -107,9 +107,10 @@ DWORD writeSections(const BlockFile& file, NewObject& object, std::wstring& erro
   return code;
 }
 
-DWORD writeObject(const std::wstring& path, NewObject& object, std::wstring& error) {
+/// @param replaced  the file whose place the new one is going to take
+DWORD writeObject(const std::wstring& path, const std::wstring& replaced, NewObject& object, std::wstring& error) {
   BlockFile file;
-  if (const DWORD code = file.create(path))
+  if (const DWORD code = file.create(path, replaced))
     return failure(code, path, platform::formatWide(L"can't be created (error %u)", code), error);
   if (const DWORD code = writeSections(file, object, error)) return code;
   const DWORD code = file.close();
@@ -194,7 +195,7 @@ DWORD createObject(const std::wstring& directory, QuorvelFileType type, int numb
   std::visit([&](auto& header) { setMember(header.contentName, contentName); }, object.record);
   if (!content.empty()) object.writeContent = contentOfFile(content);
   TemporaryFileGuard temporary(temporaryBeside(target));
-  if (const DWORD code = writeObject(temporary.path(), object, error)) return code;
+  if (const DWORD code = writeObject(temporary.path(), target, object, error)) return code;
   // A move that refuses an existing target, so that of two makers of one number only one succeeds.
   if (MoveFileW(temporary.path().c_str(), target.c_str()) == FALSE) {
     const DWORD code = GetLastError();
@@ -216,7 +217,7 @@ DWORD replaceContent(const std::wstring& path, const std::wstring& content, cons
   raiseVersion(object.record, author);
   std::visit([&](auto& header) { setMember(header.contentName, object.contentName); }, object.record);
   TemporaryFileGuard temporary(temporaryBeside(path));
-  if (const DWORD code = writeObject(temporary.path(), object, error)) return code;
+  if (const DWORD code = writeObject(temporary.path(), path, object, error)) return code;
   return commitVersion(temporary, path, error);
 }
 
@@ -231,7 +232,7 @@ DWORD touchVersion(const std::wstring& path, const ObjectAuthor& author, std::ws
   if (above != nullptr) std::visit([&](auto& header) { header.versionCounter = *above; }, object.record);
   raiseVersion(object.record, author);
   TemporaryFileGuard temporary(temporaryBeside(path));
-  if (const DWORD code = writeObject(temporary.path(), object, error)) return code;
+  if (const DWORD code = writeObject(temporary.path(), path, object, error)) return code;
   old.file.close();
   return commitVersion(temporary, path, error);
 }
@@ -242,7 +243,7 @@ DWORD exportContent(const std::wstring& path, const std::wstring& target, std::w
   if (const DWORD code = openContent(path, object, error)) return code;
   TemporaryFileGuard temporary(temporaryBeside(target));
   BlockFile file;
-  if (const DWORD code = file.create(temporary.path()))
+  if (const DWORD code = file.create(temporary.path(), target))
     return failure(code, target, platform::formatWide(L"can't be created (error %u)", code), error);
   if (const DWORD code = readContent(path, object, &file, 0, error)) return code;
   DWORD code = file.finish(object.layout.contentSize);

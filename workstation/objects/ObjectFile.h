@@ -50,7 +50,7 @@ WORKSTATION_API DWORD touchVersion(const std::wstring& path, const ObjectAuthor&
                                    const std::uint32_t* above = nullptr);
 
 /// Writes the wrapped content to `target`, byte for byte, checked against its CRC-32 on the way; an existing target is
-/// replaced. The content of a compressed Teilbild comes out of its archive.
+/// replaced and hands its permissions on. The content of a compressed Teilbild comes out of its archive.
 WORKSTATION_API DWORD exportContent(const std::wstring& path, const std::wstring& target, std::wstring& error);
 
 /// Reads and checks everything but the content. A file whose name tells kind and number has to be of that kind; its

@@ -28,7 +28,14 @@ class WorkDirectory {
   ~WorkDirectory() { platform::removeTree(path_); }
   WorkDirectory(const WorkDirectory&) = delete;
   WorkDirectory& operator=(const WorkDirectory&) = delete;
-  bool make() const { return CreateDirectoryW(path_.c_str(), nullptr) != FALSE; }
+  /// Nobody else may look into it: the drawing may be a private one.
+  bool make() const {
+    namespace fs = std::filesystem;
+    if (CreateDirectoryW(path_.c_str(), nullptr) == FALSE) return false;
+    std::error_code ignored;
+    fs::permissions(platform::systemPath(path_), fs::perms::owner_all, ignored);
+    return true;
+  }
   /// The copy keeps the name, by which the library knows kind and number.
   std::wstring pathOf(const std::wstring& original) const {
     return platform::joinPath(path_, platform::fileNameOf(original));
