@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <limits>
+#include <unordered_set>
 
 #include "platform/Paths.h"
+#include "platform/Text.h"
 #include "platform/Time.h"
 #include "toolkit/FtpListing.h"
 #include "toolkit/ZipText.h"
@@ -58,22 +60,30 @@ void ClsZip::setLevel(int level) {
   level_ = std::clamp(level, 0, 9);
 }
 
+std::wstring ClsZip::refusal(const ZipEntry& entry) const {
+  std::wstring reason = nameRefusal(entry.name);
+  const bool isOther = reason.empty() && entries_.idOf(entry.name) == 0 && entries_.similarTo(entry.name) != 0;
+  return isOther ? L"the archive has an entry of this name in other letter case" : reason;
+}
+
 bool ClsZip::put(ZipEntry entry) {
-  const std::wstring reason = nameRefusal(entry.name);
+  const std::wstring reason = refusal(entry);
   if (!reason.empty()) return failEntry(entry, reason);
   const std::uint64_t same = entries_.idOf(entry.name);
-  if (same == 0 && entries_.similarTo(entry.name) != 0) {
-    return failEntry(entry, L"the archive has an entry of this name in other letter case");
-  }
   if (same != 0) entries_.remove(same);
   entries_.add(std::move(entry));
   return true;
 }
 
 bool ClsZip::putAll(std::vector<ZipEntry> entries) {
-  for (ZipEntry& entry : entries) {
-    if (!put(std::move(entry))) return false;
+  std::unordered_set<std::wstring> names;
+  for (const ZipEntry& entry : entries) {
+    std::wstring reason = refusal(entry);
+    const bool isNew = names.insert(platform::toLower(entry.name)).second;
+    if (reason.empty() && !isNew) reason = L"another file has this name in other letter case";
+    if (!reason.empty()) return failEntry(entry, reason);
   }
+  for (ZipEntry& entry : entries) put(std::move(entry));
   return true;
 }
 
@@ -213,13 +223,18 @@ bool ClsZip::rename(std::uint64_t id, const wchar_t* name) {
   return true;
 }
 
-bool ClsZip::extractEntry(std::uint64_t id, const wchar_t* directory, bool keepsPath) {
+std::uint64_t ClsZip::sizeOf(std::uint64_t id) {
+  const ZipEntry* entry = entryOf(id);
+  return entry == nullptr ? 0 : content().size(*entry);
+}
+
+bool ClsZip::extractEntry(std::uint64_t id, const wchar_t* directory, bool keepsPath, bool keepsTime) {
   const ZipEntry* entry = entryOf(id);
   if (entry == nullptr) return false;
   std::wstring name = entry->name;
   if (!keepsPath && name.size() > 1) name.erase(0, name.find_last_of(L'/', name.size() - 2) + 1);
   const ZipContent content = this->content();
-  ZipExtraction extraction(content, directory);
+  ZipExtraction extraction(content, directory, keepsTime);
   std::wstring reason;
   return (extraction.add(*entry, name, reason) && extraction.run(callback_, reason)) || fail(reason);
 }

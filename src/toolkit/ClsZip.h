@@ -42,7 +42,8 @@ class ClsZip {
 
   std::wstring nameOf(std::uint64_t id) const;
   bool rename(std::uint64_t id, const wchar_t* name);
-  bool extractEntry(std::uint64_t id, const wchar_t* directory, bool keepsPath);
+  std::uint64_t sizeOf(std::uint64_t id);
+  bool extractEntry(std::uint64_t id, const wchar_t* directory, bool keepsPath, bool keepsTime = true);
   bool inflate(std::uint64_t id, CkByteData& out);
   bool toText(std::uint64_t id, const std::wstring& charset, CkString& out);
 
@@ -54,6 +55,8 @@ class ClsZip {
   bool openInput(std::unique_ptr<IZipInput> input);
   bool put(ZipEntry entry);
   bool putAll(std::vector<ZipEntry> entries);
+  /// Why an entry can't come in, as its name tells; empty when it can.
+  std::wstring refusal(const ZipEntry& entry) const;
   bool failEntry(const ZipEntry& entry, const std::wstring& reason);
   /// Null, with a text, when the entry is gone.
   const ZipEntry* entryOf(std::uint64_t id);

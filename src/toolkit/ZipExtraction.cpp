@@ -24,8 +24,8 @@ DWORD makeDirectory(const std::wstring& path) {
 
 }  // namespace
 
-ZipExtraction::ZipExtraction(const ZipContent& content, const wchar_t* directory)
-    : content_(content), directory_(directory == nullptr ? L"" : directory) {}
+ZipExtraction::ZipExtraction(const ZipContent& content, const wchar_t* directory, bool keepsTime)
+    : content_(content), directory_(directory == nullptr ? L"" : directory), keepsTime_(keepsTime) {}
 
 bool ZipExtraction::add(const ZipEntry& entry, const std::wstring& name, std::wstring& reason) {
   reason = nameRefusal(name);
@@ -104,7 +104,7 @@ std::wstring ZipExtraction::writeFile(const Item& item, ZipMeter& meter) const {
   if (!failure.empty()) return failure;
   if (!reason.empty()) return reason;
   const FILETIME time = content_.time(*item.entry);
-  if (platform::toTicks(time) != 0) file.setWriteTime(time);
+  if (keepsTime_ && platform::toTicks(time) != 0) file.setWriteTime(time);
   // Content that only the archive holds besides is there again after a power failure; what it replaces is not.
   return file.takePlace(file.isReplacement()) ? std::wstring() : failed();
 }

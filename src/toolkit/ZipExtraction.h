@@ -14,7 +14,8 @@ namespace Quorvel::FileAccess {
 /// directory as it was.
 class ZipExtraction {
  public:
-  ZipExtraction(const ZipContent& content, const wchar_t* directory);
+  /// @param keepsTime  the files get the archive's write times
+  ZipExtraction(const ZipContent& content, const wchar_t* directory, bool keepsTime = true);
 
   /// Takes an entry on. `entry` outlives the object.
   /// @param name    below the directory, with forward slashes
@@ -36,6 +37,7 @@ class ZipExtraction {
 
   const ZipContent& content_;
   std::wstring directory_;
+  bool keepsTime_;
   std::wstring canonical_;  // of the directory
   ZipNameClashes clashes_;
   std::vector<Item> items_;

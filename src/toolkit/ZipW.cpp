@@ -71,6 +71,14 @@ bool CkZipEntryW::Extract(const wchar_t* directory) {
   return attempt(archive_, [&](ClsZip& zip) { return zip.extractEntry(id_, directory, true); });
 }
 
+bool CkZipEntryW::ExtractAsNew(const wchar_t* directory) {
+  return attempt(archive_, [&](ClsZip& zip) { return zip.extractEntry(id_, directory, true, false); });
+}
+
+std::uint64_t CkZipEntryW::get_UncompressedSize() const {
+  return attempt(archive_, std::uint64_t{0}, [&](ClsZip& zip) { return zip.sizeOf(id_); });
+}
+
 bool CkZipEntryW::ExtractInto(const wchar_t* directory) {
   return attempt(archive_, [&](ClsZip& zip) { return zip.extractEntry(id_, directory, false); });
 }

@@ -52,6 +52,10 @@ class CkZipEntryW : public CkObject {
   bool Extract(const wchar_t* directory);
   /// As Extract, by the last part of the name alone.
   bool ExtractInto(const wchar_t* directory);
+  /// As Extract, for content that is written now: the file's write time is the moment's and not the archive's.
+  bool ExtractAsNew(const wchar_t* directory);
+  /// Bytes that the archive claims the entry to have uncompressed; 0 when the entry is gone.
+  std::uint64_t get_UncompressedSize() const;
   /// The uncompressed bytes, checked against size and CRC-32. `out` is untouched on a failure.
   bool Inflate(CkByteData& out);
   /// The entry's text. @param lineEnds  0: as they are. @param charset  "utf-16" (little endian unless a mark says
@@ -80,9 +84,12 @@ class CkZipW : public CkObject {
   /// of an entry with the same stored name. @return null on a failure
   std::unique_ptr<CkZipEntryW> AppendData(const wchar_t* name, CkByteData data);
   /// Adds references to the files that a pattern matches: a directory followed by `\*`. They are read when the archive
-  /// is written. Names are relative to the directory. Links are not followed.
+  /// is written. Names are relative to the directory. Links are not followed. All or none: a name that Extract would
+  /// refuse (two dots, a device, a character that no volume takes), and one that differs only in letter case from an
+  /// entry's or another file's, refuses the whole append.
   bool AppendFiles(const wchar_t* pattern, bool recurse);
-  /// Adds a file, or a directory with all below it. @param saveExtraPath  false stores the last component only
+  /// Adds a file, or a directory with all below it, all or none as above. @param saveExtraPath  false stores the last
+  /// component only
   bool AppendOneFileOrDir(const wchar_t* path, bool saveExtraPath);
   /// File names that AppendFiles leaves out, at any depth and without regard to case.
   void SetExclusions(const CkStringArrayW& names);
