@@ -16,6 +16,7 @@
 #include "host/System.h"
 #include "host/Trace.h"
 #include "platform/Files.h"
+#include "platform/Paths.h"
 #include "toolkit/ZipW.h"
 
 namespace Quorvel::FileAccess {
@@ -25,7 +26,7 @@ constexpr const wchar_t* kOperation = L"Quorvel::FileAccess::my_WGO_unzipProject
 constexpr const wchar_t* kEntryPattern = L"*.zdw";
 
 struct PackedDrawing {
-  TeilbildHeader record{};
+  std::uint64_t expandedSize = 0;  // as the header tells it
   CkByteData archive;
 };
 
@@ -42,7 +43,7 @@ DWORD readHeader(const ObjectFileHandle& file, ExpansionJob& job, CompressedHead
 }
 
 /// Reads record and archive of the file, whose header was checked against its size.
-DWORD readPacked(const ObjectFileHandle& file, ExpansionJob& job, CkByteData& archive) {
+DWORD readPacked(const ObjectFileHandle& file, ExpansionJob& job, PackedDrawing& drawing) {
   CompressedHeader header;
   if (const DWORD code = readHeader(file, job, header)) return code;
   if (const DWORD code = file.seek(header.recordPosition())) return code;
@@ -62,7 +63,8 @@ DWORD readPacked(const ObjectFileHandle& file, ExpansionJob& job, CkByteData& ar
   }
   if (const DWORD code = file.seek(header.archivePosition())) return code;
   if (const DWORD code = file.read(bytes.data(), bytes.size())) return code;
-  archive = CkByteData(std::move(bytes));
+  drawing.archive = CkByteData(std::move(bytes));
+  drawing.expandedSize = static_cast<std::uint64_t>(header.uncompressedSize);
   return ERROR_SUCCESS;
 }
 
@@ -81,15 +83,15 @@ DWORD expandThroughHandle(const ObjectFileHandle& file, CkZipEntryW& entry, std:
   return file.seek(0);
 }
 
-/// Replaces the file by the entry, whole or not at all, under the file's own name.
+/// Replaces the file by the entry, whole or not at all, under the file's own name; a link to it stays one.
 bool extractOver(const std::wstring& path, CkZipEntryW& entry) {
   std::wstring directory;
   std::wstring name;
-  if (!lfSplitPath(path, directory, name)) return false;
+  if (!lfSplitPath(platform::weaklyCanonical(path), directory, name)) return false;
   CkString stored;
   entry.get_FileName(stored);
   if (stored.text() != name && !entry.put_FileName(name.c_str())) return false;
-  return entry.Extract(directory.c_str());
+  return entry.ExtractAsNew(directory.c_str());
 }
 
 /// Tells the host what the file is from now on.
@@ -112,18 +114,26 @@ unsigned long my_WGO_unzipProjectFile(HANDLE handle, void* arguments) {
   if (!isOpen) {
     if (const DWORD code = file.open(job.path, GENERIC_READ, 0)) return fail(code);
   }
-  CkByteData archive;
-  if (const DWORD code = readPacked(file, job, archive)) return fail(code);
+  PackedDrawing drawing;
+  if (const DWORD code = readPacked(file, job, drawing)) return fail(code);
   file.close();
 
+  const std::size_t zipSize = drawing.archive.getSize();
   CkZipW zip;
-  if (!zip.OpenFromByteData(archive)) return failInToolkit(kOperation, zip.lastErrorText());
+  if (!zip.OpenFromByteData(std::move(drawing.archive))) return failInToolkit(kOperation, zip.lastErrorText());
   const std::unique_ptr<CkZipEntryW> entry = zip.FirstMatchingEntry(kEntryPattern);
   if (entry == nullptr) return failInToolkit(kOperation, zip.lastErrorText());
+  // Asked before the cut: an entry of another size is not the drawing that the header describes.
+  if (entry->get_UncompressedSize() != drawing.expandedSize) {
+    lfperrC(L"%s: \"%s\", entry of %llu bytes, expected %llu as in the header\n", kOperation, job.path,
+            static_cast<unsigned long long>(entry->get_UncompressedSize()),
+            static_cast<unsigned long long>(drawing.expandedSize));
+    return fail(ERROR_INVALID_DATA);
+  }
   std::uint64_t newSize = 0;
   if (isOpen) {
     const ObjectFileHandle open(handle);
-    if (const DWORD code = expandThroughHandle(open, *entry, archive.getSize(), newSize)) return fail(code);
+    if (const DWORD code = expandThroughHandle(open, *entry, zipSize, newSize)) return fail(code);
   } else {
     if (!extractOver(job.path, *entry)) return failInToolkit(kOperation, zip.lastErrorText());
     newSize = platform::fileStatus(job.path).size;
