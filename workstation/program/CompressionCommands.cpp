@@ -5,12 +5,14 @@
 #include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
 #include <memory>
 #include <set>
 #include <thread>
 
 #include "host/Files.h"
 #include "platform/Text.h"
+#include "workstation/Session.h"
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/Drawings.h"
@@ -55,7 +57,7 @@ void reportRepacked(const Context& context, const Wording& wording, const Drawin
   tally.done();
   const wchar_t* outcome = wording.already;
   std::wstring detail = platform::formatWide(L"%llu bytes", static_cast<unsigned long long>(result.before));
-  std::vector<Field> fields{{"item", drawing.label}, {"outcome", std::wstring()}, {"before", {}}, {"after", {}}};
+  std::vector<Field> fields{{"item", drawing.label}, {"outcome", std::wstring()}, {"before", std::int64_t{0}}};
   fields[2].second = static_cast<std::int64_t>(result.before);
   if (result.changed) outcome = context.options().dryRun ? wording.wouldBe : wording.done;
   if (result.changed && !context.options().dryRun) {
@@ -64,8 +66,10 @@ void reportRepacked(const Context& context, const Wording& wording, const Drawin
         isSmaller ? percentSaved(result.before, result.after) : percentSaved(result.after, result.before);
     detail = platform::formatWide(L"%llu to %llu bytes", static_cast<unsigned long long>(result.before),
                                   static_cast<unsigned long long>(result.after));
-    if (isSmaller) detail += platform::formatWide(L", %lld %% saved", static_cast<long long>(saved));
-    fields[3].second = static_cast<std::int64_t>(result.after);
+    if (isSmaller)
+      detail += platform::formatWide(saved < 0 ? L", %lld %% larger" : L", %lld %% saved",
+                                     static_cast<long long>(std::abs(saved)));
+    fields.emplace_back("after", static_cast<std::int64_t>(result.after));
     fields.emplace_back("saved", saved);
   }
   fields[1].second = std::wstring(outcome);
@@ -91,7 +95,8 @@ Repacked repackSafely(const Drawing& drawing, Packing packing, bool dryRun) {
 
 std::atomic<bool> interrupted{false};
 
-/// The first Ctrl-C ends the work behind the files that are being worked on, a second one the program.
+/// The first Ctrl-C or request to end ends the work behind the files that are being worked on, a second one the
+/// program.
 void onInterrupt(int signal) {
   interrupted = true;
   std::signal(signal, SIG_DFL);
@@ -136,36 +141,71 @@ std::vector<ObjectName> allTeilbilder() {
   return objects;
 }
 
-ExitCode repackDrawings(Context& context, const Wording& wording, const Arguments& arguments) {
-  if (arguments.all != arguments.drawings.empty())
-    throw CommandFailure{ExitCode::Usage, L"expected drawings, or --all for all Teilbilder of the project"};
-  const DrawingArguments named = drawingArguments(arguments.drawings);
-  const int threads = arguments.threads > 0
-                          ? arguments.threads
-                          : std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostThreads);
-  std::signal(SIGINT, onInterrupt);
+/// What a run works with.
+struct Run {
+  Context& context;
+  const Wording& wording;
+  int threads;
   Tally tally;
+};
+
+void repackFiles(Run& run, const std::vector<std::string>& files) {
   std::vector<Drawing> drawings;
-  for (const std::string& file : named.files) {
+  for (const std::string& file : files) {
     try {
       drawings.push_back(drawingOf(file));
     } catch (const CommandFailure& failure) {
-      reportFailure(context, wide(file), failure.message);
-      tally.failed();
+      reportFailure(run.context, wide(file), failure.message);
+      run.tally.failed();
     }
   }
+  if (!drawings.empty()) repackAll(run.context, run.wording, drawings, run.threads, run.tally);
+}
+
+void repackObjects(Run& run, const std::vector<ObjectName>& objects) {
+  const ProjectGuard guard = run.context.guardProject();
+  std::vector<Drawing> drawings;
+  drawings.reserve(objects.size());
+  for (const ObjectName& object : objects) drawings.push_back(drawingOf(object));
+  repackAll(run.context, run.wording, drawings, run.threads, run.tally);
+}
+
+/// Moves the files that are the open project's to its objects, each once.
+void sortIntoObjects(std::vector<std::string>& files, std::vector<ObjectName>& objects) {
+  std::erase_if(files, [&objects](const std::string& file) {
+    const auto object = objectOfFile(file);
+    if (object && std::find(objects.begin(), objects.end(), *object) == objects.end()) objects.push_back(*object);
+    return object.has_value();
+  });
+}
+
+ExitCode repackDrawings(Context& context, const Wording& wording, const Arguments& arguments) {
+  if (arguments.all != arguments.drawings.empty())
+    throw CommandFailure{ExitCode::Usage, L"expected drawings, or --all for all Teilbilder of the project"};
+  DrawingArguments named = drawingArguments(arguments.drawings);
+  const int threads = arguments.threads > 0
+                          ? arguments.threads
+                          : std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostThreads);
+  for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, onInterrupt);
+  Run run{context, wording, threads, {}};
   // Files come before a project is open: the library would enter them in its database under their numbers.
-  if (!drawings.empty()) repackAll(context, wording, drawings, threads, tally);
-  if (arguments.drawings.empty() || !named.objects.empty()) {
+  std::vector<std::string> projectFiles = takeProjectFiles(named.files);
+  repackFiles(run, named.files);
+  bool isInProject = arguments.all || !named.objects.empty();
+  if (isInProject) {
     context.startInProject();
-    const ProjectGuard guard = context.guardProject();
-    drawings.clear();
-    for (const ObjectName& object : arguments.all ? allTeilbilder() : named.objects)
-      drawings.push_back(drawingOf(object));
-    repackAll(context, wording, drawings, threads, tally);
-    if (drawings.empty()) context.output().message(L"the project has no Teilbilder here");
+  } else if (!projectFiles.empty()) {
+    isInProject = context.startInProjectIfAny();
   }
-  return tally.exitCode();
+  if (isInProject) {
+    sortIntoObjects(projectFiles, named.objects);
+    if (arguments.all) named.objects = allTeilbilder();
+    if (!named.objects.empty()) repackObjects(run, named.objects);
+    if (arguments.all && named.objects.empty()) context.output().message(L"the project has no Teilbilder here");
+    closeProject();
+  }
+  repackFiles(run, projectFiles);
+  return run.tally.exitCode();
 }
 
 void addCommand(CLI::App& app, Action& selected, const char* name, const char* description, const Wording& wording) {

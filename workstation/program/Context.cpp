@@ -115,6 +115,7 @@ void Context::startWorkstation() {
 }
 
 void Context::startOnline() {
+  if (serviceStarted_) return;
   startWorkstation();
   CloudStatus status = 0;
   std::wstring error;
@@ -127,6 +128,19 @@ void Context::startOnline() {
   }
   Quorvel::FileAccess::WGO_Service_Initialize(Quorvel::FileAccess::eWGOInit_Default);
   serviceStarted_ = true;
+}
+
+bool Context::startInProjectIfAny() {
+  try {
+    startWorkstation();
+  } catch (const CommandFailure&) {
+    return false;
+  }
+  startOnline();
+  std::wstring error;
+  if (options_.project.empty() && !reopenLastProject(error) && error.empty()) return false;
+  startInProject();
+  return true;
 }
 
 void Context::startInProject() {

@@ -17,7 +17,7 @@ struct Drawing {
   std::optional<ObjectName> object;
 };
 
-/// Arguments sorted by what they name, each object once.
+/// Arguments sorted by what they name, each object once, and each file that is here once by whatever path.
 struct DrawingArguments {
   std::vector<std::string> files;
   std::vector<ObjectName> objects;
@@ -26,6 +26,11 @@ struct DrawingArguments {
 /// What has a separator in it is a file, and so is a whole file name (tb000012.zdw) that is here in the current
 /// directory; everything else has to name an object. Throws CommandFailure (usage).
 DrawingArguments drawingArguments(const std::vector<std::string>& arguments);
+
+/// Files that lie in a project's directory, which may be the open one's, taken out of a list.
+std::vector<std::string> takeProjectFiles(std::vector<std::string>& files);
+/// The object of the open project that a file is; nothing for a file that lies elsewhere.
+std::optional<ObjectName> objectOfFile(const std::string& file);
 
 /// A file that exists. Throws CommandFailure.
 Drawing drawingOf(const std::string& file);
