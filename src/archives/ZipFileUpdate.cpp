@@ -3,6 +3,7 @@
 
 #include "archives/ArchiveFailure.h"
 #include "host/Files.h"
+#include "host/Trace.h"
 #include "platform/Files.h"
 #include "toolkit/ZipW.h"
 #include "zephor/Archives.h"
@@ -35,6 +36,7 @@ unsigned long WGO_addFileToProjectZipFile(const std::wstring& zipPath, const std
                       zip.AppendOneFileOrDir(filePath.c_str(), false) && zip.WriteZipAndClose();
   if (isDone) return ERROR_SUCCESS;
   const DWORD error = GetLastError();
+  lfperrC(L"%s: %s\n", kOperation, zip.lastErrorText());
   return failWithBox(error != ERROR_SUCCESS ? error : kToolkitFailure, kOperation, filePath);
 }
 

@@ -25,14 +25,17 @@ std::wstring writeEmpty(IZipOutput& output) {
 std::wstring writeUnchanged(IZipInput& input, IZipOutput& output) {
   std::vector<char> piece(kPiece);
   bool isGood = output.begin();
+  bool isCut = false;
   for (std::uint64_t done = 0; isGood && done < input.size();) {
     std::size_t count = 0;
-    isGood = input.read(done, piece.data(), piece.size(), count) && count > 0 && output.write(piece.data(), count);
+    isGood = input.read(done, piece.data(), piece.size(), count);
+    isCut = isGood && count == 0;
+    isGood = isGood && !isCut && output.write(piece.data(), count);
     done += count;
   }
   input.release();
   if (isGood && output.commit()) return {};
-  const DWORD error = GetLastError();
+  const DWORD error = isCut ? ERROR_HANDLE_EOF : GetLastError();
   output.rollBack();
   return systemReason(error);
 }
