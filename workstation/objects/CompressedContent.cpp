@@ -94,6 +94,13 @@ std::wstring PackedFile::open(const std::vector<std::uint8_t>& archive, std::uin
   if (zip_stat_index(archive_.get(), 0, 0, &entry) != 0 || (entry.valid & kWanted) != kWanted)
     return L"an entry that tells neither name nor size";
   if (!isTeilbildName(entry.name)) return L"an entry that is no Teilbild, expected one file that ends in .zdw";
+  zip_uint8_t system = 0;
+  zip_uint32_t attributes = 0;
+  zip_file_get_external_attributes(archive_.get(), 0, 0, &system, &attributes);
+  constexpr zip_uint32_t kTypeMask = 0170000;
+  constexpr zip_uint32_t kTypeFile = 0100000;
+  const zip_uint32_t type = (attributes >> 16U) & kTypeMask;
+  if (type != 0 && type != kTypeFile) return L"an entry that is a link or a device, expected a file";
   if (entry.encryption_method != ZIP_EM_NONE ||
       (entry.comp_method != ZIP_CM_STORE && entry.comp_method != ZIP_CM_DEFLATE))
     return L"an entry that is encrypted or packed in a foreign way, expected deflate";

@@ -90,24 +90,28 @@ void printText(const Context& context, const Drawing& drawing, const ObjectFileI
   line(L"  changed   " + text.modified + L" by " + personText(drawing, text.lastUser, text.lastUserName));
 }
 
-void printJson(const Context& context, const Drawing& drawing, const ObjectFileInfo& info, const Description& text) {
-  context.output().result({}, {{"item", drawing.label},
-                               {"kind", std::wstring(kindName(info.type))},
-                               {"number", std::int64_t{numberOf(info.record)}},
-                               {"name", nameOf(info.record)},
-                               {"version", std::int64_t{versionOf(info.record)}},
-                               {"guid", text.guid},
-                               {"compressed", info.compressed},
-                               {"size", static_cast<std::int64_t>(info.fileSize)},
-                               {"uncompressed", static_cast<std::int64_t>(info.expandedSize)},
-                               {"content", info.contentName},
-                               {"contentSize", text.contentSize},
-                               {"contentCrc", platform::formatWide(L"%08x", static_cast<unsigned>(text.contentCrc))},
-                               {"made", text.created},
-                               {"creator", std::int64_t{text.creator}},
-                               {"changed", text.modified},
-                               {"lastUser", std::int64_t{text.lastUser}},
-                               {"lastUserName", text.lastUserName}});
+/// @param checked  the content was read too, and is whole
+void printJson(const Context& context, const Drawing& drawing, const ObjectFileInfo& info, const Description& text,
+               bool checked) {
+  std::vector<Field> fields{{"item", drawing.label},
+                            {"kind", std::wstring(kindName(info.type))},
+                            {"number", std::int64_t{numberOf(info.record)}},
+                            {"name", nameOf(info.record)},
+                            {"version", std::int64_t{versionOf(info.record)}},
+                            {"guid", text.guid},
+                            {"compressed", info.compressed},
+                            {"size", static_cast<std::int64_t>(info.fileSize)},
+                            {"uncompressed", static_cast<std::int64_t>(info.expandedSize)},
+                            {"content", info.contentName},
+                            {"contentSize", text.contentSize},
+                            {"contentCrc", platform::formatWide(L"%08x", static_cast<unsigned>(text.contentCrc))},
+                            {"made", text.created},
+                            {"creator", std::int64_t{text.creator}},
+                            {"changed", text.modified},
+                            {"lastUser", std::int64_t{text.lastUser}},
+                            {"lastUserName", text.lastUserName}};
+  if (checked) fields.emplace_back("checked", true);
+  context.output().result({}, fields);
 }
 
 void tell(const Context& context, const Drawing& drawing, bool check, Tally& tally) {
@@ -118,12 +122,13 @@ void tell(const Context& context, const Drawing& drawing, bool check, Tally& tal
     return tally.failed();
   }
   const Description text = describe(info.record);
+  const bool isWhole = check && verifyObject(drawing.path, error) == ERROR_SUCCESS;
   if (context.output().json()) {
-    printJson(context, drawing, info, text);
+    printJson(context, drawing, info, text, isWhole);
   } else {
     printText(context, drawing, info, text);
   }
-  if (check && verifyObject(drawing.path, error) != ERROR_SUCCESS) {
+  if (check && !isWhole) {
     reportFailure(context, drawing.label, withoutPath(error, drawing.path));
     return tally.failed();
   }

@@ -21,6 +21,8 @@ namespace {
 /// The library reads and writes a file in one piece whose size has 32 bits.
 constexpr std::uint64_t kLargestFile = 0xFFFFFFFF;
 
+constexpr DWORD kToolkitFailure = 0xFFFFFFFF;
+
 /// A directory for the copy, removed with what is in it.
 class WorkDirectory {
  public:
@@ -56,6 +58,8 @@ std::wstring workPlaceOf(const std::wstring& path, const std::wstring& file) {
 }
 
 std::wstring withError(const wchar_t* problem, DWORD code) {
+  // The library's toolkit fails without a code.
+  if (code == kToolkitFailure) return std::wstring(problem) + L": the archive can't be read or made";
   return platform::formatWide(L"%s (error %u)", problem, code);
 }
 
@@ -116,7 +120,8 @@ Repacked repack(const std::wstring& path, Packing wanted, bool dryRun) {
   Repacked result;
   ObjectFileInfo info;
   const auto fail = [&](const std::wstring& problem) {
-    result.problem = withoutPath(problem, file);
+    const bool isGone = before.exists && !platform::fileStatus(file).exists;
+    result.problem = isGone ? L"changed meanwhile: it is not here any more" : withoutPath(problem, file);
     return result;
   };
   std::wstring error;

@@ -101,6 +101,8 @@ int main(int argc, char** argv) {
   for (int fd = ::open("/dev/null", O_RDWR); fd >= 0 && fd <= STDERR_FILENO;) fd = ::open("/dev/null", O_RDWR);
   // A reader that goes away (`zephor status | head`) ends the output, not the work.
   std::signal(SIGPIPE, SIG_IGN);
+  // A file that grows beyond the limit is an error of the write, which leaves no half-finished work behind.
+  std::signal(SIGXFSZ, SIG_IGN);
   try {
     return run(argc, argv);
   } catch (const std::exception& error) {
