@@ -190,24 +190,34 @@ TEST_P(InPlaceOnBothRoads, ADamagedArchiveStillGivesItsHeader) {
   EXPECT_EQ(desk.hasErrorLine(L"my_WGO_unzipProjectFile: error at Inflate"), GetParam());
 }
 
+TEST_P(InPlaceOnBothRoads, AnEntryOfAnotherSizeIsRefusedBeforeTheCut) {
+  const std::wstring path = make(7, 50);
+  ASSERT_EQ(WGO_zipProjectFile(path), 0U);
+  std::string lying = desk.readFile(path);
+  ++lying[24];
+  const auto open = openIf(GetParam(), path);
+  put(path, lying);
+  EXPECT_EQ(boxesOf(13, [&] { return WGO_unzipProjectFile(path); }), 1U);
+  EXPECT_EQ(desk.readFile(path), lying);
+}
+
 INSTANTIATE_TEST_SUITE_P(OpenInTheHost, InPlaceOnBothRoads, testing::Bool());
 
-TEST_F(InPlaceCompression, OnlyAFileInTheOpenProjectsDirectoryWritesItsRow) {
-  const std::string plain = desk.readFile(make(7, 50));
-  std::filesystem::create_directory_symlink(platform::systemPath(desk.projectPath()), desk.directory() + "/link");
-  for (const auto& [path, writes] : {std::pair{desk.path(L"other\\tb000007.zdw"), false},
-                                     {desk.projectPath(L"old\\tb000007.zdw"), false},
-                                     {platform::toUpper(desk.projectPath(L"tb000007.zdw")), true},
-                                     {desk.path(L"link\\tb000007.zdw"), true}}) {
-    desk.writeFile(path, plain);
-    for (const int mark : {1, 0}) {
-      TeilbildHeader before = clearedHeader<TeilbildHeader>();
-      before.compressedMark = 5;
-      ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(7, before);
-      EXPECT_EQ(mark == 1 ? WGO_zipProjectFile(path) : WGO_unzipProjectFile(path), 0U);
-      EXPECT_EQ(row(7).compressedMark, writes ? mark : 5) << platform::toUtf8(path);
-    }
-  }
+TEST_F(InPlaceCompression, ALinkedDrawingIsExpandedWhereItLiesAndKeepsItsPermissions) {
+  namespace fs = std::filesystem;
+  const fs::path link = platform::systemPath(make(7, 50));
+  const fs::path place = fs::path(desk.directory()) / "elsewhere.zdw";
+  const std::string plain = desk.readFile(desk.projectPath(L"tb000007.zdw"));
+  ASSERT_EQ(WGO_zipProjectFile(desk.projectPath(L"tb000007.zdw")), 0U);
+  fs::rename(link, place);
+  fs::create_symlink(place, link);
+  fs::permissions(place, fs::perms::owner_read | fs::perms::owner_write);
+  const auto before = fs::file_time_type::clock::now();
+  EXPECT_EQ(WGO_unzipProjectFile(1, 0, 7), 0U);
+  EXPECT_TRUE(fs::is_symlink(link));
+  EXPECT_EQ(desk.readFile(desk.path(L"elsewhere.zdw")), plain);
+  EXPECT_EQ(fs::status(place).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_GE(fs::last_write_time(place) + std::chrono::seconds(1), before);
 }
 
 TEST_F(InPlaceCompression, WhatIsNoDrawingOrTooSmallStaysAsItIs) {

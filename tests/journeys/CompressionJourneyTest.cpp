@@ -1,6 +1,8 @@
 // Compressed drawings on two workstations: what goes up compressed comes down compressed, and its content is the same.
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "tests/journeys/Program.h"
@@ -68,6 +70,31 @@ TEST(Compression, CompressedProjectSavesEveryTeilbildCompressedAlsoByForce) {
   EXPECT_TRUE(infoOf(office, "anna", "tb1")["compressed"]);
   office.must("ben", {"fetch", "tb1"});
   EXPECT_EQ(office.exported("ben", "tb1"), "anna's");
+}
+
+TEST(Compression, FilesOfTheProjectAreItsObjectsAndNoExportGoesOverThem) {
+  namespace fs = std::filesystem;
+  Office office;
+  office.found({"anna"});
+  const std::string content(9000, 'x');
+  for (int i = 0; i < 2; ++i) office.must("anna", {"import", office.writeFile("a.dxf", content).string()});
+  const fs::path drawing = office.project("anna") / "tb000001.zdw";
+  const std::string plain = contentOf(drawing);
+  for (const fs::path& target : {drawing, office.project("anna") / "tb000002.zdw", office.project("anna") / "new.dxf"})
+    EXPECT_EQ(office.run("anna", {"export", "--yes", "tb1", target.string()}).exitCode, 1) << target;
+  EXPECT_EQ(contentOf(drawing), plain);
+  const std::string target = office.writeFile("mine.dxf", "mine").string();
+  fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(office.run("anna", {"export", "tb1", target}).exitCode, 1) << "nobody can be asked";
+  EXPECT_EQ(contentOf(target), "mine");
+  office.must("anna", {"export", "--yes", "tb1", target});
+  EXPECT_EQ(contentOf(target), content);
+  EXPECT_EQ(fs::status(target).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+
+  const std::string said = office.must("anna", {"compress", drawing.string(), "tb1", drawing.string()});
+  EXPECT_THAT(said, testing::StartsWith("tb1: compressed ("));
+  EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1);
+  EXPECT_TRUE(infoOf(office, "anna", "tb1")["checked"]);
 }
 
 TEST(Compression, BadDrawingsAreNamedAndLeftAloneWhileTheGoodOnesAreDone) {
