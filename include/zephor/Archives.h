@@ -36,7 +36,7 @@ ZEPHOR_API unsigned long WGO_unzipProjectFile(const std::wstring& path);
 ZEPHOR_API unsigned long WGO_unzipProjectFile(const int& pathNumber, const int& fileType, const int& number);
 /// True when a project is open whose Teilbilder are stored compressed.
 ZEPHOR_API bool WGO_isProjectCompressed();
-/// Replaces or adds one file in an ordinary zip archive.
+/// Replaces or adds one file in an ordinary zip archive. An entry whose name differs in letter case only refuses it.
 ZEPHOR_API unsigned long WGO_addFileToProjectZipFile(const std::wstring& zipPath, const std::wstring& filePath);
 
 /// While it lives, WGO_unzipProjectFile leaves one object's file alone, with the answer 0. There is one such object for
