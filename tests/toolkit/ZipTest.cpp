@@ -5,9 +5,11 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
 #include <thread>
 
 #include "platform/Files.h"
+#include "platform/Paths.h"
 #include "platform/Text.h"
 #include "tests/platform/TemporaryDirectory.h"
 
@@ -260,6 +262,13 @@ TEST_F(Zip, PacksADirectoryWithoutWhatIsExcluded) {
   EXPECT_THAT(names(L"p\\*", true), testing::UnorderedElementsAre(L"a.txt", L"hollow/", L"sub/b.zdw"));
   EXPECT_THAT(names(L"p\\*", false), testing::ElementsAre(L"a.txt"));
   EXPECT_FALSE(zip.AppendFiles(path(L"missing\\*").c_str(), true));
+  const std::int32_t entriesBefore = zip.get_NumEntries();
+  for (const wchar_t* name : {L"twice\\A.txt", L"twice\\B.txt", L"twice\\b.txt"}) {
+    CreateDirectoryW(path(L"twice").c_str(), nullptr);
+    std::ofstream(platform::systemPath(path(L"twice")) + "/" + platform::toUtf8(name).substr(6)) << "x";
+  }
+  EXPECT_FALSE(zip.AppendFiles(path(L"twice\\*").c_str(), true));
+  EXPECT_EQ(zip.get_NumEntries(), entriesBefore) << "all or none";
 }
 
 TEST_F(Zip, AnEntryIsReadAsText) {
