@@ -28,7 +28,8 @@ class ArrivingFile {
   bool setWriteTime(const FILETIME& time) const {
     return SetFileTime(file_->handle(), nullptr, nullptr, &time) != FALSE;
   }
-  /// Closes the file and renames it onto the target, whose permissions it has had from the start. With `isSynced` the content outlives a power failure from then on.
+  /// Closes the file and renames it onto the target, whose permissions it has had from the start. With `isSynced` the
+  /// content outlives a power failure from then on.
   bool takePlace(bool isSynced = true);
   /// True when there was a file at the target.
   bool isReplacement() const { return attributes_ != INVALID_FILE_ATTRIBUTES; }
