@@ -6,6 +6,8 @@
 #include "zephor/Export.h"
 
 class PRJ;
+struct LastProjectInfo;
+struct QuorvelUser;
 
 namespace Quorvel::FileAccess {
 
@@ -32,6 +34,22 @@ ZEPHOR_API bool WGO_isValidProjectVersion(const PRJ& prj, bool ignored, bool sho
 ZEPHOR_API bool WGO_checkProjectAccessState(PRJ* prj);
 /// True when the project is in the cloud.
 ZEPHOR_API bool WGO_IsProjectWithDownload(const PRJ& prj);
+
+/// Refused: accounts are the cloud's business. @return always false
+ZEPHOR_API bool WGO_CheckAccessForOnlineProjectAndSwitchUser(const PRJ& prj, const QuorvelUser* user, int kind,
+                                                             bool flag);
+/// Only `compressed` tells something: whether the open project's Teilbilder are stored compressed. It may be null.
+/// @return always false
+ZEPHOR_API bool WGO_isOnlineProject(bool* compressed);
+
+/// Keeps a copy of the host's record, unless host or directory name in it are empty. On the host's main thread.
+ZEPHOR_API void WGO_storeLastProjectContext(LastProjectInfo& info);
+/// Null when none was stored, or after WGO_deleteLastProjectContext.
+ZEPHOR_API const LastProjectInfo* WGO_getLastProjectContext();
+ZEPHOR_API void WGO_deleteLastProjectContext();
+
+/// Tells the user that the older store's support ends: once per process, and not any more when the user ticked so.
+ZEPHOR_API void WGO_notifyCustomerWGOSupportEnds();
 
 /// Aims the service at another host and project, and back at its end. On the host's main thread.
 class ZEPHOR_API CScopedPrjSettings {
