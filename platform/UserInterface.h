@@ -19,6 +19,9 @@ PLATFORM_API HWND GetActiveWindow();
 
 namespace platform {
 
+/// Beside the IDxxx value of an answer: the box's check box was ticked.
+constexpr int kBoxChecked = 0x1000000;
+
 /// One message box. `style` holds the MB_ values; with `details` the box offers help that shows them.
 struct MessageBoxRequest {
   HWND owner = nullptr;
@@ -27,6 +30,7 @@ struct MessageBoxRequest {
   UINT style = 0;
   std::wstring details;
   std::wstring detailsCaption;  ///< title of the window that shows the details; empty leaves it to the implementation
+  std::wstring checkBox{};      ///< label of a check box, which only a person ticks; empty for none
 };
 
 /// A progress window that its creator drives and that is hidden until `show`.
@@ -48,7 +52,8 @@ class PLATFORM_API IUserInterface {
  public:
   virtual ~IUserInterface() = default;
 
-  /// @return the IDxxx value of the button; never one that the style does not offer
+  /// @return the IDxxx value of the button, never one that the style does not offer; kBoxChecked with it when the check
+  /// box was ticked
   virtual int messageBox(const MessageBoxRequest& request) = 0;
   /// A floating progress window of that size in pixels at the lower right corner of the work area.
   /// @return null when there is no display for it; work goes on without

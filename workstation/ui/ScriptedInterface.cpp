@@ -48,7 +48,8 @@ void ScriptedInterface::setResponder(std::function<int(const Box&)> responder) {
 
 int ScriptedInterface::messageBox(const platform::MessageBoxRequest& request) {
   Box box{request.caption, request.text,           request.style,
-          request.details, request.detailsCaption, platform::denyingAnswer(request.style)};
+          request.details, request.detailsCaption, platform::denyingAnswer(request.style),
+          request.checkBox};
   std::function<int(const Box&)> responder;
   int answer = box.answer;
   {
@@ -63,7 +64,8 @@ int ScriptedInterface::messageBox(const platform::MessageBoxRequest& request) {
   if (responder) answer = responder(box);
 
   const std::lock_guard lock(mutex_);
-  if (offersAnswer(request.style, answer)) {
+  const int button = request.checkBox.empty() ? answer : answer & ~platform::kBoxChecked;
+  if (offersAnswer(request.style, button)) {
     box.answer = answer;
   } else {
     unusableAnswers_.push_back(box.text);

@@ -23,13 +23,15 @@ class WORKSTATION_API ScriptedInterface final : public platform::IUserInterface 
     std::wstring details;
     std::wstring detailsCaption;
     int answer = 0;
+    std::wstring checkBox{};
   };
 
   ScriptedInterface();
   ~ScriptedInterface() override;
 
-  /// Puts an IDxxx value behind those that wait. A box takes the first that waits; without one it gets its denying
-  /// answer, and so it does, with a note in unusableAnswers(), when its style does not offer the answer.
+  /// Puts an IDxxx value, with platform::kBoxChecked to tick a check box, behind those that wait. A box takes the first
+  /// that waits; without one it gets its denying answer, and so it does, with a note in unusableAnswers(), when its
+  /// style does not offer the answer.
   void answerWith(int answer);
   void answerWith(std::initializer_list<int> answers);
   /// Is asked for boxes for which no answer waits. It runs while no lock is held.

@@ -42,16 +42,30 @@ TerminalInterface::~TerminalInterface() {
 int TerminalInterface::messageBox(const platform::MessageBoxRequest& request) {
   const std::lock_guard lock(questions_);
   if (options_.details && !request.details.empty()) terminal_.write(detailsText(request));
+  const int answer = answerOf(request);
+  return isTicked(request) ? answer | platform::kBoxChecked : answer;
+}
+
+int TerminalInterface::answerOf(const platform::MessageBoxRequest& request) {
   const bool isQuestion = boxButtons(request.style).size() > 1;
   if (!isQuestion) {
     terminal_.write(boxText(request));
     return boxButtons(request.style).front().answer;
   }
-  if (options_.assumeYes || options_.assumeNo || !terminal_.canAsk()) return answerWithoutAsking(request);
-  asking_ = true;
-  const int answer = ask(request);
-  asking_ = false;
-  return answer;
+  return isPersonThere() ? ask(request) : answerWithoutAsking(request);
+}
+
+bool TerminalInterface::isPersonThere() const {
+  return !options_.assumeYes && !options_.assumeNo && terminal_.canAsk();
+}
+
+/// What nobody has read is not ticked off: an unattended run leaves the check box empty.
+bool TerminalInterface::isTicked(const platform::MessageBoxRequest& request) {
+  if (request.checkBox.empty() || !isPersonThere()) return false;
+  platform::MessageBoxRequest question;
+  question.text = request.checkBox;
+  question.style = MB_YESNO;
+  return ask(question) == IDYES;
 }
 
 int TerminalInterface::answerWithoutAsking(const platform::MessageBoxRequest& request) {
@@ -72,6 +86,13 @@ int TerminalInterface::answerWithoutAsking(const platform::MessageBoxRequest& re
 }
 
 int TerminalInterface::ask(const platform::MessageBoxRequest& request) {
+  asking_ = true;
+  const int answer = askUntilUnderstood(request);
+  asking_ = false;
+  return answer;
+}
+
+int TerminalInterface::askUntilUnderstood(const platform::MessageBoxRequest& request) {
   const std::vector<BoxButton> buttons = boxButtons(request.style);
   const std::wstring help = request.details.empty() ? L"" : languageText(kTextButtonHelp);
   std::wstring prompt;

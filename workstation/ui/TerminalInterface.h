@@ -49,7 +49,11 @@ class WORKSTATION_API TerminalInterface final : public platform::IUserInterface 
  private:
   friend class TerminalProgress;
 
+  int answerOf(const platform::MessageBoxRequest& request);
   int ask(const platform::MessageBoxRequest& request);
+  int askUntilUnderstood(const platform::MessageBoxRequest& request);
+  bool isTicked(const platform::MessageBoxRequest& request);
+  bool isPersonThere() const;
   int answerWithoutAsking(const platform::MessageBoxRequest& request);
   /// Draws a progress or status line unless a question stands on the terminal.
   void draw(const std::wstring& text);
