@@ -41,7 +41,8 @@ class HOST_API IZepFileLockingManager {
   virtual bool parseLockFileName(const std::wstring& name, int& objectType, int& number, int& userNumber) = 0;
   /// Locks that this session holds. @return their count
   virtual int getOwnLocks(std::vector<FileLockInfo>& out) = 0;
-  /// All locks of the project that is open under `unit`. @return non-zero when the list could be read
+  /// All locks of the project that is open under `unit`; while the transfer object stands before a project of the older
+  /// store, those of that one. @return non-zero when the list could be read
   virtual int updateLockInfoEx(int unit, std::vector<FileLockInfo>& out) = 0;
   virtual int CleanupLocks(int flags) = 0;
 

@@ -143,17 +143,10 @@ int LockingManager::getOwnLocks(std::vector<FileLockInfo>& out) {
 
 int LockingManager::updateLockInfoEx(int unit, std::vector<FileLockInfo>& out) {
   out.clear();
+  // The open project's, or that of a scope that points the transfer object elsewhere.
+  if (filelocks::areInUse()) return filelocks::allLocks(out) ? 1 : 0;
   const auto prj = projectOfUnit(unit);
-  // Without an open project the transfer object's own is meant.
-  if (!prj && *get_ActivePrj().GetDirectoryName() != L'\0') return 0;
-  switch (placeOf(prj ? *prj : PRJ())) {
-    case LockPlace::Cloud:
-      return cloudlocks::allLocks(*prj, out) ? 1 : 0;
-    case LockPlace::Files:
-      return filelocks::allLocks(out) ? 1 : 0;
-    default:
-      return 0;
-  }
+  return prj && placeOf(*prj) == LockPlace::Cloud && cloudlocks::allLocks(*prj, out) ? 1 : 0;
 }
 
 int LockingManager::CleanupLocks(int /*flags*/) {
