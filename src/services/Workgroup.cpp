@@ -135,4 +135,14 @@ bool WGO_IsProjectWithDownload(const PRJ& prj) {
   return prj.IsOndrathProject();
 }
 
+bool WGO_CheckAccessForOnlineProjectAndSwitchUser(const PRJ& /*prj*/, const QuorvelUser* /*user*/, int /*kind*/,
+                                                  bool /*flag*/) {
+  return false;
+}
+
+bool WGO_isOnlineProject(bool* compressed) {
+  if (compressed != nullptr) *compressed = get_ActivePrj().IsCompressedProject();
+  return false;
+}
+
 }  // namespace Quorvel::FileAccess
