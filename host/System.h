@@ -69,7 +69,8 @@ HOST_API bool isAppRunning(const std::wstring& program);
 HOST_API int ll_get_language();
 HOST_API const wchar_t* ll_get_lng_shortness_original(int language);
 
-/// How a server of the older store is reached. A server name that is not known gives empty texts.
+/// How a server of the older store is reached. A server name that is not known gives empty texts, a plain directory in
+/// the place of a server its base directory alone.
 class HOST_API CServerProperties {
  public:
   explicit CServerProperties(const std::wstring& serverName);

@@ -37,6 +37,35 @@ void setTransferUser() {
   transfer->setQuorvelUserName(user.loginName);
 }
 
+/// Root of a server of the older store; empty for a host that is none.
+std::wstring serverRootOf(const std::wstring& host) {
+  const CServerProperties properties(host);
+  std::wstring root = properties.baseDirectory;
+  while (root.size() > 1 && (root.back() == L'/' || root.back() == L'\\')) root.pop_back();
+  if (!properties.hostName.empty() && !root.starts_with(L'/')) root.insert(0, 1, L'/');
+  return root;
+}
+
+/// Takes the properties of a server. The default record names none, which leaves the object without a store: what the
+/// cloud and no host at all need.
+void initializeFor(const std::wstring& host) {
+  Initialize_forIZepInetFileTransfer values = Initialize_forIZepInetFileTransfer::DefaultValues();
+  if (!host.empty() && !ZSYST_IsOndrathServer(host)) values.serverName = host.c_str();
+  getInetFileManager().initialize(values);
+}
+
+/// @return false when the host has no data path
+bool aimAtHost(const std::wstring& host) {
+  getInetFileManager().setServerName(host.c_str());
+  if (host.empty()) return true;
+  const std::wstring path = globalHostsManager::instance().getHostPath(host);
+  if (path.empty()) return false;
+  const std::wstring root = serverRootOf(host);
+  setTransferPath(eServerDataPath, root.empty() ? path : root);
+  if (!root.empty()) setTransferPath(eServerPrjPath, root);
+  return true;
+}
+
 bool isLoggedInFor(const std::wstring& host) {
   constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::wgo_InitNormalOrOndrathWorkgroupServer";
   if (!ZSYST_IsOndrathServer(host)) return true;
@@ -47,21 +76,13 @@ bool isLoggedInFor(const std::wstring& host) {
 
 bool wgo_InitNormalOrOndrathWorkgroupServer(const std::wstring& host) {
   if (!isLoggedInFor(host)) return false;
-  Initialize_forIZepInetFileTransfer values = Initialize_forIZepInetFileTransfer::DefaultValues();
-  getInetFileManager().initialize(values);
+  initializeFor(host);
   setTransferUser();
-  getInetFileManager().setServerName(host.c_str());
-  if (host.empty()) return true;
-  const std::wstring path = globalHostsManager::instance().getHostPath(host);
-  if (path.empty()) {
-    const CConsoleTrace trace(
-        platform::formatWide(L"%s(\"%s\"): Host not found!\n",
-                             L"Quorvel::FileAccess::wgo_InitNormalOrOndrathWorkgroupServer", host),
-        1);
-    return false;
-  }
-  setTransferPath(eServerDataPath, path);
-  return true;
+  if (aimAtHost(host)) return true;
+  const CConsoleTrace trace(platform::formatWide(L"%s(\"%s\"): Host not found!\n",
+                                                 L"Quorvel::FileAccess::wgo_InitNormalOrOndrathWorkgroupServer", host),
+                            1);
+  return false;
 }
 
 bool aimAt(const std::wstring& host, const std::wstring& project, const std::wstring& oldHost,
@@ -82,11 +103,9 @@ bool aimAt(const std::wstring& host, const std::wstring& project, const std::wst
 }  // namespace
 
 void aimTransferAt(const std::wstring& host, const std::wstring& projectDirectory) {
-  IZepInetFileTransfer& transfer = getInetFileManager();
-  transfer.setServerName(host.c_str());
-  const std::wstring path = host.empty() ? std::wstring() : globalHostsManager::instance().getHostPath(host);
-  if (!path.empty()) setTransferPath(eServerDataPath, path);
-  transfer.setProjectName(projectDirectory.c_str(), false);
+  initializeFor(host);
+  aimAtHost(host);
+  getInetFileManager().setProjectName(projectDirectory.c_str(), false);
 }
 
 bool WGO_initWorkgroup(const wchar_t* host) {

@@ -140,14 +140,15 @@ std::wstring globalHostsManager::getHostPath(const std::wstring& host) const {
 CServerProperties::CServerProperties(const std::wstring& serverName) {
   const auto values = settings();
   const auto found = findServer(*values, serverName);
-  if (found == values->servers.end() || found->second.isDirectory) return;
+  if (found == values->servers.end()) return;
   const ServerSettings* const server = &found->second;
+  baseDirectory = server->baseDirectory;
+  if (server->isDirectory) return;
   hostName = server->hostName;
   protocol = server->protocol;
   userName = server->userName;
   password = ofThisRun(hostState().serverPasswords, serverName);
   if (password.empty()) password = server->password;
-  baseDirectory = server->baseDirectory;
   certificateFile = server->certificateFile;
   explicitTls = server->explicitTls;
   epsvMode = server->epsvMode;
