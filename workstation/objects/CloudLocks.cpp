@@ -1,10 +1,10 @@
 #include "workstation/objects/CloudLocks.h"
 
 #include "host/Trace.h"
-#include "host/Users.h"
 #include "workstation/objects/LockNames.h"
 #include "workstation/objects/LockText.h"
 #include "workstation/objects/ObjectNames.h"
+#include "workstation/projects/CurrentUser.h"
 #include "workstation/store/StoreContext.h"
 
 namespace workstation::cloudlocks {
@@ -31,19 +31,15 @@ bool connect(const PRJ& prj, const wchar_t* operation, LockStore& out) {
   return true;
 }
 
-bool isSamePerson(const ObjectLock& lock, const StoreActor& actor) {
-  return lock.holder.uuid == actor.user.uuid;
-}
-
 bool isOfThisWorkstation(const ObjectLock& lock, const StoreActor& actor) {
-  return isSamePerson(lock, actor) && lock.workstationId == actor.workstationId;
+  return lock.holder.uuid == actor.user.uuid && lock.workstationId == actor.workstationId;
 }
 
-FileLockInfo infoOf(const ObjectLock& lock, const StoreActor& actor) {
+FileLockInfo infoOf(const ObjectLock& lock, const std::vector<QuorvelUser>& users) {
   FileLockInfo info;
   info.objectType = objectTypeOfFileType(lock.objectType);
   info.objectNumber = lock.number;
-  info.userNumber = isSamePerson(lock, actor) ? lzbnum() : lock.memberNumber;
+  info.userNumber = numberIn(users, lock.holder.uuid).value_or(lock.memberNumber);
   info.userName = lock.holder.name;
   info.workstation = lock.workstationName;
   info.time = lockTimeText(lock.since);
@@ -80,10 +76,11 @@ bool listOwn(const PRJ& prj, LockStore& store, std::vector<ObjectLock>& out) {
   return true;
 }
 
-std::vector<FileLockInfo> infosOf(const std::vector<ObjectLock>& locks, const StoreActor& actor) {
+std::vector<FileLockInfo> infosOf(const PRJ& prj, const std::vector<ObjectLock>& locks) {
+  const std::vector<QuorvelUser> users = projectUsers(prj);
   std::vector<FileLockInfo> infos;
   infos.reserve(locks.size());
-  for (const ObjectLock& lock : locks) infos.push_back(infoOf(lock, actor));
+  for (const ObjectLock& lock : locks) infos.push_back(infoOf(lock, users));
   return infos;
 }
 
@@ -111,7 +108,7 @@ std::optional<FileLockInfo> lockInfo(const PRJ& prj, int number, int objectType)
   LockStore store;
   std::optional<ObjectLock> found;
   if (!findLock(prj, number, objectType, store, found)) return std::nullopt;
-  return infoOf(*found, store.actor);
+  return infoOf(*found, projectUsers(prj));
 }
 
 bool isOwn(const PRJ& prj, int number, int objectType) {
@@ -123,14 +120,14 @@ bool isOwn(const PRJ& prj, int number, int objectType) {
 std::vector<FileLockInfo> ownLocks(const PRJ& prj) {
   LockStore store;
   std::vector<ObjectLock> locks;
-  return listOwn(prj, store, locks) ? infosOf(locks, store.actor) : std::vector<FileLockInfo>();
+  return listOwn(prj, store, locks) ? infosOf(prj, locks) : std::vector<FileLockInfo>();
 }
 
 bool allLocks(const PRJ& prj, std::vector<FileLockInfo>& out) {
   LockStore store;
   std::vector<ObjectLock> locks;
   if (!listLocks(prj, L"updateLockInfoEx", store, locks)) return false;
-  out = infosOf(locks, store.actor);
+  out = infosOf(prj, locks);
   return true;
 }
 

@@ -38,13 +38,6 @@ std::vector<QuorvelUser> usersOnDisk(const std::wstring& projectDirectory) {
   return users;
 }
 
-std::vector<QuorvelUser> usersOf(const PRJ& prj) {
-  const std::wstring directory = prj.directoryName[0] != L'\0' ? prj.GetFullProjectPath(true) : std::wstring();
-  if (directory.empty()) return {};
-  std::vector<QuorvelUser> users = loadedUsers(directory);
-  return users.empty() ? usersOnDisk(directory) : users;
-}
-
 std::shared_ptr<CloudStore> storeOf(const PRJ& prj) {
   if (!prj.IsOndrathProject() || hostState().storeDirectory.empty()) return nullptr;
   CloudStatus status = 0;
@@ -61,9 +54,21 @@ const QuorvelUser* findByUuid(const std::vector<QuorvelUser>& users, const std::
 
 }  // namespace
 
+std::vector<QuorvelUser> projectUsers(const PRJ& prj) {
+  const std::wstring directory = prj.directoryName[0] != L'\0' ? prj.GetFullProjectPath(true) : std::wstring();
+  if (directory.empty()) return {};
+  std::vector<QuorvelUser> users = loadedUsers(directory);
+  return users.empty() ? usersOnDisk(directory) : users;
+}
+
+std::optional<int> numberIn(const std::vector<QuorvelUser>& users, const std::wstring& uuid) {
+  const QuorvelUser* user = findByUuid(users, uuid);
+  return user != nullptr ? std::optional<int>(user->number) : std::nullopt;
+}
+
 int currentUserNumber(const PRJ& prj) {
   const std::wstring uuid = hostState().identity.user.uuid;
-  const std::vector<QuorvelUser> users = usersOf(prj);
+  const std::vector<QuorvelUser> users = projectUsers(prj);
   if (const QuorvelUser* user = findByUuid(users, uuid)) return user->number;
   const std::shared_ptr<CloudStore> store = storeOf(prj);
   const int number = store != nullptr ? store->memberNumber(prj.GetOndrathProjectUuid(), uuid) : 0;
@@ -88,7 +93,7 @@ int lzuGetCountOfUserContainers() {
 int lz_GetCurrentUserInfo(QuorvelUser& out) {
   const PRJ prj = get_ActivePrj();
   const CloudUser& user = workstation::hostState().identity.user;
-  const std::vector<QuorvelUser> users = workstation::usersOf(prj);
+  const std::vector<QuorvelUser> users = workstation::projectUsers(prj);
   if (const QuorvelUser* known = workstation::findByUuid(users, user.uuid)) {
     out = *known;
     return 0;
@@ -106,7 +111,7 @@ int lz_GetCurrentUserInfo(QuorvelUser& out) {
 
 std::wstring lz_GetUserNameFromUserId(int number) {
   const PRJ prj = get_ActivePrj();
-  const std::vector<QuorvelUser> users = workstation::usersOf(prj);
+  const std::vector<QuorvelUser> users = workstation::projectUsers(prj);
   const auto known =
       std::find_if(users.begin(), users.end(), [number](const QuorvelUser& user) { return user.number == number; });
   if (known != users.end()) {
@@ -117,7 +122,12 @@ std::wstring lz_GetUserNameFromUserId(int number) {
   }
   // Cloud members have no name in the list; the store knows what they are called.
   if (const std::shared_ptr<workstation::CloudStore> store = workstation::storeOf(prj)) {
-    const CloudUser user = store->memberByNumber(prj.GetOndrathProjectUuid(), number);
+    CloudUser user;
+    if (known != users.end()) {
+      store->findUser(textOf(known->uuid), user);
+    } else {
+      user = store->memberByNumber(prj.GetOndrathProjectUuid(), number);
+    }
     if (!user.uuid.empty() && !user.name.empty()) return user.name;
   }
   if (known == users.end()) return platform::formatWide(L"#%d", number);
