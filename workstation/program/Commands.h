@@ -18,6 +18,9 @@ using Action = std::function<ExitCode(Context&)>;
 void addSetupCommands(CLI::App& app, Action& selected);
 void addTeamCommands(CLI::App& app, Action& selected);
 void addProjectCommands(CLI::App& app, Action& selected);
+/// Behind addProjectCommands: adds to its group.
+void addProjectLockCommands(CLI::App& app, Action& selected);
+void addUsersCommand(CLI::App& app, Action& selected);
 void addObjectCommands(CLI::App& app, Action& selected);
 void addLockCommands(CLI::App& app, Action& selected);
 void addTransferCommands(CLI::App& app, Action& selected);

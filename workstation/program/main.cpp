@@ -50,6 +50,8 @@ int run(int argc, char** argv) {
   workstation::program::addSetupCommands(app, selected);
   workstation::program::addTeamCommands(app, selected);
   workstation::program::addProjectCommands(app, selected);
+  workstation::program::addProjectLockCommands(app, selected);
+  workstation::program::addUsersCommand(app, selected);
   workstation::program::addObjectCommands(app, selected);
   workstation::program::addLockCommands(app, selected);
   workstation::program::addTransferCommands(app, selected);

@@ -71,6 +71,13 @@ struct ObjectLock {
   FILETIME since{};
 };
 
+/// One process that has a project open.
+struct OpenSession {
+  std::wstring userUuid;
+  std::wstring workstationName;
+  FILETIME since{};
+};
+
 /// Classes of stored files; the values are those of ShareFileTypeID.
 enum class FileClass : int { Resource = 0, Ordinary = 1, Teilbild = 2, Plan = 3, Bim = 4 };
 constexpr unsigned classBit(FileClass value) {
@@ -208,6 +215,9 @@ class WORKSTATION_API CloudStore {
   /// @param ignoreOwn  sessions of the actor on any workstation do not count
   CloudStatus isProjectInUse(const StoreActor& actor, const std::wstring& project, const std::string& session,
                              bool ignoreOwn, bool& inUse);
+
+  /// Sessions with a fresh heartbeat that have the project open, the oldest first.
+  CloudStatus openSessions(const StoreActor& actor, const std::wstring& project, std::vector<OpenSession>& out);
 
   // Files. Names are relative, `/` and one leading backslash are accepted; letter case does not tell names apart.
 

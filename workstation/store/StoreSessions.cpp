@@ -50,4 +50,21 @@ CloudStatus CloudStore::isProjectInUse(const StoreActor& actor, const std::wstri
   });
 }
 
+CloudStatus CloudStore::openSessions(const StoreActor& actor, const std::wstring& project,
+                                     std::vector<OpenSession>& out) {
+  return answerOf([&] {
+    out.clear();
+    const std::int64_t timeout = setting("session_timeout_seconds", kDefaultTimeoutSeconds);
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    requireRole(*lease, actor, project, StoreRole::Viewer);
+    Statement statement(*lease,
+                        "SELECT user, workstation, started FROM sessions WHERE project=? AND heartbeat>=? ORDER BY "
+                        "started, id");
+    statement << project << nowTicks() - timeout * kTicksOfSecond;
+    while (statement.row()) {
+      out.push_back({statement.text(0), statement.text(1), timeOf(statement.number(2))});
+    }
+  });
+}
+
 }  // namespace workstation
