@@ -55,6 +55,11 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   std::function<void(const std::wstring&)> onDownload;     ///< with the local path that has to appear
   std::vector<std::vector<QuorvFileInfo>> uploads;         ///< files of each upload
   std::vector<std::vector<std::uint8_t>> uploadedHeaders;  ///< of each file with a header, in order
+  CloudUser user;                                          ///< who is signed in
+  int role = 0;                                            ///< of that user: 1 administrator, 2 editor as well
+  std::vector<CloudProjectMember> members;
+  std::vector<SimpleCloudObject> teams;
+  std::map<std::wstring, std::vector<CloudProjectEntry>> projects;  ///< by team
 
   CloudStatus Login(bool interactive, bool silent) override {
     {
@@ -129,9 +134,17 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   CloudStatus GetSessionState(std::wstring&, bool&, bool&) override { return record("GetSessionState", {}); }
 
   // No test asks for the rest.
-  const CloudUser* GetCurrentUser(CloudUser& user) override { return &user; }
-  CloudStatus GetProjectInfo(const std::wstring&, std::wstring&, std::wstring&, std::wstring&) override { return 0; }
-  CloudStatus GetProjectMembers(const std::wstring&, std::vector<CloudProjectMember>&) override { return 0; }
+  const CloudUser* GetCurrentUser(CloudUser& out) override {
+    out = user;
+    return statusOf("GetCurrentUser") == 0 ? &out : nullptr;
+  }
+  CloudStatus GetProjectInfo(const std::wstring&, std::wstring&, std::wstring&, std::wstring&) override {
+    return record("GetProjectInfo", {});
+  }
+  CloudStatus GetProjectMembers(const std::wstring&, std::vector<CloudProjectMember>& out) override {
+    out = members;
+    return statusOf("GetProjectMembers");
+  }
   CloudStatus CheckProjectAccess(const std::wstring&, std::wstring&) override { return 0; }
   CloudStatus GetNewShareFilesMetadata(const std::wstring&, std::vector<NewShareFileMetadata>&,
                                        ShareFileTypeID) override {
@@ -145,17 +158,33 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
                                           const CloudTransferOptions&) override {
     return 0;
   }
-  CloudStatus GetTeams(std::vector<SimpleCloudObject>&, int) override { return 0; }
-  CloudStatus IsCurrentUserInRole(bool&, std::wstring, int) override { return 0; }
-  CloudStatus GetProjects(const std::wstring&, std::vector<CloudProjectEntry>&, int, int) override { return 0; }
+  CloudStatus GetTeams(std::vector<SimpleCloudObject>& out, int) override {
+    out = teams;
+    return statusOf("GetTeams");
+  }
+  CloudStatus IsCurrentUserInRole(bool& inRole, std::wstring, int wanted) override {
+    inRole = role != 0 && role <= wanted;
+    return statusOf("IsCurrentUserInRole");
+  }
+  CloudStatus GetProjects(const std::wstring& team, std::vector<CloudProjectEntry>& out, int kind, int) override {
+    out = projects[team];
+    return record("GetProjects", {team, std::to_wstring(kind)});
+  }
   CloudStatus DeleteProject(const std::wstring&) override { return 0; }
   CloudStatus CreateModel(const std::wstring&, int, const std::wstring&, std::wstring&) override { return 0; }
-  CloudStatus GetProjectLocks(const std::wstring&, const std::wstring&, std::vector<LockUser>&) override { return 0; }
-  CloudStatus RemoveProjectLock(const std::wstring&, const std::wstring&, const std::wstring&, bool) override {
-    return 0;
+  CloudStatus GetProjectLocks(const std::wstring& team, const std::wstring&, std::vector<LockUser>&) override {
+    return record("GetProjectLocks", {team});
   }
-  CloudStatus SetProjectLock(const std::wstring&, const std::wstring&, OndrathProjectLockType) override { return 0; }
-  CloudStatus IsProjectInUse(const std::wstring&, const std::wstring&, bool, bool&) override { return 0; }
+  CloudStatus RemoveProjectLock(const std::wstring& team, const std::wstring&, const std::wstring& text,
+                                bool all) override {
+    return record("RemoveProjectLock", {team, L"\"" + text + L"\"", all ? L"all" : L"own"});
+  }
+  CloudStatus SetProjectLock(const std::wstring& team, const std::wstring&, OndrathProjectLockType kind) override {
+    return record("SetProjectLock", {team, std::to_wstring(kind)});
+  }
+  CloudStatus IsProjectInUse(const std::wstring& team, const std::wstring&, bool ignoreOwn, bool&) override {
+    return record("IsProjectInUse", {team, ignoreOwn ? L"others" : L"any"});
+  }
   CloudStatus DownloadQuorvelProjectBwsFiles(const std::wstring&, const std::wstring&, bool, std::vector<std::wstring>&,
                                              const CloudTransferOptions&) override {
     return 0;
