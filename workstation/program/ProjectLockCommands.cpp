@@ -7,6 +7,7 @@
 #include "workstation/Session.h"
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
+#include "workstation/program/People.h"
 #include "workstation/store/CloudStore.h"
 #include "zephor/ProjectInformation.h"
 
@@ -77,7 +78,7 @@ ExitCode lock(Context& context, const std::string& kindArgument) {
     if (holder != locks.end()) return reportHolder(context, project, *holder);
   }
   if (status == kStoreLocked) throw CommandFailure{ExitCode::LockedByOther, CloudStore::lastText()};
-  if (status != kStoreOk) throw CommandFailure{ExitCode::Failure, CloudStore::lastText()};
+  check(status);
   report(context, project, dryRun ? L"would be locked" : L"locked", L"(" + kindName(wanted) + L")");
   return ExitCode::Done;
 }
@@ -113,15 +114,35 @@ ExitCode listLocks(Context& context) {
   return ExitCode::Done;
 }
 
+/// Who else has the project open, and where: "anna at anna-pc, carl at attic".
+std::wstring othersInside(Context& context, const PRJ& project) {
+  const std::wstring uuid = project.GetOndrathProjectUuid();
+  std::vector<OpenSession> sessions;
+  std::vector<StoreMember> members;
+  check(context.store().openSessions(context.actor(), uuid, sessions));
+  check(context.store().members(context.actor(), uuid, members));
+  std::wstring others;
+  for (const OpenSession& session : sessions) {
+    if (session.userUuid == identity().user.uuid) continue;
+    const auto member = std::find_if(members.begin(), members.end(), [&](const StoreMember& candidate) {
+      return candidate.user.uuid == session.userUuid;
+    });
+    const std::wstring name = member == members.end() ? L"a former member" : member->user.name;
+    others += (others.empty() ? L"" : L", ") + name + L" at " + session.workstationName;
+  }
+  return others;
+}
+
 ExitCode tellInUse(Context& context) {
   context.startInProject();
   const PRJ project = get_ActivePrj();
   const bool byOthers = Quorvel::FileAccess::WGO_isProjectInUse(project, true);
   const bool inUse = byOthers || Quorvel::FileAccess::WGO_isProjectInUse(project, false);
+  const std::wstring others = othersInside(context, project);
   const std::wstring name = project.GetProjectDisplayName();
   std::wstring text = name + L": not open anywhere else";
-  if (inUse) text = name + (byOthers ? L": open, by somebody else" : L": open, by you in another session");
-  context.output().result(text, {{"project", name}, {"inUse", inUse}, {"byOthers", byOthers}});
+  if (inUse) text = name + L": open, by " + (byOthers ? L"others: " + others : L"you in another session");
+  context.output().result(text, {{"project", name}, {"inUse", inUse}, {"byOthers", byOthers}, {"others", others}});
   return ExitCode::Done;
 }
 
