@@ -60,45 +60,17 @@ TEST_F(Workgroup, AProjectMayLagThreeReleases) {
   EXPECT_TRUE(WGO_isValidProjectVersion(localPrj(), false, true));
 }
 
-TEST_F(Workgroup, TheNoticeComesOncePerProcessAndNotAgainWhenTicked) {
-  constexpr const wchar_t* kKey = L"Settings\\NotifyWGOSupportEnds";
-  ui().answerWith({IDOK | platform::kBoxChecked});
-  WGO_notifyCustomerWGOSupportEnds();
-  ASSERT_EQ(ui().boxes().size(), 1U);
-  EXPECT_EQ(ui().boxes()[0].style, 0x40U);
-  EXPECT_EQ(ui().boxes()[0].checkBox, L"Do not show this message again");
+TEST_F(Workgroup, TheNoticeComesOncePerProcess) {
   int answered = -1;
-  EXPECT_TRUE(ZSYST_ZepRegGetNumber(L"HKCU", kKey, answered));
-  EXPECT_EQ(answered, 1);
-  ZSYST_ZepRegPutNumber(L"HKCU", kKey, 0);
-  WGO_notifyCustomerWGOSupportEnds();
-  EXPECT_EQ(ui().boxes().size(), 1U) << "whatever the setting holds";
-}
-
-TEST_F(Workgroup, ATickedNoticeStaysAway) {
-  ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\NotifyWGOSupportEnds", 1);
-  WGO_notifyCustomerWGOSupportEnds();
-  EXPECT_TRUE(ui().boxes().empty());
-}
-
-TEST_F(Workgroup, AnIncompleteContextKeepsTheOneBefore) {
-  EXPECT_EQ(WGO_getLastProjectContext(), nullptr);
-  LastProjectInfo info{L"ONDRATH", L"dir", L"House", 7, L"Ada", 1, 2, 3};
-  WGO_storeLastProjectContext(info);
-  const LastProjectInfo* first = WGO_getLastProjectContext();
-  ASSERT_NE(first, nullptr);
-  for (std::wstring LastProjectInfo::*part : {&LastProjectInfo::host, &LastProjectInfo::directoryName}) {
-    LastProjectInfo incomplete = info;
-    (incomplete.*part).clear();
-    WGO_storeLastProjectContext(incomplete);
-    EXPECT_EQ(WGO_getLastProjectContext(), first);
+  ui().answerWith({IDOK | platform::kBoxChecked});
+  for (int call = 0; call < 2; ++call) {
+    WGO_notifyCustomerWGOSupportEnds();
+    EXPECT_TRUE(ZSYST_ZepRegGetNumber(L"HKCU", L"Settings\\NotifyWGOSupportEnds", answered));
+    EXPECT_EQ(answered, call == 0 ? 1 : 0) << "ticked off";
+    ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\NotifyWGOSupportEnds", 0);
   }
-  info.projectNumber = 8;
-  WGO_storeLastProjectContext(info);
-  EXPECT_EQ(WGO_getLastProjectContext()->projectNumber, 8);
-  EXPECT_EQ(first->projectNumber, 7) << "its holders may still read it";
-  WGO_deleteLastProjectContext();
-  EXPECT_EQ(WGO_getLastProjectContext(), nullptr);
+  ASSERT_EQ(ui().boxes().size(), 1U) << "whatever the setting holds";
+  EXPECT_EQ(ui().boxes()[0].checkBox, L"Do not show this message again");
 }
 
 }  // namespace

@@ -172,16 +172,12 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   }
   CloudStatus DeleteProject(const std::wstring&) override { return 0; }
   CloudStatus CreateModel(const std::wstring&, int, const std::wstring&, std::wstring&) override { return 0; }
-  CloudStatus GetProjectLocks(const std::wstring& team, const std::wstring&, std::vector<LockUser>&) override {
-    return record("GetProjectLocks", {team});
-  }
+  CloudStatus GetProjectLocks(const std::wstring&, const std::wstring&, std::vector<LockUser>&) override { return 0; }
   CloudStatus RemoveProjectLock(const std::wstring& team, const std::wstring&, const std::wstring& text,
                                 bool all) override {
     return record("RemoveProjectLock", {team, L"\"" + text + L"\"", all ? L"all" : L"own"});
   }
-  CloudStatus SetProjectLock(const std::wstring& team, const std::wstring&, OndrathProjectLockType kind) override {
-    return record("SetProjectLock", {team, std::to_wstring(kind)});
-  }
+  CloudStatus SetProjectLock(const std::wstring&, const std::wstring&, OndrathProjectLockType) override { return 0; }
   CloudStatus IsProjectInUse(const std::wstring& team, const std::wstring&, bool ignoreOwn, bool&) override {
     return record("IsProjectInUse", {team, ignoreOwn ? L"others" : L"any"});
   }

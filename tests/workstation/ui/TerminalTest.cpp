@@ -114,6 +114,16 @@ TEST_F(TerminalTest, EndOfInputDenies) {
   EXPECT_EQ(answer.get(), IDNO);
 }
 
+TEST_F(TerminalTest, OnlyAPersonTicksACheckBox) {
+  MessageBoxRequest notice = box(MB_OK);
+  notice.checkBox = L"Not again";
+  auto answer = ask(notice);
+  EXPECT_TRUE(contains(screen_.screenWith("? "), "Not again\r\n[Y]es/[N]o? "));
+  screen_.type("y\n");
+  EXPECT_EQ(answer.get(), IDOK | platform::kBoxChecked);
+  EXPECT_EQ(ask(notice, {.assumeYes = true}).get(), IDOK);
+}
+
 TEST(TerminalWithoutPerson, DeniesAndSaysSo) {
   workstation::setLanguage("en");
   const Output output;
