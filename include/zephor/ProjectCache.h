@@ -27,7 +27,8 @@ ZEPHOR_API bool WGO_deleteLocalProjectCache(const PRJ& prj, bool quiet);
 ZEPHOR_API bool WGO_deleteBWSFiles();
 /// Takes what the server has deleted out of the open project's cache, into the trash.
 ZEPHOR_API void WGO_resolveOndrathDeletedFilesInCache(const PRJ& prj, ShareFileTypeID type);
-/// Brings the folder "BIM": in full the first time since WGO_syncPrjDir, lightly after that unless `fromStart`.
+/// Brings the folder "BIM": in full the first time since WGO_syncPrjDir, lightly after that. With `fromStart` there is
+/// nothing to do once it was brought in full. @return true for a project that is not in the cloud
 ZEPHOR_API bool WGO_downloadBimDir(const PRJ& prj, bool fromStart);
 /// The same for the open project.
 ZEPHOR_API bool WGO_syncBimDir(bool fromStart);

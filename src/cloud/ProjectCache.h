@@ -21,8 +21,10 @@ int Ondrath_DownLoadProject(const PRJ& prj, int mode);
 bool Ondrath_DownloadBIMFiles(const PRJ& prj, bool full);
 /// Deletes the exchange files of "BIM" on the server.
 void Ondrath_DeleteBwsFiles(const PRJ& prj);
-/// Removes local exchange files that the server does not have.
+/// Removes those exchange files of the open project that the server does not have. When the server does not tell, all
+/// stay.
 void Ondrath_CleanLocalBimFiles(const PRJ& prj);
+/// False also for a project that is not in the cloud, and when the server does not tell.
 bool Ondrath_IsProjectEmpty(const PRJ& prj);
 /// @param missing  receives those of `expected` that the server lacks. @return true when there are none
 bool Ondrath_CompareServerFilesWithLocalFiles(const PRJ& prj, const std::wstring& localDirectory,

@@ -4,12 +4,11 @@
 
 #include "cloud/CloudCall.h"
 #include "cloud/Ondrath_Services.h"
+#include "cloud/TransferQuestion.h"
 #include "host/FileTypes.h"
 #include "host/ObjectFiles.h"
 #include "host/UserMessages.h"
-#include "platform/Messages.h"
 #include "platform/Text.h"
-#include "platform/UserInterface.h"
 #include "zephor/NotUploadedFiles.h"
 
 namespace Quorvel::FileAccess {
@@ -17,29 +16,6 @@ namespace {
 
 constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::UploadFilesRetry";
 constexpr std::size_t kNamesShown = 10;
-constexpr UINT kQuestionStyle = MB_YESNO | MB_ICONQUESTION | MB_SETFOREGROUND;
-
-std::wstring systemText(CloudStatus status) {
-  wchar_t* buffer = nullptr;
-  const DWORD length = FormatMessageW(
-      FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM, nullptr,
-      statusCode(status), 0, reinterpret_cast<wchar_t*>(&buffer), 0, nullptr);  // NOLINT: the call's own convention
-  std::wstring text = length > 0 && buffer != nullptr ? std::wstring(buffer, length) : std::wstring(L"Unknown error.");
-  LocalFree(buffer);
-  if (text.ends_with(L'\n')) text.pop_back();
-  if (text.ends_with(L'\r')) text.pop_back();
-  return text;
-}
-
-std::wstring resourceText(int id, int count) {
-  return CQuoString().GetQuorvotParText(id, nullptr, count, 256).text();
-}
-
-bool userWantsRetry(CloudStatus status, const std::vector<std::wstring>& failed) {
-  const UploadQuestionTexts texts{resourceText(1502674, 1), resourceText(1501646, 0), resourceText(3201973, 0)};
-  const std::wstring question = uploadQuestion(texts, status, systemText(status), failed);
-  return MessageBoxW(nullptr, question.c_str(), L"Quorvel", kQuestionStyle) == IDYES;
-}
 
 /// Remembers the objects of a refused upload; files of other types have no place in the list.
 void rememberNotUploaded(const std::vector<QuorvFileInfo>& files) {

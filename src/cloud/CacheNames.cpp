@@ -1,0 +1,34 @@
+#include "cloud/CacheNames.h"
+
+#include "cloud/CloudCall.h"
+#include "platform/Paths.h"
+
+namespace Quorvel::FileAccess {
+namespace {
+
+constexpr std::wstring_view kBimFolder = L"BIM\\";
+
+}  // namespace
+
+bool isBimTopLevelName(const std::wstring& name) {
+  return name.size() > kBimFolder.size() && platform::startsWithIgnoreCase(name, kBimFolder) &&
+         name.find(L'\\', kBimFolder.size()) == std::wstring::npos;
+}
+
+std::optional<std::wstring> placeInDirectory(const std::wstring& directory, const std::wstring& name) {
+  if (directory.empty() || !platform::isSafeRelativeName(name)) return std::nullopt;
+  std::wstring place = platform::joinPath(directory, name);
+  // The last component is not followed: a link there is what is named, not its target.
+  const std::wstring around = platform::lexicallyRelative(platform::weaklyCanonical(platform::directoryOf(place)),
+                                                          platform::weaklyCanonical(directory));
+  if (around != L"." && !platform::isSafeRelativeName(around)) return std::nullopt;
+  return place;
+}
+
+bool requireOpenProject(const CloudCall& call) {
+  if (platform::equalsIgnoreCase(get_ActivePrj().GetOndrathProjectUuid(), call.project())) return true;
+  lfperrC(L"%s: \"%s\" is not the open project\n", call.function(), call.project());
+  return false;
+}
+
+}  // namespace Quorvel::FileAccess
