@@ -53,6 +53,8 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   HeaderMap headers;                                       ///< what the header operations give out
   std::deque<std::vector<std::wstring>> failedNames;       ///< for each upload in turn
   std::function<void(const std::wstring&)> onDownload;     ///< with the local path that has to appear
+  std::function<void(const std::wstring&)> onLoad;         ///< in each bulk load, with its directory
+  bool fullRefresh = false;                                ///< what RefreshProjectCache gives out
   std::vector<std::vector<QuorvFileInfo>> uploads;         ///< files of each upload
   std::vector<std::vector<std::uint8_t>> uploadedHeaders;  ///< of each file with a header, in order
   CloudUser user;                                          ///< who is signed in
@@ -134,29 +136,26 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   CloudStatus GetSessionState(std::wstring&, bool&, bool&) override { return record("GetSessionState", {}); }
 
   // No test asks for the rest.
-  const CloudUser* GetCurrentUser(CloudUser& out) override {
-    out = user;
-    return statusOf("GetCurrentUser") == 0 ? &out : nullptr;
+  const CloudUser* GetCurrentUser(CloudUser& user) override { return &user; }
+  CloudStatus GetProjectInfo(const std::wstring&, std::wstring&, std::wstring&, std::wstring&) override { return 0; }
+  CloudStatus GetProjectMembers(const std::wstring&, std::vector<CloudProjectMember>&) override { return 0; }
+  CloudStatus CheckProjectAccess(const std::wstring&, std::wstring& text) override {
+    text = L"no access";
+    return record("CheckProjectAccess", {});
   }
-  CloudStatus GetProjectInfo(const std::wstring&, std::wstring&, std::wstring&, std::wstring&) override {
-    return record("GetProjectInfo", {});
-  }
-  CloudStatus GetProjectMembers(const std::wstring&, std::vector<CloudProjectMember>& out) override {
-    out = members;
-    return statusOf("GetProjectMembers");
-  }
-  CloudStatus CheckProjectAccess(const std::wstring&, std::wstring&) override { return 0; }
   CloudStatus GetNewShareFilesMetadata(const std::wstring&, std::vector<NewShareFileMetadata>&,
                                        ShareFileTypeID) override {
     return 0;
   }
-  CloudStatus DownloadQuorvelProjectBaseFiles(const std::wstring&, const std::wstring&, int,
+  CloudStatus DownloadQuorvelProjectBaseFiles(const std::wstring&, const std::wstring& directory, int kind,
                                               const CloudTransferOptions&) override {
-    return 0;
+    if (onLoad) onLoad(directory);
+    return record("DownloadQuorvelProjectBaseFiles", {std::to_wstring(kind)});
   }
-  CloudStatus DownloadQuorvelProjectFiles(const std::wstring&, const std::wstring&, int,
+  CloudStatus DownloadQuorvelProjectFiles(const std::wstring&, const std::wstring& directory, int kind,
                                           const CloudTransferOptions&) override {
-    return 0;
+    if (onLoad) onLoad(directory);
+    return record("DownloadQuorvelProjectFiles", {std::to_wstring(kind)});
   }
   CloudStatus GetTeams(std::vector<SimpleCloudObject>& out, int) override {
     out = teams;
@@ -178,12 +177,14 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
     return record("RemoveProjectLock", {team, L"\"" + text + L"\"", all ? L"all" : L"own"});
   }
   CloudStatus SetProjectLock(const std::wstring&, const std::wstring&, OndrathProjectLockType) override { return 0; }
-  CloudStatus IsProjectInUse(const std::wstring& team, const std::wstring&, bool ignoreOwn, bool&) override {
-    return record("IsProjectInUse", {team, ignoreOwn ? L"others" : L"any"});
-  }
-  CloudStatus DownloadQuorvelProjectBwsFiles(const std::wstring&, const std::wstring&, bool, std::vector<std::wstring>&,
-                                             const CloudTransferOptions&) override {
-    return 0;
+  CloudStatus IsProjectInUse(const std::wstring&, const std::wstring&, bool, bool&) override { return 0; }
+  CloudStatus DownloadQuorvelProjectBwsFiles(const std::wstring&, const std::wstring&, bool full,
+                                             std::vector<std::wstring>& failed, const CloudTransferOptions&) override {
+    if (!failedNames.empty()) {
+      failed = failedNames.front();
+      failedNames.pop_front();
+    }
+    return record("DownloadQuorvelProjectBwsFiles", {full ? L"full" : L"light"});
   }
   CloudStatus TriggerProjectItemChangedNotification(const std::wstring&, const std::wstring&) override { return 0; }
   CloudStatus GetCORTeams(std::vector<SimpleCloudObject>&) override { return 0; }
@@ -203,7 +204,10 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   }
   CloudStatus SubscribeCOR(const std::wstring&, const std::wstring&) override { return 0; }
   CloudStatus UnsubscribeCOR() override { return 0; }
-  CloudStatus RefreshProjectCache(const std::wstring&, bool&) override { return 0; }
+  CloudStatus RefreshProjectCache(const std::wstring&, bool& full) override {
+    full = fullRefresh;
+    return record("RefreshProjectCache", {});
+  }
 
  private:
   CloudStatus record(const std::string& operation, std::initializer_list<std::wstring> arguments) {
