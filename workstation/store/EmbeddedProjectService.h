@@ -94,9 +94,10 @@ class EmbeddedProjectService : public ICloudProjectService {
   /// there.
   CloudStatus run(const wchar_t* operation, const Work& work);
   /// Brings all files of some classes to a directory.
-  /// @param believeTimes  a local file of the same size and time is taken for the same without reading it
+  /// @param news  a local file of the same size and time is taken for the same without reading it, and in this
+  ///              workstation's cache what was changed here stays
   CloudStatus fetchClasses(const wchar_t* operation, const std::wstring& project, const std::wstring& directory,
-                           unsigned classes, bool believeTimes, const CloudTransferOptions& options,
+                           unsigned classes, bool news, const CloudTransferOptions& options,
                            std::vector<std::wstring>& failed);
 
   EmbeddedSession& session_;

@@ -1,23 +1,13 @@
 // The service's operations on people, projects, roles and project locks.
 #include "host/Project.h"
 #include "host/Trace.h"
-#include "platform/Files.h"
-#include "platform/Paths.h"
 #include "platform/Text.h"
+#include "workstation/store/CacheRecord.h"
 #include "workstation/store/EmbeddedProjectService.h"
 #include "workstation/store/EmbeddedSession.h"
 #include "workstation/store/StoreError.h"
 
 namespace workstation {
-
-namespace {
-
-/// True for a directory in which a full load has left its mark.
-bool hasCompleteCopy(const std::wstring& directory) {
-  return platform::fileStatus(platform::joinPath(directory, L"OndrathCopy.tmp")).exists;
-}
-
-}  // namespace
 
 CloudStatus EmbeddedProjectService::run(const wchar_t* operation, const Work& work) {
   if (session_.isLoggedOut()) {
@@ -183,8 +173,8 @@ CloudStatus EmbeddedProjectService::RefreshProjectCache(const std::wstring& proj
     if (status != kStoreOk) return status;
     std::wstring directory;
     const PRJ descriptor(found.teamUuid, found.teamName, found.name, found.uuid, true);
-    const bool hasDirectory = make_prj_dir(descriptor, directory) == 0;
-    full = !hasDirectory || !(session_.isLoaded(directory) || hasCompleteCopy(directory));
+    const auto record = make_prj_dir(descriptor, directory) == 0 ? CacheRecord::of(project, directory) : nullptr;
+    full = record == nullptr || !record->isWhole();
     return status;
   });
 }

@@ -4,10 +4,7 @@
 #include <chrono>
 #include <utility>
 
-#include "platform/Files.h"
-#include "platform/Paths.h"
 #include "platform/Text.h"
-#include "platform/Time.h"
 #include "workstation/store/Bodies.h"
 #include "workstation/store/StoreError.h"
 
@@ -17,10 +14,8 @@ namespace {
 
 constexpr std::int64_t kDefaultTimeoutSeconds = 120;
 constexpr std::int64_t kBeatsInTimeout = 4;
-
-std::wstring keyOf(const std::wstring& directory) {
-  return platform::toLower(platform::weaklyCanonical(directory));
-}
+/// So that a time-out that was made shorter is kept by those who are in their pause.
+constexpr std::int64_t kLongestPauseSeconds = 15;
 
 }  // namespace
 
@@ -155,20 +150,6 @@ void EmbeddedSession::noteProject(const std::wstring& project) {
   beat();
 }
 
-void EmbeddedSession::noteLoad(const std::wstring& directory) {
-  const FILETIME made = platform::fileStatus(directory).creationTime;
-  const std::lock_guard lock(mutex_);
-  loads_[keyOf(directory)] = platform::toTicks(made);
-}
-
-bool EmbeddedSession::isLoaded(const std::wstring& directory) const {
-  const platform::FileStatus status = platform::fileStatus(directory);
-  if (!status.isDirectory) return false;
-  const std::lock_guard lock(mutex_);
-  const auto found = loads_.find(keyOf(directory));
-  return found != loads_.end() && found->second == platform::toTicks(status.creationTime);
-}
-
 std::wstring EmbeddedSession::project() const {
   const std::lock_guard lock(mutex_);
   return project_;
@@ -206,7 +187,8 @@ void EmbeddedSession::keepBeating(const std::stop_token& stop) {
     }
     const std::int64_t timeout =
         opened == nullptr ? kDefaultTimeoutSeconds : opened->setting("session_timeout_seconds", kDefaultTimeoutSeconds);
-    const auto pause = std::chrono::seconds(std::max<std::int64_t>(1, timeout / kBeatsInTimeout));
+    const auto pause =
+        std::chrono::seconds(std::clamp<std::int64_t>(timeout / kBeatsInTimeout, 1, kLongestPauseSeconds));
     if (wake_.wait_for(waiting, stop, pause, [] { return false; }) || stop.stop_requested()) return;
     // A beat that fails tells nobody: the next operation meets the same store and answers for itself.
     beat();

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <condition_variable>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -41,9 +40,6 @@ class EmbeddedSession {
   std::string id() const;
   void noteProject(const std::wstring& project);
   std::wstring project() const;
-  /// Remembers that the files of a project were brought to a directory (library path), as long as it is the same one.
-  void noteLoad(const std::wstring& directory);
-  bool isLoaded(const std::wstring& directory) const;
 
  private:
   void end(bool loggedOut);
@@ -60,7 +56,6 @@ class EmbeddedSession {
   std::string token_;
   std::string tokenSha256_;
   std::wstring project_;
-  std::map<std::wstring, std::uint64_t> loads_;  // canonical directory to the time when it was made
   std::condition_variable_any wake_;
   std::jthread heartbeat_;
 };

@@ -2,8 +2,11 @@
 #include <algorithm>
 
 #include "host/Project.h"
+#include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
+#include "platform/Time.h"
+#include "workstation/store/CacheRecord.h"
 #include "workstation/store/EmbeddedProjectService.h"
 #include "workstation/store/StoreError.h"
 #include "workstation/store/StoredHeader.h"
@@ -40,6 +43,25 @@ FilePut putOf(const std::wstring& base, const QuorvFileInfo& file, std::uint32_t
   return put;
 }
 
+/// Sends a group and notes what is now the same on both sides.
+CloudStatus send(CloudStore& store, const StoreActor& actor, const std::wstring& project, const std::wstring& directory,
+                 const std::vector<FilePut>& puts, std::vector<CloudStatus>& statuses, const StoreProgress& progress) {
+  const CloudStatus status = store.putFiles(actor, project, puts, statuses, progress);
+  std::vector<StoredFile> same;
+  for (std::size_t i = 0; i < puts.size() && i < statuses.size(); ++i) {
+    const FileClass fileClass = classOfName(puts[i].name);
+    if (statuses[i] != kStoreOk || fileClass == FileClass::Teilbild || fileClass == FileClass::Plan) continue;
+    StoredFile file;
+    const platform::FileStatus here = platform::fileStatus(puts[i].path);
+    const bool isOurs = store.findFile(actor, project, puts[i].name, file) == kStoreOk && here.exists &&
+                        static_cast<std::int64_t>(here.size) == file.size &&
+                        platform::toTicks(here.writeTime) == platform::toTicks(file.modified);
+    if (isOurs) same.push_back(std::move(file));
+  }
+  noteSettled(project, directory, same);
+  return status;
+}
+
 }  // namespace
 
 CloudStatus EmbeddedProjectService::UploadFilesAndMetadata(
@@ -56,7 +78,7 @@ CloudStatus EmbeddedProjectService::UploadFilesAndMetadata(
     std::vector<FilePut> puts;
     puts.reserve(files.size());
     for (const QuorvFileInfo& file : files) puts.push_back(putOf(baseDirectory, file, headerSize));
-    return store.putFiles(actor, project, puts, statuses, transferSteps(options));
+    return send(store, actor, project, baseDirectory, puts, statuses, transferSteps(options));
   });
   if (status == kStoreOk) return status;
   statuses.resize(files.size(), status);
@@ -80,7 +102,7 @@ CloudStatus EmbeddedProjectService::UploadProjectFile(const std::wstring& projec
     QuorvFileInfo file;
     file.name = name;
     std::vector<CloudStatus> statuses;
-    return store.putFiles(actor, project, {putOf(directory, file, 0)}, statuses);
+    return send(store, actor, project, directory, {putOf(directory, file, 0)}, statuses, {});
   });
 }
 

@@ -1,13 +1,18 @@
 // The embedded controllers as a workstation is given them.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "host/Cloud.h"
 #include "host/ObjectFiles.h"
 #include "platform/Files.h"
+#include "platform/Paths.h"
+#include "platform/Time.h"
 #include "tests/support/TestWorkstation.h"
 #include "workstation/Session.h"
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/objects/OpenFiles.h"
+#include "workstation/store/CacheRecord.h"
 
 namespace zephor_test {
 namespace {
@@ -27,12 +32,92 @@ TEST(WorkstationStore, RefreshIsFullUntilTheFilesWereBrought) {
   EXPECT_TRUE(isFull());
   EXPECT_EQ(service.DownloadQuorvelProjectBaseFiles(project, directory, 1, {}), 0);
   EXPECT_FALSE(isFull());
+  workstation.restart();
+  EXPECT_FALSE(isFull()) << "another process";
   platform::removeTree(directory);
   EXPECT_TRUE(isFull());
   workstation.writeFile(directory + L"\\design\\a.txt", "");
   EXPECT_TRUE(isFull()) << "a new directory of the old name";
   workstation.writeFile(directory + L"\\OndrathCopy.tmp", "");
-  EXPECT_FALSE(isFull());
+  EXPECT_TRUE(isFull()) << "the mark comes after a failed load, too";
+}
+
+TEST(WorkstationStore, LoadOfNewsKeepsWorkAndAFullLoadCopiesItBefore) {
+  TestWorkstation desk;
+  const std::wstring project = desk.createTeamAndProject(L"House");
+  ICloudProjectService& service = *QuorvelCloudController()->GetProjectService();
+  const std::wstring directory = desk.projectPath();
+  const auto colleague = desk.addColleague(L"Ben");
+  const auto here = [&](const wchar_t* name) { return desk.readFile(desk.projectPath(name)); };
+  const auto light = [&] { return service.DownloadQuorvelProjectBaseFiles(project, directory, 1, {}); };
+  for (const wchar_t* name : {L"news.txt", L"work.txt", L"both.txt", L"gone.txt"})
+    desk.putStored(colleague, name, "old");
+  ASSERT_EQ(service.DownloadQuorvelProjectFiles(project, directory, 5, {}), 0);
+  for (const wchar_t* name : {L"work.txt", L"both.txt", L"new.txt"}) desk.writeFile(desk.projectPath(name), "local");
+  for (const wchar_t* name : {L"news.txt", L"both.txt", L"new.txt"}) desk.putStored(colleague, name, "theirs");
+  ASSERT_NE(DeleteFileW(desk.projectPath(L"gone.txt").c_str()), FALSE);
+  desk.restart();
+  EXPECT_EQ(light(), 0);
+  EXPECT_EQ(here(L"news.txt") + here(L"gone.txt"), "theirsold");
+  EXPECT_EQ(here(L"work.txt") + here(L"both.txt") + here(L"new.txt"), "locallocallocal");
+  EXPECT_TRUE(desk.hasErrorLine(L"both.txt\" stays: ") && desk.hasErrorLine(L"new.txt\" stays: "));
+  EXPECT_FALSE(desk.hasErrorLine(L"work.txt"));
+
+  EXPECT_EQ(service.UploadProjectFile(project, L"both.txt"), 0);
+  desk.putStored(colleague, L"both.txt", "after it was sent");
+  EXPECT_EQ(light(), 0);
+  EXPECT_EQ(here(L"both.txt"), "after it was sent");
+
+  EXPECT_EQ(service.DownloadQuorvelProjectFiles(project, directory, 5, {}), 0);
+  EXPECT_EQ(here(L"work.txt") + here(L"new.txt"), "oldtheirs");
+  std::size_t copies = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(platform::systemPath(directory + L"\\Backup"))) {
+    EXPECT_EQ(contentOf(entry.path().string()), "local");
+    ++copies;
+  }
+  EXPECT_EQ(copies, 2U);
+}
+
+TEST(WorkstationStore, LoadThatWasCutOffIsTakenUpWhereverItEnded) {
+  using workstation::FileContent;
+  using workstation::LoadVerdict;
+  const FileContent none;
+  const FileContent old{3, 10, "old"};
+  const FileContent next{4, 20, "next"};
+  const FileContent later{5, 30, "later"};
+  const FileContent edited{6, 25, ""};
+  const struct {
+    FileContent here;
+    FileContent stored;
+    workstation::SeenFile seen;
+    LoadVerdict expected;
+  } cases[] = {{old, next, {old, next}, LoadVerdict::Bring},        {next, later, {old, next}, LoadVerdict::Bring},
+               {next, later, {none, next}, LoadVerdict::Bring},     {edited, next, {next, none}, LoadVerdict::Leave},
+               {edited, later, {old, next}, LoadVerdict::KeepBoth}, {none, old, {old, none}, LoadVerdict::Bring}};
+  for (const auto& one : cases) {
+    EXPECT_EQ(loadVerdict(one.here, one.stored, &one.seen, true), one.expected) << &one - cases;
+  }
+  EXPECT_EQ(loadVerdict(edited, next, nullptr, false), LoadVerdict::BringAfterBackup);
+}
+
+TEST(WorkstationStore, SessionCountsWhileItBeats) {
+  TestWorkstation desk;
+  ASSERT_EQ(desk.store().setSetting("session_timeout_seconds", 2), 0);
+  const std::wstring project = desk.createTeamAndProject(L"House");
+  ASSERT_EQ(QuorvelCloudController()->Login(false, false), 0);
+  const auto colleague = desk.addColleague(L"Ben");
+  const auto isInUse = [&](const workstation::StoreActor& who) {
+    bool inUse = false;
+    EXPECT_EQ(desk.store().isProjectInUse(who, project, "asking", true, inUse), 0);
+    return inUse;
+  };
+  ASSERT_EQ(desk.store().beat(colleague, "crashed later", project, ""), 0);
+  EXPECT_TRUE(isInUse(desk.actor()) && isInUse(colleague));
+  Sleep(2500);
+  EXPECT_FALSE(isInUse(desk.actor())) << "nobody beats for the colleague";
+  EXPECT_TRUE(isInUse(colleague));
+  workstation::closeProject();
+  EXPECT_FALSE(isInUse(colleague));
 }
 
 TEST(WorkstationStore, DownloadLeavesAFileThatIsOpenElsewhere) {

@@ -1,0 +1,85 @@
+// Bringing many files of a project to one directory. In this workstation's cache a file that was changed here is looked
+// after: see CacheRecord.h.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "workstation/store/CacheRecord.h"
+#include "workstation/store/CloudStore.h"
+#include "workstation/store/LocalTree.h"
+
+namespace workstation {
+
+/// How a file on the disk is found to be what the store has: its time and size are believed, or its content is read,
+/// too. Reading is still much cheaper than replacing a file by its like.
+enum class Compare : std::uint8_t { Time, Content };
+
+/// What a download does to files that are in its way.
+enum class Road : std::uint8_t {
+  Named,  ///< the caller has decided: they are replaced
+  Full,   ///< they are replaced, and copied before if they may be somebody's work
+  News,   ///< what was changed here stays
+};
+
+bool isOpenInHost(const LocalPlace& place);
+/// Throws kStoreInUse.
+void requireClosed(const LocalPlace& place);
+/// Content of a file on the disk without its hash; none when there is no file.
+FileContent contentAt(const LocalPlace& place);
+/// @param here  contentAt(place)
+bool isSame(const LocalPlace& place, const FileContent& here, const StoredFile& stored, Compare compare);
+
+/// A file that fails does not keep the others back.
+class BulkDownload {
+ public:
+  /// @param record  of the directory, when it is this workstation's cache; else null
+  BulkDownload(CloudStore& store, const StoreActor& actor, const std::wstring& project, const std::wstring& root,
+               Compare compare, Road road, CacheRecord* record);
+  ~BulkDownload();
+  BulkDownload(const BulkDownload&) = delete;
+  BulkDownload& operator=(const BulkDownload&) = delete;
+
+  /// @param failed  names that did not come, as they were given
+  /// @return the first failure
+  CloudStatus fetchNames(const std::vector<std::wstring>& names, const StoreProgress& progress,
+                         std::vector<std::wstring>& failed);
+  /// The same for files of a listing.
+  CloudStatus fetchFiles(const std::vector<StoredFile>& files, const StoreProgress& progress,
+                         std::vector<std::wstring>& failed);
+
+ private:
+  struct Waiting {
+    std::wstring given;
+    std::string from;
+    LocalPlace place;
+    StoredFile file;
+  };
+
+  template <typename Item, typename Fetch>
+  CloudStatus fetchAll(const std::vector<Item>& items, const Fetch& fetchItem, const StoreProgress& progress,
+                       std::vector<std::wstring>& failed);
+  void note(CloudStatus status, const std::wstring& name, std::vector<std::wstring>& failed);
+  /// @return the bytes that came
+  std::uint64_t fetchNamed(const std::wstring& given);
+  std::uint64_t fetchListed(const StoredFile& listed);
+  std::uint64_t bring(Waiting waiting);
+  bool isWanted(const LocalPlace& place, const StoredFile& file);
+  void settle(std::vector<std::wstring>& failed);
+
+  CloudStore& store_;
+  const StoreActor& actor_;
+  const std::wstring& project_;
+  const std::wstring root_;
+  LocalTree tree_;
+  Compare compare_;
+  Road road_;
+  CacheRecord* record_;
+  std::vector<Waiting> waiting_;
+  CacheRecord::Files settled_;
+  CloudStatus first_ = kStoreOk;
+  std::wstring firstText_;
+};
+
+}  // namespace workstation
