@@ -65,7 +65,14 @@ bool isSame(const LocalPlace& place, const FileContent& here, const StoredFile& 
 
 BulkDownload::BulkDownload(CloudStore& store, const StoreActor& actor, const std::wstring& project,
                            const std::wstring& root, Compare compare, Road road, CacheRecord* record)
-    : store_(store), actor_(actor), project_(project), tree_(root), compare_(compare), road_(road), record_(record) {}
+    : store_(store),
+      actor_(actor),
+      project_(project),
+      root_(root),
+      tree_(root),
+      compare_(compare),
+      road_(road),
+      record_(record) {}
 
 BulkDownload::~BulkDownload() {
   for (const Waiting& waiting : waiting_) removeFile(waiting.from);

@@ -31,7 +31,7 @@ struct FileContent {
     return isKnown() && size == other.size && modified == other.modified;
   }
 };
-FileContent contentOf(const StoredFile& file);
+WORKSTATION_API FileContent contentOf(const StoredFile& file);
 
 /// What the record knows of one file.
 struct SeenFile {
