@@ -102,7 +102,7 @@ TEST(WorkstationStore, LoadThatWasCutOffIsTakenUpWhereverItEnded) {
 
 TEST(WorkstationStore, SessionCountsWhileItBeats) {
   TestWorkstation desk;
-  ASSERT_EQ(desk.store().setSetting("session_timeout_seconds", 2), 0);
+  ASSERT_EQ(desk.store().setSetting("session_timeout_seconds", 3), 0);
   const std::wstring project = desk.createTeamAndProject(L"House");
   ASSERT_EQ(QuorvelCloudController()->Login(false, false), 0);
   const auto colleague = desk.addColleague(L"Ben");
@@ -113,7 +113,7 @@ TEST(WorkstationStore, SessionCountsWhileItBeats) {
   };
   ASSERT_EQ(desk.store().beat(colleague, "crashed later", project, ""), 0);
   EXPECT_TRUE(isInUse(desk.actor()) && isInUse(colleague));
-  Sleep(2500);
+  Sleep(3500);
   EXPECT_FALSE(isInUse(desk.actor())) << "nobody beats for the colleague";
   EXPECT_TRUE(isInUse(colleague));
   workstation::closeProject();
