@@ -53,6 +53,7 @@ void requireClosed(const LocalPlace& place) {
 
 FileContent contentAt(const LocalPlace& place) {
   if (!place.exists) return {};
+  if (!place.isLink) return {place.size, place.modified, {}};
   const platform::FileStatus status = platform::fileStatus(place.path);
   if (!status.exists) return {};
   return {static_cast<std::int64_t>(status.size), ticksOf(status.writeTime)};

@@ -150,8 +150,17 @@ std::optional<DiskStatus> diskStatus(const std::string& path) {
     if (errno == ENOENT || errno == ENOTDIR) return std::nullopt;
     fail(path, "can't be looked at");
   }
-  return DiskStatus{S_ISDIR(status.st_mode), (status.st_mode & S_IWUSR) == 0 && !S_ISLNK(status.st_mode),
-                    static_cast<std::uint64_t>(status.st_size), status.st_mtim.tv_sec};
+  constexpr std::int64_t kTicksPerSecond = 10'000'000;
+  constexpr std::int64_t kSecondsBefore1970 = 11'644'473'600;
+  const bool isLink = S_ISLNK(status.st_mode);
+  const std::int64_t ticks =
+      (status.st_mtim.tv_sec + kSecondsBefore1970) * kTicksPerSecond + status.st_mtim.tv_nsec / 100;
+  return DiskStatus{S_ISDIR(status.st_mode),
+                    (status.st_mode & S_IWUSR) == 0 && !isLink,
+                    static_cast<std::uint64_t>(status.st_size),
+                    status.st_mtim.tv_sec,
+                    isLink,
+                    ticks};
 }
 
 bool mayWrite(const std::string& path) {

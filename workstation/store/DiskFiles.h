@@ -69,6 +69,8 @@ struct DiskStatus {
   bool readOnly = false;
   std::uint64_t size = 0;
   std::int64_t modifiedSeconds = 0;
+  bool isLink = false;
+  std::int64_t modifiedTicks = 0;  ///< 100 ns since 1601, UTC
 };
 std::optional<DiskStatus> diskStatus(const std::string& path);
 /// False for a directory or file that this process may not write.

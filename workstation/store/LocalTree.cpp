@@ -89,6 +89,11 @@ LocalPlace LocalTree::place(const std::wstring& relative) {
     const auto status = diskStatus(directory.path + "/" + *present);
     place.name = *present;
     place.exists = status.has_value();
+    if (status) {
+      place.isLink = status->isLink;
+      place.size = static_cast<std::int64_t>(status->size);
+      place.modified = status->modifiedTicks;
+    }
     if (status && status->isDirectory) refuse(place.path, L"it is a directory");
     if (status && status->readOnly) refuse(place.path, L"it is read-only");
   }

@@ -2,6 +2,7 @@
 // case, keeps them inside, and replaces a file only by a whole one.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -16,6 +17,9 @@ struct LocalPlace {
   std::string name;       ///< as it is on the disk already, or as the project has it
   std::wstring path;      ///< library path
   bool exists = false;
+  bool isLink = false;
+  std::int64_t size = 0;      ///< when the place was found; of a link its own
+  std::int64_t modified = 0;  ///< the same, 100 ns since 1601
 
   std::string systemPath() const { return directory + "/" + name; }
 };
