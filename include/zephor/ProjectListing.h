@@ -28,9 +28,13 @@ ZEPHOR_API void WGO_getListOfLayoutsFromLayoutStructure(std::vector<int>& number
 /// The same as full paths.
 ZEPHOR_API void WGO_getListOfLayoutFilesFromLayoutStructure(std::set<std::wstring>& files);
 
-/// Projects of a server of the older store, as its root lists them. @return the number of entries
+/// Directories of a server of the older store in which its projects lie, as they are listed. For a plain directory that
+/// is its "Prj" or, where it has none, the directory itself.
+/// @return the number of entries; for 0 the thread's last error tells a list that could not be read from an empty one
+///         (0)
 ZEPHOR_API std::size_t WGO_getProjectDirectoriesFromServer(const wchar_t* host, std::vector<WIN32_FIND_DATAW>& out);
-/// Their names without ".prj"; kept for the host that was asked last. On the host's main thread.
+/// Names of the projects, without ".prj"; kept for the host that was asked last. On the host's main thread.
+/// @param forceRead  asks the server also when the list is known
 ZEPHOR_API std::size_t WGO_getProjectDirectoriesFromServer(const wchar_t* host, std::vector<std::wstring>& names,
                                                            bool forceRead);
 ZEPHOR_API void WGO_getProjectDirectoriesFromServerClearCache();

@@ -157,18 +157,6 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
     if (onLoad) onLoad(directory);
     return record("DownloadQuorvelProjectFiles", {std::to_wstring(kind)});
   }
-  CloudStatus GetTeams(std::vector<SimpleCloudObject>& out, int) override {
-    out = teams;
-    return statusOf("GetTeams");
-  }
-  CloudStatus IsCurrentUserInRole(bool& inRole, std::wstring, int wanted) override {
-    inRole = role != 0 && role <= wanted;
-    return statusOf("IsCurrentUserInRole");
-  }
-  CloudStatus GetProjects(const std::wstring& team, std::vector<CloudProjectEntry>& out, int kind, int) override {
-    out = projects[team];
-    return record("GetProjects", {team, std::to_wstring(kind)});
-  }
   CloudStatus DeleteProject(const std::wstring&) override { return 0; }
   CloudStatus CreateModel(const std::wstring&, int, const std::wstring&, std::wstring&) override { return 0; }
   CloudStatus GetProjectLocks(const std::wstring&, const std::wstring&, std::vector<LockUser>&) override { return 0; }

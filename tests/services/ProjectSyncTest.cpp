@@ -1,0 +1,106 @@
+#include "platform/Files.h"
+#include "platform/Paths.h"
+#include "tests/support/CloudFixture.h"
+#include "zephor/NotUploadedFiles.h"
+#include "zephor/ProjectCache.h"
+
+namespace Quorvel::FileAccess {
+namespace {
+
+using testing::ElementsAre;
+
+class ProjectSync : public zephor_test::CloudFixture {
+ protected:
+  PRJ project = prj();
+};
+
+TEST_F(ProjectSync, EachModeDoesItsWorkAndAimsBack) {
+  constexpr const char* kOff = "<directory exclude = \"/\" activated = \"1\">\n";
+  const struct {
+    int mode;
+    CloudStatus load;
+    const char* filter;
+    long result;
+    const wchar_t* lastCall;
+  } table[] = {{0, 0, "", 0x20B10001, L""},
+               {1, 0, "", 0, L"DownloadQuorvelProjectBaseFiles 1"},
+               {2, 0, "", 0, L"DownloadQuorvelProjectFiles 5"},
+               {3, 0, "", 0, L"DownloadQuorvelProjectFiles 5"},
+               {2, zephor_test::kRefused, "", -1, L"DownloadQuorvelProjectFiles 5"},
+               {3, 0, kOff, 0x20B10001, L""}};
+  IZepInetFileTransfer& transfer = getInetFileManager();
+  transfer.setProjectName(L"other", false);
+  cloud.onLoad = [&](const std::wstring&) { EXPECT_EQ(transfer.getProjectName(), uuid + L".prj"); };
+  for (const auto& row : table) {
+    desk.writeFile(path(L"WGO_SyncFilter.xml"), row.filter);
+    cloud.script("DownloadQuorvelProjectFiles", {row.load});
+    const std::size_t before = cloud.calls().size();
+    EXPECT_EQ(WGO_syncPrjDir(project, static_cast<WGO_PrjSyncMode>(row.mode)), row.result) << row.mode;
+    EXPECT_EQ(cloud.calls().size() > before ? cloud.calls().back() : L"", row.lastCall) << row.mode;
+    EXPECT_STREQ(transfer.getProjectName(), L"other.prj");
+  }
+}
+
+TEST_F(ProjectSync, OnlyNeededAdministrationFilesCount) {
+  cloud.script("DownloadFile", {0, 0, 0, 2, 2, 0, 0, 2});
+  EXPECT_TRUE(WGO_DownloadPrjDirAdminFiles(project)) << "what is not needed failed";
+  EXPECT_FALSE(WGO_DownloadPrjDirAdminFiles(project));
+  EXPECT_EQ(cloud.calls().size(), 10U) << "the failure of one keeps none back";
+}
+
+/// The server has the Teilbilder 1 to 3; 1 is here, and the building names 0, 2 and 9.
+class ProjectData : public ProjectSync {
+ protected:
+  ProjectData() {
+    for (const int number : {1, 2, 3}) storeHeader(file(number), header<TeilbildHeader>(number, 1));
+    desk.writeFile(file(1), "mine");
+    desk.writeFile(path(L"BIM\\Quorvel_BIM_BuildingStructure.xml"), "<File ID=\"2\"/>\n<File ID=\"0\"/>\n");
+    desk.writeFile(path(L"BIM\\Quorvel_BIM_Views.xml"), "<File ID=\"9\"/>\n<File ID=\"2\"/>\n");
+    cloud.onLoad = [this](const std::wstring& directory) {
+      for (int i = 1; i < 4; ++i) desk.writeFile(directory + below + platform::fileNameOf(file(i)), "server's");
+      if (meanwhile) meanwhile();
+    };
+  }
+  std::wstring file(int number) const { return path(platform::formatWide(L"tb%06d.zdw", number)); }
+  std::vector<std::string> files() const {
+    return {desk.readFile(file(1)), desk.readFile(file(2)), desk.readFile(file(3))};
+  }
+
+  std::wstring below = L"\\inside\\";
+  std::function<void()> meanwhile;
+};
+
+TEST_F(ProjectData, TheModeDecidesWhatComes) {
+  EXPECT_TRUE(WGO_syncPrjData(project, 0, 1));
+  EXPECT_THAT(files(), ElementsAre("mine", "server's", ""));
+  meanwhile = [&] {
+    desk.writeFile(file(3), "drawn");
+    EXPECT_FALSE(WGO_syncPrjData(project, 0, 0)) << "one at a time";
+  };
+  EXPECT_TRUE(WGO_syncPrjData(project, 0, 2));
+  EXPECT_THAT(files(), ElementsAre("mine", "server's", "drawn"));
+  EXPECT_TRUE(WGO_syncPrjData(project, 0, 2));
+  EXPECT_EQ(cloud.calls().back(), L"GetAllFileHeaders 2") << "nothing is missing, nothing comes";
+}
+
+TEST_F(ProjectData, TheServerWinsOverAllThatCanBeReplaced) {
+  cloud.script("DownloadQuorvelProjectFiles", {zephor_test::kRefused});
+  EXPECT_FALSE(WGO_syncPrjData(project, 0, 0));
+  EXPECT_THAT(files(), ElementsAre("mine", "", ""));
+  below = L"\\";
+  desk.writeFile(file(2), "open");
+  desk.writeFile(file(3), "guarded");
+  addEntryToNotUploadedFilesList(file(1).c_str());
+  SetFileAttributesW(file(3).c_str(), FILE_ATTRIBUTE_READONLY);
+  const HANDLE held = CreateFileW(file(2).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+  EXPECT_TRUE(WGO_syncPrjData(project, 0, 0));
+  CloseHandle(held);
+  EXPECT_THAT(files(), ElementsAre("server's", "open", "guarded"));
+  ASSERT_EQ(ui().boxes().size(), 2U);
+  EXPECT_TRUE(ui().boxes()[0].text.starts_with(L"Error downloading files: House\n\n"));
+  EXPECT_TRUE(ui().boxes()[1].text.starts_with(L"Error copying file: " + file(3) + L"\n\n"));
+  EXPECT_TRUE(desk.hasErrorLine(L"gives way to the server's (kept in the backups)"));
+}
+
+}  // namespace
+}  // namespace Quorvel::FileAccess
