@@ -82,6 +82,8 @@ TEST_P(EveryServer, HoldsATreeThatTwoPeopleKeepInStep) {
   EXPECT_EQ(anna.must({"cat", "far", "projects/f1", "--range", "2998-"}), content.substr(2998));
   EXPECT_EQ(anna.must({"cat", "far", "projects/f1"}), content);
   anna.must({"put", "far", anna.here("tree/f1").string(), "--to", "new/place"});
+  for (const char* project : {"House.prj", "\xC3\x84rger.PRJ"}) anna.must({"mkdir", "far", project});
+  EXPECT_EQ(anna.must({"projects", "far"}), "House\n\xC3\x84rger\n");
   anna.must({"mv", "far", "new/place/f1", "Ren\xC3\xA9 1"});
   EXPECT_THAT(anna.must({"ls", "far", "new", "-r"}), HasSubstr("place/Ren\xC3\xA9 1\n"));
   anna.must({"get", "far", "new/place/Ren\xC3\xA9 1", "--to", anna.here("got").string()});

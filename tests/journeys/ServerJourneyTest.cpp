@@ -226,6 +226,7 @@ TEST_F(ServerDirectory, PasswordsAreTakenFromPrivateFilesOnlyAndNeverShown) {
 
 TEST_F(ServerDirectory, LocksOfAProjectHoldAgainstOthers) {
   fs::create_directories(remote() / "House.prj");
+  EXPECT_EQ(must({"projects", "share"}), "House\n");
   office_.must("ben", {"server", "add", "share", "--directory", remote().string()});
   EXPECT_THAT(must({"lock", "share", "House", "tb12", "pb3"}), HasSubstr("tb12: locked"));
   const ProgramRun refused = office_.run("ben", {"server", "lock", "share", "House", "tb12"});

@@ -244,6 +244,7 @@ void addServerCommands(CLI::App& app, Action& selected) {
   addServerGetCommand(*server, selected, options);
   addServerPutCommand(*server, selected, options);
   addServerSyncCommands(*server, selected, options);
+  addServerProjectsCommand(*server, selected, options);
   addServerLockCommands(*server, selected, options);
 }
 

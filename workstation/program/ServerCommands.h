@@ -18,6 +18,7 @@ void addServerCatCommand(CLI::App& server, Action& selected, const SharedServerO
 void addServerGetCommand(CLI::App& server, Action& selected, const SharedServerOptions& options);
 void addServerPutCommand(CLI::App& server, Action& selected, const SharedServerOptions& options);
 void addServerSyncCommands(CLI::App& server, Action& selected, const SharedServerOptions& options);
+void addServerProjectsCommand(CLI::App& server, Action& selected, const SharedServerOptions& options);
 void addServerLockCommands(CLI::App& server, Action& selected, const SharedServerOptions& options);
 
 /// Adds the option NAME that every command of a server has.
