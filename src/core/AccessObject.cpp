@@ -37,7 +37,7 @@ long long WGOAccess::UploadChangedFiles(const std::wstring& directory, const std
   }
   const PRJ active = get_ActivePrj();
   WGO_DirectoryChanges changes;
-  changes.init(directory.c_str(), nullptr, true);
+  changes.init(directory.c_str(), nullptr, false);
   return changes.upload(changed, &active, false) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
 

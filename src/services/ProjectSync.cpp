@@ -67,10 +67,4 @@ long WGO_syncPrjDir(PRJ& prj, WGO_PrjSyncMode mode) {
   return result;
 }
 
-bool WGO_compareServerFilesWithLocalFiles(const PRJ& prj, const std::wstring& root,
-                                          std::vector<std::wstring>& localFiles, std::vector<std::wstring>& missing,
-                                          bool flag) {
-  return !prj.IsOndrathProject() || Ondrath_CompareServerFilesWithLocalFiles(prj, root, localFiles, missing, flag);
-}
-
 }  // namespace Quorvel::FileAccess

@@ -3,22 +3,13 @@
 #include <stdexcept>
 
 #include "platform/Files.h"
-#include "services/UserList.h"
 #include "tests/support/CloudFixture.h"
 #include "workstation/ui/HostInterface.h"
 #include "zephor/CloudFiles.h"
 #include "zephor/ProjectCache.h"
+#include "zephor/Workgroup.h"
 
 namespace Quorvel::FileAccess {
-
-// What a refresh runs beside the cache, as far as it matters here; the service's own take their place where they are.
-[[gnu::weak]] long WGO_syncPrjDir(PRJ& prj, WGO_PrjSyncMode mode) {
-  return Ondrath_EnsureLocalProjectCache(prj, mode);
-}
-[[gnu::weak]] bool Ondrath_InitWorkgroup(PRJ& /*prj*/) {
-  return true;
-}
-
 namespace {
 
 using zephor_test::Calls;
@@ -82,7 +73,10 @@ TEST_F(ProjectCache, AttributesAreTakenForTheBaseLoadAndComeBackHoweverItEnds) {
 TEST_F(ProjectCache, FullLoadThrowsSubfoldersOfBimAwayAndLeavesItsMark) {
   for (const wchar_t* name : {L"BIM\\a.xml", L"BIM\\sub\\b.xml", L"BIM\\.kept\\c.xml"}) write(name);
   PRJ project = prj();
-  EXPECT_EQ(WGO_refreshProjectCacheFromServer(project), 0);
+  EXPECT_EQ(WGO_refreshProjectCacheFromServer(project), kWorkgroupInitAfterRefreshFailed);  // no members
+  cloud.user = {L"u-1", L"Ada", L"ada@example.org"};
+  cloud.members = {{L"u-1", L"Ada", L"ada@example.org", 1}};
+  cloud.role = 1;
   EXPECT_TRUE(has(L"BIM\\sub\\b.xml") && !has(L"OndrathCopy.tmp"));
   cloud.fullRefresh = true;
   EXPECT_EQ(WGO_refreshProjectCacheFromServer(project), 0);
