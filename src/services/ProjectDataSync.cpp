@@ -43,16 +43,16 @@ struct ClassNumbers {
 /// one that empties it would pull the files away from under the copying.
 class TransferDirectory {
  public:
-  explicit TransferDirectory(std::wstring path) : path_(std::move(path)), mark_(path_ + L".lock") {
+  explicit TransferDirectory(std::wstring path) : path_(std::move(path)) {
     SHCreateDirectoryExW(nullptr, platform::directoryOf(path_).c_str(), nullptr);
-    lock_ = CreateFileW(mark_.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
+    lock_ = CreateFileW((path_ + L".lock").c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
     if (isOurs()) NetManager::removeDirectory(path_);
   }
   ~TransferDirectory() {
     if (!isOurs()) return;
     NetManager::removeDirectory(path_);
+    // The mark stays: deleted by its name it could be another process's, which has just taken it.
     CloseHandle(lock_);
-    DeleteFileW(mark_.c_str());
   }
   TransferDirectory(const TransferDirectory&) = delete;
   TransferDirectory& operator=(const TransferDirectory&) = delete;
@@ -62,7 +62,6 @@ class TransferDirectory {
 
  private:
   std::wstring path_;
-  std::wstring mark_;
   HANDLE lock_ = INVALID_HANDLE_VALUE;
 };
 
@@ -139,11 +138,14 @@ std::wstring sourceFolder(const std::wstring& directory) {
 }
 
 /// The server wins, and what this user could not send is about to go: it is kept in the backups.
-void keepUnsent(const std::wstring& path, int type) {
-  if (!existsEntryInNotUploadedFilesList(path.c_str())) return;
+/// @return false when it can't be, and therefore stays
+bool keepUnsent(const std::wstring& path, int type) {
+  if (!existsEntryInNotUploadedFilesList(path.c_str())) return true;
   const bool isKept = autoBackup::createBackup(path, static_cast<QuorvelFileType>(type));
-  lfperrC(L"%s: \"%s\" was not uploaded and gives way to the server's (%s)\n", kSyncPrjData, path,
-          isKept ? L"kept in the backups" : L"no backup could be made");
+  lfperrC(isKept ? L"%s: \"%s\" was not uploaded and gives way to the server's, kept in the backups\n"
+                 : L"%s: \"%s\" was not uploaded and stays, since no backup of it could be made\n",
+          kSyncPrjData, path);
+  return isKept;
 }
 
 /// Each file appears whole under its name, or what was there stays. Only where the server wins may something be there:
@@ -152,7 +154,7 @@ void copyFiles(const std::wstring& source, const std::wstring& target, const std
                int mode) {
   for (const std::wstring& name : names) {
     const std::wstring path = platform::formatWide(L"%s\\%s", target, name);
-    if (mode == kServerWins) keepUnsent(path, type);
+    if (mode == kServerWins && !keepUnsent(path, type)) continue;
     const BOOL failIfExists = mode == kServerWins ? FALSE : TRUE;
     if (CopyFileW(platform::formatWide(L"%s\\%s", source, name).c_str(), path.c_str(), failIfExists) != FALSE) continue;
     const DWORD error = GetLastError();

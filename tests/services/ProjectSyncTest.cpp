@@ -99,7 +99,7 @@ TEST_F(ProjectData, TheServerWinsOverAllThatCanBeReplaced) {
   ASSERT_EQ(ui().boxes().size(), 2U);
   EXPECT_TRUE(ui().boxes()[0].text.starts_with(L"Error downloading files: House\n\n"));
   EXPECT_TRUE(ui().boxes()[1].text.starts_with(L"Error copying file: " + file(3) + L"\n\n"));
-  EXPECT_TRUE(desk.hasErrorLine(L"gives way to the server's (kept in the backups)"));
+  EXPECT_TRUE(desk.hasErrorLine(L"gives way to the server's, kept in the backups"));
 }
 
 }  // namespace

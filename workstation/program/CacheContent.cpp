@@ -80,7 +80,8 @@ void readFiles(Context& context, const std::wstring& project, CacheContent& cont
     const platform::FileStatus status = platform::fileStatus(platform::joinPath(content.directory, name));
     ++content.files;
     content.bytes += status.size;
-    if (isObjectFile(name) || isOwnFile(filter, name)) continue;
+    // The objects proper lie in the project's own directory; they are read with their headers.
+    if ((name.find(L'\\') == std::wstring::npos && isObjectFile(name)) || isOwnFile(filter, name)) continue;
     const FileContent here{
         static_cast<std::int64_t>(status.size), static_cast<std::int64_t>(platform::toTicks(status.writeTime)), {}};
     const std::wstring reason = reasonOf(name, here, stored, record.get());
