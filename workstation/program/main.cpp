@@ -1,9 +1,11 @@
 #include <fcntl.h>
+#include <oneapi/tbb/global_control.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <exception>
+#include <new>
 
 #include "platform/Text.h"
 #include "workstation/program/Commands.h"
@@ -104,10 +106,14 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   // A file that grows beyond the limit is an error of the write, which leaves no half-finished work behind.
   std::signal(SIGXFSZ, SIG_IGN);
+  // The worker threads end before the process does, and with them what each holds of its own.
+  oneapi::tbb::task_scheduler_handle workers{oneapi::tbb::attach{}};
+  int code = static_cast<int>(ExitCode::Failure);
   try {
-    return run(argc, argv);
+    code = run(argc, argv);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "zephor: %s\n", error.what());
-    return static_cast<int>(ExitCode::Failure);
   }
+  oneapi::tbb::finalize(workers, std::nothrow);
+  return code;
 }
