@@ -44,7 +44,7 @@ class Push {
     if (!context_.options().dryRun) {
       confirmDeletions();
       prepare();
-      uploadItems(look_, items_);
+      uploadItems(look_, items_, [this](PushItem& item, std::wstring reason) { refuse(item, std::move(reason)); });
       tellResults();
     }
     if (!choice_.named && tally_.doneCount() + tally_.failedCount() == 0) {

@@ -36,11 +36,16 @@ WGO_FileCompareInfo changeOf(const ProjectLook& look, const PushItem& item) {
   return change;
 }
 
-/// Whether the store has all of the group as it was meant to.
-bool isAllDone(const Group& group) {
+/// Both sides of a group's items as they are now.
+std::vector<ItemView> readGroup(const Group& group) {
   std::vector<ItemName> names;
   for (const PushItem* item : group) names.push_back(item->name());
-  const std::vector<ItemView> views = readItems(names);
+  return readItems(names);
+}
+
+/// Whether the store has all of the group as it was meant to.
+bool isAllDone(const Group& group) {
+  const std::vector<ItemView> views = readGroup(group);
   for (std::size_t i = 0; i < group.size(); ++i) {
     if (!group[i]->isDoneBy(views[i])) return false;
   }
@@ -57,8 +62,10 @@ bool uploadGroup(const ProjectLook& look, const Group& group) {
   const PRJ project = get_ActivePrj();
   WGO_DirectoryChanges changes;
   changes.init(look.directory.c_str(), nullptr, false);
-  // A retry that went well still answers the first try's failure.
-  return changes.upload(batch, &project, true) || isAllDone(group);
+  // Its answer tells too little: a retry that went well still answers the first try's failure, and a file that was
+  // dropped on the way may count as none.
+  changes.upload(batch, &project, true);
+  return isAllDone(group);
 }
 
 }  // namespace
@@ -74,12 +81,20 @@ std::wstring prepareToSend(PushItem& item) {
   return item.sent == item.before.here ? L"" : L"it is being changed; try again";
 }
 
-void uploadItems(const ProjectLook& look, std::vector<PushItem>& items) {
+void uploadItems(const ProjectLook& look, std::vector<PushItem>& items,
+                 const std::function<void(PushItem& item, std::wstring reason)>& refuse) {
   for (int number = 0; number < kGroups; ++number) {
     Group group;
     for (PushItem& item : items) {
       if ((item.isToSend() || item.isToDelete()) && groupOf(item) == number) group.push_back(&item);
     }
+    if (group.empty()) continue;
+    // A question, compressing and the groups before take their time, in which a colleague may have saved.
+    const std::vector<ItemView> views = readGroup(group);
+    for (std::size_t i = 0; i < group.size(); ++i) {
+      if (views[i].store != group[i]->before.store) refuse(*group[i], L"changed in the store meanwhile; push again");
+    }
+    std::erase_if(group, [](const PushItem* item) { return !item->isToSend() && !item->isToDelete(); });
     if (!group.empty() && !uploadGroup(look, group)) return;
   }
 }

@@ -1,6 +1,7 @@
 // Bringing the decisions of a push to the store, so that a failure or a crash at any point loses no file here.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -15,7 +16,10 @@ std::wstring prepareToSend(PushItem& item);
 
 /// Sends and deletes: other files, Teilbilder, Plans, deletions. A group of which not all has gone is the last; items
 /// behind it stay untried. The library's answer does not decide that, but the store.
-void uploadItems(const ProjectLook& look, std::vector<PushItem>& items);
+/// @param refuse  called directly before a group goes for each of its items of which the store no longer has what was
+///                judged: has to make it one that neither goes nor is deleted
+void uploadItems(const ProjectLook& look, std::vector<PushItem>& items,
+                 const std::function<void(PushItem& item, std::wstring reason)>& refuse);
 
 /// Gives back this user's lock of an object that the store no longer has. @return what is to be told of it
 std::wstring giveBackLock(const PushItem& item);
