@@ -102,6 +102,34 @@ bool isSameState(const platform::FileStatus& a, const platform::FileStatus& b) {
   return a.exists && b.exists && a.size == b.size && CompareFileTime(&a.writeTime, &b.writeTime) == 0;
 }
 
+bool flush(const std::wstring& path) {
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  const bool isFlushed = FlushFileBuffers(file) != FALSE;
+  const DWORD error = GetLastError();
+  CloseHandle(file);
+  SetLastError(error);
+  return isFlushed;
+}
+
+/// Takes the place of a file on another file system in one step: from a copy beside it, under a name that never counts
+/// as one of the project's.
+bool takePlaceFromAfar(const std::wstring& copy, const std::wstring& path, const platform::FileStatus& before) {
+  const std::wstring beside = temporaryBeside(path);
+  if (CopyFileW(copy.c_str(), beside.c_str(), TRUE) != FALSE && flush(beside)) {
+    if (!isSameState(platform::fileStatus(path), before)) {
+      SetLastError(ERROR_SHARING_VIOLATION);
+    } else if (MoveFileExW(beside.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE) {
+      return true;
+    }
+  }
+  const DWORD error = GetLastError();
+  DeleteFileW(beside.c_str());
+  SetLastError(error);
+  return false;
+}
+
 /// Puts the copy into the file's place.
 std::wstring takePlace(const std::wstring& copy, const std::wstring& path, const platform::FileStatus& before) {
   namespace fs = std::filesystem;
@@ -109,6 +137,7 @@ std::wstring takePlace(const std::wstring& copy, const std::wstring& path, const
   fs::permissions(platform::systemPath(copy), fs::status(platform::systemPath(path), ignored).permissions(), ignored);
   if (!isSameState(platform::fileStatus(path), before)) return L"changed meanwhile and was left as it is; try again";
   if (MoveFileExW(copy.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE) return {};
+  if (GetLastError() == ERROR_NOT_SAME_DEVICE && takePlaceFromAfar(copy, path, before)) return {};
   return withError(L"can't be replaced", GetLastError());
 }
 
