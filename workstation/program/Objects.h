@@ -27,6 +27,8 @@ struct ItemView {
   bool damagedHere = false;  ///< there is a file, but its header can't be read
   ObjectState state = ObjectState::Nowhere;
 
+  /// Whether it is here as it was when it was last in step with the store.
+  bool isUnchangedHere() const { return here && base && *here == base->here; }
   /// "tb12", or the file's name.
   std::wstring label() const { return object ? object->shortName() : fileName; }
 };

@@ -151,7 +151,8 @@ class Push {
   bool settle(const PushItem& item, const ItemView& view) {
     if (!item.isToSend() && !item.isToDelete()) {
       if (view.state == ObjectState::InStep) bases_.put(view.fileName, {*view.here, *view.store});
-      return view.state == ObjectState::InStep || view.state == ObjectState::Nowhere;
+      const bool isLeft = item.decision.step == PushStep::Nothing && view.isUnchangedHere();
+      return isLeft || view.state == ObjectState::InStep || view.state == ObjectState::Nowhere;
     }
     if (!item.isDoneBy(view)) {
       report(context_, view.label(), item.isToDelete() ? L"not deleted in the store" : L"not sent",

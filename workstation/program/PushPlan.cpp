@@ -74,6 +74,8 @@ PushDecision decidePush(const ItemView& view, const PushChoice& choice, const Pu
   if (!view.here) return decideMissing(view, choice);
   if (file.path.empty()) return refuse(L"the filter of uploads keeps it out");
   if (view.state == ObjectState::InStep) return {PushStep::Nothing, {}};
+  // Nobody worked on it here: what happened in the store is a matter of fetching.
+  if (!choice.named && view.isUnchangedHere()) return {PushStep::Nothing, {}};
   if (!view.object && parseObjectFileName(platform::fileNameOf(view.fileName))) {
     return refuse(L"an object is sent from the project's own directory only");
   }
