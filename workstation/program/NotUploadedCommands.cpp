@@ -22,7 +22,7 @@ ExitCode list(Context& context) {
     const auto object = parseObjectName(name);
     table.row({object ? object->shortName() : name, name});
   }
-  if (table.empty()) context.output().message(L"everything has been sent");
+  if (table.empty()) context.output().message(L"nothing is waiting in the list");
   table.print(context.output());
   return ExitCode::Done;
 }
@@ -32,7 +32,7 @@ ExitCode retry(Context& context) {
   const ProjectGuard guard = context.guardProject();
   std::vector<std::wstring> names;
   getNotUploadedFilesList(names);
-  if (names.empty()) context.output().message(L"everything has been sent");
+  if (names.empty()) context.output().message(L"nothing is waiting in the list");
   Tally tally;
   SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
   std::vector<ObjectName> objects;

@@ -157,10 +157,11 @@ void readStore(Views& views, bool withFiles) {
   readStoredFiles(views, project, eShareFile_Bim);
 }
 
-/// Without a stored header only time and size are told. They do for what never was in step here; what seems to have
-/// changed on both sides alike, as after an upload that was killed before the base was written, is read.
+/// Without a stored header only time and size are told. What never was in step here is read, and what seems to have
+/// changed on both sides alike, as after an upload that was killed before the base was written.
 bool isSurelySame(const ItemView& view) {
-  if (!view.same || hasStoredHeader(view) || !view.base) return view.same;
+  if (!view.same || hasStoredHeader(view)) return view.same;
+  if (!view.base) return isContentStored(view.fileName);
   return view.here != view.base->here && view.store != view.base->store && isContentStored(view.fileName);
 }
 

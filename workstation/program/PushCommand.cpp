@@ -44,6 +44,7 @@ class Push {
     if (!context_.options().dryRun) {
       confirmDeletions();
       prepare();
+      errorsBefore_ = context_.errorCount();
       uploadItems(look_, items_, [this](PushItem& item, std::wstring reason) { refuse(item, std::move(reason)); });
       tellResults();
     }
@@ -60,7 +61,8 @@ class Push {
     ProjectLook look = lookAtProject();
     if (context_.errorCount() == known) return look;
     context_.output().error(L"zephor: not everything in the project's directory could be looked at; see below");
-    tally_.failed();
+    // What is named is judged by itself.
+    if (!choice_.named) tally_.failed();
     return look;
   }
 
@@ -179,7 +181,7 @@ class Push {
     if (item.isToSend() && existsEntryInNotUploadedFilesList(item.before.fileName.c_str())) {
       return L"it is in the list of what could not be sent; zephor not-uploaded retry";
     }
-    if (context_.errorCount() > 0) return L"what was wrong is told below";
+    if (context_.errorCount() > errorsBefore_) return L"what was wrong is told below";
     return L"it changed here or in the store meanwhile; see zephor status";
   }
 
@@ -198,6 +200,7 @@ class Push {
   ProjectLook look_;
   SyncBase bases_;
   std::vector<PushItem> items_;
+  std::size_t errorsBefore_ = 0;  // told before anything was sent
 };
 
 /// The list of what could not be sent, loaded with what earlier runs left and written at the end.
