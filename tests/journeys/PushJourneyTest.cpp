@@ -110,5 +110,20 @@ TEST(Push, DeletesNothingForADirectoryThatWasMovedAwayAndMendsAnInterruptedPush)
   EXPECT_THAT(office.must("anna", {"locks"}), Not(HasSubstr("tb1")));
 }
 
+TEST(Push, PassesOverWhatOnlyTheStoreHasChanged) {
+  Office office;
+  office.found({"anna", "ben"});
+  std::ofstream(office.project("anna") / "notes.txt") << "1";
+  office.must("anna", {"push"});
+  office.must("ben", {"fetch", "notes.txt"});
+  std::ofstream(office.project("ben") / "notes.txt") << "22";
+  office.must("ben", {"push"});
+  std::ofstream(office.project("anna") / "more.txt") << "3";
+  EXPECT_THAT(office.must("anna", {"push"}), AllOf(HasSubstr("more.txt: sent"), Not(HasSubstr("notes.txt"))));
+  EXPECT_EQ(office.run("anna", {"push", "notes.txt"}).exitCode, 1);
+  office.must("anna", {"fetch", "notes.txt"});
+  EXPECT_EQ(contentOf(office.project("anna") / "notes.txt"), "22");
+}
+
 }  // namespace
 }  // namespace zephor_test
