@@ -203,6 +203,24 @@ TEST_P(InPlaceOnBothRoads, AnEntryOfAnotherSizeIsRefusedBeforeTheCut) {
 
 INSTANTIATE_TEST_SUITE_P(OpenInTheHost, InPlaceOnBothRoads, testing::Bool());
 
+TEST_F(InPlaceCompression, OnlyAFileInTheOpenProjectsDirectoryWritesItsRow) {
+  const std::string plain = desk.readFile(make(7, 50));
+  std::filesystem::create_directory_symlink(platform::systemPath(desk.projectPath()), desk.directory() + "/link");
+  for (const auto& [path, writes] : {std::pair{desk.path(L"other\\tb000007.zdw"), false},
+                                     {desk.projectPath(L"old\\tb000007.zdw"), false},
+                                     {platform::toUpper(desk.projectPath(L"tb000007.zdw")), true},
+                                     {desk.path(L"link\\tb000007.zdw"), true}}) {
+    desk.writeFile(path, plain);
+    for (const int mark : {1, 0}) {
+      TeilbildHeader before = clearedHeader<TeilbildHeader>();
+      before.compressedMark = 5;
+      ZP_ProjectDBTeilbildSets(kgunit()).setTeilbildRecord(7, before);
+      EXPECT_EQ(mark == 1 ? WGO_zipProjectFile(path) : WGO_unzipProjectFile(path), 0U);
+      EXPECT_EQ(row(7).compressedMark, writes ? mark : 5) << platform::toUtf8(path);
+    }
+  }
+}
+
 TEST_F(InPlaceCompression, ALinkedDrawingIsExpandedWhereItLiesAndKeepsItsPermissions) {
   namespace fs = std::filesystem;
   const fs::path link = platform::systemPath(make(7, 50));

@@ -136,9 +136,17 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   CloudStatus GetSessionState(std::wstring&, bool&, bool&) override { return record("GetSessionState", {}); }
 
   // No test asks for the rest.
-  const CloudUser* GetCurrentUser(CloudUser& user) override { return &user; }
-  CloudStatus GetProjectInfo(const std::wstring&, std::wstring&, std::wstring&, std::wstring&) override { return 0; }
-  CloudStatus GetProjectMembers(const std::wstring&, std::vector<CloudProjectMember>&) override { return 0; }
+  const CloudUser* GetCurrentUser(CloudUser& out) override {
+    out = user;
+    return statusOf("GetCurrentUser") == 0 ? &out : nullptr;
+  }
+  CloudStatus GetProjectInfo(const std::wstring&, std::wstring&, std::wstring&, std::wstring&) override {
+    return record("GetProjectInfo", {});
+  }
+  CloudStatus GetProjectMembers(const std::wstring&, std::vector<CloudProjectMember>& out) override {
+    out = members;
+    return statusOf("GetProjectMembers");
+  }
   CloudStatus CheckProjectAccess(const std::wstring&, std::wstring& text) override {
     text = L"no access";
     return record("CheckProjectAccess", {});
@@ -157,6 +165,18 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
     if (onLoad) onLoad(directory);
     return record("DownloadQuorvelProjectFiles", {std::to_wstring(kind)});
   }
+  CloudStatus GetTeams(std::vector<SimpleCloudObject>& out, int) override {
+    out = teams;
+    return statusOf("GetTeams");
+  }
+  CloudStatus IsCurrentUserInRole(bool& inRole, std::wstring, int wanted) override {
+    inRole = role != 0 && role <= wanted;
+    return statusOf("IsCurrentUserInRole");
+  }
+  CloudStatus GetProjects(const std::wstring& team, std::vector<CloudProjectEntry>& out, int kind, int) override {
+    out = projects[team];
+    return record("GetProjects", {team, std::to_wstring(kind)});
+  }
   CloudStatus DeleteProject(const std::wstring&) override { return 0; }
   CloudStatus CreateModel(const std::wstring&, int, const std::wstring&, std::wstring&) override { return 0; }
   CloudStatus GetProjectLocks(const std::wstring&, const std::wstring&, std::vector<LockUser>&) override { return 0; }
@@ -165,7 +185,9 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
     return record("RemoveProjectLock", {team, L"\"" + text + L"\"", all ? L"all" : L"own"});
   }
   CloudStatus SetProjectLock(const std::wstring&, const std::wstring&, OndrathProjectLockType) override { return 0; }
-  CloudStatus IsProjectInUse(const std::wstring&, const std::wstring&, bool, bool&) override { return 0; }
+  CloudStatus IsProjectInUse(const std::wstring& team, const std::wstring&, bool ignoreOwn, bool&) override {
+    return record("IsProjectInUse", {team, ignoreOwn ? L"others" : L"any"});
+  }
   CloudStatus DownloadQuorvelProjectBwsFiles(const std::wstring&, const std::wstring&, bool full,
                                              std::vector<std::wstring>& failed, const CloudTransferOptions&) override {
     if (!failedNames.empty()) {

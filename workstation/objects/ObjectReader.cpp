@@ -106,11 +106,13 @@ DWORD openObject(const std::wstring& path, OpenedObject& out, std::wstring& erro
   return code != ERROR_SUCCESS ? code : applyFileName(path, out.info, error);
 }
 
-DWORD readContent(const std::wstring& path, const OpenedObject& object, const BlockFile* target, std::uint64_t position,
-                  std::wstring& error) {
-  const ObjectLayout& layout = object.layout;
-  if (const DWORD code = object.file.seek(layout.contentPosition()))
-    return failRead(code, path, L"content", layout.contentPosition(), 0, error);
+DWORD openContent(const std::wstring& path, OpenedObject& out, std::wstring& error) {
+  if (const DWORD code = openObject(path, out, error)) return code;
+  return out.info.compressed ? readCompressedSections(path, out, error) : ERROR_SUCCESS;
+}
+
+DWORD takeContent(const std::wstring& path, const ObjectLayout& layout, const BlockReader& read,
+                  const BlockFile* target, std::uint64_t position, std::wstring& error) {
   std::vector<std::uint8_t> block(static_cast<std::size_t>(std::min<std::uint64_t>(layout.contentSize, kBlockSize)));
   std::uint32_t crc = crc32Of(nullptr, 0);
   for (std::uint64_t done = 0; done < layout.contentSize;) {

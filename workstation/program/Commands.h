@@ -27,6 +27,8 @@ void addTransferCommands(CLI::App& app, Action& selected);
 void addChangesCommand(CLI::App& app, Action& selected);
 void addPushCommand(CLI::App& app, Action& selected);
 void addServerCommands(CLI::App& app, Action& selected);
+void addCompressionCommands(CLI::App& app, Action& selected);
+void addInfoCommand(CLI::App& app, Action& selected);
 void addCacheCommands(CLI::App& app, Action& selected);
 void addStatusCommand(CLI::App& app, Action& selected);
 void addDeletedCommand(CLI::App& app, Action& selected);

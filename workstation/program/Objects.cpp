@@ -179,8 +179,6 @@ bool hasStoredHeader(const ItemView& view) {
   return view.object && view.object->type != eFileType_Zeichnung;
 }
 
-}  // namespace
-
 bool isPrivateFile(const std::wstring& name) {
   const std::wstring lower = platform::toLower(name);
   for (const wchar_t* const prefix : {L"quorvelprojectdb", L"notuploadedfiles.", L"project1.dat.xml", L"backup\\"}) {

@@ -60,6 +60,8 @@ int run(int argc, char** argv) {
   workstation::program::addChangesCommand(app, selected);
   workstation::program::addPushCommand(app, selected);
   workstation::program::addServerCommands(app, selected);
+  workstation::program::addCompressionCommands(app, selected);
+  workstation::program::addInfoCommand(app, selected);
   workstation::program::addCacheCommands(app, selected);
   workstation::program::addStatusCommand(app, selected);
   workstation::program::addDeletedCommand(app, selected);
