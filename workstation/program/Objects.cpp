@@ -190,6 +190,13 @@ bool isPrivateFile(const std::wstring& name) {
   return lower == L"backup";
 }
 
+ItemName itemOfFile(const std::wstring& fileName) {
+  const auto object = parseObjectFileName(fileName);
+  if (!object) return {std::nullopt, fileName};
+  const ObjectName name{object->type, object->number};
+  return {name, name.fileName()};
+}
+
 std::wstring itemPath(const std::wstring& fileName) {
   return lfinigC(1) + fileName;
 }

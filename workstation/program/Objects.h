@@ -44,6 +44,8 @@ std::vector<ObjectName> objectArguments(const std::vector<std::string>& argument
 /// Objects and other files that arguments name, each once. Throws CommandFailure (usage) for a name that is neither,
 /// and for the workstation's own files.
 std::vector<ItemName> itemArguments(const std::vector<std::string>& arguments);
+/// The item that a file of the project (its relative name) stands for.
+ItemName itemOfFile(const std::wstring& fileName);
 std::vector<ItemName> itemsOf(const std::vector<ObjectName>& objects);
 
 /// The host's and the program's own files, which no other workstation has a use for.

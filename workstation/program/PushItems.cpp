@@ -4,7 +4,6 @@
 
 #include "platform/Paths.h"
 #include "platform/Text.h"
-#include "workstation/objects/ObjectNames.h"
 #include "workstation/program/ChangesSnapshot.h"
 #include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
@@ -12,13 +11,6 @@
 namespace workstation::program {
 
 namespace {
-
-ItemName itemOfFile(const std::wstring& fileName) {
-  const auto object = parseObjectFileName(fileName);
-  if (!object) return {std::nullopt, fileName};
-  const ObjectName name{object->type, object->number};
-  return {name, name.fileName()};
-}
 
 bool isAsLastInStep(const ItemName& item, const SyncBase& bases) {
   const auto base = bases.get(item.fileName);

@@ -29,6 +29,9 @@ constexpr CloudStatus kStoreFailure = static_cast<CloudStatus>(0x80004005U);
 /// The store was written by a newer program.
 constexpr CloudStatus kStoreNewerVersion = static_cast<CloudStatus>(0x80041001U);
 
+/// A side of a transfer is no longer what the one who decided on it saw; see TransferConditions.h.
+constexpr CloudStatus kStoreChanged = static_cast<CloudStatus>(0x80041002U);
+
 /// The code in a status made by statusOfError; the status itself for any other.
 constexpr DWORD errorOfStatus(CloudStatus status) {
   const auto bits = static_cast<std::uint32_t>(status);

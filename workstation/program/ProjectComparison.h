@@ -1,0 +1,52 @@
+// The open project's directory beside the store: one walk over the files here, one listing of the store, and what this
+// workstation remembers of both. Nothing is opened, and nothing is asked file by file, so that a look at a project in
+// which nothing has happened stays cheap however large it is.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "workstation/store/CacheRecord.h"
+#include "workstation/store/CloudStore.h"
+
+namespace workstation::program {
+
+class Context;
+
+/// A file with what its two sides tell without being opened.
+struct ComparedFile {
+  /// Relative to the project, with backslashes; as the disk spells it, or the store where it is not on the disk.
+  std::wstring name;
+  FileContent here;                 ///< without hash; not known when there is none
+  std::optional<StoredFile> store;  ///< nothing when the store has none
+  bool hasTwin = false;             ///< another file here has this name but for letter case
+};
+
+struct ProjectComparison {
+  std::wstring projectUuid;
+  std::wstring directory;   ///< library path, without a backslash at its end
+  bool isWhole = false;     ///< a load has gone through since the directory was made
+  std::uint64_t files = 0;  ///< here, without the workstation's own
+  std::uint64_t bytes = 0;
+  /// One side lacks it, or size or time differ. What is only here and no upload takes is not told. By name.
+  std::vector<ComparedFile> differing;
+  /// The same on both sides, but the base (SyncBase) does not say so.
+  std::vector<ComparedFile> unrecorded;
+};
+
+/// Throws CommandFailure when the directory, the store or the base can't be read to the end: what was not seen must not
+/// count as gone.
+ProjectComparison compareProject(Context& context);
+
+/// Notes in the base, in one transaction, that these files are the same on both sides.
+void recordInStep(Context& context, const std::vector<ComparedFile>& files);
+
+/// Brings what the store has into a cache that never had everything. Where nothing here is unsent this is the library's
+/// full load; otherwise nothing is done, and `sync` brings the files one by one. What came is noted in the base.
+/// @return false when nothing was loaded
+/// Throws CommandFailure when the load failed; what came until then stays.
+bool loadFreshCache(Context& context);
+
+}  // namespace workstation::program

@@ -1,0 +1,35 @@
+// What somebody who decided on transfers took both sides of their files to be. While the scope lives, this process's
+// transfers of these files through the service end with kStoreChanged where a side has become something else: the store
+// is asked in the transaction of the upload or deletion, the disk at the moment of the replacement. So nobody's save is
+// lost between a decision and its transfer.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "workstation/Export.h"
+#include "workstation/store/CacheRecord.h"
+
+namespace workstation {
+
+struct TransferCondition {
+  std::wstring name;          ///< relative to the project
+  FileContent here;           ///< size and time on the disk, for a download; not known: nothing is there
+  std::int64_t revision = 0;  ///< StoredFile::revision, for an upload or deletion; 0: the store has none
+};
+
+/// One scope at a time. Its maker's thread and the library's workers may transfer meanwhile.
+class WORKSTATION_API ScopedTransferConditions {
+ public:
+  ScopedTransferConditions(const std::wstring& project, const std::vector<TransferCondition>& conditions);
+  ~ScopedTransferConditions();
+  ScopedTransferConditions(const ScopedTransferConditions&) = delete;
+  ScopedTransferConditions& operator=(const ScopedTransferConditions&) = delete;
+};
+
+/// What is laid down for a file of a project; nothing for one that is not under a condition.
+std::optional<TransferCondition> transferCondition(const std::wstring& project, const std::wstring& name);
+
+}  // namespace workstation
