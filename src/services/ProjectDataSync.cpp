@@ -14,7 +14,6 @@
 #include "platform/UserInterface.h"
 #include "services/ProjectPlace.h"
 #include "services/StructureFiles.h"
-#include "zephor/NotUploadedFiles.h"
 #include "zephor/ProjectCache.h"
 #include "zephor/ProjectListing.h"
 
@@ -137,13 +136,54 @@ std::wstring sourceFolder(const std::wstring& directory) {
   return folder;
 }
 
-/// The server wins, and what this user could not send is about to go: it is kept in the backups.
+class OpenForReading {
+ public:
+  explicit OpenForReading(const std::wstring& path)
+      : file_(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0,
+                          nullptr)) {}
+  ~OpenForReading() {
+    if (file_ != INVALID_HANDLE_VALUE) CloseHandle(file_);
+  }
+  OpenForReading(const OpenForReading&) = delete;
+  OpenForReading& operator=(const OpenForReading&) = delete;
+
+  /// Cuts `block` to what came: nothing at the end.
+  bool read(std::vector<char>& block) const {
+    DWORD count = 0;
+    const bool came = file_ != INVALID_HANDLE_VALUE &&
+                      ReadFile(file_, block.data(), static_cast<DWORD>(block.size()), &count, nullptr) != FALSE;
+    block.resize(count);
+    return came;
+  }
+
+ private:
+  HANDLE file_;
+};
+
+/// False also when one of them can't be read.
+bool haveSameContent(const std::wstring& one, const std::wstring& other) {
+  constexpr std::size_t kBlock = 1U << 18U;
+  if (platform::fileStatus(one).size != platform::fileStatus(other).size) return false;
+  const OpenForReading first(one);
+  const OpenForReading second(other);
+  std::vector<char> a;
+  std::vector<char> b;
+  do {
+    a.resize(kBlock);
+    b.resize(kBlock);
+    if (!first.read(a) || !second.read(b) || a != b) return false;
+  } while (!a.empty());
+  return true;
+}
+
+/// The server wins, and a file here is about to go. Whether it holds work that was never sent nobody knows for sure,
+/// least of all the list of failed uploads: what is not the server's file is kept in the backups.
 /// @return false when it can't be, and therefore stays
-bool keepUnsent(const std::wstring& path, int type) {
-  if (!existsEntryInNotUploadedFilesList(path.c_str())) return true;
+bool keepReplaced(const std::wstring& path, const std::wstring& incoming, int type) {
+  if (!platform::fileStatus(path).exists || haveSameContent(path, incoming)) return true;
   const bool isKept = autoBackup::createBackup(path, static_cast<QuorvelFileType>(type));
-  lfperrC(isKept ? L"%s: \"%s\" was not uploaded and gives way to the server's, kept in the backups\n"
-                 : L"%s: \"%s\" was not uploaded and stays, since no backup of it could be made\n",
+  lfperrC(isKept ? L"%s: \"%s\" gives way to the server's, kept in the backups\n"
+                 : L"%s: \"%s\" stays, since no backup of it could be made\n",
           kSyncPrjData, path);
   return isKept;
 }
@@ -154,9 +194,10 @@ void copyFiles(const std::wstring& source, const std::wstring& target, const std
                int mode) {
   for (const std::wstring& name : names) {
     const std::wstring path = platform::formatWide(L"%s\\%s", target, name);
-    if (mode == kServerWins && !keepUnsent(path, type)) continue;
+    const std::wstring incoming = platform::formatWide(L"%s\\%s", source, name);
+    if (mode == kServerWins && !keepReplaced(path, incoming, type)) continue;
     const BOOL failIfExists = mode == kServerWins ? FALSE : TRUE;
-    if (CopyFileW(platform::formatWide(L"%s\\%s", source, name).c_str(), path.c_str(), failIfExists) != FALSE) continue;
+    if (CopyFileW(incoming.c_str(), path.c_str(), failIfExists) != FALSE) continue;
     const DWORD error = GetLastError();
     // A structure file may name what the server does not have; a file that is open is the user's.
     if (mode == kAssigned || error == ERROR_SHARING_VIOLATION || error == ERROR_FILE_EXISTS) continue;

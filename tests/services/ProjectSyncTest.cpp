@@ -1,7 +1,7 @@
+#include "host/NetManager.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "tests/support/CloudFixture.h"
-#include "zephor/NotUploadedFiles.h"
 #include "zephor/ProjectCache.h"
 
 namespace Quorvel::FileAccess {
@@ -26,6 +26,7 @@ TEST_F(ProjectSync, EachModeDoesItsWorkAndAimsBack) {
                {1, 0, "", 0, L"DownloadQuorvelProjectBaseFiles 1"},
                {2, 0, "", 0, L"DownloadQuorvelProjectFiles 5"},
                {3, 0, "", 0, L"DownloadQuorvelProjectFiles 5"},
+               {4, 0, "", 0, L"DownloadQuorvelProjectBaseFiles 1"},
                {2, zephor_test::kRefused, "", -1, L"DownloadQuorvelProjectFiles 5"},
                {3, 0, kOff, 0x20B10001, L""}};
   IZepInetFileTransfer& transfer = getInetFileManager();
@@ -39,6 +40,10 @@ TEST_F(ProjectSync, EachModeDoesItsWorkAndAimsBack) {
     EXPECT_EQ(cloud.calls().size() > before ? cloud.calls().back() : L"", row.lastCall) << row.mode;
     EXPECT_STREQ(transfer.getProjectName(), L"other.prj");
   }
+  PRJ local = localPrj();
+  EXPECT_EQ(WGO_syncPrjDir(local, eWGOPrjSyncMode_Full), 0x20B10001);
+  EXPECT_TRUE(desk.hasErrorLine(L"WGO_syncPrjDir: eSyncMode == eWGOPrjSyncMode_NoWork"));
+  EXPECT_TRUE(desk.hasErrorLine(L"WGO_syncPrjDir: host is no ondrath server "));
 }
 
 TEST_F(ProjectSync, OnlyNeededAdministrationFilesCount) {
@@ -46,6 +51,11 @@ TEST_F(ProjectSync, OnlyNeededAdministrationFilesCount) {
   EXPECT_TRUE(WGO_DownloadPrjDirAdminFiles(project)) << "what is not needed failed";
   EXPECT_FALSE(WGO_DownloadPrjDirAdminFiles(project));
   EXPECT_EQ(cloud.calls().size(), 10U) << "the failure of one keeps none back";
+  PRJ local = localPrj();
+  EXPECT_TRUE(WGO_DownloadPrjDirAdminFiles(local) && WGO_syncPrjData(local, 0, 0));
+  EXPECT_FALSE(WGO_fullDownloadProjectData(local, path(L"copy")));
+  EXPECT_FALSE(WGO_syncPrjData(project, 1, 0)) << "no class of objects";
+  EXPECT_EQ(cloud.calls().size(), 10U);
 }
 
 /// The server has the Teilbilder 1 to 3; 1 is here, and the building names 0, 2 and 9.
@@ -90,7 +100,11 @@ TEST_F(ProjectData, TheServerWinsOverAllThatCanBeReplaced) {
   below = L"\\";
   desk.writeFile(file(2), "open");
   desk.writeFile(file(3), "guarded");
-  addEntryToNotUploadedFilesList(file(1).c_str());
+  desk.writeFile(path(L"Backup"), "in the way");
+  EXPECT_TRUE(WGO_syncPrjData(project, 0, 0));
+  EXPECT_THAT(files(), ElementsAre("mine", "open", "guarded")) << "nothing goes that can't be kept";
+  EXPECT_TRUE(desk.hasErrorLine(L"stays, since no backup of it could be made"));
+  DeleteFileW(path(L"Backup").c_str());
   SetFileAttributesW(file(3).c_str(), FILE_ATTRIBUTE_READONLY);
   const HANDLE held = CreateFileW(file(2).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
   EXPECT_TRUE(WGO_syncPrjData(project, 0, 0));
@@ -99,7 +113,11 @@ TEST_F(ProjectData, TheServerWinsOverAllThatCanBeReplaced) {
   ASSERT_EQ(ui().boxes().size(), 2U);
   EXPECT_TRUE(ui().boxes()[0].text.starts_with(L"Error downloading files: House\n\n"));
   EXPECT_TRUE(ui().boxes()[1].text.starts_with(L"Error copying file: " + file(3) + L"\n\n"));
-  EXPECT_TRUE(desk.hasErrorLine(L"gives way to the server's, kept in the backups"));
+  EXPECT_TRUE(WGO_syncPrjData(project, 0, 0)) << "the server's own file needs no backup";
+  const std::vector<std::wstring> kept = NetManager::getFilesList(path(L"Backup"), L"");
+  const auto isFirst = [](const std::wstring& name) { return name.starts_with(L"tb000001.zdw."); };
+  ASSERT_EQ(std::count_if(kept.begin(), kept.end(), isFirst), 1);
+  EXPECT_EQ(desk.readFile(path(L"Backup\\" + *std::find_if(kept.begin(), kept.end(), isFirst))), "mine");
 }
 
 }  // namespace
