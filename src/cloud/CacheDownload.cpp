@@ -55,6 +55,12 @@ CloudTransferOptions loadOptions(const CloudCall& call, const PRJ& prj) {
 /// Of the exchange files only the top level outlives a full load.
 void removeBimSubdirectories(const CloudCall& call, const std::wstring& directory) {
   const std::wstring bim = directory + L"\\BIM\\";
+  const DWORD attributes = GetFileAttributesW((directory + L"\\BIM").c_str());
+  // What lies behind a link is no part of the cache.
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    lfperrC(L"%s: \"%s\" is a link, what is below it stays\n", call.function(), directory + L"\\BIM");
+    return;
+  }
   WIN32_FIND_DATAW entry{};
   const HANDLE find = FindFirstFileW((bim + L"*.*").c_str(), &entry);
   if (find == INVALID_HANDLE_VALUE) return;

@@ -1,8 +1,10 @@
 #include "cloud/ProjectCache.h"
 
+#include <filesystem>
 #include <stdexcept>
 
 #include "platform/Files.h"
+#include "platform/Paths.h"
 #include "tests/support/CloudFixture.h"
 #include "workstation/ui/HostInterface.h"
 #include "zephor/CloudFiles.h"
@@ -45,7 +47,7 @@ TEST_F(ProjectCache, RefusalsCarryTheirCodeAndLine) {
   EXPECT_EQ(cloud.calls(), before);
 }
 
-TEST_F(ProjectCache, AttributesAreTakenForTheBaseLoadAndComeBackHoweverItEnds) {
+TEST_F(ProjectCache, AttributesAreKeptOnBothRoadsHoweverTheyEnd) {
   constexpr DWORD kBlocking = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
   const std::pair<const wchar_t*, DWORD> files[] = {{L"design\\desktop.ini", kBlocking | FILE_ATTRIBUTE_ARCHIVE},
                                                     {L"I_O\\desktop.ini", FILE_ATTRIBUTE_HIDDEN},
@@ -61,13 +63,22 @@ TEST_F(ProjectCache, AttributesAreTakenForTheBaseLoadAndComeBackHoweverItEnds) {
     if (throws) throw std::runtime_error("lost");
   };
   cloud.script("DownloadQuorvelProjectBaseFiles", {0, kRefused});
-  for (const int expected : {0, 2, 2}) {
-    EXPECT_EQ(Ondrath_DownLoadProject(prj(), 1), expected);
+  const std::vector<DWORD> taken = {0, 0, FILE_ATTRIBUTE_HIDDEN};
+  const std::vector<DWORD> left = {kBlocking, FILE_ATTRIBUTE_HIDDEN, FILE_ATTRIBUTE_HIDDEN};
+  const struct {
+    int mode;
+    bool throws;
+    int expected;
+    const std::vector<DWORD>& during;
+  } table[] = {
+      {1, false, 0, taken}, {1, false, 2, taken}, {1, true, 2, taken}, {2, false, 0, left}, {3, true, 2, left}};
+  for (const auto& row : table) {
+    throws = row.throws;
+    during.clear();
+    EXPECT_EQ(Ondrath_DownLoadProject(prj(), row.mode), row.expected);
+    EXPECT_EQ(during, row.during);
     for (const auto& [name, attributes] : files) EXPECT_EQ(GetFileAttributesW(path(name).c_str()), attributes);
-    throws = expected == 2;
   }
-  EXPECT_EQ(during, (std::vector<DWORD>{0, 0, FILE_ATTRIBUTE_HIDDEN, 0, 0, FILE_ATTRIBUTE_HIDDEN, 0, 0,
-                                        FILE_ATTRIBUTE_HIDDEN}));
 }
 
 TEST_F(ProjectCache, FullLoadThrowsSubfoldersOfBimAwayAndLeavesItsMark) {
@@ -82,11 +93,18 @@ TEST_F(ProjectCache, FullLoadThrowsSubfoldersOfBimAwayAndLeavesItsMark) {
   EXPECT_EQ(WGO_refreshProjectCacheFromServer(project), 0);
   EXPECT_FALSE(has(L"BIM\\sub"));
   EXPECT_TRUE(has(L"BIM\\a.xml") && has(L"BIM\\.kept\\c.xml") && has(L"OndrathCopy.tmp"));
+  write(L"elsewhere\\sub\\d.xml");
+  const auto systemPath = [&](const wchar_t* name) { return platform::systemPath(path(name)); };
+  std::filesystem::rename(systemPath(L"BIM"), systemPath(L"own"));
+  std::filesystem::create_directory_symlink(systemPath(L"elsewhere"), systemPath(L"BIM"));
+  EXPECT_EQ(WGO_refreshProjectCacheFromServer(project), 0);
+  EXPECT_TRUE(has(L"elsewhere\\sub\\d.xml")) << "behind a link is no part of the cache";
   cloud.script("CheckProjectAccess", {kRefused});
   EXPECT_EQ(WGO_refreshProjectCacheFromServer(project), static_cast<std::int32_t>(0xA0B10002));
   Calls loads = cloud.calls();
   std::erase_if(loads, [](const std::wstring& call) { return !call.starts_with(L"Download"); });
-  EXPECT_EQ(loads, (Calls{L"DownloadQuorvelProjectBaseFiles 1", L"DownloadQuorvelProjectFiles 5"}));
+  EXPECT_EQ(loads, (Calls{L"DownloadQuorvelProjectBaseFiles 1", L"DownloadQuorvelProjectFiles 5",
+                          L"DownloadQuorvelProjectFiles 5"}));
 }
 
 TEST_F(ProjectCache, BimFolderComesInFullOnceAndAsksBeforeItTriesAgain) {
@@ -117,6 +135,9 @@ TEST_F(ProjectCache, ExchangeFilesAreComparedAtTheTopLevelWithoutLetterCase) {
   other.SetOndrathProject({L"Team", L"t", L"Other", L"5a1c6f5e-7a0e-4c1e-9d5e-0000000000aa"});
   Ondrath_CleanLocalBimFiles(other);
   EXPECT_TRUE(has(L"BIM\\b.xml")) << "neither without the list nor by another project's";
+  EXPECT_TRUE(
+      desk.hasErrorLine(L"CleanLocalBimFiles: listing the BIM files of \"" + uuid + L"\" failed with 0x00000005."));
+  EXPECT_TRUE(desk.hasErrorLine(L"-0000000000aa\" is not the open project"));
   Ondrath_CleanLocalBimFiles(prj());
   EXPECT_FALSE(has(L"BIM\\b.xml"));
   EXPECT_TRUE(has(L"BIM\\a.xml") && has(L"BIM\\b.txt") && has(L"BIM\\sub\\c.xml"));
