@@ -7,6 +7,12 @@ namespace {
 using Numbers = std::vector<int>;
 using StructureFiles = zephor_test::CloudFixture;
 
+std::string utf16(const std::string& text) {
+  std::string result = "\xFF\xFE";
+  for (const char c : text) result.append({c, '\0'});
+  return result;
+}
+
 TEST_F(StructureFiles, AreReadAsLines) {
   const std::string tag = "<Layout ID=\"";
   const std::string filler(1023 - tag.size(), ' ');
@@ -18,6 +24,12 @@ TEST_F(StructureFiles, AreReadAsLines) {
       {filler + tag + "8\">\n", {0}},
       {filler + "  " + tag + "8\">\n", {}},
       {tag + "1\">" + filler + tag + "2\">\n", {1, 2}},
+      {filler + filler + filler + "   " + tag + "9\">" + tag + "8\">", {9}},
+      {tag + "1\r" + tag + "2\n\r\n\n\n" + tag + "3", {1, 3}},
+      {"\xEF\xBB\xBF" + tag + "4\n\xFF\xE4" + tag + "5\n" + tag + "\xEF\xBC\x91\n", {0, 4, 5}},
+      {"a" + std::string(3, '\0') + "\n" + tag + "6" + '\0' + "7\n" + std::string(5000, '\0'), {6}},
+      {utf16(tag + "3\">\n"), {}},
+      {"", {}},
   };
   for (const auto& [text, expected] : table) {
     desk.writeFile(path(L"BIM\\Quorvel_BIM_LayoutStructure.xml"), text);
