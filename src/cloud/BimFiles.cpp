@@ -59,8 +59,8 @@ std::vector<std::wstring> localExchangeFiles(const std::wstring& directory) {
 
 bool Ondrath_DownloadBIMFiles(const PRJ& prj, bool full) {
   const CloudCall call(L"Quorvel::FileAccess::Ondrath_DownloadBIMFiles", prj);
-  std::wstring directory;
-  if (!call.requireCloudProject() || make_prj_dir(prj, directory) != 0) return false;
+  const std::wstring directory = call.requireCloudProject() ? cacheDirectory(call, prj) : std::wstring();
+  if (directory.empty()) return false;
   const CTimeTrace timer(WGO_GetTrace(), call.function(), 1, false, true);
   const CloudTransferOptions options = call.options({});
   for (;;) {
@@ -118,8 +118,8 @@ void Ondrath_CleanLocalBimFiles(const PRJ& prj) {
 
 void Ondrath_DeleteBwsFiles(const PRJ& prj) {
   const CloudCall call(L"Quorvel::FileAccess::Ondrath_DeleteBwsFiles", prj);
-  std::wstring directory;
-  if (!call.requireCloudProject() || make_prj_dir(prj, directory) != 0) return;
+  const std::wstring directory = call.requireCloudProject() ? cacheDirectory(call, prj) : std::wstring();
+  if (directory.empty()) return;
   std::vector<std::wstring> names;
   serverTopLevel(call, names);
   for (const std::wstring& name : names) {

@@ -1,5 +1,4 @@
-#include <array>
-
+#include "cloud/CacheNames.h"
 #include "cloud/CloudCall.h"
 #include "cloud/Ondrath_Services.h"
 #include "cloud/ProjectCache.h"
@@ -116,8 +115,8 @@ CloudStatus loadBase(const CloudCall& call, const PRJ& prj, const std::wstring& 
 int Ondrath_DownLoadProject(const PRJ& prj, int mode) {
   const CloudCall call(L"Quorvel::FileAccess::Ondrath_DownLoadProject", prj);
   if (!call.requireCloudProject()) return kDirectoryFailed;
-  std::wstring directory;
-  if (make_prj_dir(prj, directory) != 0) return kDirectoryFailed;
+  const std::wstring directory = cacheDirectory(call, prj);
+  if (directory.empty()) return kDirectoryFailed;
   if (!platform::fileStatus(directory).exists && ldirmkc(directory) != 0) {
     lfperrC(L"%s: the directory \"%s\" could not be made\n", call.function(), directory);
     return kDirectoryFailed;

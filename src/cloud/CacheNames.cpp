@@ -10,6 +10,13 @@ constexpr std::wstring_view kBimFolder = L"BIM\\";
 
 }  // namespace
 
+std::wstring cacheDirectory(const CloudCall& call, const PRJ& prj) {
+  std::wstring directory;
+  if (make_prj_dir(prj, directory) == 0) return directory;
+  lfperrC(L"%s: no directory is known for \"%s\"\n", call.function(), call.project());
+  return {};
+}
+
 bool isBimTopLevelName(const std::wstring& name) {
   return name.size() > kBimFolder.size() && platform::startsWithIgnoreCase(name, kBimFolder) &&
          name.find(L'\\', kBimFolder.size()) == std::wstring::npos;

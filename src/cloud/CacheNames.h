@@ -1,12 +1,18 @@
-// Names that a server gave, as places in the cache: what they may name, and where they may not lead.
+// Where a cache lies, and names that a server gave as places in it: what they may name, and where they may not lead.
 #pragma once
 
 #include <optional>
 #include <string>
 
+class PRJ;
+
 namespace Quorvel::FileAccess {
 
 class CloudCall;
+
+/// Directory of the cache of the call's project, whether it is there or not; empty, and told to the log, when the host
+/// knows none.
+std::wstring cacheDirectory(const CloudCall& call, const PRJ& prj);
 
 /// True for a name directly below "BIM", in any letter case.
 bool isBimTopLevelName(const std::wstring& name);

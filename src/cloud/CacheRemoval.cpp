@@ -1,3 +1,4 @@
+#include "cloud/CacheNames.h"
 #include "cloud/CloudCall.h"
 #include "host/Files.h"
 #include "host/System.h"
@@ -31,8 +32,8 @@ bool WGO_ProjectCacheExists(const PRJ& prj) {
 bool WGO_deleteLocalProjectCache(const PRJ& prj, bool quiet) {
   if (!prj.IsOndrathProject()) return true;
   const CloudCall call(L"Quorvel::FileAccess::WGO_deleteLocalProjectCache", prj);
-  std::wstring directory;
-  if (make_prj_dir(prj, directory) != 0) return false;
+  const std::wstring directory = cacheDirectory(call, prj);
+  if (directory.empty()) return false;
   // Nothing was ever loaded here, or somebody else was faster.
   if (!platform::fileStatus(directory).exists) return true;
   const std::wstring list = directory + L'\0';

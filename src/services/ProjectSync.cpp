@@ -34,7 +34,10 @@ long synchronise(const PRJ& prj, int mode) {
   // it the user's file can forbid the synchronisation. The directory's name is not handed on either, and none that ends
   // in ".backup" is ever made.
   WGO_FileFilter filter;
-  if (!buildFilter(mode, filter)) return static_cast<long>(kNoSyncDone);
+  if (!buildFilter(mode, filter)) {
+    lfperrC(L"%s: the filter file of \"%s\" switches its synchronisation off\n", kSyncPrjDir, prj.GetDirectoryName());
+    return static_cast<long>(kNoSyncDone);
+  }
   [[maybe_unused]] std::wstring directory = WGO_BuildProjectDirectoryName(prj.GetDirectoryName());
   if (mode == eWGOPrjSyncMode_FullBackup) directory += L".backup";
   const long result = Ondrath_EnsureLocalProjectCache(prj, mode);

@@ -1,5 +1,6 @@
 #include "cloud/ProjectCache.h"
 
+#include <cwchar>
 #include <filesystem>
 #include <stdexcept>
 
@@ -171,6 +172,14 @@ TEST_F(ProjectCache, CacheGoesToTheTrashWholeAndOtherProjectsHaveNone) {
       zephor_test::contentOf(desk.directory() + "/home/data/Trash/files/" + platform::toUtf8(uuid) + ".prj/a.txt"),
       "local");
   EXPECT_TRUE(WGO_deleteLocalProjectCache(prj(), true)) << "there is nothing any more";
+  write(L"a.txt");
+  PRJ nameless = prj();
+  for (const wchar_t* name : {L"", L".", L"..\\x", L"a\\..\\.."}) {
+    std::wcscpy(nameless.directoryName, name);
+    EXPECT_FALSE(WGO_deleteLocalProjectCache(nameless, true) || Ondrath_DownloadBIMFiles(nameless, true)) << name;
+    EXPECT_EQ(Ondrath_DownLoadProject(nameless, 2), 2) << name;
+  }
+  EXPECT_TRUE(has(L"a.txt") && desk.hasErrorLine(L"WGO_deleteLocalProjectCache: no directory is known for \"" + uuid));
   PRJ local = localPrj();
   EXPECT_TRUE(WGO_ProjectCacheExists(local) && WGO_deleteLocalProjectCache(local, false));
   EXPECT_TRUE(WGO_downloadBimDir(local, true));

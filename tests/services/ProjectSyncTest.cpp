@@ -44,6 +44,7 @@ TEST_F(ProjectSync, EachModeDoesItsWorkAndAimsBack) {
   EXPECT_EQ(WGO_syncPrjDir(local, eWGOPrjSyncMode_Full), 0x20B10001);
   EXPECT_TRUE(desk.hasErrorLine(L"WGO_syncPrjDir: eSyncMode == eWGOPrjSyncMode_NoWork"));
   EXPECT_TRUE(desk.hasErrorLine(L"WGO_syncPrjDir: host is no ondrath server "));
+  EXPECT_TRUE(desk.hasErrorLine(L"WGO_syncPrjDir: the filter file of \"" + uuid + L"\" switches its"));
 }
 
 TEST_F(ProjectSync, OnlyNeededAdministrationFilesCount) {
