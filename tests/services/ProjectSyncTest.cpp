@@ -2,7 +2,9 @@
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "tests/support/CloudFixture.h"
+#include "workstation/Servers.h"
 #include "zephor/ProjectCache.h"
+#include "zephor/ProjectListing.h"
 
 namespace Quorvel::FileAccess {
 namespace {
@@ -39,6 +41,15 @@ TEST_F(ProjectSync, EachModeDoesItsWorkAndAimsBack) {
     EXPECT_EQ(WGO_syncPrjDir(project, static_cast<WGO_PrjSyncMode>(row.mode)), row.result) << row.mode;
     EXPECT_EQ(cloud.calls().size() > before ? cloud.calls().back() : L"", row.lastCall) << row.mode;
     EXPECT_STREQ(transfer.getProjectName(), L"other.prj");
+  }
+  desk.writeFile(path(L"BIM\\Tower.prj\\a"), "");
+  ::workstation::setHostDirectory(L"files", path(L"BIM"));
+  const std::wstring host = transfer.getServerName();
+  for (const wchar_t* other : {L"files", L"nowhere"}) {
+    std::vector<std::wstring> names;
+    EXPECT_EQ(WGO_getProjectDirectoriesFromServer(other, names, true), *other == L'f' ? 1U : 0U);
+    EXPECT_STREQ(transfer.getProjectName(), L"other.prj");
+    EXPECT_EQ(transfer.getServerName(), host);
   }
   PRJ local = localPrj();
   EXPECT_EQ(WGO_syncPrjDir(local, eWGOPrjSyncMode_Full), 0x20B10001);
