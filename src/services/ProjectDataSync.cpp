@@ -180,7 +180,7 @@ bool haveSameContent(const std::wstring& one, const std::wstring& other) {
 /// least of all the list of failed uploads: what is not the server's file is kept in the backups.
 /// @return false when it can't be, and therefore stays
 bool keepReplaced(const std::wstring& path, const std::wstring& incoming, int type) {
-  if (!platform::fileStatus(path).exists || haveSameContent(path, incoming)) return true;
+  if (haveSameContent(path, incoming)) return true;
   const bool isKept = autoBackup::createBackup(path, static_cast<QuorvelFileType>(type));
   lfperrC(isKept ? L"%s: \"%s\" gives way to the server's, kept in the backups\n"
                  : L"%s: \"%s\" stays, since no backup of it could be made\n",
@@ -188,16 +188,16 @@ bool keepReplaced(const std::wstring& path, const std::wstring& incoming, int ty
   return isKept;
 }
 
-/// Each file appears whole under its name, or what was there stays. Only where the server wins may something be there:
-/// what came to the disk during the download is the user's.
+/// Each file appears whole under its name, or what was there stays. Only where the server wins may something be there,
+/// and it was looked at: what comes to the disk meanwhile is the user's.
 void copyFiles(const std::wstring& source, const std::wstring& target, const std::vector<std::wstring>& names, int type,
                int mode) {
   for (const std::wstring& name : names) {
     const std::wstring path = platform::formatWide(L"%s\\%s", target, name);
     const std::wstring incoming = platform::formatWide(L"%s\\%s", source, name);
-    if (mode == kServerWins && !keepReplaced(path, incoming, type)) continue;
-    const BOOL failIfExists = mode == kServerWins ? FALSE : TRUE;
-    if (CopyFileW(incoming.c_str(), path.c_str(), failIfExists) != FALSE) continue;
+    const bool replaces = mode == kServerWins && platform::fileStatus(path).exists;
+    if (replaces && !keepReplaced(path, incoming, type)) continue;
+    if (CopyFileW(incoming.c_str(), path.c_str(), replaces ? FALSE : TRUE) != FALSE) continue;
     const DWORD error = GetLastError();
     // A structure file may name what the server does not have; a file that is open is the user's.
     if (mode == kAssigned || error == ERROR_SHARING_VIOLATION || error == ERROR_FILE_EXISTS) continue;

@@ -66,18 +66,14 @@ TEST_F(ProjectCache, AttributesAreKeptOnBothRoadsHoweverTheyEnd) {
   cloud.script("DownloadQuorvelProjectBaseFiles", {0, kRefused});
   const std::vector<DWORD> taken = {0, 0, FILE_ATTRIBUTE_HIDDEN};
   const std::vector<DWORD> left = {kBlocking, FILE_ATTRIBUTE_HIDDEN, FILE_ATTRIBUTE_HIDDEN};
-  const struct {
-    int mode;
-    bool throws;
-    int expected;
-    const std::vector<DWORD>& during;
-  } table[] = {
-      {1, false, 0, taken}, {1, false, 2, taken}, {1, true, 2, taken}, {2, false, 0, left}, {3, true, 2, left}};
-  for (const auto& row : table) {
-    throws = row.throws;
+  using Load = std::tuple<int, bool, int, std::vector<DWORD>>;
+  for (const auto& [mode, fails, expected, seen] :
+       {Load{1, false, 0, taken}, Load{1, false, 2, taken}, Load{1, true, 2, taken}, Load{2, false, 0, left},
+        Load{3, true, 2, left}}) {
+    throws = fails;
     during.clear();
-    EXPECT_EQ(Ondrath_DownLoadProject(prj(), row.mode), row.expected);
-    EXPECT_EQ(during, row.during);
+    EXPECT_EQ(Ondrath_DownLoadProject(prj(), mode), expected);
+    EXPECT_EQ(during, seen);
     for (const auto& [name, attributes] : files) EXPECT_EQ(GetFileAttributesW(path(name).c_str()), attributes);
   }
 }
