@@ -22,25 +22,33 @@ constexpr std::uint32_t kAllSteps = 0xFFFFFFFF;
 constexpr const wchar_t* kMarkerFile = L"OndrathCopy.tmp";
 constexpr DWORD kBlocksOverwriting = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
 
-/// Takes hidden and system from a file, which could not be overwritten with them, and gives it its attributes back at
-/// the end. A file that is not there stays out of it.
-class ScopedOverwritable {
+/// Gives a file the attributes back at the end that it has now. A file that is not there stays out of it.
+class ScopedAttributes {
  public:
-  explicit ScopedOverwritable(std::wstring path) : path_(std::move(path)), before_(GetFileAttributesW(path_.c_str())) {
-    if (isThere() && (before_ & kBlocksOverwriting) != 0)
+  /// @param opens  takes hidden and system from it meanwhile: with them it could not be overwritten
+  ScopedAttributes(std::wstring path, bool opens) : path_(std::move(path)), before_(GetFileAttributesW(path_.c_str())) {
+    if (opens && isThere() && (before_ & kBlocksOverwriting) != 0)
       SetFileAttributesW(path_.c_str(), before_ & ~kBlocksOverwriting);
   }
-  ~ScopedOverwritable() {
+  ~ScopedAttributes() {
     if (isThere()) SetFileAttributesW(path_.c_str(), before_);
   }
-  ScopedOverwritable(const ScopedOverwritable&) = delete;
-  ScopedOverwritable& operator=(const ScopedOverwritable&) = delete;
+  ScopedAttributes(const ScopedAttributes&) = delete;
+  ScopedAttributes& operator=(const ScopedAttributes&) = delete;
 
  private:
   bool isThere() const { return before_ != INVALID_FILE_ATTRIBUTES; }
 
   std::wstring path_;
   DWORD before_;
+};
+
+/// The files of the shell in a project: what the user made of them outlives a load on either road.
+struct ScopedShellFiles {
+  ScopedShellFiles(const std::wstring& directory, bool opens)
+      : design(directory + L"\\design\\desktop.ini", opens), exchange(directory + L"\\I_O\\desktop.ini", opens) {}
+  ScopedAttributes design;
+  ScopedAttributes exchange;
 };
 
 /// The application shows a load as it goes on; other programs of the host show nothing.
@@ -91,6 +99,7 @@ void leaveMarker(const std::wstring& directory) {
 constexpr const wchar_t* kLoadFailed = L"%s: loading \"%s\" failed with 0x%08lx.\n";
 
 CloudStatus loadWhole(const CloudCall& call, const PRJ& prj, const std::wstring& directory) {
+  const ScopedShellFiles shellFiles(directory, false);
   const CloudTransferOptions options = loadOptions(call, prj);
   const CloudStatus status =
       call.run(kLoadFailed, directory, [&](ICloudProjectService& service, const std::wstring& project) {
@@ -102,8 +111,7 @@ CloudStatus loadWhole(const CloudCall& call, const PRJ& prj, const std::wstring&
 }
 
 CloudStatus loadBase(const CloudCall& call, const PRJ& prj, const std::wstring& directory) {
-  const ScopedOverwritable design(directory + L"\\design\\desktop.ini");
-  const ScopedOverwritable exchange(directory + L"\\I_O\\desktop.ini");
+  const ScopedShellFiles shellFiles(directory, true);
   const CloudTransferOptions options = loadOptions(call, prj);
   return call.run(kLoadFailed, directory, [&](ICloudProjectService& service, const std::wstring& project) {
     return service.DownloadQuorvelProjectBaseFiles(project, directory, kBaseFiles, options);

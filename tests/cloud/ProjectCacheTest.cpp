@@ -61,6 +61,7 @@ TEST_F(ProjectCache, AttributesAreKeptOnBothRoadsHoweverTheyEnd) {
   bool throws = false;
   cloud.onLoad = [&](const std::wstring&) {
     for (const auto& [name, attributes] : files) during.push_back(GetFileAttributesW(path(name).c_str()) & kBlocking);
+    SetFileAttributesW(path(files[0].first).c_str(), FILE_ATTRIBUTE_NORMAL);  // it is replaced
     if (throws) throw std::runtime_error("lost");
   };
   cloud.script("DownloadQuorvelProjectBaseFiles", {0, kRefused});
