@@ -43,27 +43,31 @@ std::optional<PRJ> findProject(const wchar_t* function, const std::function<bool
 /// first one's path.
 class AdministrationPath {
  public:
-  AdministrationPath(const std::wstring& before, const std::wstring& directory) : lock_(mutex()), before_(before) {
-    lfinipC(kAdministrationPath, directory);
+  explicit AdministrationPath(const std::wstring& directory) : lock_(mutex()), before_(lfinigC(kAdministrationPath)) {
+    if (isKnown()) lfinipC(kAdministrationPath, directory);
   }
-  ~AdministrationPath() { lfinipC(kAdministrationPath, before_); }
+  ~AdministrationPath() {
+    if (isKnown()) lfinipC(kAdministrationPath, before_);
+  }
   AdministrationPath(const AdministrationPath&) = delete;
   AdministrationPath& operator=(const AdministrationPath&) = delete;
 
+  /// False when the host has no such path: nothing is changed then.
+  bool isKnown() const { return !before_.empty(); }
+
+ private:
   static std::mutex& mutex() {
     static std::mutex instance;
     return instance;
   }
 
- private:
   const std::lock_guard<std::mutex> lock_;
   const std::wstring before_;
 };
 
 CloudStatus readDescriptor(const std::wstring& server, PRJ& out) {
-  const std::wstring before = lfinigC(kAdministrationPath);
-  if (before.empty()) return kNoAdministrationPath;
-  const AdministrationPath path(before, server);
+  const AdministrationPath path(server);
+  if (!path.isKnown()) return kNoAdministrationPath;
   PRJ read;
   if (NetID_ReadPrjInfo(kAdministrationPath, read) != 0) return kBadArgument;
   out = read;
