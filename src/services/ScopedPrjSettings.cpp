@@ -1,10 +1,22 @@
 #include "cloud/CloudCall.h"
 #include "host/System.h"
+#include "platform/Text.h"
 #include "services/ServedProject.h"
 #include "services/TransferAim.h"
 #include "zephor/Workgroup.h"
 
 namespace Quorvel::FileAccess {
+namespace {
+
+/// Name under which a server is set up anew. The transfer object knows a server that it was initialised with by its
+/// address alone: several accounts may share one, and a plain directory has none.
+std::wstring registeredName(const std::wstring& workgroupServer, const std::wstring& host) {
+  const CServerProperties properties(workgroupServer);
+  const bool isServer = !properties.hostName.empty() || !properties.baseDirectory.empty();
+  return isServer && platform::equalsIgnoreCase(properties.hostName, host) ? workgroupServer : host;
+}
+
+}  // namespace
 
 CScopedPrjSettings::CScopedPrjSettings(const wchar_t* host, const wchar_t* project) {
   push(host, project);
@@ -36,8 +48,9 @@ void CScopedPrjSettings::pop() {
   std::wstring host;
   std::wstring projectDirectory;
   // A server that can't be reached any more must not keep the service from pointing where it pointed before.
-  if (!WGO_FullInitWorkgroup(oldHost_, oldProjectDirectory_, host, projectDirectory)) {
-    aimTransferAt(oldHost_, oldProjectDirectory_);
+  const std::wstring server = registeredName(oldWorkgroupServer_, oldHost_);
+  if (!WGO_FullInitWorkgroup(server, oldProjectDirectory_, host, projectDirectory)) {
+    aimTransferAt(server, oldProjectDirectory_);
   }
   ZSYST_setCurrentWorkgroupServer(oldWorkgroupServer_);
 }
