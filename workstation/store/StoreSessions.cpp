@@ -16,13 +16,16 @@ CloudStatus CloudStore::beat(const StoreActor& actor, const std::string& session
     const ConnectionPool::Lease lease = impl_->pool.take();
     WriteTransaction transaction(*lease);
     requireUser(*lease, actor.user.uuid);
+    const std::int64_t now = nowTicks();
+    // The clock of this workstation was set back: what is ahead of it would count until the clock is there again.
+    Statement ahead(*lease, "UPDATE sessions SET heartbeat=?1 WHERE workstation_id=?2 AND heartbeat>?1");
+    (ahead << now << actor.workstationId).run();
     Statement put(
         *lease,
         "INSERT INTO sessions(id, user, workstation_id, workstation, project, token_sha256, started, heartbeat) "
         "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?7) ON CONFLICT(id) DO UPDATE SET project=excluded.project, "
         "token_sha256=excluded.token_sha256, heartbeat=excluded.heartbeat");
-    (put << session << actor.user.uuid << actor.workstationId << actor.workstationName << project << tokenSha256
-         << nowTicks())
+    (put << session << actor.user.uuid << actor.workstationId << actor.workstationName << project << tokenSha256 << now)
         .run();
     transaction.commit();
   });
