@@ -191,25 +191,28 @@ bool Ondrath_deleteFile(const PRJ& prj, const std::wstring& fullName) {
 }
 
 bool Ondrath_existsFile(const PRJ& prj, const std::wstring& fullName) {
+  bool found = false;
+  return Ondrath_existsFile(prj, fullName, found) == 0 && found;
+}
+
+CloudStatus Ondrath_existsFile(const PRJ& prj, const std::wstring& fullName, bool& found) {
+  found = false;
   const CloudCall call(L"Quorvel::FileAccess::Ondrath_existsFile", prj);
-  if (!call.requireCloudProject()) return false;
+  if (!call.requireCloudProject()) return kBadArgument;
   if (fullName.empty()) {
     lfperrC(L"%s: wrong parameter fullName\n", call.function());
-    return false;
+    return kBadArgument;
   }
   const std::wstring relative = Ondrath_RelativeFromFullName(prj.GetDirectoryName(), platform::directoryOf(fullName),
                                                              platform::fileNameOf(fullName));
   // The service takes the text with its leading backslash; without it, it has to be a name below the project.
   if (!platform::isSafeRelativeName(relative.starts_with(L'\\') ? relative.substr(1) : relative)) {
     lfperrC(kNoProjectPath, call.function(), fullName);
-    return false;
+    return kBadArgument;
   }
-  bool found = false;
-  const CloudStatus status =
-      call.run(kHasFileFailed, fullName, [&](ICloudProjectService& service, const std::wstring& project) {
-        return service.HasFile(project, relative, found);
-      });
-  return status == 0 && found;
+  return call.run(kHasFileFailed, fullName, [&](ICloudProjectService& service, const std::wstring& project) {
+    return service.HasFile(project, relative, found);
+  });
 }
 
 }  // namespace Quorvel::FileAccess

@@ -34,6 +34,8 @@ CloudStatus Ondrath_downloadToOpenFile(int unit, const PRJ& prj, int number, int
 bool Ondrath_downloadFiles(const PRJ& prj, const std::set<std::wstring>& files, bool showProgress);
 bool Ondrath_deleteFile(const PRJ& prj, const std::wstring& fullName);
 bool Ondrath_existsFile(const PRJ& prj, const std::wstring& fullName);
+/// As above, for those to whom "it can't be told" is not "no". @return the service's status
+CloudStatus Ondrath_existsFile(const PRJ& prj, const std::wstring& fullName, bool& found);
 
 // Listings. A project that is not in the cloud answers false without a line.
 

@@ -35,6 +35,7 @@ struct UserFolder {
 struct Run {
   CloudUser self;
   bool isAdmin = false;
+  bool isMissingOnServer = false;
   bool takesAllMembers = false;
   std::vector<CloudProjectMember> members;
 };
@@ -78,11 +79,15 @@ std::optional<UserFolder> makeUserFolder(const PRJ& prj) {
   return folder;
 }
 
-/// Brings the list where this workstation has none. @return false when the server has one that did not come
-bool fetchList(const PRJ& prj, const UserFolder& folder) {
-  const bool onServer = Ondrath_existsFile(prj, folder.list);
+/// Brings the list where this workstation has none. A server that can't tell whether it has one may well have it: a
+/// list made here instead would give everybody other numbers.
+/// @return false when the server has one that did not come
+bool fetchList(const PRJ& prj, const UserFolder& folder, Run& run) {
+  bool onServer = false;
+  const bool isTold = Ondrath_existsFile(prj, folder.list, onServer) == 0;
+  run.isMissingOnServer = isTold && !onServer;
   if (isThere(folder.list)) return true;
-  if (onServer) return Ondrath_downloadFile(prj, folder.list, false) == 0;
+  if (!run.isMissingOnServer) return isTold && Ondrath_downloadFile(prj, folder.list, false) == 0;
   // A run that ended between moving the list aside and writing the new one.
   if (isThere(folder.old)) lfilmvC(folder.old, folder.list);
   return true;
@@ -102,9 +107,9 @@ std::optional<Users> readList(const UserFolder& folder) {
 /// The list, none where there is none. A local copy that can't be read counts as missing, and the server's takes its
 /// place: it keeps the numbers by which everybody knows everybody.
 /// @return false when the server's list did not come
-bool loadList(const PRJ& prj, const UserFolder& folder, std::optional<Users>& users) {
+bool loadList(const PRJ& prj, const UserFolder& folder, Run& run, std::optional<Users>& users) {
   for (int attempt = 0; attempt < 2; ++attempt) {
-    if (!fetchList(prj, folder)) return false;
+    if (!fetchList(prj, folder, run)) return false;
     users = readList(folder);
     if (users) return true;
     lfilrmC(folder.list);
@@ -130,29 +135,47 @@ void noteUsers(const Users& users, const Run& run, PRJ& prj) {
   }
 }
 
+bool mayShare(const Run& run, const PRJ& prj) {
+  return run.isAdmin || WGO_IsCurrentUserEditor(prj);
+}
+
+/// A list that the server does not have, or that a run left here which ended before it was sent.
+bool isUnsent(const UserFolder& folder, const Run& run) {
+  return run.isMissingOnServer || isThere(folder.old);
+}
+
 /// Writes the list and shares it with the server where the user may. What fails brings the list before back, so that
 /// the next run tries again; a first list that only could not be sent stays.
 /// @return false when the list before is the one that counts
-bool replaceList(const UserFolder& folder, const Users& users, const Run& run, PRJ& prj) {
+bool replaceList(const UserFolder& folder, const Users& users, const Run& run, const PRJ& prj) {
   const bool hasOld = isThere(folder.list);
   if (hasOld && lfilmvC(folder.list, folder.old) != 0) {
     lfperrC(L"%s: \"%s\" can't be moved aside\n", kFunction, folder.list);
     return false;
   }
   bool isReplaced = lzWriteAllUsers_fromVector_to_Path(users, folder.directory) == 0;
-  const bool mayShare = isReplaced && (run.isAdmin || WGO_IsCurrentUserEditor(prj));
-  if (mayShare && !Ondrath_uploadFile(prj, folder.list) && hasOld) isReplaced = false;
+  if (isReplaced && mayShare(run, prj) && !Ondrath_uploadFile(prj, folder.list) && hasOld) isReplaced = false;
   if (!isReplaced && hasOld && lfilmvC(folder.old, folder.list) != 0) {
     lfperrC(L"%s: \"%s\" can't be moved back\n", kFunction, folder.old);
     return false;
   }
-  if (isThere(folder.old)) lfilrmC(folder.old);
-  if (!isReplaced) return false;
-  noteUsers(users, run, prj);
-  if (NetID_WritePrjInfoByPath(folder.project, prj, 1) != 0) {
+  if (isReplaced && isThere(folder.old)) lfilrmC(folder.old);
+  return isReplaced;
+}
+
+/// Brings the roles into the descriptor on the disk. What else it says stays: the caller's is older than the refresh
+/// that brought it.
+void writeRoles(const UserFolder& folder, const Users& users, const Run& run, const PRJ& prj) {
+  PRJ before;
+  const bool isRead = NetID_ReadPrjInfoByPath(folder.project, before) == 0;
+  PRJ after = isRead ? before : prj;
+  noteUsers(users, run, after);
+  const bool isSame = after.owner == before.owner && after.additionalAdmins == before.additionalAdmins &&
+                      after.memberSet == before.memberSet;
+  if (isRead && isSame) return;
+  if (NetID_WritePrjInfoByPath(folder.project, after, 1) != 0) {
     lfperrC(L"%s: the descriptor in \"%s\" can't be written\n", kFunction, folder.project);
   }
-  return true;
 }
 
 void logResult(const PRJ& prj) {
@@ -182,10 +205,14 @@ bool Ondrath_InitWorkgroup(PRJ& prj) {
 
   const std::optional<UserFolder> folder = makeUserFolder(prj);
   std::optional<Users> before;
-  if (!folder || !loadList(prj, *folder, before)) return false;
+  if (!folder || !loadList(prj, *folder, run, before)) return false;
   const std::optional<ReconciledUsers> after = reconcile(prj, before, run);
   if (!after) return false;
-  if (!after->changed || !replaceList(*folder, after->users, run, prj)) noteUsers(before.value_or(Users()), run, prj);
+  const bool isDue = after->changed || (isUnsent(*folder, run) && mayShare(run, prj));
+  const bool isReplaced = isDue && replaceList(*folder, after->users, run, prj);
+  const Users counting = isReplaced ? after->users : before.value_or(Users());
+  noteUsers(counting, run, prj);
+  if (isReplaced || (run.takesAllMembers && before)) writeRoles(*folder, counting, run, prj);
 
   const bool isLoaded = lz_uInitRAW(folder->directory, current);
   logResult(prj);
