@@ -39,6 +39,9 @@ TEST_P(ProjectInUse, LockFilesTell) {
   };
   std::wstring error;
   ASSERT_TRUE(workstation::putServer(L"share", settings, error));
+  // The first of two accounts at one address is not the one that is in use.
+  settings.password = L"another one's";
+  ASSERT_TRUE(workstation::putServer(L"account", settings, error));
   const PRJ house = WGO_CreateLazyOnlinePRJ(L"share", L"House");
   const auto answers = [](const PRJ& prj) {
     return std::pair(WGO_isProjectInUse(prj, false), WGO_isProjectInUse(prj, true));
@@ -48,7 +51,14 @@ TEST_P(ProjectInUse, LockFilesTell) {
   EXPECT_EQ(answers(house), std::pair(true, false)) << "this user is number 2 in the open project";
   lock("pb000003.zpl.0007-99.lck");
   EXPECT_EQ(answers(house), std::pair(true, true));
+  ZSYST_setCurrentWorkgroupServer(L"share");
+  Initialize_forIZepInetFileTransfer record;
+  record.serverName = L"share";
+  ASSERT_TRUE(getInetFileManager().initialize(record));
   EXPECT_TRUE(WGO_isProjectInUseEx(house, true)) << "another project is open";
+  if (server) server->killSessions();
+  EXPECT_TRUE(getInetFileManager().existDirectory(GetParam() ? L"/base" : settings.baseDirectory.c_str()))
+      << "the session goes on with its own account";
   set_ActivePrj(PRJ());
   EXPECT_FALSE(WGO_isProjectInUseEx(house, true)) << "it can't be opened";
   desk.writeFile(house.GetFullProjectPath(false) + L"\\x", "");

@@ -1,5 +1,7 @@
 #include "zephor/Workgroup.h"
 
+#include <fstream>
+
 #include "platform/UserInterface.h"
 #include "tests/support/CloudFixture.h"
 
@@ -10,6 +12,7 @@ using zephor_test::kRefused;
 
 class Workgroup : public zephor_test::CloudFixture {
  protected:
+  Workgroup() : zephor_test::CloudFixture({.traceLevel = 1}) {}
   static std::wstring aim() {
     IZepInetFileTransfer& transfer = getInetFileManager();
     return std::wstring(transfer.getServerName()) + L"|" + transfer.getProjectName() + L"|" +
@@ -17,16 +20,6 @@ class Workgroup : public zephor_test::CloudFixture {
   }
   const std::wstring atHome = L"ONDRATH|" + uuid + L".prj|ONDRATH";
 };
-
-TEST_F(Workgroup, AFailedInitialisationLeavesEverythingAsItWas) {
-  std::wstring host;
-  std::wstring directory;
-  EXPECT_FALSE(WGO_FullInitWorkgroup(L"nowhere", L"p", host, directory));
-  EXPECT_EQ(host, L"ONDRATH");
-  EXPECT_EQ(directory, uuid + L".prj");
-  EXPECT_EQ(aim(), atHome);
-  EXPECT_TRUE(desk.hasErrorLine(L"WGO_FullInitWorkgroup: problem from WGO_initWorkgroup for nowhere"));
-}
 
 TEST_F(Workgroup, AGuardAimsBackEvenWhenTheServerIsGone) {
   {
@@ -39,12 +32,39 @@ TEST_F(Workgroup, AGuardAimsBackEvenWhenTheServerIsGone) {
   EXPECT_EQ(aim(), atHome);
 }
 
-TEST_F(Workgroup, OpeningAnswersWhatFailed) {
-  cloud.script("Login", {kRefused});
-  EXPECT_EQ(static_cast<unsigned>(WGO_InitForProjectOpen(prj())), 0xA0B10004U);
-  cloud.script("Login", {0, kRefused});
-  EXPECT_EQ(WGO_InitForProjectOpen(prj()), -20);
-  EXPECT_TRUE(desk.hasErrorLine(L"init workgroup: can not open project ONDRATH::" + uuid));
+TEST_F(Workgroup, ARefusedOpenChangesNothingAndTellsWhy) {
+  const std::wstring project = L"can not open project ONDRATH::" + uuid;
+  const struct {
+    std::initializer_list<CloudStatus> logins;
+    std::initializer_list<CloudStatus> sessions;
+    const wchar_t* host;
+    unsigned code;
+    std::wstring line;
+    std::wstring console;
+  } refusals[] = {
+      {{kRefused}, {}, L"ONDRATH", 0xA0B10004, L"failed to connect", L"ONDRATH database: " + project + L" err=1"},
+      {{}, {kRefused}, L"ONDRATH", 0xA0B10004, L"", project + L" err=-2147418113"},
+      {{0, kRefused}, {}, L"ONDRATH", 0xFFFFFFECU, L"init workgroup: " + project, L""},
+      {{0, kRefused}, {}, L"ONDRATH", 0xFFFFFFECU, L"not logged in for ONDRATH server", L""},
+      {{},
+       {},
+       L"nowhere",
+       0xFFFFFFECU,
+       L"problem from WGO_initWorkgroup for nowhere",
+       L"(\"nowhere\"): Host not found!"},
+      {{}, {}, L"nowhere", 0xFFFFFFECU, L"can not open project nowhere::" + uuid, L""}};
+  for (const auto& [logins, sessions, host, code, line, console] : refusals) {
+    cloud.script("Login", logins);
+    cloud.script("GetSessionState", sessions);
+    PRJ refused = prj();
+    wcscpy(refused.host, host);
+    EXPECT_EQ(static_cast<unsigned>(WGO_InitForProjectOpen(refused)), code);
+    EXPECT_TRUE(desk.hasErrorLine(line)) << platform::toUtf8(line);
+    std::ifstream trace(desk.directory() + "/workstation/log/zephor-trace.log");
+    const std::string traced(std::istreambuf_iterator<char>(trace), {});
+    EXPECT_THAT(traced, testing::HasSubstr(platform::toUtf8(console)));
+    EXPECT_EQ(aim(), atHome);
+  }
 }
 
 TEST_F(Workgroup, AProjectMayLagThreeReleases) {
@@ -60,17 +80,29 @@ TEST_F(Workgroup, AProjectMayLagThreeReleases) {
   EXPECT_TRUE(WGO_isValidProjectVersion(localPrj(), false, true));
 }
 
-TEST_F(Workgroup, TheNoticeComesOncePerProcess) {
-  int answered = -1;
-  ui().answerWith({IDOK | platform::kBoxChecked});
-  for (int call = 0; call < 2; ++call) {
+/// Each row is a process of its own.
+TEST_F(Workgroup, TheNoticeComesOncePerProcessUntilItIsTickedOff) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const std::wstring key = L"Settings\\NotifyWGOSupportEnds";
+  const struct {
+    int before;
+    int answer;
+    int boxes;
+    int after;
+  } processes[] = {{-1, IDOK, 1, 0}, {0, IDOK | platform::kBoxChecked, 1, 1}, {1, IDOK, 0, 1}};
+  const auto runs = [&](const auto& process) {
+    ZSYST_ZepRegPutNumber(L"HKCU", key, process.before);
+    ui().answerWith({process.answer});
     WGO_notifyCustomerWGOSupportEnds();
-    EXPECT_TRUE(ZSYST_ZepRegGetNumber(L"HKCU", L"Settings\\NotifyWGOSupportEnds", answered));
-    EXPECT_EQ(answered, call == 0 ? 1 : 0) << "ticked off";
-    ZSYST_ZepRegPutNumber(L"HKCU", L"Settings\\NotifyWGOSupportEnds", 0);
-  }
-  ASSERT_EQ(ui().boxes().size(), 1U) << "whatever the setting holds";
-  EXPECT_EQ(ui().boxes()[0].checkBox, L"Do not show this message again");
+    int after = -1;
+    ZSYST_ZepRegGetNumber(L"HKCU", key, after);
+    ZSYST_ZepRegPutNumber(L"HKCU", key, 0);
+    WGO_notifyCustomerWGOSupportEnds();
+    const auto boxes = ui().boxes();
+    const bool isAsked = boxes.empty() || boxes[0].checkBox == L"Do not show this message again";
+    std::_Exit(isAsked && std::ssize(boxes) == process.boxes && after == process.after ? 0 : 1);
+  };
+  for (const auto& process : processes) EXPECT_EXIT(runs(process), testing::ExitedWithCode(0), "") << process.before;
 }
 
 }  // namespace
