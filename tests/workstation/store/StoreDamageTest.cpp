@@ -84,6 +84,27 @@ TEST(StoreJournal, StoreThatLeavesItKeepsItsRecordsAndTheRollbackJournal) {
   EXPECT_FALSE(std::filesystem::exists(world.storePath + "/store.db-wal"));
 }
 
+TEST(StoreDamage, WhatAClockDatedAheadIsForgotten) {
+  const StoreWorld world;
+  const auto store = world.open();
+  const auto isInUse = [&] {
+    bool inUse = false;
+    EXPECT_EQ(store->isProjectInUse(world.editor, world.project, "asking", true, inUse), 0);
+    return inUse;
+  };
+  for (const char* ahead : {"36000000000", "36000000000000"}) {
+    EXPECT_EQ(store->beat(world.owner, "crashed", world.project, ""), 0);
+    sql(world.storePath, (std::string("UPDATE sessions SET heartbeat=heartbeat+") + ahead).c_str());
+    EXPECT_EQ(store->setSetting("session_timeout_seconds", -1), 0);
+    EXPECT_TRUE(isInUse());
+    SweepResult swept;
+    EXPECT_EQ(store->sweep(swept), 0);
+    EXPECT_EQ(isInUse(), std::string(ahead) == "36000000000") << "an hour may be another workstation's clock";
+    EXPECT_EQ(store->beat(world.owner, "next", L"", ""), 0);
+    EXPECT_FALSE(isInUse()) << "this workstation's own clock tells";
+  }
+}
+
 TEST(StoreDamage, FullDiskLeavesTheStoreAsItWas) {
   const StoreWorld world;
   const auto store = world.open();
