@@ -51,11 +51,16 @@ std::int32_t nextNumber(const std::vector<QuorvelUser>& users) {
   return free;
 }
 
+/// An answer without an e-mail tells nothing about it: the one that is known stays.
+bool setEmail(QuorvelUser& user, const std::wstring& email) {
+  return !email.empty() && setText(user.email, email);
+}
+
 /// @return true when something was another text before
 bool setMember(QuorvelUser& user, const std::wstring& uuid, const std::wstring& email) {
   bool changed = setText(user.loginName, platform::formatWide(L"_BIM_%03u", user.number));
   changed = setText(user.hostName, L"localhost") || changed;
-  changed = setText(user.email, email) || changed;
+  changed = setEmail(user, email) || changed;
   return setText(user.uuid, uuid) || changed;
 }
 
@@ -117,7 +122,7 @@ ReconciledUsers reconcileOwnEntry(const std::vector<QuorvelUser>& before, const 
     return after;
   }
   for (QuorvelUser& user : after.users) {
-    if (isOf(user, self.uuid)) after.changed = setText(user.email, self.email) || after.changed;
+    if (isOf(user, self.uuid)) after.changed = setEmail(user, self.email) || after.changed;
   }
   return after;
 }

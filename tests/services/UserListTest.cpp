@@ -46,6 +46,7 @@ TEST(UserReconciliation, NumbersStayWithPeople) {
       {"no list; the owner is 2 wherever named", "", "4:bo@:b 1:ann@:a 2:cy@:c", "3:bo@:b 2:ann@:a 4:cy@:c"},
       {"nothing new; the host's own stays", "1:: 2:ann@:a 3:bo@:b", "3:bo@:b 1:ann@:a", "1:: 2:ann@:a 3:bo@:b"},
       {"e-mail; letter case of a UUID", "2:ann@:A 3:bo@:b", "1:ann@:a 3:bob@:b", "2:ann@:a 3:bob@:b"},
+      {"an e-mail that is not told", "2:ann@:a", "1::a", "2:ann@:a"},
       {"one went", "2:ann@:a 3:bo@:b", "1:ann@:a", "2:ann@:a"},
       {"one for another", "2:ann@:a 9:bo@:b", "1:ann@:a 3:cy@:c", "2:ann@:a 10:cy@:c"},
       {"a new owner", "2:ann@:a 3:bo@:b", "3:ann@:a 1:cy@:c 3:bo@:b", "2:ann@:a 3:bo@:b 4:cy@:c"},
