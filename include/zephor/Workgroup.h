@@ -26,7 +26,8 @@ ZEPHOR_API bool WGO_initWorkgroup(const wchar_t* host);
 ///         transfer object takes the project nor the host's list knows it: the new server then stays
 ZEPHOR_API bool WGO_FullInitWorkgroup(const std::wstring& host, const std::wstring& project, std::wstring& oldHost,
                                       std::wstring& oldProjectDirectory);
-/// Login (cloud only), then WGO_FullInitWorkgroup. @return 0, -20, or 0xA0B10004 as a signed number
+/// Login (cloud only), then WGO_FullInitWorkgroup. A refused open leaves all pointing where it pointed.
+/// @return 0, -20, or 0xA0B10004 as a signed number
 ZEPHOR_API int WGO_InitForProjectOpen(const PRJ& prj);
 /// A project may lag up to three main releases behind the program and must not be ahead. A project that is not in the
 /// cloud is valid. The middle argument has no effect.

@@ -142,6 +142,9 @@ int WGO_InitForProjectOpen(const PRJ& prj) {
   std::wstring oldHost;
   std::wstring oldProjectDirectory;
   if (WGO_FullInitWorkgroup(prj.host, prj.GetDirectoryName(), oldHost, oldProjectDirectory)) return 0;
+  // Also when the server was taken and only the project refused: the project that is open goes on.
+  ZSYST_setCurrentWorkgroupServer(oldHost);
+  aimTransferAt(oldHost, oldProjectDirectory);
   lfperrC(L"\n\n%s: init workgroup: can not open project %s::%s\n\n", kFunction, prj.host, prj.GetDirectoryName());
   return kWorkgroupInitFailed;
 }

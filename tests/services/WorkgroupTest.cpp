@@ -65,6 +65,12 @@ TEST_F(Workgroup, ARefusedOpenChangesNothingAndTellsWhy) {
     EXPECT_THAT(traced, testing::HasSubstr(platform::toUtf8(console)));
     EXPECT_EQ(aim(), atHome);
   }
+  ZSYST_setCurrentWorkgroupServer(L"");
+  getInetFileManager().setServerName(L"");
+  PRJ nameless = prj();
+  nameless.directoryName[0] = L'\0';
+  EXPECT_EQ(WGO_InitForProjectOpen(nameless), -20);
+  EXPECT_EQ(aim(), L"|" + uuid + L".prj|") << "not at the server that was taken";
 }
 
 TEST_F(Workgroup, AProjectMayLagThreeReleases) {
