@@ -64,8 +64,8 @@ int makeTrash(const std::string& directory) {
   return S_ISDIR(status.st_mode) && status.st_uid == ::getuid() ? 0 : EACCES;
 }
 
-/// The trash of the volume that holds `path`.
-Trash volumeTrash(const std::string& path) {
+/// The trashes of the volume that holds `path`, in the order in which they are tried.
+std::vector<Trash> volumeTrashes(const std::string& path) {
   struct stat status {};
   std::string top = parentOf(path);
   if (::stat(top.c_str(), &status) != 0) return {};
@@ -76,7 +76,10 @@ Trash volumeTrash(const std::string& path) {
   const std::string shared = prefix + ".Trash";
   const bool isShared =
       ::lstat(shared.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
-  return {isShared ? shared + '/' + user : prefix + ".Trash-" + user, top};
+  std::vector<Trash> trashes;
+  if (isShared) trashes.push_back({shared + '/' + user, top});
+  trashes.push_back({prefix + ".Trash-" + user, top});
+  return trashes;
 }
 
 std::string percentEncoded(const std::string& path) {
@@ -186,9 +189,26 @@ DWORD copyAndRemove(const std::string& from, const std::string& to) {
   return error;
 }
 
+/// True when a file, or one anywhere below a directory, is open for somebody who does not let it be deleted.
+bool isHeld(const std::string& path, const EntryStatus& status) {
+  if (status.isLink()) return false;
+  if (!status.isDirectory()) return isDeletingDenied(path);
+  std::error_code error;
+  for (std::filesystem::recursive_directory_iterator entry(path, error), end; !error && entry != end;
+       entry.increment(error)) {
+    std::error_code unknown;
+    if (entry->symlink_status(unknown).type() == std::filesystem::file_type::regular &&
+        isDeletingDenied(entry->path().string()))
+      return true;
+  }
+  return false;
+}
+
 enum class Transport { Rename, Copy };
 
 DWORD throwInto(const Trash& trash, const std::string& path, Transport transport) {
+  // Before the trash is made in there.
+  if (trash.directory.starts_with(path + '/')) return ERROR_ACCESS_DENIED;
   if (const int error = makeTrash(trash.directory)) return fromErrno(error);
   const std::string text = infoText(path, trash);
   std::string base = nameOf(path);
@@ -227,14 +247,16 @@ DWORD moveToTrash(const std::wstring& path) {
   if (splitPath(path).components.empty()) return ERROR_ACCESS_DENIED;
   EntryStatus status;
   if (const int error = readStatus(place.path, status)) return pathError(error, place.path);
-  if (!status.isDirectory() && isDeletingDenied(place.path)) return ERROR_SHARING_VIOLATION;
+  if (isHeld(place.path, status)) return ERROR_SHARING_VIOLATION;
   const Trash home{homeTrash(), {}};
   DWORD error = ERROR_PATH_NOT_FOUND;
   if (!home.directory.empty()) error = throwInto(home, place.path, Transport::Rename);
   if (error == ERROR_SUCCESS) return error;
-  const Trash volume = volumeTrash(place.path);
-  if (!volume.directory.empty()) error = throwInto(volume, place.path, Transport::Rename);
-  if (error == ERROR_SUCCESS || home.directory.empty()) return error;
+  for (const Trash& volume : volumeTrashes(place.path)) {
+    error = throwInto(volume, place.path, Transport::Rename);
+    if (error == ERROR_SUCCESS) return error;
+  }
+  if (home.directory.empty()) return error;
   // Where nothing may be removed a copy is of no use.
   if (::access(parentOf(place.path).c_str(), W_OK | X_OK) != 0) return fromErrno(errno);
   return throwInto(home, place.path, Transport::Copy);
