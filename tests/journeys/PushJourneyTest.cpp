@@ -82,7 +82,7 @@ TEST(Push, SendsNothingThatIsNotWholeHereAndKeepsTheOnlyCopy) {
   EXPECT_THAT(office.run("anna", {"status"}).out, AllOf(HasSubstr("tb2  "), HasSubstr("only here")));
 }
 
-TEST(Push, DeletesNothingForADirectoryThatWasMovedAwayAndMendsAnInterruptedPush) {
+TEST(Push, DeletesNothingForFilesThatWereMovedAwayAndMendsAnInterruptedPush) {
   Office office;
   office.found({"anna"});
   const auto project = office.project("anna");
@@ -100,11 +100,16 @@ TEST(Push, DeletesNothingForADirectoryThatWasMovedAwayAndMendsAnInterruptedPush)
   std::filesystem::copy(office.path("record"), record, std::filesystem::copy_options::overwrite_existing);
   EXPECT_EQ(office.must("anna", {"push"}), "");
 
-  std::filesystem::rename(project, office.path("away"));
+  const auto moveContent = [](const std::filesystem::path& from, const std::filesystem::path& to) {
+    for (const auto& entry : std::filesystem::directory_iterator(to)) std::filesystem::remove_all(entry.path());
+    for (const auto& entry : std::filesystem::directory_iterator(from))
+      std::filesystem::rename(entry.path(), to / entry.path().filename());
+  };
+  std::filesystem::create_directory(office.path("away"));
+  moveContent(project, office.path("away"));
   EXPECT_THAT(office.run("anna", {"--yes", "push", "--delete"}).err,
               HasSubstr("of the 2 files that the last look kept hardly any is in"));
-  std::filesystem::remove_all(project);
-  std::filesystem::rename(office.path("away"), project);
+  moveContent(office.path("away"), project);
   std::filesystem::remove(project / "tb000001.zdw");
   EXPECT_THAT(office.must("anna", {"--yes", "push", "--delete", "tb1"}), HasSubstr("your lock was given back"));
   EXPECT_THAT(office.must("anna", {"locks"}), Not(HasSubstr("tb1")));
