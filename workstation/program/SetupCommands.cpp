@@ -1,4 +1,4 @@
-// store create|info|sweep, init: making a store and a workstation.
+// store create|info|set|sweep, init: making a store and a workstation.
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -15,6 +15,12 @@
 namespace workstation::program {
 
 namespace {
+
+constexpr const char* kSessionTimeout = "session_timeout_seconds";
+constexpr std::int64_t kUsualTimeout = 120;
+// A process tells of itself at least every 15 seconds; one that is a beat late must not count as gone.
+constexpr std::int64_t kShortestTimeout = 30;
+constexpr std::int64_t kLongestTimeout = 86400;
 
 ExitCode createStore(Context& context, const std::string& argument) {
   const std::string directory = absolutePath(argument);
@@ -50,14 +56,28 @@ ExitCode storeInfo(Context& context) {
   const auto projectCount = static_cast<std::int64_t>(projects.size());
   const std::wstring directory = wide(store.directory());
   context.output().result(
-      platform::formatWide(L"store %s, as %s <%s>: %lld teams, %lld projects, %lld files, %lld bytes", directory,
-                           actor.user.name, actor.user.email, teamCount, projectCount, files, bytes),
+      platform::formatWide(L"store %s, as %s <%s>: %lld teams, %lld projects, %lld files, %lld bytes, session "
+                           L"time-out %lld seconds",
+                           directory, actor.user.name, actor.user.email, teamCount, projectCount, files, bytes,
+                           store.setting(kSessionTimeout, kUsualTimeout)),
       {{"store", directory},
        {"user", actor.user.email},
        {"teams", teamCount},
        {"projects", projectCount},
        {"files", files},
-       {"bytes", bytes}});
+       {"bytes", bytes},
+       {"session_timeout", store.setting(kSessionTimeout, kUsualTimeout)}});
+  return ExitCode::Done;
+}
+
+ExitCode setTimeout(Context& context, std::int64_t seconds) {
+  context.startOnline();
+  const bool dryRun = context.options().dryRun;
+  if (!dryRun && context.store().setSetting(kSessionTimeout, seconds) != kStoreOk)
+    throw CommandFailure{ExitCode::Failure, CloudStore::lastText()};
+  context.output().result(platform::formatWide(L"a process that was not heard of for %lld seconds %s as gone",
+                                               static_cast<long long>(seconds), dryRun ? L"would count" : L"counts"),
+                          {{"session_timeout", seconds}});
   return ExitCode::Done;
 }
 
@@ -147,6 +167,14 @@ void addSetupCommands(CLI::App& app, Action& selected) {
   });
   store->add_subcommand("info", "Tell what the store holds for this user")->callback([&selected] {
     selected = storeInfo;
+  });
+  auto* set = store->add_subcommand("set", "Change a setting of the store")->require_subcommand(1);
+  auto* timeout = set->add_subcommand("session-timeout", "Seconds after which a silent process counts as gone");
+  auto* seconds = timeout->add_option("SECONDS", "Between 30 and 86400")
+                      ->required()
+                      ->check(CLI::Range(kShortestTimeout, kLongestTimeout));
+  timeout->callback([&selected, seconds] {
+    selected = [value = seconds->as<std::int64_t>()](Context& context) { return setTimeout(context, value); };
   });
   store->add_subcommand("sweep", "Remove bodies that no file refers to")->callback([&selected] {
     selected = sweepStore;
