@@ -54,6 +54,7 @@ struct HostState {
   std::deque<DirectoryChange> directoryChanges;
   std::map<int, void*> openFiles;
   int nextFile = 1;
+  std::shared_ptr<void> projectMark;  ///< tells other processes of the workstation that the project is open here
 };
 
 HostState& hostState();

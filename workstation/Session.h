@@ -2,6 +2,7 @@
 // project is open. Everything of the host is set up by start() and torn down by finish(), on the main thread.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "host/Cloud.h"
@@ -54,6 +55,16 @@ WORKSTATION_API bool readConfiguration(const std::string& directory, Workstation
 /// process and of the workstation's next start.
 /// @param nameOrUuid  a project of the store that this user is a member of; "team/name" where a name alone is ambiguous
 WORKSTATION_API bool openProject(const std::wstring& nameOrUuid, std::wstring& error);
+/// Makes the cache that lies on this workstation the open project of this process alone. The store is not asked, which
+/// may be out of reach or know this user no more, and nothing is made or written.
+/// @param uuid  empty: of the project that was open last
+/// @return false when there is no such directory
+WORKSTATION_API bool openCache(const std::wstring& uuid, std::wstring& error);
+/// Keeps every other process of this workstation from opening the project that is open here, until it is let go.
+/// @return null with a text when one has it open
+WORKSTATION_API std::shared_ptr<void> takeProjectAlone(std::wstring& error);
+/// UUID of a project of the store that this user is a member of, as openProject finds it.
+WORKSTATION_API bool findProjectUuid(const std::wstring& nameOrUuid, std::wstring& uuid, std::wstring& error);
 /// Opens what was open last. @return false with an empty text when there is none
 WORKSTATION_API bool reopenLastProject(std::wstring& error);
 /// Closes the project, with all that is open of it in the core.
@@ -61,6 +72,8 @@ WORKSTATION_API void closeProject();
 /// Makes the next start open nothing. The store is not asked.
 /// @param name  of the project that was open last; empty when there was none
 WORKSTATION_API bool forgetLastProject(std::wstring& name, std::wstring& error);
+/// Takes a project from the list of recent ones, and from the next start where it was open last.
+WORKSTATION_API bool forgetProject(const std::wstring& uuid, std::wstring& error);
 
 /// Replaces the controllers that the library is given; null brings the embedded ones back. For start-up and for tests
 /// of faults.

@@ -9,6 +9,7 @@
 #include "host/Guid.h"
 #include "host/Project.h"
 #include "host/System.h"
+#include "host/Trace.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -27,6 +28,12 @@ namespace {
 
 /// All projects that are not archived.
 constexpr int kProjectKind = 2;
+/// A project's owner for the store, and in every user list that was begun with the owner in it.
+constexpr int kOwnerNumber = 2;
+
+constexpr const wchar_t* kStateDirectory = L"C:\\State";
+constexpr DWORD kMarkPause = 100;  // milliseconds
+constexpr int kMarkAttempts = 30;
 
 struct FoundProject {
   std::wstring teamUuid;
@@ -91,13 +98,25 @@ bool findProject(const std::wstring& nameOrUuid, FoundProject& out, std::wstring
   return true;
 }
 
+/// Number of the one who owns the project in the store, in the project's user list where it has one; 0 when the store
+/// does not tell.
+int ownerNumber(const PRJ& prj) {
+  CloudStatus status = 0;
+  std::wstring ignored;
+  const std::shared_ptr<CloudStore> store = currentStore(status, ignored);
+  if (store == nullptr) return 0;
+  const CloudUser owner = store->memberByNumber(prj.GetOndrathProjectUuid(), kOwnerNumber);
+  return owner.uuid.empty() ? 0 : numberIn(projectUsers(prj), owner.uuid).value_or(kOwnerNumber);
+}
+
 PRJ newDescriptor(const FoundProject& project) {
   PRJ prj(project.teamUuid, project.teamName, project.name, project.uuid, true);
   prj.creationTime = static_cast<std::int32_t>(std::time(nullptr));
   prj.countryNumber = GetInstalledDefaultCountryNumber();
   prj.projectGuid = GetGUID();
-  prj.owner = currentUserNumber(prj);
-  if (prj.owner >= 0) prj.setMember(static_cast<unsigned>(prj.owner));
+  prj.owner = ownerNumber(prj);
+  const int own = currentUserNumber(prj);
+  if (own > 1 && own != prj.owner) prj.setMember(static_cast<unsigned>(own - 1));
   return prj;
 }
 
@@ -118,7 +137,39 @@ bool ensureDescriptor(const std::wstring& directory, PRJ& prj, std::wstring& err
                                  prj.GetOndrathProjectUuid(), existing.GetOndrathProjectUuid());
     return false;
   }
+  // Another one was noted by a program that took who opened it first for the owner.
+  if (prj.owner > 0 && existing.owner != prj.owner) {
+    existing.owner = prj.owner;
+    if (NetID_WritePrjInfoByPath(directory, existing, 0) != 0)
+      lfperrC(L"%s: the owner's number can't be written\n", file);
+  }
   prj = existing;
+  return true;
+}
+
+/// Any number of processes has the mark of an open project, or one that takes it alone.
+std::shared_ptr<void> takeMark(const std::wstring& uuid, bool isAlone, DWORD& error) {
+  SHCreateDirectoryExW(nullptr, kStateDirectory, nullptr);
+  const std::wstring path = platform::joinPath(kStateDirectory, uuid + L".open");
+  for (int attempt = 0;; ++attempt) {
+    const HANDLE file = CreateFileW(path.c_str(), isAlone ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ,
+                                    isAlone ? 0 : FILE_SHARE_READ, nullptr, OPEN_ALWAYS, 0, nullptr);
+    if (file != INVALID_HANDLE_VALUE) return {file, [](void* handle) { CloseHandle(handle); }};
+    error = GetLastError();
+    if (error != ERROR_SHARING_VIOLATION || attempt == kMarkAttempts) return nullptr;
+    Sleep(kMarkPause);
+  }
+}
+
+/// A workstation whose state can't be written goes on without a mark: nobody can take the project alone there either.
+bool markOpen(const std::wstring& uuid, std::wstring& error) {
+  DWORD code = 0;
+  std::shared_ptr<void> mark = takeMark(uuid, false, code);
+  if (mark == nullptr && code == ERROR_SHARING_VIOLATION) {
+    error = L"another process of this workstation is just taking the project's cache away; try again";
+    return false;
+  }
+  hostState().projectMark = std::move(mark);
   return true;
 }
 
@@ -161,12 +212,55 @@ bool openProject(const std::wstring& nameOrUuid, std::wstring& error) {
     error = platform::formatWide(L"\"%s\": expected a UUID that names one directory", found.uuid);
     return false;
   }
+  if (!markOpen(found.uuid, error)) return false;
   PRJ prj = newDescriptor(found);
   std::wstring directory;
   if (!makeDirectories(prj, directory, error) || !ensureDescriptor(directory, prj, error)) return false;
   if (!noteAsLast(prj, error)) return false;
   set_ActivePrj(prj);
   noteOpenProject(prj.GetOndrathProjectUuid());
+  return true;
+}
+
+bool openCache(const std::wstring& uuid, std::wstring& error) {
+  const std::wstring wanted = uuid.empty() ? settings()->lastProject.directoryName : uuid;
+  PRJ prj({}, {}, wanted, wanted, true);
+  std::wstring directory;
+  const bool isThere = !wanted.empty() && isSafeDirectoryName(wanted) && make_prj_dir(prj, directory) == 0 &&
+                       platform::fileStatus(directory).isDirectory;
+  if (!isThere) {
+    error = wanted.empty() ? L"no project is open. Name it with --project"
+                           : platform::formatWide(L"the project %s has no directory on this workstation", wanted);
+    return false;
+  }
+  if (!markOpen(wanted, error)) return false;
+  PRJ existing;
+  std::wstring damage;
+  // A descriptor that can't be read keeps nobody from leaving.
+  const bool isUsable = readDescriptor(directory, existing, damage) == 0 && existing.IsOndrathProject() &&
+                        platform::equalsIgnoreCase(existing.GetOndrathProjectUuid(), wanted);
+  set_ActivePrj(isUsable ? existing : prj);
+  noteOpenProject(get_ActivePrj().GetOndrathProjectUuid());
+  return true;
+}
+
+std::shared_ptr<void> takeProjectAlone(std::wstring& error) {
+  const std::wstring uuid = get_ActivePrj().GetOndrathProjectUuid();
+  hostState().projectMark.reset();
+  DWORD code = 0;
+  std::shared_ptr<void> mark = takeMark(uuid, true, code);
+  if (mark == nullptr) {
+    error = code == ERROR_SHARING_VIOLATION
+                ? std::wstring(L"another process of this workstation has the project open; end it first")
+                : platform::formatWide(L"%s\\%s.open can't be opened (error %u)", kStateDirectory, uuid, code);
+  }
+  return mark;
+}
+
+bool findProjectUuid(const std::wstring& nameOrUuid, std::wstring& uuid, std::wstring& error) {
+  FoundProject found;
+  if (!findProject(nameOrUuid, found, error)) return false;
+  uuid = found.uuid;
   return true;
 }
 
@@ -181,10 +275,23 @@ bool forgetLastProject(std::wstring& name, std::wstring& error) {
   return hostState().settings->change([](SettingsValues& values) { values.lastProject = {}; }, error);
 }
 
+bool forgetProject(const std::wstring& uuid, std::wstring& error) {
+  return hostState().settings->change(
+      [&](SettingsValues& values) {
+        const auto isIt = [&](const ProjectReference& place) {
+          return platform::equalsIgnoreCase(place.directoryName, uuid);
+        };
+        if (isIt(values.lastProject)) values.lastProject = {};
+        std::erase_if(values.recentProjects, isIt);
+      },
+      error);
+}
+
 void closeProject() {
   closeAllInCore();
   closeProjectDatabases();
   clearCoreObjects();
+  hostState().projectMark.reset();
   if (textOf(get_ActivePrj().directoryName).empty()) return;
   set_ActivePrj(PRJ());
   noteOpenProject({});

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 #include <map>
+#include <memory>
+#include <set>
 
 #include "host/FileTypes.h"
 #include "host/Project.h"
@@ -12,10 +14,10 @@
 #include "workstation/program/Context.h"
 #include "workstation/program/Objects.h"
 #include "workstation/program/People.h"
+#include "workstation/program/SyncBase.h"
 #include "workstation/store/CacheRecord.h"
 #include "workstation/store/CloudStore.h"
 #include "zephor/NotUploadedFiles.h"
-#include "zephor/UploadFilters.h"
 
 namespace workstation::program {
 
@@ -26,9 +28,9 @@ namespace fs = std::filesystem;
 using Stored = std::map<std::wstring, StoredFile>;  // by name in lower case
 
 /// True for what another workstation makes for itself.
-bool isOwnFile(const Quorvel::FileAccess::WGO_FileFilter& filter, const std::wstring& name) {
+bool isOwnFile(const std::wstring& name) {
   return isPrivateFile(name) || platform::equalsIgnoreCase(name, L"Net\\user.cfg") ||
-         filter.IsFileOrDirectoryExcluded(name.c_str());
+         platform::equalsIgnoreCase(name, L"WGO_SyncFilter.xml");
 }
 
 bool isObjectFile(const std::wstring& name) {
@@ -36,6 +38,10 @@ bool isObjectFile(const std::wstring& name) {
   int number = 0;
   return GetTypeFromFilePathName(name, type, number) &&
          (type == eFileType_Teilbild || type == eFileType_Plan || type == eFileType_Zeichnung);
+}
+
+bool isBackup(const std::wstring& lowerName) {
+  return lowerName.starts_with(L"backup\\") || lowerName.find(L"\\backup\\") != std::wstring::npos;
 }
 
 /// Why a file other than an object counts as unsent; empty when it does not.
@@ -61,50 +67,90 @@ std::wstring reasonOf(const ItemView& view) {
   }
 }
 
-void readFiles(Context& context, const std::wstring& project, CacheContent& content) {
-  std::vector<StoredFile> listed;
-  check(context.store().files(context.actor(), project, kAllClasses, listed));
-  Stored stored;
-  for (StoredFile& file : listed) stored.emplace(platform::toLower(file.name), std::move(file));
-  const auto record = CacheRecord::of(project, content.directory);
-  content.isWhole = record != nullptr && record->isWhole();
-  Quorvel::FileAccess::WGO_FileFilter filter;
-  Quorvel::FileAccess::WGO_GetPrjCopyUploadFilter(filter);
-  const fs::path root = platform::systemPath(content.directory);
-  std::error_code error;
-  fs::recursive_directory_iterator entry(root, error);
-  for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-    if (!entry->is_regular_file(error)) continue;
-    std::wstring name = platform::fromUtf8(entry->path().lexically_relative(root).generic_string());
-    for (wchar_t& c : name) c = c == L'/' ? L'\\' : c;
-    const platform::FileStatus status = platform::fileStatus(platform::joinPath(content.directory, name));
-    ++content.files;
-    content.bytes += status.size;
-    // The objects proper lie in the project's own directory; they are read with their headers.
-    if ((name.find(L'\\') == std::wstring::npos && isObjectFile(name)) || isOwnFile(filter, name)) continue;
-    const FileContent here{
-        static_cast<std::int64_t>(status.size), static_cast<std::int64_t>(platform::toTicks(status.writeTime)), {}};
-    const std::wstring reason = reasonOf(name, here, stored, record.get());
-    if (!reason.empty()) content.unsent.push_back({name, reason});
-  }
-  if (error) {
-    throw CommandFailure{ExitCode::Failure,
-                         content.directory + L" can't be read: " + platform::fromUtf8(error.message())};
-  }
+/// Why an object counts as unsent by what this workstation remembers.
+std::wstring reasonAlone(const std::wstring& name, const SyncBase& bases) {
+  const ItemView view = readLocal(itemOfFile(name));
+  const auto base = bases.get(view.fileName);
+  return view.here && base && *view.here == base->here ? L"" : L"can't be compared with the store";
 }
+
+/// Walks over the files of the open project.
+class CacheReader {
+ public:
+  CacheReader(Context& context, bool withStore, CacheContent& content)
+      : withStore_(withStore),
+        content_(content),
+        project_(get_ActivePrj().GetOndrathProjectUuid()),
+        record_(CacheRecord::of(project_, content.directory)),
+        bases_(project_) {
+    content.isWhole = record_ != nullptr && record_->isWhole();
+    if (!withStore) return;
+    for (const ItemView& view : readObjects()) {
+      objects_.insert(platform::toLower(view.fileName));
+      note(view.label(), reasonOf(view));
+    }
+    std::vector<StoredFile> listed;
+    check(context.store().files(context.actor(), project_, kAllClasses, listed));
+    for (StoredFile& file : listed) stored_.emplace(platform::toLower(file.name), std::move(file));
+  }
+
+  void read() {
+    const fs::path root = platform::systemPath(content_.directory);
+    std::error_code error;
+    fs::recursive_directory_iterator entry(root, error);
+    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+      if (!entry->is_regular_file(error)) continue;
+      std::wstring name = platform::fromUtf8(entry->path().lexically_relative(root).generic_string());
+      for (wchar_t& c : name) c = c == L'/' ? L'\\' : c;
+      const platform::FileStatus status = platform::fileStatus(platform::joinPath(content_.directory, name));
+      ++content_.files;
+      content_.bytes += status.size;
+      const FileContent here{
+          static_cast<std::int64_t>(status.size), static_cast<std::int64_t>(platform::toTicks(status.writeTime)), {}};
+      note(name, reasonOfFile(name, here));
+    }
+    if (error) {
+      throw CommandFailure{ExitCode::Failure,
+                           content_.directory + L" can't be read: " + platform::fromUtf8(error.message())};
+    }
+  }
+
+ private:
+  void note(const std::wstring& item, const std::wstring& reason) {
+    if (!reason.empty()) content_.unsent.push_back({item, reason});
+  }
+
+  std::wstring reasonOfFile(const std::wstring& name, const FileContent& here) {
+    const std::wstring lower = platform::toLower(name);
+    if (isBackup(lower)) return L"is a backup copy";
+    if (isOwnFile(name)) return {};
+    if (!names_.insert(lower).second) return L"differs only in letter case from another one here";
+    // The objects proper lie in the project's own directory; they are read with their headers.
+    if (objects_.contains(lower)) return {};
+    const bool isObject = name.find(L'\\') == std::wstring::npos && isObjectFile(name);
+    if (isObject && !withStore_) return reasonAlone(name, bases_);
+    const std::wstring reason = reasonOf(name, here, stored_, record_.get());
+    return reason.empty() || withStore_ ? reason : L"can't be compared with the store";
+  }
+
+  bool withStore_;
+  CacheContent& content_;
+  std::wstring project_;
+  std::unique_ptr<CacheRecord> record_;
+  SyncBase bases_;
+  Stored stored_;
+  std::set<std::wstring> objects_;  // that were looked at; in lower case
+  std::set<std::wstring> names_;    // that the walk has met; in lower case
+};
 
 }  // namespace
 
-CacheContent readCache(Context& context) {
+CacheContent readCache(Context& context, bool withStore) {
   CacheContent content;
   content.directory = get_ActPrjPath();
   std::vector<std::wstring> waiting;
   getNotUploadedFilesList(waiting);
-  for (const ItemView& view : readObjects()) {
-    const std::wstring reason = reasonOf(view);
-    if (!reason.empty()) content.unsent.push_back({view.label(), reason});
-  }
-  readFiles(context, get_ActivePrj().GetOndrathProjectUuid(), content);
+  CacheReader(context, withStore, content).read();
   return content;
 }
 

@@ -21,8 +21,9 @@ struct CacheContent {
   std::vector<Unsent> unsent;  ///< in the order of the items
 };
 
-/// Looks at every file and asks the store. What can't be told apart from unsent work counts as such. Throws
-/// CommandFailure when directory or store can't be read.
-CacheContent readCache(Context& context);
+/// Looks at every file, backup copies and what no upload takes among them. What can't be told apart from unsent work
+/// counts as such. Throws CommandFailure when directory or store can't be read.
+/// @param withStore  false: by what this workstation remembers alone
+CacheContent readCache(Context& context, bool withStore = true);
 
 }  // namespace workstation::program

@@ -6,8 +6,10 @@
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "workstation/Session.h"
+#include "workstation/program/CacheContent.h"
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
+#include "workstation/program/LeavingProject.h"
 #include "workstation/program/People.h"
 #include "workstation/store/CloudStore.h"
 
@@ -97,14 +99,39 @@ ExitCode open(Context& context, const std::string& project) {
   return ExitCode::Done;
 }
 
+/// For people who leave: nobody else gets what was not sent, and nobody changes what stays locked.
+void tellWhatStays(Context& context) {
+  try {
+    const LeftProject left = openToLeave(context, L"");
+    if (!left.hasStore) {
+      context.output().message(L"what was not sent can't be told: " + left.whyNot);
+      return;
+    }
+    const std::size_t unsent = readCache(context).unsent.size();
+    if (unsent > 0) {
+      context.output().message(platform::formatWide(
+          L"%d items here are not in the store (zephor cache info). To send them, open the project again: zephor sync",
+          static_cast<long long>(unsent)));
+    }
+    std::wstring locks;
+    for (const ObjectLock& lock : left.locks) locks += (locks.empty() ? L"" : L", ") + nameOf(lock);
+    if (!locks.empty()) context.output().message(L"you still hold the locks of " + locks);
+  } catch (const CommandFailure& failure) {
+    context.output().message(L"what was not sent can't be told: " + failure.message);
+  }
+}
+
 ExitCode close(Context& context) {
   context.startWorkstation();
   std::wstring name;
   std::wstring error;
+  std::wstring nothing;
+  if (openCache(L"", nothing)) tellWhatStays(context);
   if (context.options().dryRun) {
     context.output().result(L"would close the project", {{"action", L"close"}});
     return ExitCode::Done;
   }
+  closeProject();
   if (!forgetLastProject(name, error)) throw CommandFailure{ExitCode::Failure, error};
   if (name.empty()) throw CommandFailure{ExitCode::Failure, L"no project is open"};
   context.output().result(L"closed " + name, {{"project", name}});

@@ -26,7 +26,6 @@ TEST_F(OpenProject, MakesDirectoryAndDescriptorAndIsOpenAgainAtTheNextStart) {
   EXPECT_TRUE(prj.IsOndrathProject());
   EXPECT_EQ(prj.mainRelease, get_InternMainRelease());
   EXPECT_EQ(prj.owner, 2) << "the store's number of a project's owner";
-  EXPECT_TRUE(prj.isMember(2));
   EXPECT_EQ(lfinigC(1), L"C:\\Data\\Prj\\ONDRATH\\" + uuid + L".prj\\");
   EXPECT_TRUE(workstation_.exists(workstation_.projectPath(L"BIM")));
   const std::string descriptor = workstation_.readFile(workstation_.projectPath(L"Project1.Dat.xml"));
