@@ -103,6 +103,7 @@ TEST_F(TrashTest, OnAnErrorTheFileIsStillWhereItWas) {
   const HANDLE file =
       CreateFileW(path(L"f").c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
   EXPECT_EQ(platform::moveToTrash(path(L"f")), ERROR_SHARING_VIOLATION);
+  EXPECT_EQ(platform::moveToTrash(path(L"")), ERROR_SHARING_VIOLATION) << "a directory with it";
   CloseHandle(file);
   EXPECT_EQ(platform::moveToTrash(path(L"none")), ERROR_FILE_NOT_FOUND);
   EXPECT_EQ(platform::moveToTrash(L"\\"), ERROR_ACCESS_DENIED);

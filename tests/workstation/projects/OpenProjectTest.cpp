@@ -44,6 +44,19 @@ TEST_F(OpenProject, MakesDirectoryAndDescriptorAndIsOpenAgainAtTheNextStart) {
   EXPECT_EQ(error_, L"");
 }
 
+TEST_F(OpenProject, NamesTheStoresOwnerWhoeverOpensIt) {
+  const std::wstring uuid = workstation_.createTeamAndProject(L"House");
+  PRJ wrong = get_ActivePrj();
+  wrong.owner = 17;
+  ASSERT_EQ(NetID_WritePrjInfoByPath(wrong.GetFullProjectPath(true), wrong, 0), 0);
+  workstation::closeProject();
+  ASSERT_TRUE(openProject(uuid, error_)) << platform::toUtf8(error_);
+  EXPECT_EQ(get_ActivePrj().owner, 2);
+  workstation::closeProject();
+  ASSERT_TRUE(workstation::openCache(uuid, error_)) << platform::toUtf8(error_);
+  EXPECT_EQ(get_ActivePrj().owner, 2) << "as it was written";
+}
+
 TEST_F(OpenProject, TakesAUuidOrANameThatIsClear) {
   const std::wstring uuid = workstation_.createTeamAndProject(L"House");
   for (const std::wstring& text : {std::wstring(L"House"), platform::toUpper(uuid), std::wstring(L"Team/House")}) {
