@@ -112,7 +112,9 @@ RecordsSetAside::RecordsSetAside(const std::wstring& projectUuid) {
       } else if (errno != ENOENT) {
         const std::string reason = std::generic_category().message(errno);
         putBack();
-        throw CommandFailure{ExitCode::Failure, platform::fromUtf8(from + " can't be set aside: " + reason)};
+        throw CommandFailure{
+            ExitCode::Failure,
+            platform::formatWide(L"%s can't be set aside: %s", platform::fromUtf8(from), platform::fromUtf8(reason))};
       }
     }
   }
