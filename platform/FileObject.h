@@ -36,8 +36,7 @@ std::shared_ptr<FileObject> findFile(HANDLE handle);
 /// @return false when another handle stands against it
 bool enterShareModes(int fd, DWORD access, DWORD shareMode);
 
-/// Whether an open handle denies others to read the file, or to delete, rename or replace it.
+/// Whether an open handle denies others to read the file.
 bool isReadingDenied(int fd);
-bool isDeletingDenied(const std::string& path);
 
 }  // namespace platform

@@ -9,6 +9,7 @@
 #include "platform/Attributes.h"
 #include "platform/Errors.h"
 #include "platform/FileObject.h"
+#include "platform/FileSharing.h"
 #include "platform/Files.h"
 #include "platform/PathLookup.h"
 #include "platform/Paths.h"

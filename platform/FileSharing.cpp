@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "platform/FileObject.h"
+#include "platform/FileSharing.h"
 #include "platform/Files.h"
 
 namespace platform {

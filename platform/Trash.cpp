@@ -22,6 +22,7 @@
 #include "platform/DirectoryStream.h"
 #include "platform/Errors.h"
 #include "platform/FileObject.h"
+#include "platform/FileSharing.h"
 #include "platform/Files.h"
 #include "platform/PathLookup.h"
 #include "platform/Paths.h"

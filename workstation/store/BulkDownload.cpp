@@ -11,6 +11,7 @@
 #include "workstation/store/Bodies.h"
 #include "workstation/store/DiskFiles.h"
 #include "workstation/store/StoreImpl.h"
+#include "workstation/store/TransferConditions.h"
 
 namespace workstation {
 
@@ -51,12 +52,10 @@ void requireClosed(const LocalPlace& place) {
   if (isOpenInHost(place)) throw StoreError{kStoreInUse, L"\"" + place.path + L"\" is open"};
 }
 
-FileContent contentAt(const LocalPlace& place) {
-  if (!place.exists) return {};
-  if (!place.isLink) return {place.size, place.modified, {}};
-  const platform::FileStatus status = platform::fileStatus(place.path);
-  if (!status.exists) return {};
-  return {static_cast<std::int64_t>(status.size), ticksOf(status.writeTime)};
+void requireAsJudged(const std::wstring& project, const std::wstring& name, const LocalPlace& place,
+                     const FileContent& here) {
+  const auto condition = transferCondition(project, name);
+  if (condition && !isAsSeen(here, condition->here)) throwChangedHere(place);
 }
 
 bool isSame(const LocalPlace& place, const FileContent& here, const StoredFile& stored, Compare compare) {
@@ -169,6 +168,8 @@ bool BulkDownload::isWanted(const LocalPlace& place, const StoredFile& file) {
 
 std::uint64_t BulkDownload::bring(Waiting waiting) {
   requireClosed(waiting.place);
+  waiting.judged = contentAt(waiting.place);
+  if (record_ != nullptr) requireAsJudged(project_, waiting.file.name, waiting.place, waiting.judged);
   waiting.from = LocalTree::besides(waiting.place);
   StoredFile file;
   const CloudStatus status = store_.copyOut(actor_, project_, waiting.file.name, waiting.from, file);
@@ -198,11 +199,12 @@ void BulkDownload::settle(std::vector<std::wstring>& failed) {
       status = answerOf([&] {
         if (waiting.place.exists && !together) syncPath(waiting.from);
         requireClosed(waiting.place);
-        LocalTree::replace(waiting.from, waiting.place);
+        LocalTree::replace(waiting.from, waiting.place, waiting.judged);
       });
     }
     if (status == kStoreOk) {
       settled_.emplace_back(waiting.file.name, contentOf(waiting.file));
+      if (record_ != nullptr) moveConditionHere(project_, waiting.file.name, contentOf(waiting.file));
     } else {
       removeFile(waiting.from);
     }

@@ -26,8 +26,10 @@ enum class Road : std::uint8_t {
 bool isOpenInHost(const LocalPlace& place);
 /// Throws kStoreInUse.
 void requireClosed(const LocalPlace& place);
-/// Content of a file on the disk without its hash; none when there is no file.
-FileContent contentAt(const LocalPlace& place);
+/// Throws kStoreChanged when a condition is laid down for the file and it is not that any more. @param here
+/// contentAt(place)
+void requireAsJudged(const std::wstring& project, const std::wstring& name, const LocalPlace& place,
+                     const FileContent& here);
 /// @param here  contentAt(place)
 bool isSame(const LocalPlace& place, const FileContent& here, const StoredFile& stored, Compare compare);
 
@@ -55,6 +57,7 @@ class BulkDownload {
     std::string from;
     LocalPlace place;
     StoredFile file;
+    FileContent judged = {};  ///< what was at the place when it was decided
   };
 
   template <typename Item, typename Fetch>

@@ -22,18 +22,18 @@ constexpr const char* kSchema =
     "NULL DEFAULT 0, sha256 TEXT NOT NULL DEFAULT '', next_size INTEGER NOT NULL DEFAULT -1, next_modified INTEGER NOT "
     "NULL DEFAULT 0, next_sha256 TEXT NOT NULL DEFAULT '') WITHOUT ROWID;";
 
+FileContent contentAt(const Statement& row, int column) {
+  return {row.number(column), row.number(column + 1), row.bytes(column + 2)};
+}
+
+}  // namespace
+
 bool isCacheOf(const std::wstring& project, const std::wstring& directory) {
   std::wstring cache;
   if (make_prj_dir(PRJ({}, {}, {}, project, true), cache) != 0) return false;
   const std::wstring place = platform::weaklyCanonical(cache);
   return !place.empty() && platform::equalsIgnoreCase(place, platform::weaklyCanonical(directory));
 }
-
-FileContent contentAt(const Statement& row, int column) {
-  return {row.number(column), row.number(column + 1), row.bytes(column + 2)};
-}
-
-}  // namespace
 
 FileContent contentOf(const StoredFile& file) {
   return {file.size, ticksOf(file.modified), file.sha256};

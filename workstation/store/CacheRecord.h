@@ -85,6 +85,9 @@ class WORKSTATION_API CacheRecord {
   std::optional<std::unordered_map<std::wstring, SeenFile>> files_;  // by name in lower case
 };
 
+/// Whether `directory` is this workstation's cache of the project.
+bool isCacheOf(const std::wstring& project, const std::wstring& directory);
+
 /// Notes files that are the same on both sides since they were moved one by one. Objects are not noted: their headers
 /// tell their versions. Does nothing outside of this workstation's cache.
 void noteSettled(const std::wstring& project, const std::wstring& directory, const std::vector<StoredFile>& files);

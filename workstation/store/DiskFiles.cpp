@@ -180,8 +180,8 @@ std::vector<DiskEntry> listDirectory(const std::string& path) {
     struct stat status = {};
     // Gone since it was listed: somebody else is at work here, too.
     if (::fstatat(::dirfd(directory.get()), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
-    entries.push_back(
-        {name, S_ISDIR(status.st_mode), static_cast<std::uint64_t>(status.st_size), status.st_mtim.tv_sec});
+    entries.push_back({name, S_ISDIR(status.st_mode), static_cast<std::uint64_t>(status.st_size), status.st_mtim.tv_sec,
+                       status.st_ctim.tv_sec});
   }
   if (errno != 0) fail(path, "can't be listed whole");
   return entries;
@@ -222,6 +222,12 @@ bool renameWithoutReplacing(const std::string& from, const std::string& to) {
 
 void renameReplacing(const std::string& from, const std::string& to) {
   if (::rename(from.c_str(), to.c_str()) != 0) fail(to, "can't be replaced");
+}
+
+bool exchangeNames(const std::string& one, const std::string& other) {
+  if (::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) == 0) return true;
+  if (errno != EINVAL && errno != ENOSYS) fail(other, "can't be replaced");
+  return false;
 }
 
 bool removeFile(const std::string& path) noexcept {

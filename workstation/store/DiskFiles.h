@@ -61,6 +61,7 @@ struct DiskEntry {
   bool isDirectory = false;
   std::uint64_t size = 0;
   std::int64_t modifiedSeconds = 0;  ///< since 1970
+  std::int64_t changedSeconds = 0;   ///< of its content, names or attributes; nobody sets it
 };
 
 /// Status of a path without following a link; nothing when there is none.
@@ -86,6 +87,8 @@ void makeDirectories(const std::string& path);
 bool renameWithoutReplacing(const std::string& from, const std::string& to);
 /// Renames over whatever file is there.
 void renameReplacing(const std::string& from, const std::string& to);
+/// Two files take each other's name in one step. @return false where the file system can't do that
+bool exchangeNames(const std::string& one, const std::string& other);
 /// @return false when it can't be removed
 bool removeFile(const std::string& path) noexcept;
 /// Makes the content of a file, or the entries of a directory, survive a loss of power.

@@ -9,6 +9,7 @@
 #include "workstation/store/LocalTree.h"
 #include "workstation/store/StoreError.h"
 #include "workstation/store/StoreImpl.h"
+#include "workstation/store/TransferConditions.h"
 #include "workstation/store/TransferSteps.h"
 
 namespace workstation {
@@ -59,7 +60,10 @@ CloudStatus EmbeddedProjectService::DownloadFile(const std::wstring& project, co
       LocalTree tree(localRoot);
       const LocalPlace place = tree.place(normal);
       if (suffix.empty()) requireClosed(place);
-      if (!isOpenInHost(place) && isSame(place, contentAt(place), file, Compare::Content)) return;
+      const FileContent judged = contentAt(place);
+      if (!isOpenInHost(place) && isSame(place, judged, file, Compare::Content)) return;
+      const bool isCache = transferCondition(project, normal) && isCacheOf(project, localRoot);
+      if (isCache) requireAsJudged(project, normal, place, judged);
       // Under a name of its own even when it has a suffix: two downloads of one file never write into each other's.
       const std::string written = LocalTree::besides(place);
       asked = store.copyOut(actor, project, normal, written, file);
@@ -68,8 +72,10 @@ CloudStatus EmbeddedProjectService::DownloadFile(const std::wstring& project, co
         if (place.exists) syncPath(written);
         const bool stays = !suffix.empty() && isOpenInHost(place);
         if (!stays) requireClosed(place);
-        LocalTree::replace(written, stays ? tree.place(besides) : place);
+        const LocalPlace part = stays ? tree.place(besides) : place;
+        LocalTree::replace(written, part, stays ? contentAt(part) : judged);
         if (!stays) noteSettled(project, localRoot, {file});
+        if (!stays && isCache) moveConditionHere(project, normal, contentOf(file));
       } catch (const StoreError&) {
         removeFile(written);
         throw;

@@ -1,10 +1,14 @@
 #include "workstation/store/LocalTree.h"
 
 #include <filesystem>
+#include <string_view>
 
+#include "host/Trace.h"
+#include "platform/FileSharing.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
+#include "platform/Time.h"
 #include "workstation/store/Bodies.h"
 #include "workstation/store/DiskFiles.h"
 #include "workstation/store/StoreError.h"
@@ -20,12 +24,59 @@ std::string canonical(const std::string& path) {
   return found.string();
 }
 
-/// A file that a process left beside its place when it was killed; see LocalTree::besides.
+constexpr std::string_view kEnding = ".tmp";
+constexpr std::size_t kStemSize = 17;  // "~" and 16 hexadecimal digits
+
+/// A file that a process left beside its place when it was killed; see LocalTree::besides and takenOutName.
 bool isOldLeftover(const DiskEntry& entry) {
   constexpr std::int64_t kGraceSeconds = 3600;
-  return !entry.isDirectory && entry.name.size() == 21 && entry.name.starts_with("~") && entry.name.ends_with(".tmp") &&
-         entry.name.find_first_not_of("0123456789abcdef", 1) == 17 &&
-         entry.modifiedSeconds < nowSeconds() - kGraceSeconds;
+  return !entry.isDirectory && entry.name.starts_with("~") && entry.name.ends_with(kEnding) &&
+         entry.name.find_first_not_of("0123456789abcdef", 1) == kStemSize && entry.name[kStemSize] == '.' &&
+         entry.changedSeconds < nowSeconds() - kGraceSeconds;
+}
+
+/// The name under which a file changes places with the one that it replaces. What is found under it may be somebody's
+/// work, if the process was killed before it had looked at it.
+std::string takenOutName(const std::string& from, const LocalPlace& place) {
+  constexpr std::size_t kLongest = 200;
+  const std::string stem = from.substr(0, from.size() - kEnding.size());
+  return stem + "." + (place.name.size() <= kLongest ? place.name : "file") + std::string(kEnding);
+}
+
+FileContent contentAtPath(const std::string& path) {
+  const auto status = diskStatus(path);
+  if (!status) return {};
+  if (!status->isLink) return {static_cast<std::int64_t>(status->size), status->modifiedTicks, {}};
+  const platform::FileStatus target = platform::fileStatus(platform::libraryPath(path));
+  if (!target.exists) return {};
+  return {static_cast<std::int64_t>(target.size), static_cast<std::int64_t>(platform::toTicks(target.writeTime)), {}};
+}
+
+/// What was taken out is not what was judged: it gets its place back.
+/// @param ours  content of the file that is at the place now, unless somebody has changed that, too
+void putBack(const std::string& takenOut, const LocalPlace& place, const FileContent& ours) {
+  const std::string target = place.systemPath();
+  if (renameWithoutReplacing(takenOut, target)) return;
+  exchangeNames(takenOut, target);
+  if (isAsSeen(contentAtPath(takenOut), ours)) {
+    removeFile(takenOut);
+  } else {
+    renameWithoutReplacing(takenOut, target + "." + randomHex(4));
+  }
+}
+
+/// For file systems that can't exchange: what comes to the place between the look and the rename is lost.
+void replaceDirectly(const std::string& from, const LocalPlace& place, const FileContent& judged) {
+  if (!isAsSeen(contentAtPath(place.systemPath()), judged)) throwChangedHere(place);
+  renameReplacing(from, place.systemPath());
+}
+
+void keepMarks(const std::string& from, const LocalPlace& place) {
+  constexpr DWORD kMarks = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+  const DWORD kept = GetFileAttributesW(place.path.c_str());
+  if (kept != INVALID_FILE_ATTRIBUTES && (kept & kMarks) != 0) {
+    SetFileAttributesW(platform::libraryPath(from).c_str(), kept & kMarks);
+  }
 }
 
 [[noreturn]] void refuse(const std::wstring& path, const wchar_t* why) {
@@ -33,6 +84,19 @@ bool isOldLeftover(const DiskEntry& entry) {
 }
 
 }  // namespace
+
+FileContent contentAt(const LocalPlace& place) {
+  if (!place.exists || place.isLink) return place.exists ? contentAtPath(place.systemPath()) : FileContent{};
+  return {place.size, place.modified, {}};
+}
+
+bool isAsSeen(const FileContent& now, const FileContent& seen) {
+  return now.isKnown() ? now.looksLike(seen) : !seen.isKnown();
+}
+
+void throwChangedHere(const LocalPlace& place) {
+  throw StoreError{kStoreChanged, L"\"" + place.path + L"\" was changed here meanwhile and stays"};
+}
 
 LocalTree::LocalTree(const std::wstring& root) : root_(root) {
   const std::string path = platform::systemPath(root);
@@ -50,7 +114,10 @@ const std::string* LocalTree::find(Directory& directory, const std::string& name
   directory.names.erase(entry);
   if (!directory.isListed) {
     for (const DiskEntry& found : listDirectory(directory.path)) {
-      if (isOldLeftover(found) && removeFile(directory.path + "/" + found.name)) continue;
+      if (isOldLeftover(found)) {
+        keepTakenOut(directory.path, found.name);
+        continue;
+      }
       const auto [known, fresh] =
           directory.names.try_emplace(platform::toLower(platform::fromUtf8(found.name)), found.name);
       if (!fresh && found.name < known->second) known->second = found.name;
@@ -59,6 +126,22 @@ const std::string* LocalTree::find(Directory& directory, const std::string& name
   }
   const auto listed = directory.names.find(platform::toLower(platform::fromUtf8(name)));
   return listed == directory.names.end() ? nullptr : &listed->second;
+}
+
+/// Removes a leftover; one that may be somebody's work goes to the backup directory.
+void LocalTree::keepTakenOut(const std::string& directory, const std::string& name) const {
+  const std::string path = directory + "/" + name;
+  if (name.size() == kStemSize + kEnding.size()) {
+    removeFile(path);
+    return;
+  }
+  const std::wstring kept = L"Backup\\" + platform::fromUtf8(name.substr(kStemSize + 1) + "." + name.substr(1, 8));
+  const CloudStatus status = answerOf([&] {
+    makeDirectories(canonicalRoot_ + "/Backup");
+    renameWithoutReplacing(path, platform::systemPath(platform::joinPath(root_, kept)));
+  });
+  lfperrC(L"\"%s\", left by a load that was killed, %s\n", platform::fromUtf8(path),
+          status == kStoreOk ? L"is kept as \"" + kept + L"\"" : std::wstring(L"can't be brought to safety"));
 }
 
 LocalTree::Directory& LocalTree::directoryOf(const std::wstring& relative) {
@@ -104,24 +187,34 @@ std::string LocalTree::besides(const LocalPlace& place) {
   return place.directory + "/~" + randomHex(8) + ".tmp";
 }
 
-void LocalTree::replace(const std::string& from, const LocalPlace& place) {
-  if (place.exists) {
-    const DWORD kept = GetFileAttributesW(place.path.c_str());
-    constexpr DWORD kMarks = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
-    if (kept != INVALID_FILE_ATTRIBUTES && (kept & kMarks) != 0) {
-      SetFileAttributesW(platform::libraryPath(from).c_str(), kept & kMarks);
-    }
+void LocalTree::replace(const std::string& from, const LocalPlace& place, const FileContent& judged) {
+  const std::string target = place.systemPath();
+  if (!place.exists) {
+    if (!renameWithoutReplacing(from, target)) throwChangedHere(place);
+    return;
   }
-  // A new name needs no look at the directory, which would cost a batch its square.
-  if (!place.exists && renameWithoutReplacing(from, place.systemPath())) return;
+  const auto status = diskStatus(target);
+  if (!status || !isAsSeen(contentAtPath(target), judged)) throwChangedHere(place);
+  if (status->readOnly) refuse(place.path, L"it is read-only");
   // Other processes may have the file open; they are asked by their share modes.
-  const std::wstring source = platform::libraryPath(from);
-  const std::wstring target = platform::libraryPath(place.systemPath());
-  if (MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING) == FALSE) {
-    const DWORD code = GetLastError();
-    throw StoreError{statusOfError(code),
-                     platform::formatWide(L"\"%s\" can't be replaced (error %u)", place.path, code)};
+  if (platform::isDeletingDenied(target)) throw StoreError{kStoreInUse, L"\"" + place.path + L"\" is open elsewhere"};
+  keepMarks(from, place);
+  const FileContent ours = contentAtPath(from);
+  const std::string takenOut = takenOutName(from, place);
+  renameReplacing(from, takenOut);
+  try {
+    if (!exchangeNames(takenOut, target)) return replaceDirectly(takenOut, place, judged);
+  } catch (const StoreError& error) {
+    removeFile(takenOut);
+    if (error.status == kStoreNotFound) throwChangedHere(place);
+    throw;
   }
+  if (isAsSeen(contentAtPath(takenOut), judged)) {
+    removeFile(takenOut);
+    return;
+  }
+  putBack(takenOut, place, ours);
+  throwChangedHere(place);
 }
 
 }  // namespace workstation

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/Cloud.h"
+#include "workstation/store/CacheRecord.h"
 
 namespace workstation {
 
@@ -24,6 +25,12 @@ struct LocalPlace {
   std::string systemPath() const { return directory + "/" + name; }
 };
 
+/// Content of a file on the disk without its hash; none when there is no file.
+FileContent contentAt(const LocalPlace& place);
+/// Whether a place has what was seen there before; both may be none.
+bool isAsSeen(const FileContent& now, const FileContent& seen);
+[[noreturn]] void throwChangedHere(const LocalPlace& place);
+
 /// One thread at a time. Failures are thrown as StoreError.
 class LocalTree {
  public:
@@ -34,9 +41,11 @@ class LocalTree {
   LocalPlace place(const std::wstring& relative);
   /// Path beside a place under a name that is not in use.
   static std::string besides(const LocalPlace& place);
-  /// Puts a whole file, written beside, onto its place, which has to be closed everywhere: otherwise kStoreInUse.
-  /// Attributes of the file before it stay.
-  static void replace(const std::string& from, const LocalPlace& place);
+  /// Puts a whole file, written beside, onto its place, which has to be closed everywhere: otherwise kStoreInUse. Where
+  /// something else than what was judged has come to the place, that stays: kStoreChanged. Attributes of the file
+  /// before it stay.
+  /// @param judged  contentAt(place) when it was decided
+  static void replace(const std::string& from, const LocalPlace& place, const FileContent& judged);
 
  private:
   struct Directory {
@@ -45,7 +54,8 @@ class LocalTree {
     std::map<std::wstring, std::string> names;  // lower case to the name on the disk
   };
   Directory& directoryOf(const std::wstring& relative);
-  static const std::string* find(Directory& directory, const std::string& name);
+  const std::string* find(Directory& directory, const std::string& name);
+  void keepTakenOut(const std::string& directory, const std::string& name) const;
 
   std::wstring root_;
   std::string canonicalRoot_;

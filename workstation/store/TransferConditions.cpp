@@ -20,6 +20,14 @@ Laid& laid() {
   return instance;
 }
 
+template <typename Move>
+void withCondition(const std::wstring& project, const std::wstring& name, const Move& move) {
+  const std::lock_guard guard(laid().mutex);
+  if (laid().byName.empty() || !platform::equalsIgnoreCase(project, laid().project)) return;
+  const auto found = laid().byName.find(platform::toLower(name));
+  if (found != laid().byName.end()) move(found->second);
+}
+
 }  // namespace
 
 ScopedTransferConditions::ScopedTransferConditions(const std::wstring& project,
@@ -38,10 +46,17 @@ ScopedTransferConditions::~ScopedTransferConditions() {
 }
 
 std::optional<TransferCondition> transferCondition(const std::wstring& project, const std::wstring& name) {
-  const std::lock_guard guard(laid().mutex);
-  if (laid().byName.empty() || !platform::equalsIgnoreCase(project, laid().project)) return std::nullopt;
-  const auto found = laid().byName.find(platform::toLower(name));
-  return found == laid().byName.end() ? std::nullopt : std::optional(found->second);
+  std::optional<TransferCondition> laidDown;
+  withCondition(project, name, [&](const TransferCondition& condition) { laidDown = condition; });
+  return laidDown;
+}
+
+void moveConditionHere(const std::wstring& project, const std::wstring& name, const FileContent& here) {
+  withCondition(project, name, [&](TransferCondition& condition) { condition.here = here; });
+}
+
+void moveConditionInStore(const std::wstring& project, const std::wstring& name, std::int64_t revision) {
+  withCondition(project, name, [&](TransferCondition& condition) { condition.revision = revision; });
 }
 
 }  // namespace workstation

@@ -30,6 +30,10 @@ class WORKSTATION_API ScopedTransferConditions {
 };
 
 /// What is laid down for a file of a project; nothing for one that is not under a condition.
-std::optional<TransferCondition> transferCondition(const std::wstring& project, const std::wstring& name);
+WORKSTATION_API std::optional<TransferCondition> transferCondition(const std::wstring& project,
+                                                                   const std::wstring& name);
+/// After a transfer of this process went through: what it left on its side is what later ones in the scope go by.
+void moveConditionHere(const std::wstring& project, const std::wstring& name, const FileContent& here);
+void moveConditionInStore(const std::wstring& project, const std::wstring& name, std::int64_t revision);
 
 }  // namespace workstation
