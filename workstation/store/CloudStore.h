@@ -107,6 +107,8 @@ struct FilePut {
   std::wstring path;                 ///< library path of the source
   std::vector<std::uint8_t> header;  ///< stored image, empty for none
   std::vector<std::pair<std::wstring, std::wstring>> metadata;
+  /// The revision that the store must have, 0 for none (or a deleted file): otherwise kStoreChanged. Nothing: whatever.
+  std::optional<std::int64_t> expectedRevision = std::nullopt;
 };
 
 struct SweepResult {
@@ -223,11 +225,13 @@ class WORKSTATION_API CloudStore {
 
   /// Puts a group: all that can be read goes in with its header in one transaction.
   /// @param statuses  one for each file, in their order; kStoreInvalidName, kStoreInUse (changed while it was read),
-  ///                  kStoreLocked (another holds the object), or the error of reading
+  ///                  kStoreLocked (another holds the object), kStoreChanged, or the error of reading
+  /// @param revisions  when asked for: of each file that went in
   /// @return the first status that is not 0; when the store itself failed nothing went in and every file carries that
   /// status
   CloudStatus putFiles(const StoreActor& actor, const std::wstring& project, const std::vector<FilePut>& files,
-                       std::vector<CloudStatus>& statuses, const StoreProgress& progress = {});
+                       std::vector<CloudStatus>& statuses, const StoreProgress& progress = {},
+                       std::vector<std::int64_t>* revisions = nullptr);
   CloudStatus findFile(const StoreActor& actor, const std::wstring& project, const std::wstring& name, StoredFile& out);
   /// @param classes  bits of classBit
   CloudStatus files(const StoreActor& actor, const std::wstring& project, unsigned classes,
@@ -242,7 +246,9 @@ class WORKSTATION_API CloudStore {
                          std::map<std::wstring, std::vector<std::uint8_t>>& out);
   CloudStatus metadata(const StoreActor& actor, const std::wstring& project, const std::wstring& name,
                        std::map<std::wstring, std::wstring>& out);
-  CloudStatus deleteFile(const StoreActor& actor, const std::wstring& project, const std::wstring& name);
+  /// @param expectedRevision  as in FilePut
+  CloudStatus deleteFile(const StoreActor& actor, const std::wstring& project, const std::wstring& name,
+                         std::optional<std::int64_t> expectedRevision = std::nullopt);
   /// Writes a file's content to `target`, a path of the system that is created or emptied, with the stored write time.
   /// The content is checked against its hash on the way: a damaged body gives kStoreInvalidData, and nothing is left at
   /// `target`.

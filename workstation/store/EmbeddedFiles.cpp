@@ -4,6 +4,7 @@
 #include "platform/Text.h"
 #include "workstation/store/EmbeddedProjectService.h"
 #include "workstation/store/StoreError.h"
+#include "workstation/store/TransferConditions.h"
 
 namespace workstation {
 
@@ -86,8 +87,13 @@ CloudStatus EmbeddedProjectService::GetAllFileHeaders(const std::wstring& projec
 }
 
 CloudStatus EmbeddedProjectService::DeleteFile(const std::wstring& project, const std::wstring& name) {
-  return run(L"DeleteFile",
-             [&](CloudStore& store, const StoreActor& actor) { return store.deleteFile(actor, project, name); });
+  return run(L"DeleteFile", [&](CloudStore& store, const StoreActor& actor) {
+    const auto condition = transferCondition(project, name);
+    const CloudStatus status =
+        store.deleteFile(actor, project, name, condition ? std::optional(condition->revision) : std::nullopt);
+    if (status == kStoreOk) moveConditionInStore(project, name, 0);
+    return status;
+  });
 }
 
 CloudStatus EmbeddedProjectService::HasFile(const std::wstring& project, const std::wstring& name, bool& found) {

@@ -10,6 +10,7 @@
 #include "workstation/store/EmbeddedProjectService.h"
 #include "workstation/store/StoreError.h"
 #include "workstation/store/StoredHeader.h"
+#include "workstation/store/TransferConditions.h"
 #include "workstation/store/TransferSteps.h"
 
 namespace workstation {
@@ -45,16 +46,22 @@ FilePut putOf(const std::wstring& base, const QuorvFileInfo& file, std::uint32_t
 
 /// Sends a group and notes what is now the same on both sides.
 CloudStatus send(CloudStore& store, const StoreActor& actor, const std::wstring& project, const std::wstring& directory,
-                 const std::vector<FilePut>& puts, std::vector<CloudStatus>& statuses, const StoreProgress& progress) {
-  const CloudStatus status = store.putFiles(actor, project, puts, statuses, progress);
+                 std::vector<FilePut> puts, std::vector<CloudStatus>& statuses, const StoreProgress& progress) {
+  for (FilePut& put : puts) {
+    if (const auto condition = transferCondition(project, put.name)) put.expectedRevision = condition->revision;
+  }
+  std::vector<std::int64_t> revisions;
+  const CloudStatus status = store.putFiles(actor, project, puts, statuses, progress, &revisions);
   std::vector<StoredFile> same;
   for (std::size_t i = 0; i < puts.size() && i < statuses.size(); ++i) {
+    if (statuses[i] != kStoreOk) continue;
+    moveConditionInStore(project, puts[i].name, revisions[i]);
     const FileClass fileClass = classOfName(puts[i].name);
-    if (statuses[i] != kStoreOk || fileClass == FileClass::Teilbild || fileClass == FileClass::Plan) continue;
+    if (fileClass == FileClass::Teilbild || fileClass == FileClass::Plan) continue;
     StoredFile file;
     const platform::FileStatus here = platform::fileStatus(puts[i].path);
     const bool isOurs = store.findFile(actor, project, puts[i].name, file) == kStoreOk && here.exists &&
-                        static_cast<std::int64_t>(here.size) == file.size &&
+                        file.revision == revisions[i] && static_cast<std::int64_t>(here.size) == file.size &&
                         platform::toTicks(here.writeTime) == platform::toTicks(file.modified);
     if (isOurs) same.push_back(std::move(file));
   }
@@ -78,7 +85,7 @@ CloudStatus EmbeddedProjectService::UploadFilesAndMetadata(
     std::vector<FilePut> puts;
     puts.reserve(files.size());
     for (const QuorvFileInfo& file : files) puts.push_back(putOf(baseDirectory, file, headerSize));
-    return send(store, actor, project, baseDirectory, puts, statuses, transferSteps(options));
+    return send(store, actor, project, baseDirectory, std::move(puts), statuses, transferSteps(options));
   });
   if (status == kStoreOk) return status;
   statuses.resize(files.size(), status);

@@ -66,6 +66,22 @@ StoredFile requireFile(Connection& connection, const StoreActor& actor, const st
 
 }  // namespace
 
+void requireRevision(Connection& connection, const std::wstring& project, const std::wstring& name,
+                     std::optional<std::int64_t> expected) {
+  if (!expected) return;
+  Statement statement(connection,
+                      "SELECT f.revision, f.deleted, f.uploaded, u.name FROM files f JOIN users u ON u.uuid=f.uploader "
+                      "WHERE f.project=? AND f.name_key=?");
+  statement << project << platform::toLower(name);
+  const bool isKnown = statement.row();
+  const bool isDeleted = isKnown && statement.number(1) != 0;
+  if (*expected == (isKnown && !isDeleted ? statement.number(0) : 0)) return;
+  if (!isKnown) throw StoreError{kStoreChanged, L"\"" + name + L"\" is not in the store any more"};
+  throw StoreError{kStoreChanged, platform::formatWide(L"\"%s\" was %s meanwhile by %s at %s UTC", name,
+                                                       isDeleted ? L"deleted" : L"saved", statement.text(3),
+                                                       storeDateText(timeOf(statement.number(2))))};
+}
+
 CloudStatus CloudStore::findFile(const StoreActor& actor, const std::wstring& project, const std::wstring& name,
                                  StoredFile& out) {
   return answerOf([&] {
@@ -142,7 +158,8 @@ CloudStatus CloudStore::metadata(const StoreActor& actor, const std::wstring& pr
   });
 }
 
-CloudStatus CloudStore::deleteFile(const StoreActor& actor, const std::wstring& project, const std::wstring& name) {
+CloudStatus CloudStore::deleteFile(const StoreActor& actor, const std::wstring& project, const std::wstring& name,
+                                   std::optional<std::int64_t> expectedRevision) {
   return answerOf([&] {
     const std::wstring wanted = requireName(name);
     const ConnectionPool::Lease lease = impl_->pool.take();
@@ -151,6 +168,7 @@ CloudStatus CloudStore::deleteFile(const StoreActor& actor, const std::wstring& 
     requireProjectUnlocked(*lease, actor, project);
     requireObjectFree(*lease, actor, project, wanted);
     requireFile(*lease, actor, project, wanted);
+    requireRevision(*lease, project, wanted, expectedRevision);
     Statement remove(*lease,
                      "UPDATE files SET deleted=1, sha256='', header=x'', uploader=?, workstation=?, uploaded=?, "
                      "revision=revision+1 WHERE project=? AND name_key=?");

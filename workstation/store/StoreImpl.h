@@ -45,6 +45,9 @@ void releaseLocks(Connection& connection, const std::wstring& project, const std
 /// Throws kStoreLocked when the object of that name is held by somebody else, or by the actor on another workstation.
 void requireObjectFree(Connection& connection, const StoreActor& actor, const std::wstring& project,
                        const std::wstring& name);
+/// Throws kStoreChanged, with who changed it and when, unless the store has that revision of the file; see FilePut.
+void requireRevision(Connection& connection, const std::wstring& project, const std::wstring& name,
+                     std::optional<std::int64_t> expected);
 void countChange(Connection& connection, const std::wstring& project);
 
 /// Throws kStoreInvalidName for an empty name, one of more than 200 characters, or one with characters below blank.

@@ -156,8 +156,9 @@ Arrival receive(const Bodies& bodies, const FilePut& put) {
   return arrival;
 }
 
-void putRecord(Connection& connection, const StoreActor& actor, const std::wstring& project, const FilePut& put,
-               const Arrival& arrival) {
+/// @return the file's revision
+std::int64_t putRecord(Connection& connection, const StoreActor& actor, const std::wstring& project, const FilePut& put,
+                       const Arrival& arrival) {
   const std::wstring key = platform::toLower(arrival.name);
   Statement record(
       connection,
@@ -166,18 +167,20 @@ void putRecord(Connection& connection, const StoreActor& actor, const std::wstri
       "DO UPDATE SET name=excluded.name, class=excluded.class, size=excluded.size, created=CASE deleted WHEN 0 "
       "THEN created ELSE excluded.created END, modified=excluded.modified, uploaded=excluded.uploaded, "
       "uploader=excluded.uploader, workstation=excluded.workstation, sha256=excluded.sha256, "
-      "header=excluded.header, deleted=0, revision=revision+1 RETURNING id");
+      "header=excluded.header, deleted=0, revision=revision+1 RETURNING id, revision");
   record << project << key << arrival.name << static_cast<int>(classOfName(arrival.name)) << newUuid()
          << static_cast<std::int64_t>(arrival.body.size) << ticksOf(arrival.state.created)
          << ticksOf(arrival.state.modified) << nowTicks() << actor.user.uuid << actor.workstationName
          << arrival.body.sha256 << put.header;
   record.row();
   const std::int64_t id = record.number(0);
+  const std::int64_t revision = record.number(1);
   record.run();
   Statement forget(connection, "DELETE FROM file_metadata WHERE file=?");
   (forget << id).run();
   Statement pair(connection, "INSERT OR REPLACE INTO file_metadata(file, key, value) VALUES(?, ?, ?)");
   for (const auto& [metadataKey, value] : put.metadata) (pair << id << metadataKey << value).run();
+  return revision;
 }
 
 CloudStatus firstFailure(const std::vector<CloudStatus>& statuses) {
@@ -208,8 +211,9 @@ void requireObjectFree(Connection& connection, const StoreActor& actor, const st
 
 CloudStatus CloudStore::putFiles(const StoreActor& actor, const std::wstring& project,
                                  const std::vector<FilePut>& files, std::vector<CloudStatus>& statuses,
-                                 const StoreProgress& progress) {
+                                 const StoreProgress& progress, std::vector<std::int64_t>* revisions) {
   statuses.assign(files.size(), kStoreOk);
+  if (revisions != nullptr) revisions->assign(files.size(), 0);
   std::wstring firstText;
   const auto note = [&](std::size_t index, const StoreError& error) {
     if (firstText.empty()) firstText = error.text;
@@ -248,12 +252,14 @@ CloudStatus CloudStore::putFiles(const StoreActor& actor, const std::wstring& pr
     for (const Arrival& arrival : arrivals) {
       try {
         requireObjectFree(*lease, actor, project, arrival.name);
+        requireRevision(*lease, project, arrival.name, files[arrival.index].expectedRevision);
       } catch (const StoreError& error) {
-        if (error.status != kStoreLocked) throw;
+        if (error.status != kStoreLocked && error.status != kStoreChanged) throw;
         note(arrival.index, error);
         continue;
       }
-      putRecord(*lease, actor, project, files[arrival.index], arrival);
+      const std::int64_t revision = putRecord(*lease, actor, project, files[arrival.index], arrival);
+      if (revisions != nullptr) (*revisions)[arrival.index] = revision;
       changed = true;
     }
     if (changed) countChange(*lease, project);
