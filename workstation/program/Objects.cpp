@@ -17,6 +17,8 @@
 #include "workstation/program/Context.h"
 #include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
+#include "workstation/store/CloudStore.h"
+#include "workstation/store/StoreContext.h"
 #include "zephor/CloudFiles.h"
 #include "zephor/HeaderServices.h"
 
@@ -133,7 +135,26 @@ void readStoredFiles(Views& views, const PRJ& project, ShareFileTypeID fileClass
     const auto object = parseObjectName(file.name);
     const bool isZeichnung = object && object->type == eFileType_Zeichnung;
     const ItemName item = isZeichnung ? nameOf(*object) : ItemName{std::nullopt, file.name};
-    if (isZeichnung || views.contains(keyOf(item))) viewOf(views, item).store = stampOf(file);
+    if (!isZeichnung && !views.contains(keyOf(item))) continue;
+    ItemView& view = viewOf(views, item);
+    view.store = stampOf(file);
+    view.revision = view.store->version;
+  }
+}
+
+/// Headers tell no revisions. Those that were listed before them make sure that a save in between is noticed.
+void readRevisions(Views& views) {
+  CloudStatus status = 0;
+  std::wstring error;
+  const auto store = currentStore(status, error);
+  constexpr unsigned kClasses = classBit(FileClass::Teilbild) | classBit(FileClass::Plan);
+  std::vector<StoredFile> files;
+  if (!store || store->files(storeActor(), get_ActivePrj().GetOndrathProjectUuid(), kClasses, files) != 0) {
+    throw CommandFailure{ExitCode::Failure, L"the store can't be asked for its objects"};
+  }
+  for (const StoredFile& file : files) {
+    const auto found = views.find(keyOf(itemOfFile(file.name)));
+    if (found != views.end() && hasStoredHeader(found->second)) found->second.revision = file.revision;
   }
 }
 
@@ -267,6 +288,9 @@ std::vector<ItemView> readItems(const std::vector<ItemName>& items) {
   Views views;
   for (const auto& item : items) viewOf(views, item);
   const bool withFiles = std::any_of(items.begin(), items.end(), [](const auto& item) { return !item.object; });
+  if (std::any_of(views.begin(), views.end(), [](const auto& entry) { return hasStoredHeader(entry.second); })) {
+    readRevisions(views);
+  }
   readStore(views, withFiles);
   const SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
   std::vector<ItemView> list;

@@ -22,7 +22,8 @@ struct ItemView {
   std::wstring title;                ///< an object's name for people
   std::optional<VersionStamp> here;
   std::optional<VersionStamp> store;
-  bool same = false;  ///< both sides hold the same content, as far as both tell
+  std::int64_t revision = 0;  ///< of the stored file, listed before its header; 0: there was none. By readItems alone
+  bool same = false;          ///< both sides hold the same content, as far as both tell
   std::optional<SyncPoint> base;
   bool damagedHere = false;  ///< there is a file, but its header can't be read
   ObjectState state = ObjectState::Nowhere;

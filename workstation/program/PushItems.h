@@ -19,6 +19,7 @@ struct PushItem {
   PushFile file;
   PushDecision decision;
   std::optional<VersionStamp> sent;  ///< what was here when it was sent
+  bool wasWaiting = false;           ///< in the list of what could not be sent, before it was tried
   bool isTried = false;              ///< false: the failure of others kept it back
 
   ItemName name() const { return {before.object, before.fileName}; }
@@ -41,9 +42,9 @@ class PushFiles {
 /// Without regard to letter case, as the store tells names apart.
 std::wstring itemKey(const std::wstring& fileName);
 
-/// What a push without names has to judge, each once: what the look found changed, and every file that is not as it was
-/// when it was last in step with the store. What the look has to compare with does not decide that anything is left
-/// out.
+/// What a push without names has to judge, each once: what the look found changed or missing, and every file that is
+/// not as it was when it was last in step with the store. What the look has to compare with does not decide that
+/// anything is left out.
 std::vector<ItemName> itemsToPush(const ProjectLook& look, const SyncBase& bases);
 
 }  // namespace workstation::program

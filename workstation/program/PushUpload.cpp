@@ -9,6 +9,9 @@
 #include "workstation/program/ChangesSnapshot.h"
 #include "workstation/program/PushItems.h"
 #include "workstation/program/Repacking.h"
+#include "workstation/program/StoredContent.h"
+#include "workstation/store/TransferConditions.h"
+#include "zephor/NotUploadedFiles.h"
 
 namespace workstation::program {
 
@@ -43,29 +46,45 @@ std::vector<ItemView> readGroup(const Group& group) {
   return readItems(names);
 }
 
-/// Whether the store has all of the group as it was meant to.
-bool isAllDone(const Group& group) {
+/// Whether the store has all of the group as it was meant to, but for what somebody else saved meanwhile: that is
+/// refused.
+bool isAllDone(const ProjectLook& look, const Group& group, const Refusal& refuse) {
   const std::vector<ItemView> views = readGroup(group);
+  bool isDone = true;
   for (std::size_t i = 0; i < group.size(); ++i) {
-    if (!group[i]->isDoneBy(views[i])) return false;
+    PushItem& item = *group[i];
+    if (item.isDoneBy(views[i])) continue;
+    const std::wstring& name = item.before.fileName;
+    const auto known = transferCondition(look.projectUuid, name);
+    if (!known || known->revision == views[i].revision) {
+      isDone = false;
+      continue;
+    }
+    // Sending it again would be refused again.
+    if (!item.wasWaiting) removeEntryFromNotUploadedFilesList(name.c_str());
+    refuse(item, lastSaveOf(name) + L"; push again");
   }
-  return true;
+  return isDone;
 }
 
 /// @return false when the groups behind this one have to stay
-bool uploadGroup(const ProjectLook& look, const Group& group) {
+bool uploadGroup(const ProjectLook& look, const Group& group, const Refusal& refuse) {
+  std::vector<TransferCondition> conditions;
   std::vector<WGO_FileCompareInfo> batch;
   for (PushItem* item : group) {
     item->isTried = true;
+    item->wasWaiting = existsEntryInNotUploadedFilesList(item->before.fileName.c_str());
+    conditions.push_back({item->before.fileName, {}, item->before.revision});
     batch.push_back(changeOf(look, *item));
   }
+  const ScopedTransferConditions scope(look.projectUuid, conditions);
   const PRJ project = get_ActivePrj();
   WGO_DirectoryChanges changes;
   changes.init(look.directory.c_str(), nullptr, false);
   // Its answer tells too little: a retry that went well still answers the first try's failure, and a file that was
   // dropped on the way may count as none.
   changes.upload(batch, &project, true);
-  return isAllDone(group);
+  return isAllDone(look, group, refuse);
 }
 
 }  // namespace
@@ -81,8 +100,7 @@ std::wstring prepareToSend(PushItem& item) {
   return item.sent == item.before.here ? L"" : L"it is being changed; try again";
 }
 
-void uploadItems(const ProjectLook& look, std::vector<PushItem>& items,
-                 const std::function<void(PushItem& item, std::wstring reason)>& refuse) {
+void uploadItems(const ProjectLook& look, std::vector<PushItem>& items, const Refusal& refuse) {
   for (int number = 0; number < kGroups; ++number) {
     Group group;
     for (PushItem& item : items) {
@@ -92,10 +110,11 @@ void uploadItems(const ProjectLook& look, std::vector<PushItem>& items,
     // A question, compressing and the groups before take their time, in which a colleague may have saved.
     const std::vector<ItemView> views = readGroup(group);
     for (std::size_t i = 0; i < group.size(); ++i) {
+      group[i]->before.revision = views[i].revision;
       if (views[i].store != group[i]->before.store) refuse(*group[i], L"changed in the store meanwhile; push again");
     }
     std::erase_if(group, [](const PushItem* item) { return !item->isToSend() && !item->isToDelete(); });
-    if (!group.empty() && !uploadGroup(look, group)) return;
+    if (!group.empty() && !uploadGroup(look, group, refuse)) return;
   }
 }
 

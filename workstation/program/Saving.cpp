@@ -12,7 +12,10 @@
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/Repacking.h"
+#include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
+#include "workstation/store/StoreStatus.h"
+#include "workstation/store/TransferConditions.h"
 #include "zephor/Archives.h"
 #include "zephor/FileServices.h"
 #include "zephor/NotUploadedFiles.h"
@@ -40,6 +43,39 @@ unsigned long sendUnchanged(const ItemView& view, ItemView& sent) {
     sent = std::move(now);
   }
   return result;
+}
+
+/// How the upload of an item ended.
+struct Sending {
+  ItemView sent;
+  ItemView after;  ///< both sides then
+  unsigned long result = ERROR_GEN_FAILURE;
+  bool isOvertaken = false;  ///< somebody else saved meanwhile, and the store refused it
+};
+
+/// Sends an item unless the store has something else by now than what was judged.
+Sending sendJudged(const ItemView& view) {
+  const std::wstring project = get_ActivePrj().GetOndrathProjectUuid();
+  const bool wasWaiting = existsEntryInNotUploadedFilesList(view.fileName.c_str());
+  const ScopedTransferConditions scope(project, {{view.fileName, {}, view.revision}});
+  Sending sending;
+  sending.result = sendUnchanged(view, sending.sent);
+  // The store is asked what it has: an upload that went through at a second try still answers the first try's failure,
+  // and what changed once more here, or was saved by somebody else meanwhile, must not count as in step.
+  sending.after = readItems({{view.object, view.fileName}}).front();
+  sending.isOvertaken = transferCondition(project, view.fileName)->revision != sending.after.revision;
+  // Sending it again would be refused again.
+  if (sending.isOvertaken && !wasWaiting) removeEntryFromNotUploadedFilesList(view.fileName.c_str());
+  return sending;
+}
+
+std::wstring notSavedReason(const ItemView& view, const Sending& sending) {
+  if (sending.isOvertaken) {
+    return lastSaveOf(view.fileName) + (sending.after.store ? L"; fetch it, or save --force" : L"; save it again");
+  }
+  return existsEntryInNotUploadedFilesList(view.fileName.c_str())
+             ? L"it is in the list of what could not be sent; zephor not-uploaded retry"
+             : failureText(sending.result);
 }
 
 /// Copies the store's version beside, before a forced save replaces it.
@@ -103,7 +139,8 @@ void report(const Context& context, const std::wstring& item, const std::wstring
 }
 
 std::wstring failureText(unsigned long code) {
-  if (code == ERROR_SUCCESS) return L"it changed here or in the store while it was sent; see zephor status";
+  if (code == ERROR_SUCCESS || static_cast<CloudStatus>(code) == kStoreChanged)
+    return L"it changed here or in the store meanwhile; see zephor status";
   if (code == 1 || code == ERROR_INVALID_DATA) return L"refused; what was wrong is told below";
   return platform::formatWide(L"code 0x%lx", code);
 }
@@ -142,15 +179,10 @@ void saveItem(Context& context, const ItemView& view, bool force, SyncBase& base
     return tally.failed();
   }
   if (compressed) compressBeforeSave(context, view);
-  ItemView sent;
-  const unsigned long result = sendUnchanged(view, sent);
-  // The store is asked what it has: an upload that went through at a second try still answers the first try's failure,
-  // and what changed once more here, or was saved by somebody else meanwhile, must not count as in step.
-  const ItemView after = readItems({{view.object, view.fileName}}).front();
-  if (!sent.here || !after.same || after.here != sent.here) {
-    const bool waiting = existsEntryInNotUploadedFilesList(view.fileName.c_str());
-    report(context, item, L"not saved",
-           waiting ? L"it is in the list of what could not be sent; zephor not-uploaded retry" : failureText(result));
+  const Sending sending = sendJudged(view);
+  const auto& [sent, after, result, isOvertaken] = sending;
+  if (isOvertaken || !sent.here || !after.same || after.here != sent.here) {
+    report(context, item, L"not saved", notSavedReason(view, sending));
     return tally.failed();
   }
   if (result != 0) removeEntryFromNotUploadedFilesList(view.fileName.c_str());

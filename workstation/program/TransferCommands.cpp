@@ -8,11 +8,14 @@
 #include "host/Project.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
+#include "platform/Time.h"
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/Objects.h"
 #include "workstation/program/Saving.h"
+#include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
+#include "workstation/store/TransferConditions.h"
 #include "zephor/FileServices.h"
 #include "zephor/NotUploadedFiles.h"
 
@@ -81,6 +84,11 @@ ItemView bring(const ItemView& view, unsigned long& result) {
   return after;
 }
 
+FileContent contentOf(const platform::FileStatus& file) {
+  if (!file.exists) return {};
+  return {static_cast<std::int64_t>(file.size), static_cast<std::int64_t>(platform::toTicks(file.writeTime)), {}};
+}
+
 /// Copies what is here to the project's backup directory before it is replaced.
 bool backUpHere(const ItemView& view) {
   const std::wstring path = itemPath(view.fileName);
@@ -111,6 +119,7 @@ void fetchItem(Context& context, const ItemView& view, const Arguments& argument
     report(context, item, L"would be fetched", stateName(view.state));
     return tally.done();
   }
+  const platform::FileStatus file = platform::fileStatus(itemPath(view.fileName));
   // The list was read before the first item moved; what is here may have changed since.
   const ItemView before = readLocal({view.object, view.fileName});
   if (before.here != view.here || before.damagedHere != view.damagedHere) {
@@ -124,6 +133,8 @@ void fetchItem(Context& context, const ItemView& view, const Arguments& argument
     return tally.failed();
   }
   unsigned long result = 0;
+  const ScopedTransferConditions scope(get_ActivePrj().GetOndrathProjectUuid(),
+                                       {{view.fileName, contentOf(file), view.revision}});
   const ItemView now = bring(view, result);
   if (result != ERROR_SUCCESS) {
     report(context, item, L"not fetched", failureText(result));
@@ -177,11 +188,14 @@ void removeItem(const Context& context, const ItemView& view, bool force, SyncBa
     return tally.done();
   }
   const std::wstring path = itemPath(view.fileName);
+  const ScopedTransferConditions scope(get_ActivePrj().GetOndrathProjectUuid(), {{view.fileName, {}, view.revision}});
   const unsigned long result = view.object
                                    ? Quorvel::FileAccess::WGO_deleteServerFile(view.object->number, view.object->type)
                                    : Quorvel::FileAccess::WGO_deleteServerFile(get_ActivePrj(), path.c_str());
   if (result != 0) {
-    report(context, item, L"not removed", failureText(result));
+    const auto known = transferCondition(get_ActivePrj().GetOndrathProjectUuid(), view.fileName);
+    const bool isOvertaken = readItems({{view.object, view.fileName}}).front().revision != known->revision;
+    report(context, item, L"not removed", isOvertaken ? lastSaveOf(view.fileName) : failureText(result));
     return tally.failed();
   }
   if (platform::fileStatus(path).exists && !moveFileToWindowsRecycleBin(path)) {
