@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 
 #include "host/Project.h"
 #include "platform/Files.h"
@@ -10,6 +11,7 @@
 #include "workstation/program/Context.h"
 #include "workstation/program/Objects.h"
 #include "workstation/program/ProjectRecord.h"
+#include "workstation/program/SyncBase.h"
 #include "zephor/UploadFilters.h"
 
 namespace workstation::program {
@@ -135,6 +137,21 @@ bool isKeptOut(const WGO_FileFilter& filter, const std::wstring& name) {
   return filter.IsFileExcluded(name.substr(begin).c_str());
 }
 
+/// What was fetched and never told by a look is missed all the same.
+void findMissing(ProjectLook& look, const DirectorySnapshot& base, const WGO_FileFilter& filter) {
+  std::set<std::wstring> kept;
+  std::set<std::wstring> here;
+  for (const auto& file : base) kept.insert(platform::toLower(nameInProject(look, file.first)));
+  for (const auto& file : look.now) here.insert(platform::toLower(nameInProject(look, file.first)));
+  for (std::wstring& name : SyncBase(look.projectUuid).names()) {
+    if (kept.contains(name) || isPrivateFile(name) || isKeptOut(filter, name)) continue;
+    ++look.keptCount;
+    const bool isHere = here.contains(name) || platform::fileStatus(platform::joinPath(look.directory, name)).exists;
+    if (!isHere) look.missing.push_back(std::move(name));
+  }
+  std::sort(look.missing.begin(), look.missing.end());
+}
+
 }  // namespace
 
 ProjectLook lookAtProject() {
@@ -153,12 +170,12 @@ ProjectLook lookAtProject() {
   DirectorySnapshot base;
   look.isFirst = !readBase(look.projectUuid, look.directory, base);
   look.keptCount = base.size();
-  if (look.isFirst) return look;
-  WGO_getDirectoryChanges(base, look.now, look.changes);
+  if (!look.isFirst) WGO_getDirectoryChanges(base, look.now, look.changes);
   std::erase_if(look.changes, [&](const WGO_FileCompareInfo& change) {
     return change.state == eFileChange_Deleted &&
            (isKeptOut(filter, nameInProject(look, change.fileName)) || platform::fileStatus(change.fileName).exists);
   });
+  findMissing(look, base, filter);
   return look;
 }
 
@@ -192,9 +209,10 @@ void acceptSettled(ProjectLook look, const std::function<bool(const std::wstring
 }
 
 bool looksLost(const ProjectLook& look) {
-  const auto gone = std::count_if(look.changes.begin(), look.changes.end(),
-                                  [](const auto& change) { return change.state == eFileChange_Deleted; });
-  const std::size_t left = look.keptCount - static_cast<std::size_t>(gone);
+  const auto deleted = std::count_if(look.changes.begin(), look.changes.end(),
+                                     [](const auto& change) { return change.state == eFileChange_Deleted; });
+  const std::size_t gone = static_cast<std::size_t>(deleted) + look.missing.size();
+  const std::size_t left = look.keptCount - gone;
   return gone > 0 && left * 10 < look.keptCount && look.now.size() * 2 < look.keptCount;
 }
 

@@ -22,11 +22,13 @@ struct ProjectLook {
   std::wstring directory;  ///< of the project, without a backslash at its end
   /// Nothing was kept yet, so there is nothing to compare with: `changes` is empty.
   bool isFirst = false;
-  std::size_t keptCount = 0;  ///< files of the base
+  std::size_t keptCount = 0;  ///< files of the base, and others that were in step with the store once
   /// Every file that an upload of the project takes, as it is now.
   Quorvel::FileAccess::DirectorySnapshot now;
   /// By full path: changed, deleted, created. What the filter has come to keep out since does not count as deleted.
   std::vector<Quorvel::FileAccess::WGO_FileCompareInfo> changes;
+  /// Were in step with the store once, are not here, and are none of `changes`; in lower case, sorted.
+  std::vector<std::wstring> missing;
 };
 
 /// Looks at the open project with the filter of an upload and compares with the base.
@@ -44,8 +46,8 @@ void acceptLook(const ProjectLook& look);
 /// @param isSettled  asked with the name in the project
 void acceptSettled(ProjectLook look, const std::function<bool(const std::wstring& name)>& isSettled);
 
-/// True when hardly a file of the base is left and few others are there. A directory that was moved away, or is not
-/// mounted, is made anew by opening the project and looks as if all had been deleted.
+/// True when hardly a file of those that were known is left and few others are there. A directory that was moved away,
+/// or is not mounted, is made anew by opening the project and looks as if all had been deleted.
 bool looksLost(const ProjectLook& look);
 
 }  // namespace workstation::program

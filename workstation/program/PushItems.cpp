@@ -59,6 +59,7 @@ std::vector<ItemName> itemsToPush(const ProjectLook& look, const SyncBase& bases
     ItemName item = itemOfFile(nameInProject(look, file.first));
     if (look.isFirst || !isAsLastInStep(item, bases)) add(std::move(item));
   }
+  for (const std::wstring& name : storedNames(look.missing)) add(itemOfFile(name));
   return items;
 }
 

@@ -37,7 +37,9 @@ PushDecision decideMissing(const ItemView& view, const PushChoice& choice) {
     return choice.named ? refuse(L"there is no such item here or in the store") : PushDecision{PushStep::Nothing, {}};
   }
   if (!choice.deletes) {
-    const std::wstring reason = L"not here; push --delete deletes it in the store too";
+    const std::wstring reason = view.state == ObjectState::RemovedHere
+                                    ? L"not here; push --delete deletes it in the store too"
+                                    : stateReason(view.state);
     return choice.named ? refuse(reason) : PushDecision{PushStep::Leave, reason};
   }
   if (view.state != ObjectState::RemovedHere) return refuse(stateReason(view.state));

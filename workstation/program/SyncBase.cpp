@@ -68,6 +68,21 @@ void SyncBase::put(const std::wstring& name, const SyncPoint& point) {
   sqlite3_step(statement.get());
 }
 
+std::vector<std::wstring> SyncBase::names() const {
+  std::vector<std::wstring> names;
+  sqlite3_stmt* raw = nullptr;
+  if (!database_ ||
+      sqlite3_prepare_v2(database_.get(), "SELECT name FROM sync_points", -1, &raw, nullptr) != SQLITE_OK) {
+    return names;
+  }
+  const Statement row(raw);
+  while (sqlite3_step(raw) == SQLITE_ROW) {
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(raw, 0));
+    if (text != nullptr) names.push_back(platform::fromUtf8(text));
+  }
+  return names;
+}
+
 void SyncBase::forget(const std::wstring& name) {
   const Statement statement = prepare(database_.get(), "DELETE FROM sync_points WHERE name = ?1", name);
   if (statement) sqlite3_step(statement.get());

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "workstation/program/ObjectState.h"
 #include "workstation/program/ProjectRecord.h"
@@ -18,6 +19,8 @@ class SyncBase {
   /// @param name  of the file relative to the project, in any letter case
   std::optional<SyncPoint> get(const std::wstring& name) const;
   void put(const std::wstring& name, const SyncPoint& point);
+  /// Of all items that it remembers, in lower case.
+  std::vector<std::wstring> names() const;
   void forget(const std::wstring& name);
 
  private:
