@@ -1,6 +1,14 @@
 #include "workstation/program/Repacking.h"
 
+#include <sys/types.h>
+
+#include <cerrno>
+#include <charconv>
+#include <csignal>
 #include <filesystem>
+#include <mutex>
+#include <string_view>
+#include <vector>
 
 #include "host/Files.h"
 #include "host/System.h"
@@ -47,6 +55,30 @@ class WorkDirectory {
   std::wstring path_;
 };
 
+/// Whether a name of temporaryBeside is of a process that is gone.
+bool isOrphan(const std::string& name) {
+  constexpr std::string_view kEnding = ".part";
+  if (!name.ends_with(kEnding)) return false;
+  const std::string stem = name.substr(0, name.size() - kEnding.size());
+  const std::size_t at = stem.rfind('.') + 1;
+  pid_t process = 0;
+  const auto [end, error] = std::from_chars(stem.data() + at, stem.data() + stem.size(), process);
+  const bool isOne = error == std::errc() && end != stem.data() + stem.size() && *end == '-' && process > 0;
+  return isOne && ::kill(process, 0) != 0 && errno == ESRCH;
+}
+
+/// Removes what killed runs have left: drawings that nobody but their user may see, and much of the disk.
+void removeOrphans(const std::wstring& temporary) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  std::vector<fs::path> orphans;
+  for (fs::directory_iterator entry(platform::systemPath(temporary), error);
+       !error && entry != fs::directory_iterator(); entry.increment(error)) {
+    if (isOrphan(entry->path().filename().string())) orphans.push_back(entry->path());
+  }
+  for (const fs::path& orphan : orphans) fs::remove_all(orphan, error);
+}
+
 /// Name of a new directory for the copy. Objects of the open project are worked on outside of it, so that a copy that a
 /// crash leaves behind is never taken for one of the project's files.
 std::wstring workPlaceOf(const std::wstring& path, const std::wstring& file) {
@@ -54,6 +86,8 @@ std::wstring workPlaceOf(const std::wstring& path, const std::wstring& file) {
   if (project.empty() || !path.starts_with(project)) return temporaryBeside(file);
   const std::wstring temporary = ZSYST_GetQuorvelFolderByTag(L"TMP");
   SHCreateDirectoryExW(nullptr, temporary.c_str(), nullptr);
+  static std::once_flag swept;
+  std::call_once(swept, removeOrphans, temporary);
   return temporaryBeside(platform::joinPath(temporary, platform::fileNameOf(file)));
 }
 
