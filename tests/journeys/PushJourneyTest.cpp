@@ -115,6 +115,29 @@ TEST(Push, DeletesNothingForFilesThatWereMovedAwayAndMendsAnInterruptedPush) {
   EXPECT_THAT(office.must("anna", {"locks"}), Not(HasSubstr("tb1")));
 }
 
+TEST(Push, DeletesWhatWasFetchedAndDeletedButNothingOfADirectoryThatIsGone) {
+  Office office;
+  office.found({"anna", "ben"});
+  for (const char* name : {"Notes.txt", "b.txt", "c.txt"}) std::ofstream(office.project("anna") / name) << name;
+  office.must("anna", {"push"});
+  office.must("ben", {"fetch", "Notes.txt", "b.txt", "c.txt"});
+  const auto project = office.project("ben");
+  std::filesystem::rename(project, office.path("away"));
+  EXPECT_THAT(office.run("ben", {"--yes", "push", "--delete"}).err, HasSubstr("of the 3 files"));
+  std::filesystem::remove_all(project);
+  std::filesystem::rename(office.path("away"), project);
+
+  std::filesystem::remove(project / "Notes.txt");
+  std::filesystem::remove(project / "b.txt");
+  std::ofstream(office.project("anna") / "b.txt") << "newer";
+  office.must("anna", {"push"});
+  EXPECT_THAT(office.run("ben", {"push"}).out, HasSubstr("Notes.txt: left in the store"));
+  EXPECT_THAT(office.run("ben", {"--yes", "push", "--delete"}).out,
+              AllOf(HasSubstr("Notes.txt: deleted in the store"), HasSubstr("b.txt: refused (somebody saved a newer")));
+  EXPECT_EQ(office.must("anna", {"fetch", "b.txt"}), "b.txt: in step (nothing to fetch)\n");
+  EXPECT_EQ(office.run("anna", {"fetch", "Notes.txt"}).exitCode, 1);
+}
+
 TEST(Push, PassesOverWhatOnlyTheStoreHasChanged) {
   Office office;
   office.found({"anna", "ben"});

@@ -153,6 +153,43 @@ TEST(StoreProcesses, LockHasOneWinnerAmongProcesses) {
   EXPECT_EQ(won, kObjects);
 }
 
+TEST(StoreProcesses, NoAcknowledgedLineOfRacingWritersIsLost) {
+  const StoreWorld world;
+  constexpr int kLines = 15;
+  const auto appendTo = [&world](CloudStore& store, const StoreActor& actor, const std::string& name) {
+    StoredFile file;
+    const std::string copy = world.directory.path(name);
+    const CloudStatus found = store.copyOut(actor, world.project, L"list.txt", copy, file);
+    FilePut put;
+    put.name = L"list.txt";
+    put.path = world.local(name, (found == kStoreOk ? contentOf(copy) : "") + name + "\n");
+    put.expectedRevision = file.revision;
+    std::vector<CloudStatus> statuses;
+    return store.putFiles(actor, world.project, {put}, statuses);
+  };
+  std::vector<pid_t> children;
+  for (const StoreActor& actor : {world.editor, world.admin}) {
+    children.push_back(inChild([&] {
+      const auto store = world.open();
+      for (int line = 0; line < kLines;) {
+        const CloudStatus status = appendTo(*store, actor, std::to_string(getpid()));
+        if (status != kStoreOk && status != kStoreChanged) return 1;
+        line += status == kStoreOk ? 1 : 0;
+      }
+      return 0;
+    }));
+  }
+  for (const pid_t child : children) EXPECT_EQ(exitCode(child), 0);
+  const auto store = world.open();
+  const std::string list = world.get(*store, world.viewer, L"list.txt");
+  EXPECT_EQ(std::count(list.begin(), list.end(), '\n'), 2 * kLines);
+
+  EXPECT_EQ(store->deleteFile(world.editor, world.project, L"LIST.txt", 2 * kLines - 1), kStoreChanged);
+  EXPECT_NE(CloudStore::lastText().find(L"was saved meanwhile by "), std::wstring::npos);
+  EXPECT_EQ(store->deleteFile(world.editor, world.project, L"LIST.txt", 2 * kLines), kStoreOk);
+  EXPECT_EQ(appendTo(*store, world.editor, "anew"), kStoreOk) << "a deleted file counts as none";
+}
+
 TEST(StoreProcesses, FileOfRacingProcessesIsAlwaysOneOfTheirs) {
   const StoreWorld world;
   constexpr int kRounds = 12;

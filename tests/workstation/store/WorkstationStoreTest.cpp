@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <optional>
+#include <thread>
 
 #include "host/Cloud.h"
 #include "host/ObjectFiles.h"
@@ -13,6 +15,9 @@
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/objects/OpenFiles.h"
 #include "workstation/store/CacheRecord.h"
+#include "workstation/store/StoreContext.h"
+#include "workstation/store/StoreStatus.h"
+#include "workstation/store/TransferConditions.h"
 
 namespace zephor_test {
 namespace {
@@ -76,6 +81,73 @@ TEST(WorkstationStore, LoadOfNewsKeepsWorkAndAFullLoadCopiesItBefore) {
     ++copies;
   }
   EXPECT_EQ(copies, 2U);
+}
+
+TEST(WorkstationStore, LoadLeavesWhatWasWrittenAfterItWasJudged) {
+  TestWorkstation desk;
+  const std::wstring project = desk.createTeamAndProject(L"House");
+  ICloudProjectService& service = *QuorvelCloudController()->GetProjectService();
+  const auto here = [&](const wchar_t* name) { return desk.readFile(desk.projectPath(name)); };
+  for (const wchar_t* name : {L"changed.txt", L"gone.txt", L"new.txt", L"quiet.txt"}) {
+    desk.putStored(desk.actor(), name, "theirs");
+  }
+  for (const wchar_t* name : {L"changed.txt", L"gone.txt", L"quiet.txt"}) desk.writeFile(desk.projectPath(name), "old");
+  workstation::setTransferProgress([&](std::uint32_t done, std::uint32_t total, std::uint64_t, const std::wstring&) {
+    if (done != total) return;
+    for (const wchar_t* name : {L"changed.txt", L"new.txt"}) desk.writeFile(desk.projectPath(name), "work");
+    DeleteFileW(desk.projectPath(L"gone.txt").c_str());
+  });
+  CloudTransferOptions options;
+  options.count = 1;
+  const std::set<std::wstring> names{L"changed.txt", L"gone.txt", L"new.txt", L"quiet.txt"};
+  EXPECT_EQ(service.DownloadFiles(project, desk.projectPath(), names, options), workstation::kStoreChanged);
+  workstation::setTransferProgress({});
+  EXPECT_EQ(here(L"changed.txt") + here(L"new.txt") + here(L"quiet.txt"), "workworktheirs");
+  EXPECT_FALSE(desk.exists(desk.projectPath(L"gone.txt")));
+  EXPECT_EQ(service.DownloadFiles(project, desk.projectPath(), names, {}), 0);
+  EXPECT_EQ(here(L"changed.txt"), "theirs");
+}
+
+TEST(WorkstationStore, TransfersObeyWhatWasJudgedAndMoveItOn) {
+  TestWorkstation desk;
+  const std::wstring project = desk.createTeamAndProject(L"House");
+  ICloudProjectService& service = *QuorvelCloudController()->GetProjectService();
+  const std::wstring path = desk.projectPath(L"a.txt");
+  const auto upload = [&] {
+    QuorvFileInfo file;
+    file.name = L"a.txt";
+    std::vector<std::wstring> failed;
+    return service.UploadFilesAndMetadata(project, desk.projectPath(), {file}, 0, {}, failed);
+  };
+  desk.writeFile(path, "one");
+  std::optional<workstation::ScopedTransferConditions> scope;
+  const auto judge = [&](const workstation::FileContent& here) {
+    scope.emplace(project, std::vector<workstation::TransferCondition>{{L"A.txt", here, 0}});
+  };
+  judge({});
+  EXPECT_EQ(upload(), 0);
+  EXPECT_EQ(upload(), 0) << "over what this scope has sent itself";
+  desk.putStored(desk.addColleague(L"Ben"), L"a.txt", "theirs");
+  EXPECT_EQ(upload(), workstation::kStoreChanged);
+  EXPECT_TRUE(desk.hasErrorLine(L"\"a.txt\" was saved meanwhile by Ben"));
+  EXPECT_EQ(service.DeleteFile(project, L"a.txt"), workstation::kStoreChanged);
+  EXPECT_EQ(service.DownloadFile(project, desk.projectPath(), L"a.txt", L""), workstation::kStoreChanged);
+  EXPECT_EQ(desk.readFile(path), "one") << "nothing was here when it was judged";
+
+  // Somebody who writes at any moment of a download has the last word.
+  for (int round = 0; round < 60; ++round) {
+    desk.writeFile(path, "judged");
+    const platform::FileStatus judged = platform::fileStatus(path);
+    judge({static_cast<std::int64_t>(judged.size), static_cast<std::int64_t>(platform::toTicks(judged.writeTime)), {}});
+    std::thread writer([&] {
+      std::this_thread::sleep_for(std::chrono::microseconds(round * 25));
+      desk.writeFile(path + L".new", "a later work");
+      std::filesystem::rename(platform::systemPath(path + L".new"), platform::systemPath(path));
+    });
+    service.DownloadFile(project, desk.projectPath(), L"a.txt", L"");
+    writer.join();
+    ASSERT_EQ(desk.readFile(path), "a later work") << round;
+  }
 }
 
 TEST(WorkstationStore, LoadThatWasCutOffIsTakenUpWhereverItEnded) {
