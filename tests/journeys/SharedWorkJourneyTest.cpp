@@ -1,6 +1,7 @@
 // Two workstations, one project: what one saves reaches the other, and nothing that somebody did is lost on the way.
 #include <gmock/gmock.h>
 
+#include <fstream>
 #include <thread>
 
 #include "tests/journeys/Program.h"
@@ -95,6 +96,27 @@ TEST(SharedWork, FetchNeverOverwritesAChangeThatWasNotSaved) {
   office.must("ben", {"fetch", "tb1", "--force"});
   EXPECT_EQ(office.exported("ben", "tb1"), "two");
   EXPECT_FALSE(std::filesystem::is_empty(office.project("ben") / "Backup"));
+}
+
+TEST(SharedWork, OfTwoSavesAtOnceOneIsToldThatItCameTooLate) {
+  Office office;
+  office.found({"anna", "ben"});
+  for (int round = 0; round < 5; ++round) {
+    ProgramRun runs[2];
+    const std::string users[] = {"anna", "ben"};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 2; ++i) {
+      std::ofstream(office.project(users[i]) / "list.txt") << users[i] << std::string(round, '.');
+      threads.emplace_back([&, i] { runs[i] = office.run(users[i], {"save", "list.txt"}); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    ASSERT_NE(runs[0].exitCode == 0, runs[1].exitCode == 0) << runs[0].out << runs[1].out;
+    const int loser = runs[0].exitCode == 0 ? 1 : 0;
+    EXPECT_THAT(runs[loser].out, testing::AnyOf(HasSubstr("saved meanwhile by " + users[1 - loser]),
+                                                HasSubstr("refused (here and in the store")));
+    office.must(users[loser], {"fetch", "--force", "list.txt"});
+    EXPECT_EQ(contentOf(office.project(users[loser]) / "list.txt"), users[1 - loser] + std::string(round, '.'));
+  }
 }
 
 TEST(SharedWork, TwoDrawingsOfOneNumberAreNeverTakenForVersionsOfOne) {
