@@ -1,5 +1,6 @@
 // Compressed drawings on two workstations: what goes up compressed comes down compressed, and its content is the same.
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -91,10 +92,23 @@ TEST(Compression, FilesOfTheProjectAreItsObjectsAndNoExportGoesOverThem) {
   EXPECT_EQ(contentOf(target), content);
   EXPECT_EQ(fs::status(target).permissions(), fs::perms::owner_read | fs::perms::owner_write);
 
+  const auto leaveCopy = [&](const std::string& process) {
+    for (const auto& entry : fs::recursive_directory_iterator(office.path("anna"))) {
+      if (entry.path().filename() != "Temp") continue;
+      const fs::path copy = entry.path() / ("tb000001.zdw." + process + "-1.part");
+      fs::create_directories(copy);
+      return copy;
+    }
+    return fs::path("no Temp");
+  };
+  const fs::path left = leaveCopy("2000000000");
+  const fs::path inUse = leaveCopy(std::to_string(getpid()));
   const std::string said = office.must("anna", {"compress", drawing.string(), "tb1", drawing.string()});
   EXPECT_THAT(said, testing::StartsWith("tb1: compressed ("));
   EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1);
   EXPECT_TRUE(infoOf(office, "anna", "tb1")["checked"]);
+  EXPECT_FALSE(fs::exists(left));
+  EXPECT_TRUE(fs::exists(inUse));
 }
 
 TEST(Compression, BadDrawingsAreNamedAndLeftAloneWhileTheGoodOnesAreDone) {

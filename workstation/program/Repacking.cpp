@@ -55,15 +55,17 @@ class WorkDirectory {
   std::wstring path_;
 };
 
-/// Whether a name of temporaryBeside is of a process that is gone.
+/// Whether a name of temporaryBeside is that of an object and of a process that is gone.
 bool isOrphan(const std::string& name) {
   constexpr std::string_view kEnding = ".part";
   if (!name.ends_with(kEnding)) return false;
   const std::string stem = name.substr(0, name.size() - kEnding.size());
   const std::size_t at = stem.rfind('.') + 1;
+  if (at == 0) return false;
   pid_t process = 0;
   const auto [end, error] = std::from_chars(stem.data() + at, stem.data() + stem.size(), process);
-  const bool isOne = error == std::errc() && end != stem.data() + stem.size() && *end == '-' && process > 0;
+  const bool isOne = error == std::errc() && end != stem.data() + stem.size() && *end == '-' && process > 0 &&
+                     parseObjectFileName(platform::fromUtf8(stem.substr(0, at - 1)));
   return isOne && ::kill(process, 0) != 0 && errno == ESRCH;
 }
 

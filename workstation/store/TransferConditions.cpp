@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "platform/Text.h"
+#include "workstation/store/CloudStore.h"
 
 namespace workstation {
 
@@ -15,6 +16,12 @@ struct Laid {
   std::unordered_map<std::wstring, TransferCondition> byName;  // in lower case
 };
 
+/// However its slashes are written, as the store takes names.
+std::wstring keyOf(const std::wstring& name) {
+  std::wstring normal;
+  return platform::toLower(normaliseStoreName(name, normal) ? normal : name);
+}
+
 Laid& laid() {
   static Laid instance;
   return instance;
@@ -24,7 +31,7 @@ template <typename Move>
 void withCondition(const std::wstring& project, const std::wstring& name, const Move& move) {
   const std::lock_guard guard(laid().mutex);
   if (laid().byName.empty() || !platform::equalsIgnoreCase(project, laid().project)) return;
-  const auto found = laid().byName.find(platform::toLower(name));
+  const auto found = laid().byName.find(keyOf(name));
   if (found != laid().byName.end()) move(found->second);
 }
 
@@ -36,7 +43,7 @@ ScopedTransferConditions::ScopedTransferConditions(const std::wstring& project,
   laid().project = project;
   laid().byName.clear();
   for (const TransferCondition& condition : conditions) {
-    laid().byName.insert_or_assign(platform::toLower(condition.name), condition);
+    laid().byName.insert_or_assign(keyOf(condition.name), condition);
   }
 }
 
