@@ -7,8 +7,8 @@
 
 namespace platform {
 
-/// Whether a file (a path of the system) is open somewhere without FILE_SHARE_DELETE: it may then neither be deleted nor
-/// renamed nor replaced.
+/// Whether a file (a path of the system) is open somewhere without FILE_SHARE_DELETE: it may then neither be deleted
+/// nor renamed nor replaced.
 PLATFORM_API bool isDeletingDenied(const std::string& path);
 
 }  // namespace platform
