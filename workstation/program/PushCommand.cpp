@@ -1,21 +1,15 @@
 // push: sends what changed in the project, or chosen items, in one batch.
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <functional>
-#include <map>
 #include <memory>
+#include <optional>
 
 #include "platform/Text.h"
-#include "platform/UserInterface.h"
 #include "workstation/program/ChangesSnapshot.h"
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/Objects.h"
-#include "workstation/program/PushItems.h"
-#include "workstation/program/PushUpload.h"
+#include "workstation/program/PushRun.h"
 #include "workstation/program/Saving.h"
-#include "workstation/program/SyncBase.h"
-#include "zephor/NotUploadedFiles.h"
 
 namespace workstation::program {
 
@@ -26,11 +20,48 @@ struct Arguments {
   bool deletes = false;
 };
 
+/// What the command says of an item, and whether it counts as done.
+struct Wording {
+  const wchar_t* outcome;
+  bool isDone;
+  bool tellsVersion = false;
+};
+
+Wording wordingOf(PushResult result) {
+  switch (result) {
+    case PushResult::Refused:
+    case PushResult::RefusedLocked:
+      break;
+    case PushResult::Left:
+      return {L"left in the store", true};
+    case PushResult::InStep:
+      return {L"in step", true, true};
+    case PushResult::WouldSend:
+      return {L"would be sent", true, true};
+    case PushResult::WouldDelete:
+      return {L"would be deleted in the store", true};
+    case PushResult::Sent:
+      return {L"sent", true, true};
+    case PushResult::Deleted:
+      return {L"deleted in the store", true};
+    case PushResult::NotSent:
+      return {L"not sent", false};
+    case PushResult::NotDeleted:
+      return {L"not deleted in the store", false};
+  }
+  return {L"refused", false};
+}
+
 /// One run of the command over the open project.
 class Push {
  public:
   Push(Context& context, const PushChoice& choice)
-      : context_(context), choice_(choice), look_(takeLook()), bases_(look_.projectUuid) {}
+      : context_(context),
+        choice_(choice),
+        look_(takeLook()),
+        run_(context, look_, choice, [this](const ItemView& view, PushResult result, const std::wstring& detail) {
+          tell(view, result, detail);
+        }) {}
 
   ExitCode run(const std::vector<ItemName>& named) {
     if (choice_.deletes && !choice_.named && looksLost(look_)) {
@@ -40,13 +71,12 @@ class Push {
                                L"directory? Nothing was sent or deleted. To delete files all the same, name them",
                                look_.keptCount, look_.directory)};
     }
-    decide(choice_.named ? named : itemsToPush(look_, bases_));
+    run_.decide(choice_.named ? named : itemsToPush(look_, SyncBase(look_.projectUuid)));
     if (!context_.options().dryRun) {
-      confirmDeletions();
-      prepare();
-      errorsBefore_ = context_.errorCount();
-      uploadItems(look_, items_, [this](PushItem& item, std::wstring reason) { refuse(item, std::move(reason)); });
-      tellResults();
+      // Looked at before the items are read: what changes in between is then told once more, and not lost.
+      std::optional<ProjectLook> look;
+      run_.send([&] { look = lookAfterwards(); });
+      if (look) accept(*look);
     }
     if (!choice_.named && tally_.doneCount() + tally_.failedCount() == 0) {
       context_.output().message(L"nothing to send: nothing has changed since it was last in step with the store");
@@ -66,152 +96,33 @@ class Push {
     return look;
   }
 
-  /// Whether nothing is left to send, by the key of the item.
-  using Settled = std::map<std::wstring, bool>;
-
-  void decide(const std::vector<ItemName>& names) {
-    const PushFiles files(look_);
-    for (ItemView& view : readItems(names)) {
-      PushItem& item = items_.emplace_back();
-      item.file = files.of(view.fileName);
-      item.decision = decidePush(view, choice_, item.file);
-      item.before = std::move(view);
-      tellDecision(item.before, item.decision);
-    }
+  void tell(const ItemView& view, PushResult result, const std::wstring& detail) {
+    const Wording wording = wordingOf(result);
+    report(context_, view.label(), wording.outcome, detail, wording.tellsVersion ? &view : nullptr);
+    if (wording.isDone) return tally_.done();
+    result == PushResult::RefusedLocked ? tally_.locked() : tally_.failed();
   }
 
-  void tellDecision(const ItemView& view, const PushDecision& decision) {
-    const bool dryRun = context_.options().dryRun;
-    switch (decision.step) {
-      case PushStep::Refuse:
-        report(context_, view.label(), L"refused", decision.reason);
-        return tally_.failed();
-      case PushStep::RefuseLocked:
-        report(context_, view.label(), L"refused", decision.reason);
-        return tally_.locked();
-      case PushStep::Leave:
-        report(context_, view.label(), L"left in the store", decision.reason);
-        return tally_.done();
-      case PushStep::Nothing:
-        if (!choice_.named) return;
-        report(context_, view.label(), L"in step", L"nothing to send", &view);
-        return tally_.done();
-      case PushStep::Send:
-        if (!dryRun) return;
-        report(context_, view.label(), L"would be sent", stateName(view.state), &view);
-        return tally_.done();
-      case PushStep::Delete:
-        if (!dryRun) return;
-        report(context_, view.label(), L"would be deleted in the store", stateName(view.state));
-        return tally_.done();
-    }
-  }
-
-  void refuse(PushItem& item, std::wstring reason) {
-    item.decision = {PushStep::Refuse, std::move(reason)};
-    tellDecision(item.before, item.decision);
-  }
-
-  void confirmDeletions() {
-    const auto count = std::count_if(items_.begin(), items_.end(), std::mem_fn(&PushItem::isToDelete));
-    if (count == 0) return;
-    const std::wstring question = platform::formatWide(
-        L"Of what the store has, no longer here: %d. Delete that in the store too, for everybody?", count);
-    if (platform::userInterface().messageBox({nullptr, question, L"zephor", MB_YESNO, {}, {}}) == IDYES) return;
-    for (PushItem& item : items_) {
-      if (item.isToDelete()) refuse(item, L"not deleted in the store: nobody said yes, --yes does");
-    }
-  }
-
-  void prepare() {
-    for (PushItem& item : items_) {
-      if (!item.isToSend()) continue;
-      std::wstring problem = prepareToSend(item);
-      if (!problem.empty()) refuse(item, std::move(problem));
-    }
-  }
-
-  void tellResults() {
-    // Looked at before the items are read: what changes in between is then told once more, and not lost.
-    std::optional<ProjectLook> look;
+  std::optional<ProjectLook> lookAfterwards() const {
     try {
-      look = lookAtProject();
+      return lookAtProject();
     } catch (const CommandFailure& failure) {
       context_.output().error(L"what was sent will be told as a change once more: " + failure.message);
+      return std::nullopt;
     }
-    std::vector<ItemName> names;
-    for (const PushItem& item : items_) names.push_back(item.name());
-    const std::vector<ItemView> views = readItems(names);
-    Settled settled;
-    for (std::size_t i = 0; i < items_.size(); ++i) {
-      settled[itemKey(items_[i].before.fileName)] = settle(items_[i], views[i]);
-    }
-    if (look) accept(*look, settled);
-  }
-
-  /// Tells how an item ended. @return true when nothing is left to send of it
-  bool settle(const PushItem& item, const ItemView& view) {
-    if (!item.isToSend() && !item.isToDelete()) {
-      if (view.state == ObjectState::InStep) bases_.put(view.fileName, {*view.here, *view.store});
-      const bool isLeft = item.decision.step == PushStep::Nothing && view.isUnchangedHere();
-      return isLeft || view.state == ObjectState::InStep || view.state == ObjectState::Nowhere;
-    }
-    if (!item.isDoneBy(view)) {
-      report(context_, view.label(), item.isToDelete() ? L"not deleted in the store" : L"not sent",
-             failureReason(item));
-      tally_.failed();
-      return false;
-    }
-    tally_.done();
-    if (item.isToDelete()) {
-      bases_.forget(view.fileName);
-      report(context_, view.label(), L"deleted in the store", giveBackLock(item));
-      return !view.here;
-    }
-    // An upload that went through at a second try leaves the list alone.
-    removeEntryFromNotUploadedFilesList(view.fileName.c_str());
-    bases_.put(view.fileName, {*view.here, *view.store});
-    report(context_, view.label(), L"sent", view.object ? platform::formatWide(L"version %u", view.here->version) : L"",
-           &view);
-    return true;
-  }
-
-  std::wstring failureReason(const PushItem& item) const {
-    if (!item.isTried) return L"not tried after the failure of other files; push again";
-    if (item.isToSend() && existsEntryInNotUploadedFilesList(item.before.fileName.c_str())) {
-      return L"it is in the list of what could not be sent; zephor not-uploaded retry";
-    }
-    if (context_.errorCount() > errorsBefore_) return L"what was wrong is told below";
-    return L"it changed here or in the store meanwhile; see zephor status";
   }
 
   /// Moves the base of later looks over what is settled; compressing has changed the files of the Teilbilder.
-  void accept(const ProjectLook& look, const Settled& settled) const {
+  void accept(const ProjectLook& look) const {
     if (look.isFirst && choice_.named) return;
-    acceptSettled(look, [&](const std::wstring& name) {
-      const auto found = settled.find(itemKey(name));
-      return isPrivateFile(name) || (found != settled.end() && found->second);
-    });
+    acceptSettled(look, [this](const std::wstring& name) { return isPrivateFile(name) || run_.isSettled(name); });
   }
 
   Context& context_;
   PushChoice choice_;
   Tally tally_;  // counts from the look on
   ProjectLook look_;
-  SyncBase bases_;
-  std::vector<PushItem> items_;
-  std::size_t errorsBefore_ = 0;  // told before anything was sent
-};
-
-/// The list of what could not be sent, loaded with what earlier runs left and written at the end.
-struct NotUploadedList {
-  NotUploadedList() {
-    std::vector<std::wstring> names;
-    getNotUploadedFilesList(names);
-  }
-  ~NotUploadedList() { closeNotUploadedFilesList(); }
-  NotUploadedList(const NotUploadedList&) = delete;
-  NotUploadedList& operator=(const NotUploadedList&) = delete;
+  PushRun run_;
 };
 
 ExitCode push(Context& context, const Arguments& arguments) {
