@@ -42,7 +42,7 @@ TerminalOptions terminalOptions(const GlobalOptions& options) {
 /// True for a line that frames an operation in the log, and explains nothing to a person.
 bool isFrameLine(const std::wstring& line) {
   if (line.find(L": **********") != std::wstring::npos) return true;
-  for (const wchar_t* const ending : {L": ", L": Start", L": End"}) {
+  for (const wchar_t* const ending : {L": ", L": Start", L": End", L"= start", L"= end"}) {
     if (line.ends_with(ending)) return true;
   }
   return false;
