@@ -26,6 +26,7 @@ void addLockCommands(CLI::App& app, Action& selected);
 void addTransferCommands(CLI::App& app, Action& selected);
 void addChangesCommand(CLI::App& app, Action& selected);
 void addPushCommand(CLI::App& app, Action& selected);
+void addSyncCommand(CLI::App& app, Action& selected);
 void addServerCommands(CLI::App& app, Action& selected);
 void addCompressionCommands(CLI::App& app, Action& selected);
 void addInfoCommand(CLI::App& app, Action& selected);

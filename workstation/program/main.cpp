@@ -59,6 +59,7 @@ int run(int argc, char** argv) {
   workstation::program::addTransferCommands(app, selected);
   workstation::program::addChangesCommand(app, selected);
   workstation::program::addPushCommand(app, selected);
+  workstation::program::addSyncCommand(app, selected);
   workstation::program::addServerCommands(app, selected);
   workstation::program::addCompressionCommands(app, selected);
   workstation::program::addInfoCommand(app, selected);

@@ -1,0 +1,69 @@
+// One run that brings the open project's directory and the store in step, in both directions.
+//
+// An interrupted run leaves nothing that the next one has to know of: what moves is judged anew each time from both
+// sides and the base. The base is written behind a transfer, never before it, so that a run that ends in between finds
+// both sides the same and the base old, and only records that. Until then neither side's file is believed to be old.
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "workstation/program/ExitCode.h"
+#include "workstation/program/Objects.h"
+#include "workstation/program/ProjectComparison.h"
+#include "workstation/program/PushRun.h"
+#include "workstation/program/SyncDecision.h"
+
+namespace workstation::program {
+
+class Context;
+
+/// The project's guard is held by the caller.
+class ProjectSync {
+ public:
+  explicit ProjectSync(Context& context);
+  ExitCode run();
+
+ private:
+  struct Item {
+    ComparedFile file;
+    ItemView view;
+    SyncDecision decision;
+    std::wstring problem = {};  ///< why it did not come
+  };
+
+  void loadIfFresh();
+  void judge();
+  void keepAllOfLostStore();
+  void tellPlan();
+  void fetch();
+  void fetchTogether(const std::vector<Item*>& wanted);
+  void trash();
+  void moveToTrash(const Item& item, SyncBase& bases);
+  bool send();
+  void tellSent(const ItemView& view, PushResult result, const std::wstring& detail);
+  void settle();
+  void tellSettled(const std::set<std::wstring>& differing);
+  void clearWaiting(const std::set<std::wstring>& differing) const;
+  ExitCode finish() const;
+
+  std::vector<Item*> itemsTo(SyncStep step);
+  std::wstring pathOf(const Item& item) const;
+  bool isBrought(const Item& item) const;
+  void tellFetched(const ItemName& item);
+  void keep(const std::wstring& item, const std::wstring& reason);
+
+  Context& context_;
+  const bool dryRun_;
+  ProjectComparison comparison_;
+  std::vector<Item> items_;
+  std::set<std::wstring> told_;  ///< items with a result line, by key
+  std::size_t fetched_ = 0;
+  std::size_t sent_ = 0;
+  std::size_t trashed_ = 0;
+  std::size_t kept_ = 0;
+};
+
+}  // namespace workstation::program
