@@ -99,8 +99,7 @@ ExitCode ProjectSync::run() {
   comparison_ = compareProject(context_);
   if (!dryRun_) loadIfFresh();
   if (comparison_.differing.empty()) {
-    // Ended before the base was written, the run before moved files that nothing else would ever record.
-    if (!dryRun_) recordInStep(context_, comparison_.unrecorded);
+    if (!dryRun_) recordSame();
     return finish();
   }
   judge();
@@ -112,7 +111,7 @@ ExitCode ProjectSync::run() {
   const bool moves =
       !itemsTo(SyncStep::Fetch).empty() || !itemsTo(SyncStep::Trash).empty() || !itemsTo(SyncStep::Record).empty();
   // Recorded first: a difference from these on then counts for the side on which it is.
-  recordInStep(context_, comparison_.unrecorded);
+  recordSame();
   fetch();
   trash();
   if (send() || moves) {
@@ -121,6 +120,15 @@ ExitCode ProjectSync::run() {
     tellSettled(keysOf(comparison_.differing));
   }
   return finish();
+}
+
+/// What this run has moved, or one that ended before it could note that.
+void ProjectSync::recordSame() {
+  for (const ComparedFile& file : comparison_.unrecorded) {
+    const ItemName item = itemOf(file);
+    if (item.object) noteInDatabase(*item.object);
+  }
+  recordInStep(context_, comparison_.unrecorded);
 }
 
 /// A cache that never had everything, and has nothing unsent, comes by the library's full load.
@@ -283,11 +291,7 @@ void ProjectSync::settle() {
   // Looked at before the sides are compared: what changes in between is told by `changes` once more, and not lost.
   const ProjectLook look = lookAtProject();
   comparison_ = compareProject(context_);
-  for (const ComparedFile& file : comparison_.unrecorded) {
-    const ItemName item = itemOf(file);
-    if (item.object) noteInDatabase(*item.object);
-  }
-  recordInStep(context_, comparison_.unrecorded);
+  recordSame();
   std::set<std::wstring> differing = keysOf(comparison_.differing);
   SyncBase bases(comparison_.projectUuid);
   for (const Item* item : itemsTo(SyncStep::Record)) {

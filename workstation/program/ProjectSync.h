@@ -34,6 +34,7 @@ class ProjectSync {
     std::wstring problem = {};  ///< why it did not come
   };
 
+  void recordSame();
   void loadIfFresh();
   void judge();
   void keepAllOfLostStore();
