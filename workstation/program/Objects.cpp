@@ -1,7 +1,6 @@
 #include "workstation/program/Objects.h"
 
 #include <algorithm>
-#include <bit>
 #include <map>
 #include <set>
 
@@ -15,10 +14,11 @@
 #include "platform/Time.h"
 #include "workstation/objects/ObjectNames.h"
 #include "workstation/program/Context.h"
+#include "workstation/program/ItemStamps.h"
 #include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
-#include "workstation/store/CloudStore.h"
-#include "workstation/store/StoreContext.h"
+#include "workstation/store/CacheRecord.h"
+#include "workstation/store/DirectoryScan.h"
 #include "zephor/CloudFiles.h"
 #include "zephor/HeaderServices.h"
 
@@ -50,22 +50,10 @@ ItemView& viewOf(Views& views, const ItemName& item) {
   return place->second;
 }
 
-template <typename Header>
-VersionStamp stampOf(const Header& header) {
-  return VersionStamp{header.versionCounter, header.modifiedTime, header.contentCrc,
-                      std::bit_cast<std::uint64_t>(header.guidFirst), std::bit_cast<std::uint64_t>(header.guidSecond)};
-}
-
-VersionStamp stampOf(const platform::FileStatus& file) {
-  return VersionStamp{0, static_cast<std::int64_t>(platform::toTicks(file.writeTime)),
-                      static_cast<std::uint32_t>(file.size)};
-}
-
-/// A listing line ends with the file's revision and size, and tells its time in whole seconds.
-VersionStamp stampOf(const Quorvel::FileAccess::CResourceInfo& file) {
-  return VersionStamp{static_cast<std::uint32_t>(_wtoi(file.text4.c_str())),
-                      static_cast<std::int64_t>(platform::toTicks(file.modifiedTime)),
-                      static_cast<std::uint32_t>(std::wcstoull(file.text5.c_str(), nullptr, 10))};
+/// A listing line ends with the file's revision and size.
+VersionStamp stampOfListed(const Quorvel::FileAccess::CResourceInfo& file) {
+  return stampOfStored(_wtoi(file.text4.c_str()), std::wcstoll(file.text5.c_str(), nullptr, 10),
+                       static_cast<std::int64_t>(platform::toTicks(file.modifiedTime)));
 }
 
 template <typename Text, std::size_t size>
@@ -84,7 +72,8 @@ void readHere(ItemView& view) {
   const platform::FileStatus file = platform::fileStatus(itemPath(view.fileName));
   if (!file.exists || file.isDirectory) return;
   if (!view.object) {
-    view.here = stampOf(file);
+    view.here = stampOf(FileContent{
+        static_cast<std::int64_t>(file.size), static_cast<std::int64_t>(platform::toTicks(file.writeTime)), {}});
     return;
   }
   const auto number = static_cast<unsigned>(view.object->number);
@@ -135,26 +124,7 @@ void readStoredFiles(Views& views, const PRJ& project, ShareFileTypeID fileClass
     const auto object = parseObjectName(file.name);
     const bool isZeichnung = object && object->type == eFileType_Zeichnung;
     const ItemName item = isZeichnung ? nameOf(*object) : ItemName{std::nullopt, file.name};
-    if (!isZeichnung && !views.contains(keyOf(item))) continue;
-    ItemView& view = viewOf(views, item);
-    view.store = stampOf(file);
-    view.revision = view.store->version;
-  }
-}
-
-/// Headers tell no revisions. Those that were listed before them make sure that a save in between is noticed.
-void readRevisions(Views& views) {
-  CloudStatus status = 0;
-  std::wstring error;
-  const auto store = currentStore(status, error);
-  constexpr unsigned kClasses = classBit(FileClass::Teilbild) | classBit(FileClass::Plan);
-  std::vector<StoredFile> files;
-  if (!store || store->files(storeActor(), get_ActivePrj().GetOndrathProjectUuid(), kClasses, files) != 0) {
-    throw CommandFailure{ExitCode::Failure, L"the store can't be asked for its objects"};
-  }
-  for (const StoredFile& file : files) {
-    const auto found = views.find(keyOf(itemOfFile(file.name)));
-    if (found != views.end() && hasStoredHeader(found->second)) found->second.revision = file.revision;
+    if (isZeichnung || views.contains(keyOf(item))) viewOf(views, item).store = stampOfListed(file);
   }
 }
 
@@ -197,18 +167,21 @@ void complete(ItemView& view, const SyncBase& bases) {
 }  // namespace
 
 bool hasStoredHeader(const ItemView& view) {
-  return view.object && view.object->type != eFileType_Zeichnung;
+  return hasStoredHeader(view.object);
 }
 
 bool isPrivateFile(const std::wstring& name) {
-  const std::wstring lower = platform::toLower(name);
-  for (const wchar_t* const prefix : {L"quorvelprojectdb", L"notuploadedfiles.", L"project1.dat.xml", L"backup\\"}) {
-    if (lower.starts_with(prefix)) return true;
+  return isPrivateKey(keyOfName(platform::toUtf8(name)));
+}
+
+bool isPrivateKey(std::string_view key) {
+  for (const char* const prefix : {"quorvelprojectdb", "notuploadedfiles.", "project1.dat.xml", "backup\\"}) {
+    if (key.starts_with(prefix)) return true;
   }
-  for (const wchar_t* const suffix : {L".part", L".tmp", L".lck"}) {
-    if (lower.ends_with(suffix)) return true;
+  for (const char* const suffix : {".part", ".tmp", ".lck"}) {
+    if (key.ends_with(suffix)) return true;
   }
-  return lower == L"backup";
+  return key == "backup";
 }
 
 ItemName itemOfFile(const std::wstring& fileName) {

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "workstation/program/ObjectName.h"
@@ -51,6 +52,8 @@ std::vector<ItemName> itemsOf(const std::vector<ObjectName>& objects);
 
 /// The host's and the program's own files, which no other workstation has a use for.
 bool isPrivateFile(const std::wstring& name);
+/// The same by the name's key (workstation/store/DirectoryScan.h).
+bool isPrivateKey(std::string_view key);
 
 /// "Anna Berg on drawing-room since 2026-11-21 18:04:05 UTC".
 std::wstring holderOf(const FileLockInfo& info);

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "workstation/program/ObjectState.h"
 #include "workstation/store/CacheRecord.h"
 #include "workstation/store/CloudStore.h"
 
@@ -22,6 +23,8 @@ struct ComparedFile {
   FileContent here;                 ///< without hash; not known when there is none
   std::optional<StoredFile> store;  ///< nothing when the store has none
   bool hasTwin = false;             ///< another file here has this name but for letter case
+  /// What the base keeps of the store's side; nothing for an object whose header the store does not tell.
+  std::optional<VersionStamp> storeStamp;
 };
 
 struct ProjectComparison {
@@ -34,19 +37,33 @@ struct ProjectComparison {
   std::vector<ComparedFile> differing;
   /// The same on both sides, but the base (SyncBase) does not say so.
   std::vector<ComparedFile> unrecorded;
+  /// Names here that no other workstation can hold, of files and of directories with all below them. They are told to
+  /// the error log, and belong to no list above.
+  std::vector<std::wstring> passedOver;
+  /// Only here, and no upload takes them.
+  std::vector<std::wstring> keptOut;
 };
 
 /// Throws CommandFailure when the directory, the store or the base can't be read to the end: what was not seen must not
 /// count as gone.
 ProjectComparison compareProject(Context& context);
 
-/// Notes in the base, in one transaction, that these files are the same on both sides.
-void recordInStep(Context& context, const std::vector<ComparedFile>& files);
+/// Notes in the base, in one transaction, that these files (`unrecorded`) are the same on both sides. One that no
+/// download has brought is read before: size and time alone prove nothing about it.
+/// @return those that are not the same in spite of size and time, and those that were changed meanwhile
+std::vector<ComparedFile> recordInStep(Context& context, const std::vector<ComparedFile>& files);
+
+/// What a load has brought.
+struct LoadedFiles {
+  std::uint64_t files = 0;
+  std::uint64_t bytes = 0;
+};
 
 /// Brings what the store has into a cache that never had everything. Where nothing here is unsent this is the library's
 /// full load; otherwise nothing is done, and `sync` brings the files one by one. What came is noted in the base.
+/// @param loaded  may be null
 /// @return false when nothing was loaded
 /// Throws CommandFailure when the load failed; what came until then stays.
-bool loadFreshCache(Context& context);
+bool loadFreshCache(Context& context, LoadedFiles* loaded = nullptr);
 
 }  // namespace workstation::program

@@ -14,12 +14,22 @@ constexpr const char* kSchema =
     "here_check INTEGER, here_guid1 INTEGER, here_guid2 INTEGER, store_version INTEGER, store_modified INTEGER, "
     "store_check INTEGER, store_guid1 INTEGER, store_guid2 INTEGER) WITHOUT ROWID";
 
-Statement prepare(sqlite3* database, const char* sql, const std::wstring& name) {
+constexpr const char* kPut = "INSERT OR REPLACE INTO sync_points VALUES (?1,?2,?3,?4,?5,?6,?7,?8,?9,?10,?11)";
+
+void bindName(sqlite3_stmt* statement, const std::wstring& name) {
+  const std::string key = platform::toUtf8(platform::toLower(name));
+  sqlite3_bind_text(statement, 1, key.data(), static_cast<int>(key.size()), SQLITE_TRANSIENT);
+}
+
+Statement prepare(sqlite3* database, const char* sql) {
   sqlite3_stmt* raw = nullptr;
   if (database == nullptr || sqlite3_prepare_v2(database, sql, -1, &raw, nullptr) != SQLITE_OK) return nullptr;
-  Statement statement(raw);
-  const std::string key = platform::toUtf8(platform::toLower(name));
-  sqlite3_bind_text(raw, 1, key.data(), static_cast<int>(key.size()), SQLITE_TRANSIENT);
+  return Statement(raw);
+}
+
+Statement prepare(sqlite3* database, const char* sql, const std::wstring& name) {
+  Statement statement = prepare(database, sql);
+  if (statement) bindName(statement.get(), name);
   return statement;
 }
 
@@ -41,6 +51,15 @@ void bindStamp(sqlite3_stmt* statement, int first, const VersionStamp& stamp) {
   sqlite3_bind_int64(statement, first + 4, static_cast<sqlite3_int64>(stamp.guidSecond));
 }
 
+SyncPoint readPoint(sqlite3_stmt* row) {
+  return {readStamp(row, 1), readStamp(row, 1 + kStampColumns)};
+}
+
+void bindPoint(sqlite3_stmt* statement, const SyncPoint& point) {
+  bindStamp(statement, 2, point.here);
+  bindStamp(statement, 2 + kStampColumns, point.store);
+}
+
 }  // namespace
 
 SyncBase::SyncBase(const std::wstring& projectUuid) {
@@ -56,31 +75,43 @@ SyncBase::SyncBase(const std::wstring& projectUuid) {
 std::optional<SyncPoint> SyncBase::get(const std::wstring& name) const {
   const Statement statement = prepare(database_.get(), "SELECT * FROM sync_points WHERE name = ?1", name);
   if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) return std::nullopt;
-  return SyncPoint{readStamp(statement.get(), 1), readStamp(statement.get(), 1 + kStampColumns)};
+  return readPoint(statement.get());
+}
+
+std::optional<std::vector<std::pair<std::string, SyncPoint>>> SyncBase::all() const {
+  std::vector<std::pair<std::string, SyncPoint>> points;
+  if (!database_) return points;
+  const Statement row = prepare(database_.get(), "SELECT * FROM sync_points ORDER BY name");
+  if (!row) return std::nullopt;
+  int result = SQLITE_DONE;
+  while ((result = sqlite3_step(row.get())) == SQLITE_ROW) {
+    const auto* const name = reinterpret_cast<const char*>(sqlite3_column_text(row.get(), 0));
+    points.emplace_back(name != nullptr ? name : "", readPoint(row.get()));
+  }
+  if (result != SQLITE_DONE) return std::nullopt;
+  return points;
 }
 
 void SyncBase::put(const std::wstring& name, const SyncPoint& point) {
-  const Statement statement =
-      prepare(database_.get(), "INSERT OR REPLACE INTO sync_points VALUES (?1,?2,?3,?4,?5,?6,?7,?8,?9,?10,?11)", name);
+  const Statement statement = prepare(database_.get(), kPut, name);
   if (!statement) return;
-  bindStamp(statement.get(), 2, point.here);
-  bindStamp(statement.get(), 2 + kStampColumns, point.store);
+  bindPoint(statement.get(), point);
   sqlite3_step(statement.get());
 }
 
-std::vector<std::wstring> SyncBase::names() const {
-  std::vector<std::wstring> names;
-  sqlite3_stmt* raw = nullptr;
-  if (!database_ ||
-      sqlite3_prepare_v2(database_.get(), "SELECT name FROM sync_points", -1, &raw, nullptr) != SQLITE_OK) {
-    return names;
+void SyncBase::put(const std::vector<std::pair<std::wstring, SyncPoint>>& points) {
+  const Statement statement = prepare(database_.get(), kPut);
+  if (!statement || sqlite3_exec(database_.get(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK) return;
+  for (const auto& [name, point] : points) {
+    bindName(statement.get(), name);
+    bindPoint(statement.get(), point);
+    sqlite3_step(statement.get());
+    sqlite3_reset(statement.get());
   }
-  const Statement row(raw);
-  while (sqlite3_step(raw) == SQLITE_ROW) {
-    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(raw, 0));
-    if (text != nullptr) names.push_back(platform::fromUtf8(text));
+  // What could not be written is found to be missing by the next comparison.
+  if (sqlite3_exec(database_.get(), "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK) {
+    sqlite3_exec(database_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
   }
-  return names;
 }
 
 void SyncBase::forget(const std::wstring& name) {

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "workstation/program/ObjectState.h"
@@ -18,9 +19,12 @@ class SyncBase {
   explicit SyncBase(const std::wstring& projectUuid);
   /// @param name  of the file relative to the project, in any letter case
   std::optional<SyncPoint> get(const std::wstring& name) const;
+  /// Everything that is noted, by the lower-case names in UTF-8 in the order of bytes. Nothing when it can't be read to
+  /// its end.
+  std::optional<std::vector<std::pair<std::string, SyncPoint>>> all() const;
   void put(const std::wstring& name, const SyncPoint& point);
-  /// Of all items that it remembers, in lower case.
-  std::vector<std::wstring> names() const;
+  /// The same for many, in one transaction.
+  void put(const std::vector<std::pair<std::wstring, SyncPoint>>& points);
   void forget(const std::wstring& name);
 
  private:

@@ -99,6 +99,13 @@ struct StoredFile {
   std::string sha256;         ///< 64 lower-case hexadecimal digits; empty for a deleted file
 };
 
+/// A stored file as a comparison with a disk needs it.
+struct ListedFile {
+  StoredFile file;
+  std::string key;                   ///< name in lower case, UTF-8
+  std::vector<std::uint8_t> header;  ///< stored image, empty for none
+};
+
 /// One file of a group to put.
 struct FilePut {
   std::wstring name;  ///< relative to the project
@@ -236,6 +243,8 @@ class WORKSTATION_API CloudStore {
   /// @param classes  bits of classBit
   CloudStatus files(const StoreActor& actor, const std::wstring& project, unsigned classes,
                     std::vector<StoredFile>& out);
+  /// All files with their headers, as they are at one time, by their keys in the order of bytes.
+  CloudStatus listing(const StoreActor& actor, const std::wstring& project, std::vector<ListedFile>& out);
   CloudStatus deletedFiles(const StoreActor& actor, const std::wstring& project, unsigned classes,
                            std::vector<StoredFile>& out);
   /// Stored images by name; a file without header, or one that is not there, has an empty image.

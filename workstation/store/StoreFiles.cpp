@@ -10,16 +10,15 @@ namespace {
 /// A body whose record has been replaced meanwhile may be swept between reading the record and opening it.
 constexpr int kBodyTries = 3;
 
+// The uploader's name is read apart: a join would look it up for each of thousands of files.
 constexpr const char* kListColumns =
-    "SELECT f.name, f.class, f.uuid, f.size, f.created, f.modified, f.uploaded, f.uploader, u.name, f.revision, "
-    "f.sha256 FROM files f JOIN users u ON u.uuid=f.uploader WHERE f.project=?1 AND f.deleted=?2 AND "
-    "(1<<f.class)&?3 "
-    "ORDER BY f.name_key";
+    "SELECT name, class, uuid, size, created, modified, uploaded, uploader, revision, sha256, name_key, header FROM "
+    "files WHERE project=?1 AND deleted=?2 AND (1<<class)&?3 ORDER BY name_key";
 constexpr const char* kFindColumns =
-    "SELECT f.name, f.class, f.uuid, f.size, f.created, f.modified, f.uploaded, f.uploader, u.name, f.revision, "
-    "f.sha256 FROM files f JOIN users u ON u.uuid=f.uploader WHERE f.project=?1 AND f.name_key=?2 AND "
-    "f.deleted=0";
+    "SELECT name, class, uuid, size, created, modified, uploaded, uploader, revision, sha256 FROM files WHERE "
+    "project=?1 AND name_key=?2 AND deleted=0";
 
+/// All but the uploader's name.
 StoredFile fileFrom(const Statement& statement) {
   StoredFile file;
   file.name = statement.text(0);
@@ -30,21 +29,33 @@ StoredFile fileFrom(const Statement& statement) {
   file.modified = timeOf(statement.number(5));
   file.uploaded = timeOf(statement.number(6));
   file.uploaderUuid = statement.text(7);
-  file.uploaderName = statement.text(8);
-  file.revision = statement.number(9);
-  file.sha256 = statement.bytes(10);
+  file.revision = statement.number(8);
+  file.sha256 = statement.bytes(9);
   return file;
 }
 
-std::vector<StoredFile> readFiles(Connection& connection, const StoreActor& actor, const std::wstring& project,
-                                  bool deleted, unsigned classes) {
+std::wstring nameOfUser(Connection& connection, const std::wstring& uuid) {
+  Statement statement(connection, "SELECT name FROM users WHERE uuid=?");
+  statement << uuid;
+  return statement.row() ? statement.text(0) : std::wstring();
+}
+
+/// @param take  receives each file and the row that it came from
+template <typename Take>
+void readFiles(Connection& connection, const StoreActor& actor, const std::wstring& project, bool deleted,
+               unsigned classes, const Take& take) {
   const ReadTransaction transaction(connection);
   requireRole(connection, actor, project, StoreRole::Viewer);
-  std::vector<StoredFile> found;
+  std::map<std::wstring, std::wstring> names;
   Statement statement(connection, kListColumns);
   statement << project << (deleted ? 1 : 0) << static_cast<int>(classes);
-  while (statement.row()) found.push_back(fileFrom(statement));
-  return found;
+  while (statement.row()) {
+    StoredFile file = fileFrom(statement);
+    const auto [name, isNew] = names.try_emplace(file.uploaderUuid);
+    if (isNew) name->second = nameOfUser(connection, file.uploaderUuid);
+    file.uploaderName = name->second;
+    take(std::move(file), statement);
+  }
 }
 
 std::wstring requireName(const std::wstring& given) {
@@ -61,7 +72,9 @@ StoredFile requireFile(Connection& connection, const StoreActor& actor, const st
   Statement statement(connection, kFindColumns);
   statement << project << platform::toLower(name);
   if (!statement.row()) throw StoreError{kStoreNotFound, L"the project has no file \"" + name + L"\""};
-  return fileFrom(statement);
+  StoredFile file = fileFrom(statement);
+  file.uploaderName = nameOfUser(connection, file.uploaderUuid);
+  return file;
 }
 
 }  // namespace
@@ -96,7 +109,18 @@ CloudStatus CloudStore::files(const StoreActor& actor, const std::wstring& proje
   return answerOf([&] {
     out.clear();
     const ConnectionPool::Lease lease = impl_->pool.take();
-    out = readFiles(*lease, actor, project, false, classes);
+    readFiles(*lease, actor, project, false, classes,
+              [&](StoredFile&& file, const Statement&) { out.push_back(std::move(file)); });
+  });
+}
+
+CloudStatus CloudStore::listing(const StoreActor& actor, const std::wstring& project, std::vector<ListedFile>& out) {
+  return answerOf([&] {
+    out.clear();
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    readFiles(*lease, actor, project, false, kAllClasses, [&](StoredFile&& file, const Statement& row) {
+      out.push_back({std::move(file), row.bytes(10), row.blob(11)});
+    });
   });
 }
 
@@ -105,7 +129,8 @@ CloudStatus CloudStore::deletedFiles(const StoreActor& actor, const std::wstring
   return answerOf([&] {
     out.clear();
     const ConnectionPool::Lease lease = impl_->pool.take();
-    out = readFiles(*lease, actor, project, true, classes);
+    readFiles(*lease, actor, project, true, classes,
+              [&](StoredFile&& file, const Statement&) { out.push_back(std::move(file)); });
   });
 }
 
