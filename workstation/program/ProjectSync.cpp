@@ -98,10 +98,10 @@ ProjectSync::ProjectSync(Context& context) : context_(context), dryRun_(context.
 ExitCode ProjectSync::run() {
   comparison_ = compareProject(context_);
   if (!dryRun_) loadIfFresh();
-  if (comparison_.differing.empty()) {
-    if (!dryRun_) recordSame();
-    return finish();
-  }
+  if (!dryRun_) recordSame();
+  for (const std::wstring& name : comparison_.passedOver)
+    keep(name, L"no other workstation can hold a file of this name");
+  if (comparison_.differing.empty()) return finish();
   judge();
   if (dryRun_) {
     tellPlan();
@@ -110,8 +110,6 @@ ExitCode ProjectSync::run() {
   }
   const bool moves =
       !itemsTo(SyncStep::Fetch).empty() || !itemsTo(SyncStep::Trash).empty() || !itemsTo(SyncStep::Record).empty();
-  // Recorded first: a difference from these on then counts for the side on which it is.
-  recordSame();
   fetch();
   trash();
   if (send() || moves) {
@@ -122,13 +120,16 @@ ExitCode ProjectSync::run() {
   return finish();
 }
 
-/// What this run has moved, or one that ended before it could note that.
+/// Notes what this run has moved, or one that ended before it could. What is not the same in spite of size and time is
+/// judged as a difference.
 void ProjectSync::recordSame() {
   for (const ComparedFile& file : comparison_.unrecorded) {
     const ItemName item = itemOf(file);
     if (item.object) noteInDatabase(*item.object);
   }
-  recordInStep(context_, comparison_.unrecorded);
+  for (ComparedFile& file : recordInStep(context_, comparison_.unrecorded)) {
+    comparison_.differing.push_back(std::move(file));
+  }
 }
 
 /// A cache that never had everything, and has nothing unsent, comes by the library's full load.
