@@ -20,6 +20,7 @@ void addTeamCommands(CLI::App& app, Action& selected);
 void addProjectCommands(CLI::App& app, Action& selected);
 /// Behind addProjectCommands: adds to its group.
 void addProjectLockCommands(CLI::App& app, Action& selected);
+void addOpenCommand(CLI::App& app, Action& selected);
 void addUsersCommand(CLI::App& app, Action& selected);
 void addObjectCommands(CLI::App& app, Action& selected);
 void addLockCommands(CLI::App& app, Action& selected);

@@ -152,6 +152,10 @@ void Context::startInProject() {
         ExitCode::Failure,
         error.empty() ? L"no project is open. Open one: zephor open PROJECT, or name it with --project" : error};
   }
+  enterProject();
+}
+
+void Context::enterProject() {
   const PRJ project = get_ActivePrj();
   const int result = Quorvel::FileAccess::WGO_InitForProjectOpen(project);
   if (result == static_cast<int>(Quorvel::FileAccess::kNoCloudLogin)) {

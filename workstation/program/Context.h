@@ -68,6 +68,8 @@ class Context {
   /// As startOnline, with a project open: that of --project, otherwise the one that was open last. Throws
   /// CommandFailure.
   void startInProject();
+  /// Signs on to the project that was opened. Throws CommandFailure.
+  static void enterProject();
   /// As startInProject. @return false where there is no workstation, or no project is open on it
   bool startInProjectIfAny();
   /// Waits for its turn to change the open project on this workstation. Throws CommandFailure when another process

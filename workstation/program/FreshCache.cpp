@@ -3,6 +3,7 @@
 #include <set>
 
 #include "host/Project.h"
+#include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "workstation/program/Context.h"
@@ -14,15 +15,29 @@ namespace workstation::program {
 
 namespace {
 
+/// Stands from before a load until what came is noted.
+std::wstring markOf(const std::wstring& projectUuid) {
+  return platform::joinPath(L"C:\\State", projectUuid + L".loading");
+}
+
+void setMark(const std::wstring& path) {
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+  if (file == INVALID_HANDLE_VALUE) {
+    throw CommandFailure{ExitCode::Failure, platform::formatWide(L"%s can't be made (error %u)", path, GetLastError())};
+  }
+  CloseHandle(file);
+}
+
 /// The full load empties the directories below "BIM".
 bool isBelowBim(const std::wstring& name) {
   constexpr std::wstring_view kBim = L"BIM\\";
   return platform::startsWithIgnoreCase(name, kBim) && name.find(L'\\', kBim.size()) != std::wstring::npos;
 }
 
-/// Whether a file here may be somebody's work. What an interrupted load has brought is none.
+/// Whether a file here may be somebody's work. What an interrupted load has brought is none, and neither is the list of
+/// users, which entering the project has written.
 bool isUnsent(const ComparedFile& file, CacheRecord* record) {
-  if (!file.here.isKnown()) return false;
+  if (!file.here.isKnown() || platform::equalsIgnoreCase(file.name, L"Net\\user.cfg")) return false;
   const SeenFile* const seen = record != nullptr ? record->find(file.name) : nullptr;
   return file.hasTwin || seen == nullptr ||
          !(seen->settled.looksLike(file.here) || seen->announced.looksLike(file.here));
@@ -50,9 +65,15 @@ void fetchMissing(const ProjectComparison& comparison) {
 
 }  // namespace
 
+bool isLoadUnfinished(const std::wstring& projectUuid) {
+  return platform::fileStatus(markOf(projectUuid)).exists;
+}
+
 bool loadFreshCache(Context& context, LoadedFiles* loaded) {
   const ProjectComparison before = compareProject(context);
   if (before.isWhole || hasUnsent(before)) return false;
+  const std::wstring mark = markOf(before.projectUuid);
+  setMark(mark);
   PRJ project = get_ActivePrj();
   const long result = Quorvel::FileAccess::WGO_refreshProjectCacheFromServer(project);
   if (result != 0) {
@@ -67,6 +88,7 @@ bool loadFreshCache(Context& context, LoadedFiles* loaded) {
     after = compareProject(context);
   }
   recordInStep(context, after.unrecorded);
+  DeleteFileW(mark.c_str());
   if (loaded == nullptr) return true;
   for (const ComparedFile& file : before.differing) {
     if (!file.store) continue;

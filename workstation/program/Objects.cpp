@@ -181,7 +181,8 @@ bool isPrivateKey(std::string_view key) {
   for (const char* const suffix : {".part", ".tmp", ".lck"}) {
     if (key.ends_with(suffix)) return true;
   }
-  return key == "backup";
+  // The library makes the latter for itself, empty, wherever a project is entered.
+  return key == "backup" || key == "net\\data.cfg";
 }
 
 ItemName itemOfFile(const std::wstring& fileName) {

@@ -1,9 +1,8 @@
-// project create|list|members|add|remove, open, close.
+// project create|list|members|add|remove|set, close.
 #include <CLI/CLI.hpp>
 #include <memory>
 
 #include "host/Project.h"
-#include "platform/Paths.h"
 #include "platform/Text.h"
 #include "workstation/Session.h"
 #include "workstation/program/CacheContent.h"
@@ -82,45 +81,6 @@ ExitCode setProject(Context& context, const std::string& compressed) {
   return ExitCode::Done;
 }
 
-ExitCode open(Context& context, const std::string& project) {
-  context.startOnline();
-  if (context.options().dryRun) {
-    context.output().result(L"would open " + wide(project), {{"project", wide(project)}});
-    return ExitCode::Done;
-  }
-  std::wstring error;
-  if (!openProject(wide(project), error)) throw CommandFailure{ExitCode::Failure, error};
-  const PRJ opened = get_ActivePrj();
-  const std::wstring directory = platform::fromUtf8(platform::systemPath(opened.GetFullProjectPath(true)));
-  context.output().result(L"opened " + opened.GetProjectDisplayName() + L" in " + directory,
-                          {{"project", opened.GetProjectDisplayName()},
-                           {"uuid", opened.GetOndrathProjectUuid()},
-                           {"directory", directory}});
-  return ExitCode::Done;
-}
-
-/// For people who leave: nobody else gets what was not sent, and nobody changes what stays locked.
-void tellWhatStays(Context& context) {
-  try {
-    const LeftProject left = openToLeave(context, L"");
-    if (!left.hasStore) {
-      context.output().message(L"what was not sent can't be told: " + left.whyNot);
-      return;
-    }
-    const std::size_t unsent = readCache(context).unsent.size();
-    if (unsent > 0) {
-      context.output().message(platform::formatWide(
-          L"%d items here are not in the store (zephor cache info). To send them, open the project again: zephor sync",
-          static_cast<long long>(unsent)));
-    }
-    std::wstring locks;
-    for (const ObjectLock& lock : left.locks) locks += (locks.empty() ? L"" : L", ") + nameOf(lock);
-    if (!locks.empty()) context.output().message(L"you still hold the locks of " + locks);
-  } catch (const CommandFailure& failure) {
-    context.output().message(L"what was not sent can't be told: " + failure.message);
-  }
-}
-
 ExitCode close(Context& context) {
   context.startWorkstation();
   std::wstring name;
@@ -183,10 +143,6 @@ void addProjectCommands(CLI::App& app, Action& selected) {
     selected = [arguments](Context& context) { return setProject(context, arguments->compressed); };
   });
 
-  auto* openCommand = app.add_subcommand("open", "Open a project: this and later commands work in it");
-  openCommand->add_option("PROJECT", arguments->name, "Name, team/name, or UUID")->required();
-  openCommand->callback(
-      [&selected, arguments] { selected = [arguments](Context& context) { return open(context, arguments->name); }; });
   app.add_subcommand("close", "Close the project")->callback([&selected] { selected = close; });
 }
 

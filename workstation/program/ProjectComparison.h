@@ -30,7 +30,7 @@ struct ComparedFile {
 struct ProjectComparison {
   std::wstring projectUuid;
   std::wstring directory;   ///< library path, without a backslash at its end
-  bool isWhole = false;     ///< a load has gone through since the directory was made
+  bool isWhole = false;     ///< a load has gone through to its end since the directory was made
   std::uint64_t files = 0;  ///< here, without the workstation's own
   std::uint64_t bytes = 0;
   /// One side lacks it, or size or time differ. What is only here and no upload takes is not told. By name.
@@ -61,9 +61,13 @@ struct LoadedFiles {
 
 /// Brings what the store has into a cache that never had everything. Where nothing here is unsent this is the library's
 /// full load; otherwise nothing is done, and `sync` brings the files one by one. What came is noted in the base.
+/// One that was interrupted at any point is taken up.
 /// @param loaded  may be null
 /// @return false when nothing was loaded
 /// Throws CommandFailure when the load failed; what came until then stays.
 bool loadFreshCache(Context& context, LoadedFiles* loaded = nullptr);
+
+/// Whether loadFreshCache() of a project was interrupted: the cache may look whole before it is.
+bool isLoadUnfinished(const std::wstring& projectUuid);
 
 }  // namespace workstation::program

@@ -53,6 +53,7 @@ int run(int argc, char** argv) {
   workstation::program::addTeamCommands(app, selected);
   workstation::program::addProjectCommands(app, selected);
   workstation::program::addProjectLockCommands(app, selected);
+  workstation::program::addOpenCommand(app, selected);
   workstation::program::addUsersCommand(app, selected);
   workstation::program::addObjectCommands(app, selected);
   workstation::program::addLockCommands(app, selected);
