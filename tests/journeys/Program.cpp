@@ -1,7 +1,9 @@
 #include "tests/journeys/Program.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,15 +18,21 @@ namespace {
 
 std::array<int, 2> makePipe() {
   std::array<int, 2> ends{-1, -1};
-  if (::pipe(ends.data()) != 0) ADD_FAILURE() << "no pipe";
+  // Not for the programs that other threads start: they would hold them open.
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) ADD_FAILURE() << "no pipe";
   return ends;
 }
 
-void collect(int outEnd, int errEnd, ProgramRun& run) {
+/// Until both ends are closed. Kills the program when nothing has come for `killAfter` milliseconds.
+void collect(int outEnd, int errEnd, ProgramRun& run, pid_t child, int killAfter) {
   std::array<pollfd, 2> ends{pollfd{outEnd, POLLIN, 0}, pollfd{errEnd, POLLIN, 0}};
   std::array<std::string*, 2> texts{&run.out, &run.err};
   int open = 2;
-  while (open > 0 && ::poll(ends.data(), ends.size(), -1) > 0) {
+  while (open > 0) {
+    if (::poll(ends.data(), ends.size(), killAfter) == 0) {
+      ::kill(child, SIGKILL);
+      killAfter = -1;
+    }
     for (std::size_t i = 0; i < ends.size(); ++i) {
       if (ends[i].fd < 0 || ends[i].revents == 0) continue;
       char buffer[4096];
@@ -51,7 +59,7 @@ Office::~Office() {
   std::filesystem::remove_all(directory_, ignored);
 }
 
-ProgramRun Office::run(const std::string& user, const std::vector<std::string>& arguments) const {
+ProgramRun Office::run(const std::string& user, const std::vector<std::string>& arguments, int killAfter) const {
   const std::string workstation = (directory_ / user).string();
   const std::string trash = (directory_ / (user + "-desktop")).string();
   std::vector<std::string> words{ZEPHOR_PROGRAM, "--workstation", workstation};
@@ -67,14 +75,13 @@ ProgramRun Office::run(const std::string& user, const std::vector<std::string>& 
     ::setenv("LANG", "C.UTF-8", 1);
     ::dup2(out[1], STDOUT_FILENO);
     ::dup2(err[1], STDERR_FILENO);
-    for (const int end : {out[0], out[1], err[0], err[1]}) ::close(end);
     ::execv(argv[0], argv.data());
     ::_exit(127);
   }
   ::close(out[1]);
   ::close(err[1]);
   ProgramRun result;
-  collect(out[0], err[0], result);
+  collect(out[0], err[0], result, child, killAfter);
   ::close(out[0]);
   ::close(err[0]);
   int status = 0;

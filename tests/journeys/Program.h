@@ -25,7 +25,8 @@ class Office {
 
   /// A store, and workstations of these users in a team with an open project "Library"; the first one owns it.
   void found(const std::vector<std::string>& users);
-  ProgramRun run(const std::string& user, const std::vector<std::string>& arguments) const;
+  /// @param killAfter  milliseconds until the program is killed; -1: it runs to its end
+  ProgramRun run(const std::string& user, const std::vector<std::string>& arguments, int killAfter = -1) const;
   /// As run; a test failure when the exit code is not 0.
   std::string must(const std::string& user, const std::vector<std::string>& arguments) const;
 
