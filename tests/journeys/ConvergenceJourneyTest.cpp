@@ -34,6 +34,11 @@ std::string fileOf(const std::string& item) {
   return file;
 }
 
+/// The list of the project's users, which the library writes beside what people write.
+bool isUserList(const std::string& file) {
+  return file.starts_with("net/");
+}
+
 /// What a command told of its items, as far as it came.
 std::vector<nlohmann::json> results(const ProgramRun& run) {
   std::vector<nlohmann::json> lines;
@@ -113,12 +118,15 @@ class Journey {
     }
     // One that was killed may have gone through all the same.
     const std::string last = fileOf(command.words.back());
-    if (command.has("remove") && command.killAfter >= 0 && !view_.contents.contains(last)) files.insert(last);
+    const bool isGone = before.contents.contains(last) && !view_.contents.contains(last);
+    if (command.has("remove") && command.killAfter >= 0 && isGone) files.insert(last);
     for (const std::string& file : files) {
       checkLocks(command.user, file, before);
       for (const Contents* contents : {&before.contents, &command.here}) {
         if (!contents->contains(file)) continue;
-        for (const std::string& line : linesOf(file, contents->at(file))) giveUp(line);
+        for (const std::string& line : linesOf(file, contents->at(file))) {
+          if (contents == &command.here || seen_[command.user].contains(line)) giveUp(line);
+        }
       }
       held_.erase(file);
     }
@@ -127,6 +135,7 @@ class Journey {
   void account(const Command& command, const StoreView& before) {
     for (const auto& line : results(command.run)) {
       const std::string file = fileOf(line["item"]);
+      if (isUserList(file)) continue;
       const std::string outcome = line.value("outcome", "");
       const bool isSent = outcome == "saved" || outcome == "sent";
       if (isSent) checkLocks(command.user, file, before);
@@ -174,8 +183,10 @@ class Journey {
   void checkHere(const std::string& user) {
     const Contents here = office_.contentsOf(user);
     for (const auto& [file, content] : here) {
+      if (isUserList(file)) continue;
       for (const std::string& line : linesOf(file, content)) {
         if (!written_.contains(line)) throw Fault(user + " has a torn line in " + file + ": " + line);
+        seen_[user].insert(line);
       }
     }
     std::erase_if(unsent_[user], [&](const auto& entry) {
@@ -216,6 +227,8 @@ class Journey {
     const fs::path place = office_.placeOf(user, item);
     fs::create_directories(place.parent_path());
     std::ofstream(place, std::ios::binary) << content;
+    // The disk's clock is coarse: two workstations would write at one time.
+    fs::last_write_time(place, fs::file_time_type::clock::now());
   }
 
   void deleteHere(const std::string& user, const std::string& item) {
@@ -233,30 +246,13 @@ class Journey {
     fs::rename(place, place.parent_path() / name);
   }
 
-  /// The commands that bring a workstation in step.
-  std::vector<Words> syncCommands() const {
-    Words files{"fetch"};
-    for (const auto& entry : view_.contents) {
-      if (!isDrawing(entry.first)) files.push_back(entry.first);
-    }
-    std::vector<Words> commands{{"fetch", "--all"}, {"deleted", "--remove"}, {"push"}};
-    if (files.size() > 1) commands.insert(commands.begin(), files);
-    return commands;
-  }
-
   /// @return the items that stayed as they are; `isQuiet` becomes false when anything is not in step, or was not
   Lines sync(const std::string& user, bool& isQuiet) {
     Lines stayed;
-    for (const Words& words : syncCommands()) {
-      const ProgramRun run = call(user, words);
-      if (run.exitCode != 0) isQuiet = false;
-      for (const auto& line : results(run)) {
-        const std::string outcome = line["outcome"];
-        if (outcome == "in step") continue;
-        isQuiet = false;
-        const bool hasStayed = outcome == "kept" || outcome == "refused" || outcome.starts_with("not ");
-        hasStayed ? stayed.insert(line["item"]).second : stayed.erase(line["item"]) != 0;
-      }
+    const ProgramRun run = call(user, {"sync"});
+    if (run.exitCode != 0 || !run.out.empty()) isQuiet = false;
+    for (const auto& line : results(run)) {
+      if (line["outcome"] == "kept") stayed.insert(line["item"]);
     }
     return stayed;
   }
@@ -264,10 +260,9 @@ class Journey {
   Words anyCommand(const std::string& item) {
     static const Words kVerbs{"save", "fetch", "sync", "push", "remove", "lock"};
     const std::string verb = oneOf(kVerbs);
-    if (verb == "push" || (verb == "lock" && !isObject(item))) return {"push"};
-    if (verb != "sync") return {verb, item};
-    const std::vector<Words> commands = syncCommands();
-    return commands[random_() % commands.size()];
+    if (verb == "push" || verb == "sync" || (verb == "lock" && !isObject(item)))
+      return {verb == "push" ? "push" : "sync"};
+    return {verb, item};
   }
 
   void step() {
@@ -387,6 +382,7 @@ class Journey {
   Lines written_;
   Files owed_;                               ///< acknowledged, and not given up since
   std::map<std::string, Files> unsent_;      ///< written and not acknowledged, by user
+  std::map<std::string, Lines> seen_;        ///< fetched or written, by user
   std::map<std::string, std::string> held_;  ///< acknowledged locks: the user by file
   std::string projectHolder_;
 };
