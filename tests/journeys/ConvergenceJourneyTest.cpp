@@ -92,6 +92,7 @@ class Journey {
     for (const Command& command : commands) tell(command);
     const StoreView before = std::exchange(view_, office_.storeView());
     // What was saved beside a removal has to be there.
+    removed_.clear();
     for (const Command& command : commands) accountRemovals(command, before);
     for (const Command& command : commands) account(command, before);
     for (const Command& command : commands) checkHere(command.user);
@@ -129,6 +130,7 @@ class Journey {
         }
       }
       held_.erase(file);
+      removed_.insert(file);
     }
   }
 
@@ -139,7 +141,7 @@ class Journey {
       const std::string outcome = line.value("outcome", "");
       const bool isSent = outcome == "saved" || outcome == "sent";
       if (isSent) checkLocks(command.user, file, before);
-      if (isSent || outcome == "in step") acknowledge(command, file, isSent);
+      if (isSent || (outcome == "in step" && !removed_.contains(file))) acknowledge(command, file, isSent);
       if (outcome == "locked") held_[file] = command.user;
       if (outcome == "unlocked") held_.erase(file);
       if (command.has("locks") && view_.holders[file] != line["user"]) throw Fault("another holder of " + file);
@@ -385,6 +387,7 @@ class Journey {
   std::map<std::string, Lines> seen_;        ///< fetched or written, by user
   std::map<std::string, std::string> held_;  ///< acknowledged locks: the user by file
   std::string projectHolder_;
+  Lines removed_;  ///< files that the step just made removed from the store
 };
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
