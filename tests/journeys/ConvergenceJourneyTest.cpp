@@ -143,7 +143,8 @@ class Journey {
       if (isSent) checkLocks(command.user, file, before);
       if (isSent || (outcome == "in step" && !removed_.contains(file))) acknowledge(command, file, isSent);
       if (outcome == "locked") held_[file] = command.user;
-      if (outcome == "unlocked") held_.erase(file);
+      // A removal gives the lock back also when the store refuses it.
+      if (outcome == "unlocked" || outcome == "not removed") held_.erase(file);
       if (command.has("locks") && view_.holders[file] != line["user"]) throw Fault("another holder of " + file);
     }
   }
