@@ -128,15 +128,6 @@ bool readBase(const std::wstring& projectUuid, const std::wstring& directory, Di
   return true;
 }
 
-bool isKeptOut(const WGO_FileFilter& filter, const std::wstring& name) {
-  std::size_t begin = 0;
-  for (std::size_t end = name.find(L'\\'); end != std::wstring::npos; end = name.find(L'\\', begin)) {
-    if (filter.IsDirectoryExcluded(name.substr(begin, end - begin).c_str())) return true;
-    begin = end + 1;
-  }
-  return filter.IsFileExcluded(name.substr(begin).c_str());
-}
-
 /// What was fetched and never told by a look is missed all the same.
 void findMissing(ProjectLook& look, const DirectorySnapshot& base, const WGO_FileFilter& filter) {
   std::set<std::wstring> kept;
@@ -153,6 +144,15 @@ void findMissing(ProjectLook& look, const DirectorySnapshot& base, const WGO_Fil
 }
 
 }  // namespace
+
+bool isKeptOut(const WGO_FileFilter& filter, const std::wstring& name) {
+  std::size_t begin = 0;
+  for (std::size_t end = name.find(L'\\'); end != std::wstring::npos; end = name.find(L'\\', begin)) {
+    if (filter.IsDirectoryExcluded(name.substr(begin, end - begin).c_str())) return true;
+    begin = end + 1;
+  }
+  return filter.IsFileExcluded(name.substr(begin).c_str());
+}
 
 ProjectLook lookAtProject() {
   const PRJ project = get_ActivePrj();

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "zephor/DirectoryChanges.h"
+#include "zephor/UploadFilters.h"
 
 namespace workstation::program {
 
@@ -35,6 +36,10 @@ struct ProjectLook {
 ///
 /// Throws CommandFailure when a directory or the base can't be read: what was not seen must not count as deleted.
 ProjectLook lookAtProject();
+
+/// Whether an upload passes over a file, by the name of any directory that it is in or by its own.
+/// @param name  relative to the project
+bool isKeptOut(const Quorvel::FileAccess::WGO_FileFilter& filter, const std::wstring& name);
 
 /// The name of a file relative to the project.
 std::wstring nameInProject(const ProjectLook& look, const std::wstring& fullPath);

@@ -10,6 +10,7 @@
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "platform/Time.h"
+#include "workstation/program/ChangesSnapshot.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/ItemStamps.h"
 #include "workstation/program/Objects.h"
@@ -132,7 +133,7 @@ class Comparer {
     here_.visitUnseen([&](const ScannedFile& scanned) {
       if (!filter) Quorvel::FileAccess::WGO_GetPrjDirUploadFilter(filter.emplace(), true);
       std::wstring name = platform::fromUtf8(scanned.name);
-      if (filter->IsFileOrDirectoryExcluded(name.c_str())) {
+      if (isKeptOut(*filter, name)) {
         comparison_.keptOut.push_back(std::move(name));
         return;
       }

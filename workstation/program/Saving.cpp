@@ -10,6 +10,7 @@
 #include "platform/Time.h"
 #include "workstation/Session.h"
 #include "workstation/objects/ObjectFile.h"
+#include "workstation/program/ChangesSnapshot.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/Repacking.h"
 #include "workstation/program/StoredContent.h"
@@ -115,8 +116,17 @@ void compressBeforeSave(const Context& context, const ItemView& view) {
     context.output().message(view.label() + L": is sent uncompressed (" + result.problem + L")");
 }
 
+/// True for a file that no other workstation has a use for, like the host's own backup copies.
+bool isNeverSent(const ItemView& view) {
+  if (view.object || view.store) return false;
+  Quorvel::FileAccess::WGO_FileFilter filter;
+  Quorvel::FileAccess::WGO_GetPrjDirUploadFilter(filter, true);
+  return isKeptOut(filter, view.fileName);
+}
+
 /// What stands against a save; empty when nothing does.
 std::wstring objection(const ItemView& view, bool force) {
+  if (isNeverSent(view)) return L"the filter of uploads keeps it out";
   if (view.damagedHere) return L"the file here is damaged";
   if (!view.here) return view.object ? L"there is no such object here" : L"there is no such file here";
   const bool behind = view.state == ObjectState::NewerInStore || view.state == ObjectState::ChangedOnBoth;
