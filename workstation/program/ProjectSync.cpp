@@ -359,7 +359,9 @@ std::wstring ProjectSync::pathOf(const Item& item) const {
 }
 
 bool ProjectSync::isBrought(const Item& item) const {
-  return contentOnDisk(pathOf(item)).looksLike(contentOf(*item.file.store));
+  const FileContent stored = contentOf(*item.file.store);
+  // What looked like the store's before it came says nothing now.
+  return !item.file.here.looksLike(stored) && contentOnDisk(pathOf(item)).looksLike(stored);
 }
 
 void ProjectSync::tellFetched(const ItemName& item) {

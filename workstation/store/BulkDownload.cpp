@@ -143,9 +143,11 @@ bool BulkDownload::isWanted(const LocalPlace& place, const StoredFile& file) {
   const FileContent here = contentAt(place);
   const FileContent stored = contentOf(file);
   const SeenFile* seen = record_ != nullptr ? record_->find(file.name) : nullptr;
-  if (isSame(place, here, file, compare_)) {
-    const bool isNoted = seen != nullptr && seen->settled.looksLike(stored) && seen->settled.sha256 == stored.sha256;
-    if (record_ != nullptr && !isNoted) settled_.emplace_back(file.name, stored);
+  const bool isNoted = seen != nullptr && seen->settled.looksLike(stored) && seen->settled.sha256 == stored.sha256;
+  // Size and time alone prove nothing about a file that no transfer has brought.
+  const bool isUnproved = record_ != nullptr && !isNoted;
+  if (isSame(place, here, file, isUnproved ? Compare::Content : compare_)) {
+    if (isUnproved) settled_.emplace_back(file.name, stored);
     return false;
   }
   if (record_ == nullptr || road_ == Road::Named) return true;
