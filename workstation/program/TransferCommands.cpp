@@ -162,6 +162,19 @@ ExitCode fetch(Context& context, const Arguments& arguments) {
   return tally.exitCode();
 }
 
+/// Whether this user holds the lock of an object.
+bool isLockedHere(const ItemView& view) {
+  return view.object && getFileLockingManager().IsLockedByCurrentUser(view.object->number, view.object->objectType());
+}
+
+/// The deletion gives an object's lock back, whoever took it and however it ends. One that was held before is taken
+/// again when the object stays. @return what is to be told when that fails
+std::wstring takeLockAgain(const ItemView& view) {
+  if (isLockedHere(view) || getFileLockingManager().LockObject(view.object->number, view.object->objectType(), 0) == 1)
+    return {};
+  return L"; your lock was given back, and could not be taken again";
+}
+
 /// What stands against a removal; empty when nothing does.
 std::wstring objection(const ItemView& view, bool force) {
   if (!view.store) return L"the store has no such item";
@@ -188,6 +201,7 @@ void removeItem(const Context& context, const ItemView& view, bool force, SyncBa
     return tally.done();
   }
   const std::wstring path = itemPath(view.fileName);
+  const bool wasLocked = isLockedHere(view);
   const ScopedTransferConditions scope(get_ActivePrj().GetOndrathProjectUuid(), {{view.fileName, {}, view.revision}});
   const unsigned long result = view.object
                                    ? Quorvel::FileAccess::WGO_deleteServerFile(view.object->number, view.object->type)
@@ -195,7 +209,8 @@ void removeItem(const Context& context, const ItemView& view, bool force, SyncBa
   if (result != 0) {
     const auto known = transferCondition(get_ActivePrj().GetOndrathProjectUuid(), view.fileName);
     const bool isOvertaken = readItems({{view.object, view.fileName}}).front().revision != known->revision;
-    report(context, item, L"not removed", isOvertaken ? lastSaveOf(view.fileName) : failureText(result));
+    const std::wstring lockLoss = wasLocked ? takeLockAgain(view) : L"";
+    report(context, item, L"not removed", (isOvertaken ? lastSaveOf(view.fileName) : failureText(result)) + lockLoss);
     return tally.failed();
   }
   if (platform::fileStatus(path).exists && !moveFileToWindowsRecycleBin(path)) {
