@@ -120,7 +120,11 @@ class Journey {
     // One that was killed may have gone through all the same.
     const std::string last = fileOf(command.words.back());
     const bool isGone = before.contents.contains(last) && !view_.contents.contains(last);
-    if (command.has("remove") && command.killAfter >= 0 && isGone) files.insert(last);
+    if (command.has("remove") && command.killAfter >= 0) {
+      if (isGone) files.insert(last);
+      // A refused one takes the lock again that the deletion gave back.
+      held_.erase(last);
+    }
     for (const std::string& file : files) {
       checkLocks(command.user, file, before);
       for (const Contents* contents : {&before.contents, &command.here}) {
@@ -143,8 +147,7 @@ class Journey {
       if (isSent) checkLocks(command.user, file, before);
       if (isSent || (outcome == "in step" && !removed_.contains(file))) acknowledge(command, file, isSent);
       if (outcome == "locked") held_[file] = command.user;
-      // A removal gives the lock back also when the store refuses it.
-      if (outcome == "unlocked" || outcome == "not removed") held_.erase(file);
+      if (outcome == "unlocked") held_.erase(file);
       if (command.has("locks") && view_.holders[file] != line["user"]) throw Fault("another holder of " + file);
     }
   }
@@ -230,8 +233,6 @@ class Journey {
     const fs::path place = office_.placeOf(user, item);
     fs::create_directories(place.parent_path());
     std::ofstream(place, std::ios::binary) << content;
-    // The disk's clock is coarse: two workstations would write at one time.
-    fs::last_write_time(place, fs::file_time_type::clock::now());
   }
 
   void deleteHere(const std::string& user, const std::string& item) {

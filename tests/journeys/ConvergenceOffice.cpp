@@ -23,8 +23,8 @@ bool isOwnFile(const fs::path& name) {
   static const std::set<std::string> kNames{"project1.dat.xml", "notuploadedfiles.xml", "wgo_syncfilter.xml"};
   static const std::set<std::string> kEnds{".part", ".tmp", ".lck"};
   const std::string file = lowerCase(name.string());
-  return isBackup(name) || kNames.contains(file) || kEnds.contains(lowerCase(name.extension().string())) ||
-         file.starts_with("quorvelprojectdb");
+  return isBackup(name) || file == "net/data.cfg" || kNames.contains(file) ||
+         kEnds.contains(lowerCase(name.extension().string())) || file.starts_with("quorvelprojectdb");
 }
 
 using Rows = std::vector<std::vector<std::string>>;

@@ -107,10 +107,8 @@ TEST(Push, DeletesNothingForFilesThatWereMovedAwayAndMendsAnInterruptedPush) {
   };
   std::filesystem::create_directory(office.path("away"));
   moveContent(project, office.path("away"));
-  EXPECT_THAT(office.run("anna", {"--yes", "push", "--delete"}).err,
-              HasSubstr("of the 3 files that the last look kept hardly any is in"));
-  std::filesystem::remove_all(project);
-  std::filesystem::rename(office.path("away"), project);
+  EXPECT_THAT(office.run("anna", {"--yes", "push", "--delete"}).err, HasSubstr("hardly any is in"));
+  moveContent(office.path("away"), project);
   std::filesystem::remove(project / "tb000001.zdw");
   EXPECT_THAT(office.must("anna", {"--yes", "push", "--delete", "tb1"}), HasSubstr("your lock was given back"));
   EXPECT_THAT(office.must("anna", {"locks"}), Not(HasSubstr("tb1")));
@@ -123,10 +121,12 @@ TEST(Push, DeletesWhatWasFetchedAndDeletedButNothingOfADirectoryThatIsGone) {
   office.must("anna", {"push"});
   office.must("ben", {"fetch", "Notes.txt", "b.txt", "c.txt"});
   const auto project = office.project("ben");
+  // Of another directory, made anew in its place, nothing is remembered that could be missing.
   std::filesystem::rename(project, office.path("away"));
-  EXPECT_THAT(office.run("ben", {"--yes", "push", "--delete"}).err, HasSubstr("of the 3 files"));
+  EXPECT_THAT(office.run("ben", {"--yes", "push", "--delete"}).out, Not(HasSubstr("deleted")));
   std::filesystem::remove_all(project);
   std::filesystem::rename(office.path("away"), project);
+  office.must("ben", {"fetch", "Notes.txt", "b.txt", "c.txt"});
 
   std::filesystem::remove(project / "Notes.txt");
   std::filesystem::remove(project / "b.txt");
