@@ -164,6 +164,9 @@ class Journey {
     if (!command.here.contains(file))
       throw Fault(file + " was not here, and is told as " + (isSent ? "sent" : "in step"));
     const Lines lines = linesOf(file, command.here.at(file));
+    for (const auto& [line, droppedFile] : dropped_[command.user]) {
+      if (isSent && droppedFile == file && !lines.contains(line)) giveUp(line);
+    }
     for (const auto& [line, owedFile] : std::map(owed_)) {
       if (!isSent || !command.has("--force") || owedFile != file || lines.contains(line)) continue;
       if (!office_.hasBackup(command.user, line)) throw Fault("a forced save kept no copy of " + line);
@@ -237,8 +240,13 @@ class Journey {
 
   void deleteHere(const std::string& user, const std::string& item) {
     story_ += user + " deletes " + item + "\n";
-    fs::remove(office_.placeOf(user, fileOf(item)));
-    std::erase_if(unsent_[user], [&](const auto& entry) { return entry.second == fileOf(item); });
+    const std::string file = fileOf(item);
+    const Contents here = office_.contentsOf(user);
+    if (here.contains(file)) {
+      for (const std::string& line : linesOf(file, here.at(file))) dropped_[user][line] = file;
+    }
+    fs::remove(office_.placeOf(user, file));
+    std::erase_if(unsent_[user], [&](const auto& entry) { return entry.second == file; });
   }
 
   void renameInCase(const std::string& user, const std::string& item) {
@@ -386,6 +394,7 @@ class Journey {
   Lines written_;
   Files owed_;                               ///< acknowledged, and not given up since
   std::map<std::string, Files> unsent_;      ///< written and not acknowledged, by user
+  std::map<std::string, Files> dropped_;     ///< deleted here before the file was written anew, by user
   std::map<std::string, Lines> seen_;        ///< fetched or written, by user
   std::map<std::string, std::string> held_;  ///< acknowledged locks: the user by file
   std::string projectHolder_;

@@ -18,7 +18,9 @@
 #include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
 #include "workstation/store/CacheRecord.h"
+#include "workstation/store/CloudStore.h"
 #include "workstation/store/DirectoryScan.h"
+#include "workstation/store/StoreContext.h"
 #include "zephor/CloudFiles.h"
 #include "zephor/HeaderServices.h"
 

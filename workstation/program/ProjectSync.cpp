@@ -4,7 +4,6 @@
 #include <memory>
 
 #include "host/Files.h"
-#include "host/Locking.h"
 #include "host/ObjectFiles.h"
 #include "host/Project.h"
 #include "platform/Files.h"
@@ -58,14 +57,6 @@ FileContent contentOnDisk(const std::wstring& path) {
   const platform::FileStatus status = platform::fileStatus(path);
   if (!status.exists) return {};
   return {static_cast<std::int64_t>(status.size), static_cast<std::int64_t>(platform::toTicks(status.writeTime)), {}};
-}
-
-std::set<std::pair<int, int>> ownLocks() {
-  std::vector<FileLockInfo> held;
-  getFileLockingManager().getOwnLocks(held);
-  std::set<std::pair<int, int>> locks;
-  for (const FileLockInfo& lock : held) locks.emplace(lock.objectType, lock.objectNumber);
-  return locks;
 }
 
 std::set<std::wstring> keysOf(const std::vector<ComparedFile>& files) {
@@ -153,15 +144,12 @@ void ProjectSync::judge() {
   std::vector<ItemName> names;
   for (const ComparedFile& file : comparison_.differing) names.push_back(itemOf(file));
   std::vector<ItemView> views = readItems(names);
-  const std::set<std::pair<int, int>> locks = ownLocks();
   for (std::size_t i = 0; i < views.size(); ++i) {
     Item& item = items_.emplace_back(Item{comparison_.differing[i], std::move(views[i]), {}});
-    const auto& object = item.view.object;
     SyncCircumstances circumstances;
     circumstances.hasTwin = item.file.hasTwin;
     circumstances.isNameSafe = platform::isSafeRelativeName(item.file.name);
     circumstances.isOpen = cfgethandle(pathOf(item), 0) != -1;
-    circumstances.isOwnLock = object && locks.contains({object->objectType(), object->number});
     item.decision = decideSync(item.view, circumstances);
   }
   keepAllOfLostStore();

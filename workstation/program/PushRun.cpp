@@ -117,7 +117,8 @@ bool PushRun::settle(const PushItem& item, const ItemView& view) {
   }
   // An upload that went through at a second try leaves the list alone.
   removeEntryFromNotUploadedFilesList(view.fileName.c_str());
-  bases_.put(view.fileName, {*view.here, *view.store});
+  // What somebody else saved since may look the same.
+  if (view.revision == item.after) bases_.put(view.fileName, {*view.here, *view.store});
   report_(view, PushResult::Sent, view.object ? platform::formatWide(L"version %u", view.here->version) : L"");
   return true;
 }

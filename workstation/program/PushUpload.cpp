@@ -53,11 +53,11 @@ bool isAllDone(const ProjectLook& look, const Group& group, const Refusal& refus
   bool isDone = true;
   for (std::size_t i = 0; i < group.size(); ++i) {
     PushItem& item = *group[i];
-    if (item.isDoneBy(views[i])) continue;
     const std::wstring& name = item.before.fileName;
     const auto known = transferCondition(look.projectUuid, name);
     if (!known || known->revision == views[i].revision) {
-      isDone = false;
+      item.after = views[i].revision;
+      isDone = isDone && item.isDoneBy(views[i]);
       continue;
     }
     // Sending it again would be refused again.

@@ -9,16 +9,9 @@ SyncDecision keep(const wchar_t* reason) {
 }
 
 /// @param step  takes away or replaces what is here, unchanged as it is
-SyncDecision unlessInUse(SyncStep step, const SyncCircumstances& circumstances) {
+SyncDecision unlessOpen(SyncStep step, const SyncCircumstances& circumstances) {
   if (circumstances.isOpen) return keep(L"it is open here, and somebody changed or deleted it in the store");
-  // Who holds the lock may be at work on it in a program that has the old version in memory.
-  if (!circumstances.isOwnLock) return {step, {}};
-  return step == SyncStep::Fetch ? keep(
-                                       L"you hold its lock, and the store has a newer version; zephor fetch brings it, "
-                                       L"before you change it")
-                                 : keep(
-                                       L"you hold its lock, and somebody deleted it in the store; zephor push with its "
-                                       L"name sends it again");
+  return {step, {}};
 }
 
 }  // namespace
@@ -34,9 +27,9 @@ SyncDecision decideSync(const ItemView& view, const SyncCircumstances& circumsta
     case ObjectState::RemovedHere:
       return {SyncStep::Fetch, {}};
     case ObjectState::NewerInStore:
-      return view.here ? unlessInUse(SyncStep::Fetch, circumstances) : SyncDecision{SyncStep::Fetch, {}};
+      return view.here ? unlessOpen(SyncStep::Fetch, circumstances) : SyncDecision{SyncStep::Fetch, {}};
     case ObjectState::RemovedFromStore:
-      return unlessInUse(SyncStep::Trash, circumstances);
+      return unlessOpen(SyncStep::Trash, circumstances);
     case ObjectState::ChangedHere:
       if (view.store) return {SyncStep::Send, {}};
       return keep(
