@@ -21,6 +21,7 @@ struct PushItem {
   std::optional<VersionStamp> sent;  ///< what was here when it was sent
   bool wasWaiting = false;           ///< in the list of what could not be sent, before it was tried
   std::int64_t after = 0;            ///< revision of the store's when it had gone
+  bool isGone = false;               ///< it was done when its group had gone
   bool isTried = false;              ///< false: the failure of others kept it back
 
   ItemName name() const { return {before.object, before.fileName}; }

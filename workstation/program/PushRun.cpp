@@ -8,6 +8,7 @@
 #include "workstation/program/ChangesSnapshot.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/PushUpload.h"
+#include "workstation/program/SendBarrier.h"
 #include "zephor/NotUploadedFiles.h"
 
 namespace workstation::program {
@@ -17,11 +18,15 @@ PushRun::PushRun(Context& context, const ProjectLook& look, const PushChoice& ch
 
 void PushRun::decide(const std::vector<ItemName>& names) {
   const PushFiles files(look_);
+  const SendBarrier barrier = sendBarrier(context_);
   for (ItemView& view : readItems(names)) {
     PushItem& item = items_.emplace_back();
     item.file = files.of(view.fileName);
     item.decision = decidePush(view, choice_, item.file);
     item.before = std::move(view);
+    if (!barrier.reason.empty() && (item.isToSend() || item.isToDelete())) {
+      item.decision = {barrier.isLocked ? PushStep::RefuseLocked : PushStep::Refuse, barrier.reason};
+    }
     tellDecision(item.before, item.decision);
   }
 }
@@ -106,7 +111,7 @@ bool PushRun::settle(const PushItem& item, const ItemView& view) {
     const bool isLeft = item.decision.step == PushStep::Nothing && view.isUnchangedHere();
     return isLeft || view.state == ObjectState::InStep || view.state == ObjectState::Nowhere;
   }
-  if (!item.isDoneBy(view)) {
+  if (!item.isGone || !item.isDoneBy(view)) {
     report_(view, item.isToDelete() ? PushResult::NotDeleted : PushResult::NotSent, failureReason(item));
     return false;
   }
@@ -128,7 +133,10 @@ std::wstring PushRun::failureReason(const PushItem& item) const {
   if (item.isToSend() && existsEntryInNotUploadedFilesList(item.before.fileName.c_str())) {
     return L"it is in the list of what could not be sent; zephor not-uploaded retry";
   }
-  if (context_.errorCount() > errorsBefore_) return L"what was wrong is told below";
+  if (context_.errorCount() > errorsBefore_) {
+    const SendBarrier barrier = sendBarrier(context_);
+    return barrier.reason.empty() ? L"what was wrong is told below" : barrier.reason;
+  }
   return L"it changed here or in the store meanwhile; see zephor status";
 }
 

@@ -57,7 +57,8 @@ bool isAllDone(const ProjectLook& look, const Group& group, const Refusal& refus
     const auto known = transferCondition(look.projectUuid, name);
     if (!known || known->revision == views[i].revision) {
       item.after = views[i].revision;
-      isDone = isDone && item.isDoneBy(views[i]);
+      item.isGone = item.isDoneBy(views[i]);
+      isDone = isDone && item.isGone;
       continue;
     }
     // Sending it again would be refused again.
