@@ -34,10 +34,9 @@ bool isBelowBim(const std::wstring& name) {
   return platform::startsWithIgnoreCase(name, kBim) && name.find(L'\\', kBim.size()) != std::wstring::npos;
 }
 
-/// Whether a file here may be somebody's work. What an interrupted load has brought is none, and neither is the list of
-/// users, which entering the project has written.
+/// Whether a file here may be somebody's work. What an interrupted load has brought is none.
 bool isUnsent(const ComparedFile& file, CacheRecord* record) {
-  if (!file.here.isKnown() || platform::equalsIgnoreCase(file.name, L"Net\\user.cfg")) return false;
+  if (!file.here.isKnown()) return false;
   const SeenFile* const seen = record != nullptr ? record->find(file.name) : nullptr;
   return file.hasTwin || seen == nullptr ||
          !(seen->settled.looksLike(file.here) || seen->announced.looksLike(file.here));
@@ -69,6 +68,11 @@ bool isLoadUnfinished(const std::wstring& projectUuid) {
   return platform::fileStatus(markOf(projectUuid)).exists;
 }
 
+void markCacheWhole(const ProjectComparison& comparison) {
+  if (const auto record = CacheRecord::of(comparison.projectUuid, comparison.directory)) record->setWhole();
+  DeleteFileW(markOf(comparison.projectUuid).c_str());
+}
+
 bool loadFreshCache(Context& context, LoadedFiles* loaded) {
   const ProjectComparison before = compareProject(context);
   if (before.isWhole || hasUnsent(before)) return false;
@@ -90,11 +94,13 @@ bool loadFreshCache(Context& context, LoadedFiles* loaded) {
   recordInStep(context, after.unrecorded);
   DeleteFileW(mark.c_str());
   if (loaded == nullptr) return true;
-  for (const ComparedFile& file : before.differing) {
-    if (!file.store) continue;
+  const auto count = [&](const ComparedFile& file) {
+    if (!file.store) return;
     ++loaded->files;
     loaded->bytes += static_cast<std::uint64_t>(file.store->size);
-  }
+  };
+  for (const ComparedFile& file : before.differing) count(file);
+  if (before.userList) count(*before.userList);
   return true;
 }
 

@@ -187,6 +187,10 @@ bool isPrivateKey(std::string_view key) {
   return key == "backup" || key == "net\\data.cfg";
 }
 
+bool isUserList(const std::wstring& name) {
+  return platform::equalsIgnoreCase(name, L"Net\\user.cfg");
+}
+
 ItemName itemOfFile(const std::wstring& fileName) {
   const auto object = parseObjectFileName(fileName);
   if (!object) return {std::nullopt, fileName};

@@ -54,6 +54,8 @@ std::vector<ItemName> itemsOf(const std::vector<ObjectName>& objects);
 bool isPrivateFile(const std::wstring& name);
 /// The same by the name's key (workstation/store/DirectoryScan.h).
 bool isPrivateKey(std::string_view key);
+/// The list of the project's users, which the library alone brings in line with the members in the store, and sends.
+bool isUserList(const std::wstring& name);
 
 /// "Anna Berg on drawing-room since 2026-11-21 18:04:05 UTC".
 std::wstring holderOf(const FileLockInfo& info);

@@ -59,6 +59,7 @@ class FilesHere {
     return &files_[found->second];
   }
   bool hasTwin(const std::string& key) const { return std::binary_search(twins_.begin(), twins_.end(), key); }
+  bool has(const std::string& key) const { return places_.contains(key); }
   template <typename Visit>
   void visitUnseen(const Visit& visit) const {
     for (const auto& [key, place] : places_) {
@@ -118,13 +119,15 @@ class Comparer {
     file.hasTwin = here_.hasTwin(listed.key);
     if (scanned != nullptr) file.here = contentHere(*scanned);
     file.storeStamp = storeStampOf(object, listed);
-    const bool isSame = !file.hasTwin && file.here.looksLike(contentOf(listed.file));
+    const bool isSame = file.storeStamp && !file.hasTwin && file.here.looksLike(contentOf(listed.file));
     const SyncPoint* const base = isSame ? baseOf(listed.key) : nullptr;
-    if (isSame && (!file.storeStamp || (base != nullptr && isRecorded(object, file.here, *file.storeStamp, *base)))) {
-      return;
-    }
+    if (base != nullptr && isRecorded(object, file.here, *file.storeStamp, *base)) return;
     file.name = scanned != nullptr ? platform::fromUtf8(scanned->name) : listed.file.name;
     file.store = std::move(listed.file);
+    if (!isSame && isUserList(file.name)) {
+      comparison_.userList = std::move(file);
+      return;
+    }
     (isSame ? unrecorded_ : differing_).add(listed.key, std::move(file));
   }
 
@@ -133,6 +136,7 @@ class Comparer {
     here_.visitUnseen([&](const ScannedFile& scanned) {
       if (!filter) Quorvel::FileAccess::WGO_GetPrjDirUploadFilter(filter.emplace(), true);
       std::wstring name = platform::fromUtf8(scanned.name);
+      if (isUserList(name)) return;
       if (isKeptOut(*filter, name)) {
         comparison_.keptOut.push_back(std::move(name));
         return;
@@ -140,6 +144,16 @@ class Comparer {
       differing_.add(scanned.key,
                      {std::move(name), contentHere(scanned), std::nullopt, here_.hasTwin(scanned.key), std::nullopt});
     });
+  }
+
+  /// @param listing  in the order of the keys
+  void takeGone(const std::vector<ListedFile>& listing) {
+    auto listed = listing.begin();
+    for (const auto& [key, point] : points_) {
+      while (listed != listing.end() && listed->key < key) ++listed;
+      const bool isStored = listed != listing.end() && listed->key == key;
+      if (!isStored && !here_.has(key)) comparison_.gone.push_back(key);
+    }
   }
 
   void finish() {
@@ -209,6 +223,7 @@ ProjectComparison compareProject(Context& context) {
   if (listed.status != kStoreOk) throw CommandFailure{ExitCode::Failure, listed.error};
   for (ListedFile& file : listed.files) comparer.takeStored(file);
   comparer.takeOnlyHere();
+  comparer.takeGone(listed.files);
   comparer.finish();
   return comparison;
 }

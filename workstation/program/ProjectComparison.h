@@ -23,7 +23,8 @@ struct ComparedFile {
   FileContent here;                 ///< without hash; not known when there is none
   std::optional<StoredFile> store;  ///< nothing when the store has none
   bool hasTwin = false;             ///< another file here has this name but for letter case
-  /// What the base keeps of the store's side; nothing for an object whose header the store does not tell.
+  /// What the base keeps of the store's side; nothing for an object whose header the store can't tell, which counts as
+  /// different.
   std::optional<VersionStamp> storeStamp;
 };
 
@@ -37,6 +38,9 @@ struct ProjectComparison {
   std::vector<ComparedFile> differing;
   /// The same on both sides, but the base (SyncBase) does not say so.
   std::vector<ComparedFile> unrecorded;
+  std::optional<ComparedFile> userList;  ///< where it is not the same on both sides (isUserList); in no list above
+  /// Keys of the base of which neither side has a file any more.
+  std::vector<std::string> gone;
   /// Names here that no other workstation can hold, of files and of directories with all below them. They are told to
   /// the error log, and belong to no list above.
   std::vector<std::wstring> passedOver;
@@ -66,6 +70,9 @@ struct LoadedFiles {
 /// @return false when nothing was loaded
 /// Throws CommandFailure when the load failed; what came until then stays.
 bool loadFreshCache(Context& context, LoadedFiles* loaded = nullptr);
+
+/// Notes that all that the store has came by other roads: later loads only bring what is new.
+void markCacheWhole(const ProjectComparison& comparison);
 
 /// Whether loadFreshCache() of a project was interrupted: the cache may look whole before it is.
 bool isLoadUnfinished(const std::wstring& projectUuid);

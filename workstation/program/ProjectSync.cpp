@@ -14,6 +14,7 @@
 #include "workstation/program/Context.h"
 #include "workstation/program/ProgressLine.h"
 #include "workstation/program/Saving.h"
+#include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
 #include "workstation/store/StoreContext.h"
 #include "workstation/store/TransferConditions.h"
@@ -22,6 +23,7 @@
 #include "zephor/FileServices.h"
 #include "zephor/NotUploadedFiles.h"
 #include "zephor/ProjectCache.h"
+#include "zephor/UploadRules.h"
 
 namespace workstation::program {
 
@@ -87,28 +89,57 @@ std::wstring fileCount(std::uint64_t files) {
 ProjectSync::ProjectSync(Context& context) : context_(context), dryRun_(context.options().dryRun) {}
 
 ExitCode ProjectSync::run() {
+  tellSwitchedOff();
   comparison_ = compareProject(context_);
-  if (!dryRun_) loadIfFresh();
-  if (!dryRun_) recordSame();
+  const bool hadOtherUsers = comparison_.userList.has_value();
+  if (!dryRun_) {
+    loadIfFresh();
+    recordSame();
+    forgetGone();
+  }
+  move();
+  if (hadOtherUsers && !dryRun_ && !comparison_.userList) tellFetched({std::nullopt, L"Net\\user.cfg"});
+  return finish();
+}
+
+void ProjectSync::move() {
   for (const std::wstring& name : comparison_.passedOver)
     keep(name, L"no other workstation can hold a file of this name");
-  if (comparison_.differing.empty()) return finish();
+  if (comparison_.differing.empty() && !comparison_.userList && (dryRun_ || comparison_.isWhole)) return;
   judge();
   if (dryRun_) {
     tellPlan();
     send();
-    return finish();
+    return;
   }
-  const bool moves =
-      !itemsTo(SyncStep::Fetch).empty() || !itemsTo(SyncStep::Trash).empty() || !itemsTo(SyncStep::Record).empty();
+  const bool moves = comparison_.userList || !itemsTo(SyncStep::Fetch).empty() || !itemsTo(SyncStep::Trash).empty() ||
+                     !itemsTo(SyncStep::Record).empty();
   fetch();
+  completeCache();
   trash();
   if (send() || moves) {
     settle();
   } else {
     tellSettled(keysOf(comparison_.differing));
   }
-  return finish();
+}
+
+/// The library's loads then bring nothing, and say that all went well.
+void ProjectSync::tellSwitchedOff() const {
+  for (const auto& rule : WGO_describeUploadRules(Quorvel::FileAccess::UploadRoad::Synchronisation)) {
+    if (!turnsSynchronisationOff(rule)) continue;
+    const std::wstring place = platform::formatWide(L"%s line %d", platform::fileNameOf(rule.origin), rule.line);
+    context_.output().message(place +
+                              L" switches this project's synchronisation off: its files come one by one, and "
+                              L"the list of its users does not come");
+  }
+}
+
+/// What neither side has any more is not remembered: a new file of its name is new.
+void ProjectSync::forgetGone() const {
+  const std::size_t gone = comparison_.gone.size();
+  if (gone == 0 || looksLikeLostStore(gone, comparison_.files + gone)) return;
+  SyncBase(comparison_.projectUuid).forget(comparison_.gone);
 }
 
 /// Notes what this run has moved, or one that ended before it could. What is not the same in spite of size and time is
@@ -119,7 +150,11 @@ void ProjectSync::recordSame() {
     if (item.object) noteInDatabase(*item.object);
   }
   for (ComparedFile& file : recordInStep(context_, comparison_.unrecorded)) {
-    comparison_.differing.push_back(std::move(file));
+    if (isUserList(file.name)) {
+      comparison_.userList = std::move(file);
+    } else {
+      comparison_.differing.push_back(std::move(file));
+    }
   }
 }
 
@@ -150,9 +185,24 @@ void ProjectSync::judge() {
     circumstances.hasTwin = item.file.hasTwin;
     circumstances.isNameSafe = platform::isSafeRelativeName(item.file.name);
     circumstances.isOpen = cfgethandle(pathOf(item), 0) != -1;
-    item.decision = decideSync(item.view, circumstances);
+    item.decision =
+        item.lacksHeader() ? decideWithoutHeader(item, circumstances.isOpen) : decideSync(item.view, circumstances);
   }
   keepAllOfLostStore();
+}
+
+/// The store can't tell such an object's version: its content is all there is to go by.
+SyncDecision ProjectSync::decideWithoutHeader(const Item& item, bool isOpen) {
+  if (!item.file.here.isKnown()) return {SyncStep::Fetch, {}};
+  if (item.file.hasTwin) return {SyncStep::Keep, L"two files here differ only in letter case; rename one of them"};
+  if (isContentStored(item.file.name)) {
+    return {SyncStep::Keep,
+            L"the same here and in the store, but the store can't tell its version; zephor lock and zephor save "
+            L"--force send it anew"};
+  }
+  if (item.view.isUnchangedHere() && !isOpen) return {SyncStep::Fetch, {}};
+  return {SyncStep::Keep,
+          L"different here and in the store, and the store can't tell its version; zephor save --force sends yours"};
 }
 
 void ProjectSync::keepAllOfLostStore() {
@@ -165,6 +215,10 @@ void ProjectSync::keepAllOfLostStore() {
 }
 
 void ProjectSync::tellPlan() {
+  if (comparison_.userList) {
+    report(context_, comparison_.userList->name, L"would be fetched", stateName(ObjectState::NewerInStore));
+    ++fetched_;
+  }
   for (const Item& item : items_) {
     const std::wstring label = item.view.label();
     if (item.decision.step == SyncStep::Fetch) {
@@ -181,17 +235,19 @@ void ProjectSync::tellPlan() {
 
 void ProjectSync::fetch() {
   std::vector<Item*> wanted = itemsTo(SyncStep::Fetch);
-  if (wanted.empty()) return;
+  if (wanted.empty() && !comparison_.userList) return;
   ProgressCount all{wanted.size(), 0};
   for (const Item* item : wanted) all.bytes += static_cast<std::uint64_t>(item->file.store->size);
   std::vector<TransferCondition> conditions;
   for (const Item& item : items_) {
     if (item.file.store) conditions.push_back({item.file.name, item.file.here, item.file.store->revision});
   }
+  if (const auto& list = comparison_.userList) conditions.push_back({list->name, list->here, list->store->revision});
   const ScopedTransferConditions judged(comparison_.projectUuid, conditions);
   const WatchedTransfers watched(context_, L"fetching", all);
-  const bool hasBase =
-      std::any_of(wanted.begin(), wanted.end(), [](const Item* item) { return isBaseClass(item->file); });
+  fetchUserList();
+  const bool hasBase = comparison_.userList || std::any_of(wanted.begin(), wanted.end(),
+                                                           [](const Item* item) { return isBaseClass(item->file); });
   if (comparison_.isWhole && hasBase) {
     // Leaves what was changed here, and brings the user list in step. Its answer is not asked: what it did not bring is
     // tried again below, and told by itself.
@@ -208,6 +264,25 @@ void ProjectSync::fetch() {
     const unsigned long result = fetchSingly(item->view, pathOf(*item));
     if (result != ERROR_SUCCESS) item->problem = L"it could not be fetched: " + failureText(result);
   }
+}
+
+/// The library's own file: what is here is nobody's work, and a load would keep it as one that changed on both sides.
+void ProjectSync::fetchUserList() {
+  if (!comparison_.userList) return;
+  const std::wstring& name = comparison_.userList->name;
+  const std::wstring path = platform::joinPath(comparison_.directory, name);
+  const unsigned long result = Quorvel::FileAccess::WGO_downloadFile(get_ActivePrj(), path.c_str(), false);
+  if (result != ERROR_SUCCESS) keep(name, L"it could not be fetched: " + failureText(result));
+}
+
+/// When all that was missing has come by name, no full load is needed any more. A light one does what it does beside.
+void ProjectSync::completeCache() {
+  const std::vector<Item*> wanted = itemsTo(SyncStep::Fetch);
+  const auto isHere = [this](const Item* item) { return contentOnDisk(pathOf(*item)).isKnown(); };
+  if (comparison_.isWhole || !std::all_of(wanted.begin(), wanted.end(), isHere)) return;
+  markCacheWhole(comparison_);
+  PRJ project = get_ActivePrj();
+  Quorvel::FileAccess::WGO_refreshProjectCacheFromServer(project);
 }
 
 void ProjectSync::fetchTogether(const std::vector<Item*>& wanted) {
@@ -295,13 +370,15 @@ void ProjectSync::settle() {
 void ProjectSync::tellSettled(const std::set<std::wstring>& differing) {
   std::set<std::wstring> open = differing;
   for (const Item& item : items_) {
-    const bool isOpen = open.erase(itemKey(item.file.name)) > 0;
+    const bool differs = open.erase(itemKey(item.file.name)) > 0;
+    // One whose version the store can't tell stays different.
+    const bool isOpen = differs && !(item.lacksHeader() && isContentStored(item.file.name));
     if (item.decision.step == SyncStep::Fetch && !isOpen) {
       tellFetched({item.view.object, item.view.fileName});
     } else if (item.decision.step == SyncStep::Fetch) {
       keep(item.view.label(),
            item.problem.empty() ? L"it changed here or in the store meanwhile; sync again" : item.problem);
-    } else if (item.decision.step == SyncStep::Keep && isOpen) {
+    } else if (item.decision.step == SyncStep::Keep && differs) {
       keep(item.view.label(), item.decision.reason);
     }
   }

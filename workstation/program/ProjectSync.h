@@ -32,14 +32,23 @@ class ProjectSync {
     ItemView view;
     SyncDecision decision;
     std::wstring problem = {};  ///< why it did not come
+
+    /// The store has an object, and can't tell its header.
+    bool lacksHeader() const { return file.store && !file.storeStamp; }
   };
 
+  void move();
+  void tellSwitchedOff() const;
   void recordSame();
+  void forgetGone() const;
   void loadIfFresh();
   void judge();
+  static SyncDecision decideWithoutHeader(const Item& item, bool isOpen);
   void keepAllOfLostStore();
   void tellPlan();
   void fetch();
+  void fetchUserList();
+  void completeCache();
   void fetchTogether(const std::vector<Item*>& wanted);
   void trash();
   void moveToTrash(const Item& item, SyncBase& bases);

@@ -15,6 +15,7 @@ constexpr const char* kSchema =
     "store_check INTEGER, store_guid1 INTEGER, store_guid2 INTEGER) WITHOUT ROWID";
 
 constexpr const char* kPut = "INSERT OR REPLACE INTO sync_points VALUES (?1,?2,?3,?4,?5,?6,?7,?8,?9,?10,?11)";
+constexpr const char* kForget = "DELETE FROM sync_points WHERE name = ?1";
 
 void bindName(sqlite3_stmt* statement, const std::wstring& name) {
   const std::string key = platform::toUtf8(platform::toLower(name));
@@ -99,23 +100,40 @@ void SyncBase::put(const std::wstring& name, const SyncPoint& point) {
   sqlite3_step(statement.get());
 }
 
-void SyncBase::put(const std::vector<std::pair<std::wstring, SyncPoint>>& points) {
-  const Statement statement = prepare(database_.get(), kPut);
+template <typename Write>
+void SyncBase::writeTogether(const char* sql, const Write& write) {
+  const Statement statement = prepare(database_.get(), sql);
   if (!statement || sqlite3_exec(database_.get(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK) return;
-  for (const auto& [name, point] : points) {
-    bindName(statement.get(), name);
-    bindPoint(statement.get(), point);
-    sqlite3_step(statement.get());
-    sqlite3_reset(statement.get());
-  }
+  write(statement.get());
   // What could not be written is found to be missing by the next comparison.
   if (sqlite3_exec(database_.get(), "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK) {
     sqlite3_exec(database_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
   }
 }
 
+void SyncBase::put(const std::vector<std::pair<std::wstring, SyncPoint>>& points) {
+  writeTogether(kPut, [&](sqlite3_stmt* statement) {
+    for (const auto& [name, point] : points) {
+      bindName(statement, name);
+      bindPoint(statement, point);
+      sqlite3_step(statement);
+      sqlite3_reset(statement);
+    }
+  });
+}
+
+void SyncBase::forget(const std::vector<std::string>& keys) {
+  writeTogether(kForget, [&](sqlite3_stmt* statement) {
+    for (const std::string& key : keys) {
+      sqlite3_bind_text(statement, 1, key.data(), static_cast<int>(key.size()), SQLITE_STATIC);
+      sqlite3_step(statement);
+      sqlite3_reset(statement);
+    }
+  });
+}
+
 void SyncBase::forget(const std::wstring& name) {
-  const Statement statement = prepare(database_.get(), "DELETE FROM sync_points WHERE name = ?1", name);
+  const Statement statement = prepare(database_.get(), kForget, name);
   if (statement) sqlite3_step(statement.get());
 }
 

@@ -26,8 +26,13 @@ class SyncBase {
   /// The same for many, in one transaction.
   void put(const std::vector<std::pair<std::wstring, SyncPoint>>& points);
   void forget(const std::wstring& name);
+  /// The same for many, by their keys (all()), in one transaction.
+  void forget(const std::vector<std::string>& keys);
 
  private:
+  template <typename Write>
+  void writeTogether(const char* sql, const Write& write);
+
   Database database_;
 };
 

@@ -10,7 +10,6 @@ namespace {
 using enum ObjectState;
 using Circumstances = SyncCircumstances;
 
-constexpr Circumstances kOwnLock{.isOwnLock = true};
 constexpr Circumstances kOpen{.isOpen = true};
 
 // What is here: a letter for its content; the base is "a" on both sides where there is one, and "-" is none.
@@ -24,17 +23,15 @@ TEST(SyncDecision, WhatIsNotInTheStoreIsNeverReplacedOrTakenAway) {
   } cases[] = {
       {"-", "a", false, {}, SyncStep::Fetch},
       {"-", "a", true, {}, SyncStep::Fetch},
-      {"-", "b", true, kOwnLock, SyncStep::Fetch},
+      {"-", "b", true, {}, SyncStep::Fetch},
       {"a", "b", true, {}, SyncStep::Fetch},
-      {"a", "b", true, kOwnLock, SyncStep::Keep},
       {"a", "b", true, kOpen, SyncStep::Keep},
       {"a", "b", false, {}, SyncStep::Keep},
       {"a", "-", true, {}, SyncStep::Trash},
-      {"a", "-", true, kOwnLock, SyncStep::Keep},
       {"a", "-", true, kOpen, SyncStep::Keep},
       {"a", "-", false, {}, SyncStep::Send},
-      {"b", "a", true, kOwnLock, SyncStep::Send},
-      {"b", "-", true, kOwnLock, SyncStep::Keep},
+      {"b", "a", true, {}, SyncStep::Send},
+      {"b", "-", true, {}, SyncStep::Keep},
       {"b", "c", true, {}, SyncStep::Keep},
       {"b", "b", true, {}, SyncStep::Record},
       {"-", "-", true, {}, SyncStep::Nothing},
