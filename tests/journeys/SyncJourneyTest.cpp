@@ -1,5 +1,6 @@
 // `sync`: two workstations of one project, brought in step in both directions.
 #include <gmock/gmock.h>
+#include <sqlite3.h>
 
 #include <fstream>
 
@@ -125,6 +126,66 @@ TEST(Sync, APlaceThatNothingMayGoToKeepsOnlyItsOwnFilesBack) {
   EXPECT_TRUE(std::filesystem::is_empty(office.path("elsewhere")));
   std::filesystem::remove(ben / "shut");
   EXPECT_THAT(office.must("ben", {"sync"}), AllOf(HasSubstr("shut\\a.txt: fetched"), Not(HasSubstr("open"))));
+}
+
+TEST(Sync, WhoMayNotSendIsToldWhyForEachItemAndAskedNothing) {
+  Office office;
+  office.found({"anna", "ben"});
+  write(office.project("anna") / "notes.txt", "1");
+  office.must("anna", {"sync"});
+  office.must("anna", {"project", "lock"});
+  write(office.project("ben") / "own.txt", "1");
+  ProgramRun run = office.run("ben", {"sync"});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_THAT(run.out, AllOf(HasSubstr("own.txt: kept (the project is locked by anna on"),
+                             HasSubstr("notes.txt: fetched"), Not(HasSubstr(".cfg: kept"))));
+  EXPECT_THAT(run.err, Not(HasSubstr("try again")));
+  office.must("anna", {"project", "unlock"});
+  office.must("anna", {"project", "add", "ben@example.org", "--role", "viewer"});
+  run = office.run("ben", {"sync"});
+  EXPECT_THAT(run.out, HasSubstr("own.txt: kept (you may not change this project: your role in it is viewer)"));
+  EXPECT_THAT(run.err, Not(HasSubstr("try again")));
+}
+
+TEST(Sync, AnObjectWhoseStoredHeaderIsGoneIsToldAndHidesNoOther) {
+  Office office;
+  office.found({"anna", "ben"});
+  office.share("anna", "first");
+  office.must("anna", {"import", office.writeFile("b.dxf", "second").string()});
+  office.must("anna", {"lock", "tb2"});
+  office.must("anna", {"sync"});
+  sqlite3* store = nullptr;
+  ASSERT_EQ(sqlite3_open((office.store() / "store.db").c_str(), &store), SQLITE_OK);
+  sqlite3_exec(store, "UPDATE files SET header = x'00' WHERE name = 'tb000001.zdw'", nullptr, nullptr, nullptr);
+  sqlite3_close(store);
+  office.run("ben", {"sync"});
+  EXPECT_EQ(office.exported("ben", "tb1"), "first");
+  EXPECT_EQ(office.exported("ben", "tb2"), "second");
+  const ProgramRun run = office.run("ben", {"sync"});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_THAT(run.out, HasSubstr("tb1: kept (the same here and in the store, but"));
+  office.must("anna", {"save", "tb1"});
+  EXPECT_EQ(office.must("ben", {"sync"}), "");
+}
+
+TEST(Sync, OneRunCompletesACacheWithUnsentWorkAndForgetsWhatIsGone) {
+  Office office;
+  office.found({"anna", "ben"});
+  const auto ben = office.project("ben");
+  for (const char* const name : {"both.txt", "gone.txt"}) write(office.project("anna") / name, "1");
+  office.must("anna", {"sync"});
+  std::filesystem::remove_all(ben);
+  office.must("ben", {"open", "Library", "--no-load"});
+  write(ben / "both.txt", "ben's own");
+  EXPECT_EQ(office.run("ben", {"sync"}).exitCode, 3);
+  EXPECT_THAT(office.must("ben", {"--json", "open", "Library"}), HasSubstr("\"complete\":true"));
+  EXPECT_EQ(contentOf(ben / "both.txt"), "ben's own");
+
+  office.must("anna", {"remove", "gone.txt"});
+  std::filesystem::remove(ben / "gone.txt");
+  office.run("ben", {"sync"});
+  write(ben / "gone.txt", "another one");
+  EXPECT_THAT(office.run("ben", {"sync"}).out, HasSubstr("gone.txt: sent"));
 }
 
 }  // namespace

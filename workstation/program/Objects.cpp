@@ -102,12 +102,27 @@ bool isSame(const ItemView& view) {
          seconds(platform::toTicks(file.writeTime)) == seconds(static_cast<std::uint64_t>(view.store->modified));
 }
 
+/// Header by header: one that is damaged must not hide all others, as it does from the library.
+void readListedHeaders(Views& views, QuorvelFileType type) {
+  CloudStatus status = 0;
+  std::wstring error;
+  const auto store = currentStore(status, error);
+  std::vector<ListedFile> files;
+  if (!store || store->listing(storeActor(), get_ActivePrj().GetOndrathProjectUuid(), files) != 0) {
+    throw CommandFailure{ExitCode::Failure, L"the store can't be asked for its objects"};
+  }
+  for (const ListedFile& file : files) {
+    const ItemName item = itemOfFile(file.file.name);
+    if (!item.object || item.object->type != type) continue;
+    const auto stamp = stampOfImage(*item.object, file.header);
+    if (stamp) viewOf(views, item).store = stamp;
+  }
+}
+
 template <typename Header>
 void readStoredHeaders(Views& views, const PRJ& project, QuorvelFileType type) {
   std::vector<void*> headers;
-  if (!Quorvel::FileAccess::WGO_DownloadAllHeaders(project, type, headers)) {
-    throw CommandFailure{ExitCode::Failure, L"the store can't be asked for its objects"};
-  }
+  if (!Quorvel::FileAccess::WGO_DownloadAllHeaders(project, type, headers)) return readListedHeaders(views, type);
   for (const void* record : headers) {
     const auto& header = *static_cast<const Header*>(record);
     if (!isPossibleNumber(type, header.number)) continue;

@@ -31,6 +31,8 @@ struct ItemView {
 
   /// Whether it is here as it was when it was last in step with the store.
   bool isUnchangedHere() const { return here && base && *here == base->here; }
+  /// The store has the object, and can't tell its version: the header that it keeps is missing or damaged.
+  bool isUntold() const { return object && !store && revision != 0; }
   /// "tb12", or the file's name.
   std::wstring label() const { return object ? object->shortName() : fileName; }
 };

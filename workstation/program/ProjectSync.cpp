@@ -74,7 +74,7 @@ bool isBaseClass(const ComparedFile& file) {
 /// An object by the library's verdict, which goes by counters alone: what it leaves is brought all the same.
 unsigned long fetchSingly(const ItemView& view, const std::wstring& path) {
   const bool isDone =
-      hasStoredHeader(view) &&
+      hasStoredHeader(view) && view.store &&
       Quorvel::FileAccess::WGO_CheckLockAndDownloadFile(view.object->number, view.object->type, false) &&
       readLocal({view.object, view.fileName}).here == view.store;
   return isDone ? ERROR_SUCCESS : Quorvel::FileAccess::WGO_downloadFile(get_ActivePrj(), path.c_str(), false);
@@ -198,11 +198,12 @@ SyncDecision ProjectSync::decideWithoutHeader(const Item& item, bool isOpen) {
   if (isContentStored(item.file.name)) {
     return {SyncStep::Keep,
             L"the same here and in the store, but the store can't tell its version; zephor lock and zephor save "
-            L"--force send it anew"};
+            L"send it anew"};
   }
   if (item.view.isUnchangedHere() && !isOpen) return {SyncStep::Fetch, {}};
   return {SyncStep::Keep,
-          L"different here and in the store, and the store can't tell its version; zephor save --force sends yours"};
+          L"different here and in the store, and the store can't tell its version; zephor save --force sends yours, or "
+          L"delete it here to have the store's"};
 }
 
 void ProjectSync::keepAllOfLostStore() {

@@ -8,6 +8,7 @@
 #include "workstation/objects/ObjectNames.h"
 #include "workstation/program/Arguments.h"
 #include "workstation/program/Objects.h"
+#include "workstation/program/StoredContent.h"
 
 namespace workstation::program {
 
@@ -83,6 +84,9 @@ PushDecision decidePush(const ItemView& view, const PushChoice& choice, const Pu
   }
   if (!platform::isSafeRelativeName(view.fileName))
     return refuse(L"not every workstation can hold a file of this name");
+  if (view.isUntold() && !isContentStored(view.fileName)) {
+    return refuse(L"the store has something else, and can't tell its version; zephor save --force");
+  }
   const bool isBehind = view.state == ObjectState::NewerInStore || view.state == ObjectState::ChangedOnBoth;
   const bool wouldRevive = view.state == ObjectState::RemovedFromStore && !choice.named;
   if (isBehind || wouldRevive) return refuse(stateReason(view.state));

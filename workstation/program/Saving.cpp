@@ -129,6 +129,9 @@ std::wstring objection(const ItemView& view, bool force) {
   if (isNeverSent(view)) return L"the filter of uploads keeps it out";
   if (view.damagedHere) return L"the file here is damaged";
   if (!view.here) return view.object ? L"there is no such object here" : L"there is no such file here";
+  if (view.isUntold() && !force && !isContentStored(view.fileName)) {
+    return L"the store has something else, and can't tell its version; save --force replaces it, after a copy";
+  }
   const bool behind = view.state == ObjectState::NewerInStore || view.state == ObjectState::ChangedOnBoth;
   return behind && !force ? stateReason(view.state) : L"";
 }
@@ -178,7 +181,7 @@ void saveItem(Context& context, const ItemView& view, bool force, SyncBase& base
     return tally.done();
   }
   const bool replaces = view.state == ObjectState::NewerInStore || view.state == ObjectState::ChangedOnBoth;
-  if (replaces && !backUpStored(view)) {
+  if ((replaces || view.isUntold()) && !backUpStored(view)) {
     report(context, item, L"refused", L"what the store has could not be copied to the backup directory first");
     return tally.failed();
   }

@@ -25,9 +25,9 @@ SendBarrier sendBarrier(Context& context) {
   for (const LockUser& lock : locks) {
     const bool isOwn = lock.uuid == identity().user.uuid && lock.workstation == identity().workstationName;
     if (isOwn || lock.kind < eOndrathProjectLock_Write) continue;
-    return {platform::formatWide(L"the project is locked by %s on %s since %s UTC", lock.name, lock.workstation,
-                                 lock.time),
-            true};
+    return {
+        platform::formatWide(L"the project is locked by %s on %s since %s UTC", lock.name, lock.workstation, lock.time),
+        true};
   }
   return {};
 }

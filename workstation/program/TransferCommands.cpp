@@ -111,7 +111,9 @@ void fetchItem(Context& context, const ItemView& view, const Arguments& argument
   const std::wstring item = view.label();
   if (!view.store) {
     if (arguments.all) return;
-    report(context, item, L"refused", L"the store has no such item");
+    report(context, item, L"refused",
+           view.isUntold() ? L"the store can't tell its version; zephor sync brings it when it is not here"
+                           : L"the store has no such item");
     return tally.failed();
   }
   if (!wantsFetch(view, arguments.force)) return keep(context, view, arguments, bases, tally);
