@@ -130,8 +130,8 @@ void ProjectSync::tellSwitchedOff() const {
     if (!turnsSynchronisationOff(rule)) continue;
     const std::wstring place = platform::formatWide(L"%s line %d", platform::fileNameOf(rule.origin), rule.line);
     context_.output().message(place +
-                              L" switches this project's synchronisation off: its files come one by one, and "
-                              L"the list of its users does not come");
+                              L" switches this project's synchronisation off: the library loads nothing, and "
+                              L"zephor brings the files by name");
   }
 }
 
