@@ -39,9 +39,12 @@ TerminalOptions terminalOptions(const GlobalOptions& options) {
   return result;
 }
 
-/// True for a line that frames an operation in the log, and explains nothing to a person.
+/// True for a line that frames an operation in the log, or tells a step that went well, and explains nothing to a
+/// person.
 bool isFrameLine(const std::wstring& line) {
-  if (line.find(L": **********") != std::wstring::npos) return true;
+  for (const wchar_t* const part : {L": **********", L": get TBHeader for "}) {
+    if (line.find(part) != std::wstring::npos) return true;
+  }
   for (const wchar_t* const ending : {L": ", L": Start", L": End", L"= start", L"= end"}) {
     if (line.ends_with(ending)) return true;
   }
