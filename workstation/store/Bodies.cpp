@@ -15,7 +15,8 @@ namespace workstation {
 
 namespace {
 
-constexpr std::size_t kBlock = std::size_t{1} << 20U;
+/// Stays in a core's own cache between reading, hashing and writing.
+constexpr std::size_t kBlock = std::size_t{256} << 10U;
 /// Up to this many bodies are synced one by one. The sync of the whole file system also waits for what others have
 /// written.
 constexpr std::size_t kSyncSingly = 4;
@@ -34,7 +35,7 @@ std::string hexOf(const std::uint8_t* bytes, std::size_t size) {
 class Sha256 {
  public:
   Sha256() : context_(EVP_MD_CTX_new(), &EVP_MD_CTX_free) {
-    if (context_ == nullptr || EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr) != 1) fail();
+    if (context_ == nullptr || EVP_DigestInit_ex(context_.get(), algorithm(), nullptr) != 1) fail();
   }
   void add(const void* data, std::size_t size) {
     if (EVP_DigestUpdate(context_.get(), data, size) != 1) fail();
@@ -47,6 +48,11 @@ class Sha256 {
   }
 
  private:
+  /// Looked up once, and kept until the process ends.
+  static const EVP_MD* algorithm() {
+    static const EVP_MD* const sha256 = EVP_MD_fetch(nullptr, "SHA256", nullptr);
+    return sha256;
+  }
   [[noreturn]] static void fail() { throw StoreError{kStoreFailure, L"SHA-256 can't be computed"}; }
   std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> context_;
 };

@@ -20,6 +20,9 @@ namespace {
 /// Files that wait for their names together, so that one sync serves them all.
 constexpr std::size_t kGroup = 512;
 constexpr std::size_t kSyncSingly = 4;
+/// Copies go on while a group gets its names.
+constexpr std::size_t kMostWaiting = 2 * kGroup;
+constexpr unsigned kMostThreads = 4;
 
 /// Into the project's own "Backup", whatever directory the file is in: those below "BIM" end with the next full load.
 bool copyToBackup(const std::wstring& root, const LocalPlace& place) {
@@ -75,40 +78,86 @@ BulkDownload::BulkDownload(CloudStore& store, const StoreActor& actor, const std
       record_(record) {}
 
 BulkDownload::~BulkDownload() {
+  helpers_.clear();
   for (const Waiting& waiting : waiting_) removeFile(waiting.from);
 }
 
 template <typename Item, typename Fetch>
 CloudStatus BulkDownload::fetchAll(const std::vector<Item>& items, const Fetch& fetchItem,
                                    const StoreProgress& progress, std::vector<std::wstring>& failed) {
-  std::uint64_t bytes = 0;
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    bytes += fetchItem(items[i]);
-    if (waiting_.size() >= kGroup) settle(failed);
-    if (progress) progress(static_cast<std::uint32_t>(i + 1), static_cast<std::uint32_t>(items.size()), bytes);
+  items_ = items.size();
+  told_ = 0;
+  for (item_ = 0; item_ < items_; ++item_) {
+    fetchItem(items[item_]);
+    if (waiting_.size() >= kMostWaiting) {
+      await(kGroup, progress);
+      settle(kGroup, failed);
+    }
+    tell(waiting_.empty() ? item_ + 1 : 0, progress);
   }
-  settle(failed);
+  await(waiting_.size(), progress);
+  settle(waiting_.size(), failed);
+  tell(items_, progress);
   if (first_ != kStoreOk) setLastStoreText(firstText_);
   return first_;
 }
 
+/// Tells of the first `items` items, each once.
+void BulkDownload::tell(std::size_t items, const StoreProgress& progress) {
+  while (told_ < items) {
+    ++told_;
+    if (progress) progress(static_cast<std::uint32_t>(told_), static_cast<std::uint32_t>(items_), bytes_);
+  }
+}
+
+void BulkDownload::work(const std::stop_token& stop) {
+  std::unique_lock lock(mutex_);
+  const auto isWork = [this] { return taken_ < waiting_.size(); };
+  while (changed_.wait(lock, stop, isWork) && !stop.stop_requested()) copyNext(lock);
+}
+
+/// @return false when no file waits for its content
+bool BulkDownload::copyNext(std::unique_lock<std::mutex>& lock) {
+  if (taken_ >= waiting_.size()) return false;
+  Waiting& waiting = waiting_[taken_++];
+  lock.unlock();
+  StoredFile file;
+  waiting.status = store_.copyOut(actor_, project_, waiting.file.name, waiting.from, file);
+  if (waiting.status == kStoreOk) {
+    waiting.file = std::move(file);
+  } else {
+    waiting.text = CloudStore::lastText();
+  }
+  lock.lock();
+  waiting.isDone = true;
+  changed_.notify_all();
+  return true;
+}
+
+/// Copies, too, until the first `files` of those that wait have come or failed.
+void BulkDownload::await(std::size_t files, const StoreProgress& progress) {
+  for (std::size_t i = 0; i < files; ++i) {
+    {
+      std::unique_lock lock(mutex_);
+      while (!waiting_[i].isDone) {
+        if (!copyNext(lock)) changed_.wait(lock, [&] { return waiting_[i].isDone; });
+      }
+    }
+    if (waiting_[i].status == kStoreOk) bytes_ += static_cast<std::uint64_t>(waiting_[i].file.size);
+    const bool isLast = i + 1 == waiting_.size();
+    tell(isLast ? item_ : waiting_[i + 1].index, progress);
+  }
+}
+
 CloudStatus BulkDownload::fetchNames(const std::vector<std::wstring>& names, const StoreProgress& progress,
                                      std::vector<std::wstring>& failed) {
-  const auto fetchOne = [&](const std::wstring& name) {
-    std::uint64_t bytes = 0;
-    note(answerOf([&] { bytes = fetchNamed(name); }), name, failed);
-    return bytes;
-  };
+  const auto fetchOne = [&](const std::wstring& name) { note(answerOf([&] { fetchNamed(name); }), name, failed); };
   return fetchAll(names, fetchOne, progress, failed);
 }
 
 CloudStatus BulkDownload::fetchFiles(const std::vector<StoredFile>& files, const StoreProgress& progress,
                                      std::vector<std::wstring>& failed) {
-  const auto fetchOne = [&](const StoredFile& file) {
-    std::uint64_t bytes = 0;
-    note(answerOf([&] { bytes = fetchListed(file); }), file.name, failed);
-    return bytes;
-  };
+  const auto fetchOne = [&](const StoredFile& file) { note(answerOf([&] { fetchListed(file); }), file.name, failed); };
   return fetchAll(files, fetchOne, progress, failed);
 }
 
@@ -121,21 +170,21 @@ void BulkDownload::note(CloudStatus status, const std::wstring& name, std::vecto
   }
 }
 
-std::uint64_t BulkDownload::fetchNamed(const std::wstring& given) {
+void BulkDownload::fetchNamed(const std::wstring& given) {
   std::wstring name;
   if (!normaliseStoreName(given, name)) {
     throw StoreError{kStoreInvalidName, L"\"" + given + L"\" is not a valid name of a file of a project"};
   }
   Waiting waiting{given, {}, tree_.place(name), {}};
   const bool isKnown = waiting.place.exists && store_.findFile(actor_, project_, name, waiting.file) == kStoreOk;
-  if (isKnown && !isWanted(waiting.place, waiting.file)) return 0;
+  if (isKnown && !isWanted(waiting.place, waiting.file)) return;
   waiting.file.name = name;
-  return bring(std::move(waiting));
+  bring(std::move(waiting));
 }
 
-std::uint64_t BulkDownload::fetchListed(const StoredFile& listed) {
+void BulkDownload::fetchListed(const StoredFile& listed) {
   Waiting waiting{listed.name, {}, tree_.place(listed.name), listed};
-  return isWanted(waiting.place, listed) ? bring(std::move(waiting)) : 0;
+  if (isWanted(waiting.place, listed)) bring(std::move(waiting));
 }
 
 /// Whether a file has to come. What is here is made safe before, where it may be somebody's work.
@@ -168,51 +217,69 @@ bool BulkDownload::isWanted(const LocalPlace& place, const StoredFile& file) {
   return false;
 }
 
-std::uint64_t BulkDownload::bring(Waiting waiting) {
+void BulkDownload::bring(Waiting waiting) {
   requireClosed(waiting.place);
   waiting.judged = contentAt(waiting.place);
   if (record_ != nullptr) requireAsJudged(project_, waiting.file.name, waiting.place, waiting.judged);
   waiting.from = LocalTree::besides(waiting.place);
-  StoredFile file;
-  const CloudStatus status = store_.copyOut(actor_, project_, waiting.file.name, waiting.from, file);
-  if (status != kStoreOk) throw StoreError{status, CloudStore::lastText()};
-  waiting.file = std::move(file);
-  const auto bytes = static_cast<std::uint64_t>(waiting.file.size);
-  waiting_.push_back(std::move(waiting));
-  return bytes;
+  waiting.index = item_;
+  {
+    const std::lock_guard lock(mutex_);
+    waiting_.push_back(std::move(waiting));
+  }
+  // The count is asked of the system once.
+  static const unsigned threads = std::clamp(std::thread::hardware_concurrency(), 1U, kMostThreads);
+  if (waiting_.size() > 1 && helpers_.size() + 1 < threads) {
+    helpers_.emplace_back([this](const std::stop_token& stop) { work(stop); });
+  }
+  changed_.notify_one();
 }
 
-/// Gives the files of the group their names. Those that take another file's place are synced before.
-void BulkDownload::settle(std::vector<std::wstring>& failed) {
+/// Gives the first `files` of those that wait, which have come or failed, their names. Those that take another file's
+/// place are synced before.
+void BulkDownload::settle(std::size_t files, std::vector<std::wstring>& failed) {
+  const auto begin = waiting_.begin();
+  const auto end = begin + static_cast<std::ptrdiff_t>(files);
   if (record_ != nullptr) {
     CacheRecord::Files announced;
-    for (const Waiting& waiting : waiting_) announced.emplace_back(waiting.file.name, contentOf(waiting.file));
+    for (auto waiting = begin; waiting != end; ++waiting) {
+      if (waiting->status == kStoreOk) announced.emplace_back(waiting->file.name, contentOf(waiting->file));
+    }
     record_->announce(announced);
   }
   const auto replacing =
-      std::count_if(waiting_.begin(), waiting_.end(), [](const Waiting& one) { return one.place.exists; });
+      std::count_if(begin, end, [](const Waiting& one) { return one.status == kStoreOk && one.place.exists; });
   const bool together = static_cast<std::size_t>(replacing) > kSyncSingly;
   const CloudStatus synced = answerOf([&] {
-    if (together) syncFileSystem(waiting_.front().place.directory);
+    if (together) syncFileSystem(begin->place.directory);
   });
-  for (const Waiting& waiting : waiting_) {
+  for (auto waiting = begin; waiting != end; ++waiting) {
+    if (waiting->status != kStoreOk) {
+      setLastStoreText(waiting->text);
+      note(waiting->status, waiting->given, failed);
+      continue;
+    }
     CloudStatus status = synced;
     if (status == kStoreOk) {
       status = answerOf([&] {
-        if (waiting.place.exists && !together) syncPath(waiting.from);
-        requireClosed(waiting.place);
-        LocalTree::replace(waiting.from, waiting.place, waiting.judged);
+        if (waiting->place.exists && !together) syncPath(waiting->from);
+        requireClosed(waiting->place);
+        LocalTree::replace(waiting->from, waiting->place, waiting->judged);
       });
     }
     if (status == kStoreOk) {
-      settled_.emplace_back(waiting.file.name, contentOf(waiting.file));
-      if (record_ != nullptr) moveConditionHere(project_, waiting.file.name, contentOf(waiting.file));
+      settled_.emplace_back(waiting->file.name, contentOf(waiting->file));
+      if (record_ != nullptr) moveConditionHere(project_, waiting->file.name, contentOf(waiting->file));
     } else {
-      removeFile(waiting.from);
+      removeFile(waiting->from);
     }
-    note(status, waiting.given, failed);
+    note(status, waiting->given, failed);
   }
-  waiting_.clear();
+  {
+    const std::lock_guard lock(mutex_);
+    waiting_.erase(begin, end);
+    taken_ -= files;
+  }
   if (record_ != nullptr) record_->settle(settled_);
   settled_.clear();
 }

@@ -2,8 +2,13 @@
 // after: see CacheRecord.h.
 #pragma once
 
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "workstation/store/CacheRecord.h"
@@ -33,7 +38,8 @@ void requireAsJudged(const std::wstring& project, const std::wstring& name, cons
 /// @param here  contentAt(place)
 bool isSame(const LocalPlace& place, const FileContent& here, const StoredFile& stored, Compare compare);
 
-/// A file that fails does not keep the others back.
+/// A file that fails does not keep the others back. The caller's thread decides, replaces, records and tells progress;
+/// contents are copied and checked by a few threads beside it.
 class BulkDownload {
  public:
   /// @param record  of the directory, when it is this workstation's cache; else null
@@ -58,18 +64,26 @@ class BulkDownload {
     LocalPlace place;
     StoredFile file;
     FileContent judged = {};  ///< what was at the place when it was decided
+    std::size_t index = 0;    ///< of the item that it comes from
+    // Written by the thread that copies, until the file is done.
+    CloudStatus status = kStoreOk;
+    std::wstring text = {};
+    bool isDone = false;
   };
 
   template <typename Item, typename Fetch>
   CloudStatus fetchAll(const std::vector<Item>& items, const Fetch& fetchItem, const StoreProgress& progress,
                        std::vector<std::wstring>& failed);
   void note(CloudStatus status, const std::wstring& name, std::vector<std::wstring>& failed);
-  /// @return the bytes that came
-  std::uint64_t fetchNamed(const std::wstring& given);
-  std::uint64_t fetchListed(const StoredFile& listed);
-  std::uint64_t bring(Waiting waiting);
+  void fetchNamed(const std::wstring& given);
+  void fetchListed(const StoredFile& listed);
+  void bring(Waiting waiting);
   bool isWanted(const LocalPlace& place, const StoredFile& file);
-  void settle(std::vector<std::wstring>& failed);
+  void work(const std::stop_token& stop);
+  bool copyNext(std::unique_lock<std::mutex>& lock);
+  void await(std::size_t files, const StoreProgress& progress);
+  void tell(std::size_t items, const StoreProgress& progress);
+  void settle(std::size_t files, std::vector<std::wstring>& failed);
 
   CloudStore& store_;
   const StoreActor& actor_;
@@ -79,10 +93,19 @@ class BulkDownload {
   Compare compare_;
   Road road_;
   CacheRecord* record_;
-  std::vector<Waiting> waiting_;
   CacheRecord::Files settled_;
   CloudStatus first_ = kStoreOk;
   std::wstring firstText_;
+  std::size_t item_ = 0;  // the one that is decided
+  std::size_t items_ = 0;
+  std::size_t told_ = 0;  // items
+  std::uint64_t bytes_ = 0;
+
+  std::mutex mutex_;
+  std::condition_variable_any changed_;
+  std::deque<Waiting> waiting_;  // in the order of the items; changed by the caller's thread alone
+  std::size_t taken_ = 0;        // of those that wait, from the front: copied or being copied
+  std::vector<std::jthread> helpers_;
 };
 
 }  // namespace workstation

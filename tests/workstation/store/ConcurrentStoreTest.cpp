@@ -1,11 +1,15 @@
 // One store used by many threads of a process at once.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include "platform/Paths.h"
+#include "platform/Text.h"
 #include "tests/workstation/store/StoreWorld.h"
 #include "workstation/store/EmbeddedController.h"
+#include "workstation/store/StoreContext.h"
 
 namespace zephor_test {
 namespace {
@@ -49,6 +53,54 @@ TEST(ConcurrentStore, TransfersOfManyThreadsDoNotDisturbEachOther) {
   std::vector<std::wstring> names;
   EXPECT_EQ(controller->GetProjectService()->GetQuorvelProjectResourceFiles(world.project, names, 5), 0);
   EXPECT_EQ(names.size(), static_cast<std::size_t>(kFiles + 1));
+}
+
+TEST(ConcurrentStore, BulkLoadBringsAllButWhatIsDamagedOrWasWrittenMeanwhile) {
+  const StoreWorld world;
+  const auto store = world.open();
+  const auto controller = workstation::makeEmbeddedController(world.storePath, world.editor);
+  ASSERT_EQ(controller->Login(false, false), 0);
+  constexpr std::uint32_t kFiles = 1300;  // more than one group, in the order of their names
+  const auto nameOf = [](std::uint32_t i) { return "f" + std::to_string(10000 + i); };
+  std::vector<workstation::FilePut> puts(kFiles);
+  for (std::uint32_t i = 0; i < kFiles; ++i) {
+    puts[i].name = platform::fromUtf8("BIM\\" + nameOf(i));
+    puts[i].path = world.local(nameOf(i), nameOf(i));
+  }
+  std::vector<CloudStatus> statuses;
+  ASSERT_EQ(store->putFiles(world.editor, world.project, puts, statuses), 0);
+  workstation::StoredFile damaged;
+  ASSERT_EQ(store->findFile(world.viewer, world.project, puts[700].name, damaged), 0);
+  std::ofstream(world.storePath + "/bodies/" + damaged.sha256.substr(0, 2) + "/" + damaged.sha256) << "F10700";
+
+  const std::string in = world.directory.path("in/BIM");
+  std::uint32_t steps = 0;
+  std::uint64_t bytes = 0;
+  workstation::setTransferProgress(
+      [&](std::uint32_t done, std::uint32_t total, std::uint64_t soFar, const std::wstring&) {
+        EXPECT_EQ(done, ++steps);
+        EXPECT_EQ(total, kFiles);
+        bytes = soFar;
+        if (done == 3) std::ofstream(in + "/" + nameOf(400)) << "work";
+      });
+  CloudTransferOptions options;
+  options.count = 1;
+  std::vector<std::wstring> failed;
+  ICloudProjectService& service = *controller->GetProjectService();
+  const std::wstring directory = platform::libraryPath(world.directory.path("in"));
+  EXPECT_EQ(service.DownloadQuorvelProjectBwsFiles(world.project, directory, true, failed, options),
+            workstation::kStoreChanged);
+  workstation::setTransferProgress({});
+  EXPECT_EQ(steps, kFiles);
+  EXPECT_EQ(bytes, (kFiles - 1) * nameOf(0).size());
+  EXPECT_EQ(failed, (std::vector<std::wstring>{puts[400].name, puts[700].name}));
+  EXPECT_EQ(contentOf(in + "/" + nameOf(400)), "work");
+  EXPECT_FALSE(std::filesystem::exists(in + "/" + nameOf(700)));
+  std::size_t whole = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(in)) {
+    whole += contentOf(entry.path().string()) == entry.path().filename() ? 1U : 0U;
+  }
+  EXPECT_EQ(whole, kFiles - 2);
 }
 
 TEST(ConcurrentStore, LoginFromManyThreadsMakesOneSession) {
