@@ -91,7 +91,9 @@ Database openProjectRecord(const std::wstring& projectUuid, const char* schema, 
   SHCreateDirectoryExW(nullptr, kStateDirectory, nullptr);
   path = platform::systemPath(platform::joinPath(kStateDirectory, projectUuid + L".db3"));
   sqlite3* raw = nullptr;
-  const int result = sqlite3_open(path.c_str(), &raw);
+  // Each record is used by the one thread that opened it.
+  const int result =
+      sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
   Database database(raw);
   if (result == SQLITE_OK) sqlite3_busy_timeout(raw, kBusyMilliseconds);
   if (result == SQLITE_OK && bindToDirectory(raw, projectUuid) && execute(raw, schema)) return database;

@@ -1,5 +1,7 @@
 #include <fcntl.h>
+#include <malloc.h>
 #include <oneapi/tbb/global_control.h>
+#include <sqlite3.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -110,6 +112,10 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   // A file that grows beyond the limit is an error of the write, which leaves no half-finished work behind.
   std::signal(SIGXFSZ, SIG_IGN);
+  // Nobody asks how much memory the databases use; counting it would make their threads wait for each other.
+  sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+  // Threads that read a project's listing grow by megabytes, not page by page.
+  mallopt(M_TOP_PAD, 4 << 20);
   // The worker threads end before the process does, and with them what each holds of its own.
   oneapi::tbb::task_scheduler_handle workers{oneapi::tbb::attach{}};
   int code = static_cast<int>(ExitCode::Failure);

@@ -186,14 +186,18 @@ std::int64_t Statement::number(int column) const {
   return sqlite3_column_int64(statement_, column);
 }
 
-std::string Statement::bytes(int column) const {
+std::string_view Statement::view(int column) const {
   const auto* const text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
-  return text == nullptr ? std::string()
-                         : std::string(text, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
+  return text == nullptr ? std::string_view()
+                         : std::string_view(text, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
+}
+
+std::string Statement::bytes(int column) const {
+  return std::string(view(column));
 }
 
 std::wstring Statement::text(int column) const {
-  return platform::fromUtf8(bytes(column));
+  return platform::fromUtf8(view(column));
 }
 
 std::vector<std::uint8_t> Statement::blob(int column) const {

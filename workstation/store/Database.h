@@ -72,6 +72,8 @@ class Statement {
 
  private:
   void check(int code);
+  /// Until the next row or column that is read.
+  std::string_view view(int column) const;
 
   Connection& connection_;
   const char* sql_;
