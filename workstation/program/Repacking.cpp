@@ -20,6 +20,8 @@
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/objects/ObjectNames.h"
 #include "workstation/program/Arguments.h"
+#include "workstation/store/CloudStore.h"
+#include "workstation/store/Replacement.h"
 #include "zephor/Archives.h"
 
 namespace workstation::program {
@@ -134,47 +136,14 @@ std::wstring repackCopy(const std::wstring& path, const std::wstring& copy, Pack
   return {};
 }
 
-bool isSameState(const platform::FileStatus& a, const platform::FileStatus& b) {
-  return a.exists && b.exists && a.size == b.size && CompareFileTime(&a.writeTime, &b.writeTime) == 0;
-}
-
-bool flush(const std::wstring& path) {
-  const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return false;
-  const bool isFlushed = FlushFileBuffers(file) != FALSE;
-  const DWORD error = GetLastError();
-  CloseHandle(file);
-  SetLastError(error);
-  return isFlushed;
-}
-
-/// Takes the place of a file on another file system in one step: from a copy beside it, under a name that never counts
-/// as one of the project's.
-bool takePlaceFromAfar(const std::wstring& copy, const std::wstring& path, const platform::FileStatus& before) {
-  const std::wstring beside = temporaryBeside(path);
-  if (CopyFileW(copy.c_str(), beside.c_str(), TRUE) != FALSE && flush(beside)) {
-    if (!isSameState(platform::fileStatus(path), before)) {
-      SetLastError(ERROR_SHARING_VIOLATION);
-    } else if (MoveFileExW(beside.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE) {
-      return true;
-    }
-  }
-  const DWORD error = GetLastError();
-  DeleteFileW(beside.c_str());
-  SetLastError(error);
-  return false;
-}
-
 /// Puts the copy into the file's place.
-std::wstring takePlace(const std::wstring& copy, const std::wstring& path, const platform::FileStatus& before) {
+std::wstring takePlace(const std::wstring& copy, const std::wstring& path, const FileContent& judged) {
   namespace fs = std::filesystem;
   std::error_code ignored;
   fs::permissions(platform::systemPath(copy), fs::status(platform::systemPath(path), ignored).permissions(), ignored);
-  if (!isSameState(platform::fileStatus(path), before)) return L"changed meanwhile and was left as it is; try again";
-  if (MoveFileExW(copy.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE) return {};
-  if (GetLastError() == ERROR_NOT_SAME_DEVICE && takePlaceFromAfar(copy, path, before)) return {};
-  return withError(L"can't be replaced", GetLastError());
+  const CloudStatus status = replaceUnchanged(copy, path, judged);
+  if (status == kStoreOk) return {};
+  return status == kStoreChanged ? L"changed meanwhile and was left as it is; try again" : CloudStore::lastText();
 }
 
 }  // namespace
@@ -182,6 +151,8 @@ std::wstring takePlace(const std::wstring& copy, const std::wstring& path, const
 Repacked repack(const std::wstring& path, Packing wanted, bool dryRun) {
   const std::wstring file = platform::weaklyCanonical(path);
   const platform::FileStatus before = platform::fileStatus(file);
+  const FileContent judged{
+      static_cast<std::int64_t>(before.size), static_cast<std::int64_t>(platform::toTicks(before.writeTime)), {}};
   Repacked result;
   ObjectFileInfo info;
   const auto fail = [&](const std::wstring& problem) {
@@ -202,7 +173,7 @@ Repacked repack(const std::wstring& path, Packing wanted, bool dryRun) {
     const std::wstring copy = directory.pathOf(file);
     std::wstring problem = repackCopy(file, copy, wanted);
     result.after = platform::fileStatus(copy).size;
-    if (problem.empty()) problem = takePlace(copy, file, before);
+    if (problem.empty()) problem = takePlace(copy, file, judged);
     if (!problem.empty()) return fail(problem);
   }
   result.changed = true;
