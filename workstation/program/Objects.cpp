@@ -73,9 +73,9 @@ void takeHeader(ItemView& view, const Header& header) {
 void readHere(ItemView& view) {
   const platform::FileStatus file = platform::fileStatus(itemPath(view.fileName));
   if (!file.exists || file.isDirectory) return;
+  view.file = {static_cast<std::int64_t>(file.size), static_cast<std::int64_t>(platform::toTicks(file.writeTime)), {}};
   if (!view.object) {
-    view.here = stampOf(FileContent{
-        static_cast<std::int64_t>(file.size), static_cast<std::int64_t>(platform::toTicks(file.writeTime)), {}});
+    view.here = stampOf(view.file);
     return;
   }
   const auto number = static_cast<unsigned>(view.object->number);
@@ -248,6 +248,10 @@ std::wstring holderOf(const FileLockInfo& info) {
   if (!info.workstation.empty()) text += L" on " + info.workstation;
   if (!info.time.empty()) text += L" since " + info.time + L" UTC";
   return text;
+}
+
+bool isLockedHere(const ItemView& view) {
+  return view.object && getFileLockingManager().IsLockedByCurrentUser(view.object->number, view.object->objectType());
 }
 
 std::vector<ItemName> itemsOf(const std::vector<ObjectName>& objects) {

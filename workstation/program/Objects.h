@@ -9,6 +9,7 @@
 
 #include "workstation/program/ObjectName.h"
 #include "workstation/program/ObjectState.h"
+#include "workstation/store/CacheRecord.h"
 
 struct FileLockInfo;
 
@@ -22,6 +23,7 @@ struct ItemView {
   std::wstring fileName;             ///< relative to the project, with backslashes
   std::wstring title;                ///< an object's name for people
   std::optional<VersionStamp> here;
+  FileContent file;  ///< size and time of the file here, taken before its header was read; not known: none
   std::optional<VersionStamp> store;
   std::int64_t revision = 0;  ///< of the stored file, listed before its header; 0: there was none. By readItems alone
   bool same = false;          ///< both sides hold the same content, as far as both tell
@@ -61,6 +63,9 @@ bool isUserList(const std::wstring& name);
 
 /// "Anna Berg on drawing-room since 2026-11-21 18:04:05 UTC".
 std::wstring holderOf(const FileLockInfo& info);
+
+/// Whether this user holds the lock of an object.
+bool isLockedHere(const ItemView& view);
 
 /// All objects of the open project on either side, in the order of kind and number. One listing of the store for each
 /// kind. Throws CommandFailure when the store can't be asked.

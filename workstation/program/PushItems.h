@@ -19,6 +19,7 @@ struct PushItem {
   PushFile file;
   PushDecision decision;
   std::optional<VersionStamp> sent;  ///< what was here when it was sent
+  FileContent source;                ///< the file with that header
   bool wasWaiting = false;           ///< in the list of what could not be sent, before it was tried
   std::int64_t after = 0;            ///< revision of the store's when it had gone
   bool isGone = false;               ///< it was done when its group had gone
@@ -27,6 +28,7 @@ struct PushItem {
   ItemName name() const { return {before.object, before.fileName}; }
   bool isToDelete() const { return decision.step == PushStep::Delete; }
   bool isToSend() const { return decision.step == PushStep::Send; }
+  bool needsOwnLock() const { return isToSend() && hasStoredHeader(before); }
   /// Whether what was to happen has happened. @param now  both sides, read after the upload
   bool isDoneBy(const ItemView& now) const;
 };

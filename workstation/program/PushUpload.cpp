@@ -21,6 +21,7 @@ using namespace Quorvel::FileAccess;  // NOLINT(google-build-using-namespace)
 using Group = std::vector<PushItem*>;
 
 constexpr int kGroups = 4;
+constexpr const wchar_t* kBeingChanged = L"it is being changed; try again";
 
 /// Plans refer to Teilbilder, and those to other files; nothing is deleted before all has gone.
 int groupOf(const PushItem& item) {
@@ -46,16 +47,33 @@ std::vector<ItemView> readGroup(const Group& group) {
   return readItems(names);
 }
 
-/// Whether the store has all of the group as it was meant to, but for what somebody else saved meanwhile: that is
-/// refused.
+/// Why the store has refused an item, and would refuse it again; empty when it is not known to.
+/// @param now  both sides after the upload
+std::wstring refusalOf(const ProjectLook& look, const PushItem& item, const ItemView& now) {
+  const auto known = transferCondition(look.projectUuid, item.before.fileName);
+  if (known && known->revision != now.revision) return lastSaveOf(item.before.fileName) + L"; push again";
+  if (!item.isToSend() || item.isDoneBy(now)) return {};
+  if (item.needsOwnLock()) {
+    IZepFileLockingManager& locks = getFileLockingManager();
+    const int number = item.before.object->number;
+    const int type = item.before.object->objectType();
+    FileLockInfo info;
+    if (!locks.GetLockInfo(number, type, info)) return L"your lock was taken away; lock it again";
+    if (!locks.IsLockedByCurrentUser(number, type)) return L"your lock was taken away; locked by " + holderOf(info);
+  }
+  return item.source.looksLike(now.file) ? L"" : kBeingChanged;
+}
+
+/// Whether the store has all of the group as it was meant to, but for what was changed on a side meanwhile, or lost its
+/// lock: that is refused.
 bool isAllDone(const ProjectLook& look, const Group& group, const Refusal& refuse) {
   const std::vector<ItemView> views = readGroup(group);
   bool isDone = true;
   for (std::size_t i = 0; i < group.size(); ++i) {
     PushItem& item = *group[i];
     const std::wstring& name = item.before.fileName;
-    const auto known = transferCondition(look.projectUuid, name);
-    if (!known || known->revision == views[i].revision) {
+    std::wstring refusal = refusalOf(look, item, views[i]);
+    if (refusal.empty()) {
       item.after = views[i].revision;
       item.isGone = item.isDoneBy(views[i]);
       isDone = isDone && item.isGone;
@@ -63,7 +81,7 @@ bool isAllDone(const ProjectLook& look, const Group& group, const Refusal& refus
     }
     // Sending it again would be refused again.
     if (!item.wasWaiting) removeEntryFromNotUploadedFilesList(name.c_str());
-    refuse(item, lastSaveOf(name) + L"; push again");
+    refuse(item, std::move(refusal));
   }
   return isDone;
 }
@@ -75,7 +93,7 @@ bool uploadGroup(const ProjectLook& look, const Group& group, const Refusal& ref
   for (PushItem* item : group) {
     item->isTried = true;
     item->wasWaiting = existsEntryInNotUploadedFilesList(item->before.fileName.c_str());
-    conditions.push_back({item->before.fileName, {}, item->before.revision});
+    conditions.push_back({item->before.fileName, item->source, item->before.revision, item->needsOwnLock()});
     batch.push_back(changeOf(look, *item));
   }
   const ScopedTransferConditions scope(look.projectUuid, conditions);
@@ -92,13 +110,19 @@ bool uploadGroup(const ProjectLook& look, const Group& group, const Refusal& ref
 
 std::wstring prepareToSend(PushItem& item) {
   const auto& object = item.before.object;
+  FileContent judged = item.before.file;
   if (object && object->type == eFileType_Teilbild) {
     const Repacked result = repack(itemPath(item.before.fileName), Packing::Compressed, false);
     if (!result.problem.empty()) return L"it can't be compressed: " + result.problem;
+    if (result.changed) judged = readLocal(item.name()).file;
   }
+  const ItemView now = readLocal(item.name());
   if (object) noteInDatabase(*object);
-  item.sent = readLocal(item.name()).here;
-  return item.sent == item.before.here ? L"" : L"it is being changed; try again";
+  item.sent = now.here;
+  item.source = now.file;
+  // Unchanged over the reading of its header, so that this belongs to the source.
+  const bool isStill = judged.looksLike(now.file) && judged.looksLike(readLocal(item.name()).file);
+  return isStill && item.sent == item.before.here ? L"" : kBeingChanged;
 }
 
 void uploadItems(const ProjectLook& look, std::vector<PushItem>& items, const Refusal& refuse) {

@@ -33,6 +33,7 @@ unsigned long sendUnchanged(const ItemView& view, ItemView& sent) {
   unsigned long result = ERROR_GEN_FAILURE;
   sent = readLocal({view.object, view.fileName});
   for (int pass = 0; pass < kMostPasses && sent.here; ++pass) {
+    moveConditionHere(get_ActivePrj().GetOndrathProjectUuid(), view.fileName, sent.file);
     if (view.object) {
       noteInDatabase(*view.object);
       result = Quorvel::FileAccess::WGO_CheckLockAndUploadFile(view.object->number, view.object->type);
@@ -40,7 +41,7 @@ unsigned long sendUnchanged(const ItemView& view, ItemView& sent) {
       result = Quorvel::FileAccess::WGO_uploadFile(get_ActivePrj(), view.fileName.c_str(), false);
     }
     ItemView now = readLocal({view.object, view.fileName});
-    if (now.here == sent.here) break;
+    if (now.here == sent.here && now.file.looksLike(sent.file)) break;
     sent = std::move(now);
   }
   return result;
@@ -52,21 +53,25 @@ struct Sending {
   ItemView after;  ///< both sides then
   unsigned long result = ERROR_GEN_FAILURE;
   bool isOvertaken = false;  ///< somebody else saved meanwhile, and the store refused it
+  bool isLockLost = false;   ///< somebody took the lock away meanwhile
 };
 
 /// Sends an item unless the store has something else by now than what was judged.
 Sending sendJudged(const ItemView& view) {
   const std::wstring project = get_ActivePrj().GetOndrathProjectUuid();
   const bool wasWaiting = existsEntryInNotUploadedFilesList(view.fileName.c_str());
-  const ScopedTransferConditions scope(project, {{view.fileName, {}, view.revision}});
+  const bool isLocked = isLockedHere(view);
+  const ScopedTransferConditions scope(project, {{view.fileName, {}, view.revision, isLocked}});
   Sending sending;
   sending.result = sendUnchanged(view, sending.sent);
   // The store is asked what it has: an upload that went through at a second try still answers the first try's failure,
   // and what changed once more here, or was saved by somebody else meanwhile, must not count as in step.
   sending.after = readItems({{view.object, view.fileName}}).front();
   sending.isOvertaken = transferCondition(project, view.fileName)->revision != sending.after.revision;
+  sending.isLockLost = isLocked && !isLockedHere(view);
   // Sending it again would be refused again.
-  if (sending.isOvertaken && !wasWaiting) removeEntryFromNotUploadedFilesList(view.fileName.c_str());
+  if ((sending.isOvertaken || sending.isLockLost) && !wasWaiting)
+    removeEntryFromNotUploadedFilesList(view.fileName.c_str());
   return sending;
 }
 
@@ -74,6 +79,7 @@ std::wstring notSavedReason(const ItemView& view, const Sending& sending) {
   if (sending.isOvertaken) {
     return lastSaveOf(view.fileName) + (sending.after.store ? L"; fetch it, or save --force" : L"; save it again");
   }
+  if (sending.isLockLost) return L"your lock was taken away; lock it again";
   return existsEntryInNotUploadedFilesList(view.fileName.c_str())
              ? L"it is in the list of what could not be sent; zephor not-uploaded retry"
              : failureText(sending.result);
@@ -193,7 +199,7 @@ void saveItem(Context& context, const ItemView& view, bool force, SyncBase& base
   }
   if (compressed) compressBeforeSave(context, view);
   const Sending sending = sendJudged(view);
-  const auto& [sent, after, result, isOvertaken] = sending;
+  const auto& [sent, after, result, isOvertaken, isLockLost] = sending;
   if (isOvertaken || !sent.here || !after.same || after.here != sent.here) {
     report(context, item, L"not saved", notSavedReason(view, sending));
     return tally.failed();

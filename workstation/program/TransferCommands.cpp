@@ -164,11 +164,6 @@ ExitCode fetch(Context& context, const Arguments& arguments) {
   return tally.exitCode();
 }
 
-/// Whether this user holds the lock of an object.
-bool isLockedHere(const ItemView& view) {
-  return view.object && getFileLockingManager().IsLockedByCurrentUser(view.object->number, view.object->objectType());
-}
-
 /// The deletion gives an object's lock back, whoever took it and however it ends. One that was held before is taken
 /// again when the object stays. @return what is to be told when that fails
 std::wstring takeLockAgain(const ItemView& view) {

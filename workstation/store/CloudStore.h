@@ -22,6 +22,7 @@
 #include "host/Cloud.h"
 #include "platform/WindowsTypes.h"
 #include "workstation/Export.h"
+#include "workstation/store/CacheRecord.h"
 #include "workstation/store/StoreStatus.h"
 
 namespace workstation {
@@ -116,6 +117,10 @@ struct FilePut {
   std::vector<std::pair<std::wstring, std::wstring>> metadata;
   /// The revision that the store must have, 0 for none (or a deleted file): otherwise kStoreChanged. Nothing: whatever.
   std::optional<std::int64_t> expectedRevision = std::nullopt;
+  /// Size and time that the source must have while it is read: otherwise kStoreChanged. Not known: any.
+  FileContent expectedSource = {};
+  /// The actor must hold the object's lock: otherwise kStoreLocked.
+  bool needsOwnLock = false;
 };
 
 struct SweepResult {
@@ -232,7 +237,7 @@ class WORKSTATION_API CloudStore {
 
   /// Puts a group: all that can be read goes in with its header in one transaction.
   /// @param statuses  one for each file, in their order; kStoreInvalidName, kStoreInUse (changed while it was read),
-  ///                  kStoreLocked (another holds the object), kStoreChanged, or the error of reading
+  ///                  kStoreLocked (another holds the object, or nobody does), kStoreChanged, or the error of reading
   /// @param revisions  when asked for: of each file that went in
   /// @return the first status that is not 0; when the store itself failed nothing went in and every file carries that
   /// status

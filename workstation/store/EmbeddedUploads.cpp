@@ -48,7 +48,11 @@ FilePut putOf(const std::wstring& base, const QuorvFileInfo& file, std::uint32_t
 CloudStatus send(CloudStore& store, const StoreActor& actor, const std::wstring& project, const std::wstring& directory,
                  std::vector<FilePut> puts, std::vector<CloudStatus>& statuses, const StoreProgress& progress) {
   for (FilePut& put : puts) {
-    if (const auto condition = transferCondition(project, put.name)) put.expectedRevision = condition->revision;
+    const auto condition = transferCondition(project, put.name);
+    if (!condition) continue;
+    put.expectedRevision = condition->revision;
+    put.expectedSource = condition->here;
+    put.needsOwnLock = condition->needsOwnLock;
   }
   std::vector<std::int64_t> revisions;
   const CloudStatus status = store.putFiles(actor, project, puts, statuses, progress, &revisions);

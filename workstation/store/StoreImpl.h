@@ -43,8 +43,9 @@ CloudUser requireUser(Connection& connection, const std::wstring& text);
 /// Gives back all that a person who leaves holds in a project: nobody else could, but for an administrator.
 void releaseLocks(Connection& connection, const std::wstring& project, const std::wstring& user);
 /// Throws kStoreLocked when the object of that name is held by somebody else, or by the actor on another workstation.
+/// @param needsOwnLock  also when nobody holds it
 void requireObjectFree(Connection& connection, const StoreActor& actor, const std::wstring& project,
-                       const std::wstring& name);
+                       const std::wstring& name, bool needsOwnLock = false);
 /// Throws kStoreChanged, with who changed it and when, unless the store has that revision of the file; see FilePut.
 void requireRevision(Connection& connection, const std::wstring& project, const std::wstring& name,
                      std::optional<std::int64_t> expected);

@@ -108,7 +108,10 @@ void readContent(const Bodies& bodies, const FilePut& put, Arrival& arrival) {
     if (tries > 0) source.rewind();
     arrival.state = source.state();
     arrival.body = bodies.take([&](std::uint8_t* buffer, std::size_t size) { return source.read(buffer, size); });
-    if (arrival.state == source.state() && arrival.state.size == arrival.body.size) return;
+    if (arrival.state != source.state() || arrival.state.size != arrival.body.size) continue;
+    const FileContent read{static_cast<std::int64_t>(arrival.state.size), ticksOf(arrival.state.modified), {}};
+    if (!put.expectedSource.isKnown() || read.looksLike(put.expectedSource)) return;
+    throw StoreError{kStoreChanged, L"\"" + arrival.name + L"\" was changed here meanwhile"};
   }
   throw StoreError{kStoreInUse, L"\"" + arrival.name + L"\" kept changing while it was read"};
 }
@@ -193,17 +196,21 @@ CloudStatus firstFailure(const std::vector<CloudStatus>& statuses) {
 }  // namespace
 
 void requireObjectFree(Connection& connection, const StoreActor& actor, const std::wstring& project,
-                       const std::wstring& name) {
+                       const std::wstring& name, bool needsOwnLock) {
   QuorvelFileType type = eFileType_Unknown;
   int number = -1;
   if (name.find(L'\\') != std::wstring::npos) return;
   if (!GetTypeFromFilePathName(name, type, number) || number <= 0) return;
   Statement statement(
       connection,
-      "SELECT u.name, l.workstation FROM object_locks l JOIN users u ON u.uuid=l.user WHERE l.project=?1 AND "
-      "l.type=?2 AND l.number=?3 AND NOT (l.user=?4 AND l.workstation_id=?5)");
+      "SELECT u.name, l.workstation, l.user=?4 AND l.workstation_id=?5 FROM object_locks l JOIN users u ON "
+      "u.uuid=l.user WHERE l.project=?1 AND l.type=?2 AND l.number=?3");
   statement << project << static_cast<int>(type) << number << actor.user.uuid << actor.workstationId;
-  if (statement.row()) {
+  if (!statement.row()) {
+    if (!needsOwnLock) return;
+    throw StoreError{kStoreLocked, L"\"" + name + L"\" is not locked any more: the lock was taken away"};
+  }
+  if (statement.number(2) == 0) {
     throw StoreError{kStoreLocked, platform::formatWide(L"\"%s\" is locked by %s at \"%s\"", name, statement.text(0),
                                                         statement.text(1))};
   }
@@ -251,8 +258,9 @@ CloudStatus CloudStore::putFiles(const StoreActor& actor, const std::wstring& pr
     bool changed = false;
     for (const Arrival& arrival : arrivals) {
       try {
-        requireObjectFree(*lease, actor, project, arrival.name);
-        requireRevision(*lease, project, arrival.name, files[arrival.index].expectedRevision);
+        const FilePut& put = files[arrival.index];
+        requireObjectFree(*lease, actor, project, arrival.name, put.needsOwnLock);
+        requireRevision(*lease, project, arrival.name, put.expectedRevision);
       } catch (const StoreError& error) {
         if (error.status != kStoreLocked && error.status != kStoreChanged) throw;
         note(arrival.index, error);

@@ -1,7 +1,8 @@
 // What somebody who decided on transfers took both sides of their files to be. While the scope lives, this process's
 // transfers of these files through the service end with kStoreChanged where a side has become something else: the store
-// is asked in the transaction of the upload or deletion, the disk at the moment of the replacement. So nobody's save is
-// lost between a decision and its transfer.
+// is asked in the transaction of the upload or deletion, the disk at the moment of the replacement and by what an
+// upload has read. So nobody's save is lost between a decision and its transfer, and no header goes up with the content
+// of another version.
 #pragma once
 
 #include <cstdint>
@@ -15,9 +16,11 @@
 namespace workstation {
 
 struct TransferCondition {
-  std::wstring name;          ///< relative to the project
-  FileContent here;           ///< size and time on the disk, for a download; not known: nothing is there
+  std::wstring name;  ///< relative to the project
+  /// Size and time on the disk. Not known: for a download nothing is there, for an upload it does not matter.
+  FileContent here;
   std::int64_t revision = 0;  ///< StoredFile::revision, for an upload or deletion; 0: the store has none
+  bool needsOwnLock = false;  ///< an upload goes only while this user holds the object's lock
 };
 
 /// One scope at a time. Its maker's thread and the library's workers may transfer meanwhile.
@@ -33,7 +36,7 @@ class WORKSTATION_API ScopedTransferConditions {
 WORKSTATION_API std::optional<TransferCondition> transferCondition(const std::wstring& project,
                                                                    const std::wstring& name);
 /// After a transfer of this process went through: what it left on its side is what later ones in the scope go by.
-void moveConditionHere(const std::wstring& project, const std::wstring& name, const FileContent& here);
+WORKSTATION_API void moveConditionHere(const std::wstring& project, const std::wstring& name, const FileContent& here);
 void moveConditionInStore(const std::wstring& project, const std::wstring& name, std::int64_t revision);
 
 }  // namespace workstation

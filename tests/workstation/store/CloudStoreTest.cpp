@@ -99,6 +99,10 @@ TEST_F(CloudStoreTest, LockedObjectKeepsOthersWritesOut) {
   EXPECT_EQ(store->project(admin, project, after), 0);
   EXPECT_EQ(after.changeCounter, before.changeCounter) << "nothing has changed";
   EXPECT_EQ(store->deleteFile(editor, project, L"tb000001.zdw"), 0);
+  files[0].needsOwnLock = true;
+  EXPECT_EQ(store->putFiles(editor, project, files, statuses), 0);
+  EXPECT_EQ(store->unlockObject(admin, project, eFileType_Teilbild, 1, true), 0);
+  EXPECT_EQ(store->putFiles(editor, project, files, statuses), kStoreLocked) << "the lock was broken meanwhile";
 }
 
 TEST_F(CloudStoreTest, ProjectIsInUseWhileASessionIsFresh) {

@@ -124,6 +124,8 @@ TEST(WorkstationStore, TransfersObeyWhatWasJudgedAndMoveItOn) {
   const auto judge = [&](const workstation::FileContent& here) {
     scope.emplace(project, std::vector<workstation::TransferCondition>{{L"A.txt", here, 0}});
   };
+  judge({2, 0, {}});
+  EXPECT_EQ(upload(), workstation::kStoreChanged) << "what is read is not what was judged";
   judge({});
   EXPECT_EQ(upload(), 0);
   EXPECT_EQ(upload(), 0) << "over what this scope has sent itself";
