@@ -57,8 +57,8 @@ const wchar_t* stateReason(ObjectState state) {
     case ObjectState::NewerInStore:
       return L"somebody saved a newer version; fetch it";
     case ObjectState::ChangedOnBoth:
-      return L"here and in the store are different versions; copy what is here aside (zephor export for an object), "
-             L"then fetch --force";
+      return L"changed here and in the store; zephor fetch --force takes the store's version, zephor save --force "
+             L"yours, and the other one stays in the project's backup directory";
     case ObjectState::OnlyHere:
       return L"never saved to the store";
     case ObjectState::OnlyInStore:

@@ -38,9 +38,7 @@ SyncDecision decideSync(const ItemView& view, const SyncCircumstances& circumsta
     case ObjectState::OnlyHere:
       return {SyncStep::Send, {}};
     default:
-      return keep(
-          L"changed here and in the store; zephor fetch --force takes the store's version, zephor save --force yours, "
-          L"and the other one stays in the project's backup directory");
+      return keep(stateReason(ObjectState::ChangedOnBoth));
   }
 }
 
