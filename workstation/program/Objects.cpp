@@ -12,6 +12,7 @@
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "platform/Time.h"
+#include "workstation/objects/ObjectFile.h"
 #include "workstation/objects/ObjectNames.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/ItemStamps.h"
@@ -141,8 +142,39 @@ void readStoredFiles(Views& views, const PRJ& project, ShareFileTypeID fileClass
     const auto object = parseObjectName(file.name);
     const bool isZeichnung = object && object->type == eFileType_Zeichnung;
     const ItemName item = isZeichnung ? nameOf(*object) : ItemName{std::nullopt, file.name};
-    if (isZeichnung || views.contains(keyOf(item))) viewOf(views, item).store = stampOfListed(file);
+    if (!isZeichnung && !views.contains(keyOf(item))) continue;
+    ItemView& view = viewOf(views, item);
+    view.store = stampOfListed(file);
+    view.revision = view.store->version;
   }
+}
+
+/// Headers tell neither revisions nor what the files are like. Files that were listed before them make sure that a save
+/// in between is noticed.
+std::vector<StoredFile> listStoredObjects() {
+  CloudStatus status = 0;
+  std::wstring error;
+  const auto store = currentStore(status, error);
+  constexpr unsigned kClasses = classBit(FileClass::Teilbild) | classBit(FileClass::Plan);
+  std::vector<StoredFile> files;
+  if (!store || store->files(storeActor(), get_ActivePrj().GetOndrathProjectUuid(), kClasses, files) != 0) {
+    throw CommandFailure{ExitCode::Failure, L"the store can't be asked for its objects"};
+  }
+  return files;
+}
+
+/// An object that tells the header of the store's may still be another file: a damaged one, or one that is compressed
+/// on one side alone. It is read only where size or time differ. A sound one has the content whose checksum both
+/// headers tell.
+void checkContent(ItemView& view, const StoredFile& stored) {
+  if (!view.here || view.here != view.store || view.file.looksLike(contentOf(stored))) return;
+  if (view.file.size == stored.size && isContentStored(view.fileName)) return;
+  std::wstring error;
+  const DWORD code = verifyObject(itemPath(view.fileName), error);
+  const bool isStill = readLocal({view.object, view.fileName}).file.looksLike(view.file);
+  if (code != ERROR_INVALID_DATA || !isStill) return;
+  view.damagedHere = true;
+  view.here.reset();
 }
 
 void addLocalObjects(Views& views) {
@@ -174,11 +206,24 @@ bool isSurelySame(const ItemView& view) {
 }
 
 void complete(ItemView& view, const SyncBase& bases) {
-  readHere(view);
   view.base = bases.get(view.fileName);
   view.same = isSame(view);
   const bool surelySame = isSurelySame(view);
   view.state = stateOf(view.here, view.store, surelySame, view.base);
+}
+
+/// Reads what is here, and judges.
+/// @param listed  by listStoredObjects
+void completeAll(Views& views, const std::vector<StoredFile>& listed) {
+  const SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
+  for (auto& entry : views) readHere(entry.second);
+  for (const StoredFile& file : listed) {
+    const auto found = views.find(keyOf(itemOfFile(file.name)));
+    if (found == views.end() || !hasStoredHeader(found->second)) continue;
+    found->second.revision = file.revision;
+    checkContent(found->second, file);
+  }
+  for (auto& entry : views) complete(entry.second, bases);
 }
 
 }  // namespace
@@ -271,34 +316,33 @@ ItemView readLocal(const ItemName& item) {
 
 std::vector<ItemView> readObjects() {
   Views views;
+  const std::vector<StoredFile> listed = listStoredObjects();
   readStore(views, false);
   addLocalObjects(views);
-  const SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
+  completeAll(views, listed);
   std::vector<ItemView> list;
   list.reserve(views.size());
-  for (auto& entry : views) {
-    complete(entry.second, bases);
-    list.push_back(std::move(entry.second));
-  }
+  for (auto& entry : views) list.push_back(std::move(entry.second));
   return list;
 }
 
 std::vector<ItemView> readItems(const std::vector<ItemName>& items) {
   Views views;
-  for (const auto& item : items) viewOf(views, item);
-  const bool withFiles = std::any_of(items.begin(), items.end(), [](const auto& item) { return !item.object; });
-  if (std::any_of(views.begin(), views.end(), [](const auto& entry) { return hasStoredHeader(entry.second); })) {
-    readRevisions(views);
+  std::set<Key> asked;
+  for (const auto& item : items) {
+    viewOf(views, item);
+    asked.insert(keyOf(item));
   }
+  const bool withFiles = std::any_of(items.begin(), items.end(), [](const auto& item) { return !item.object; });
+  const bool withHeaders =
+      std::any_of(items.begin(), items.end(), [](const auto& item) { return hasStoredHeader(item.object); });
+  const std::vector<StoredFile> listed = withHeaders ? listStoredObjects() : std::vector<StoredFile>();
   readStore(views, withFiles);
-  const SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
+  std::erase_if(views, [&](const auto& entry) { return !asked.contains(entry.first); });
+  completeAll(views, listed);
   std::vector<ItemView> list;
   list.reserve(items.size());
-  for (const auto& item : items) {
-    ItemView& view = views[keyOf(item)];
-    complete(view, bases);
-    list.push_back(view);
-  }
+  for (const auto& item : items) list.push_back(views[keyOf(item)]);
   return list;
 }
 

@@ -25,10 +25,10 @@ struct ItemView {
   std::optional<VersionStamp> here;
   FileContent file;  ///< size and time of the file here, taken before its header was read; not known: none
   std::optional<VersionStamp> store;
-  std::int64_t revision = 0;  ///< of the stored file, listed before its header; 0: there was none. By readItems alone
+  std::int64_t revision = 0;  ///< of the stored file, listed before its header; 0: there was none
   bool same = false;          ///< both sides hold the same content, as far as both tell
   std::optional<SyncPoint> base;
-  bool damagedHere = false;  ///< there is a file, but its header can't be read
+  bool damagedHere = false;  ///< there is a file, but its header or its content can't be read
   ObjectState state = ObjectState::Nowhere;
 
   /// Whether it is here as it was when it was last in step with the store.

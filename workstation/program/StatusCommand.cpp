@@ -55,7 +55,8 @@ ExitCode status(Context& context, const std::vector<std::string>& arguments) {
     if (view.damagedHere) {
       damaged = true;
       state = L"damaged here";
-      reason = L"the file is damaged or no object file";
+      reason = view.store ? L"the file here is damaged; zephor fetch --force replaces it, after a copy"
+                          : L"the file is damaged or no object file";
     }
     table.row({view.label(), view.title, versionOf(view.here), versionOf(view.store),
                holder == holders.end() ? std::wstring() : holder->second, state, reason});

@@ -69,7 +69,7 @@ bool isBrought(const ItemView& here, const ItemView& store) {
 ItemView bring(const ItemView& view, unsigned long& result) {
   const ItemName item{view.object, view.fileName};
   ItemView after = view;
-  if (view.object && view.object->type != eFileType_Zeichnung) {
+  if (hasStoredHeader(view) && !view.damagedHere) {
     const bool done = Quorvel::FileAccess::WGO_CheckLockAndDownloadFile(view.object->number, view.object->type, false);
     after.here = readLocal(item).here;
     result = ERROR_SUCCESS;
@@ -82,11 +82,6 @@ ItemView bring(const ItemView& view, unsigned long& result) {
   if (result == ERROR_SUCCESS && !isBrought(after, after)) result = ERROR_GEN_FAILURE;
   if (view.object && after.here) noteInDatabase(*view.object);
   return after;
-}
-
-FileContent contentOf(const platform::FileStatus& file) {
-  if (!file.exists) return {};
-  return {static_cast<std::int64_t>(file.size), static_cast<std::int64_t>(platform::toTicks(file.writeTime)), {}};
 }
 
 /// Copies what is here to the project's backup directory before it is replaced.
@@ -103,7 +98,8 @@ void keep(const Context& context, const ItemView& view, const Arguments& argumen
     return tally.done();
   }
   report(context, view.label(), L"kept",
-         view.damagedHere ? L"the file here is damaged; fetch --force replaces it" : stateReason(view.state));
+         view.damagedHere ? L"the file here is damaged; zephor fetch --force replaces it, after a copy"
+                          : stateReason(view.state));
   return view.state == ObjectState::ChangedHere && arguments.all ? tally.done() : tally.failed();
 }
 
@@ -121,10 +117,9 @@ void fetchItem(Context& context, const ItemView& view, const Arguments& argument
     report(context, item, L"would be fetched", stateName(view.state));
     return tally.done();
   }
-  const platform::FileStatus file = platform::fileStatus(itemPath(view.fileName));
   // The list was read before the first item moved; what is here may have changed since.
-  const ItemView before = readLocal({view.object, view.fileName});
-  if (before.here != view.here || before.damagedHere != view.damagedHere) {
+  const FileContent here = readLocal({view.object, view.fileName}).file;
+  if (here.isKnown() ? !here.looksLike(view.file) : view.file.isKnown()) {
     report(context, item, L"kept", L"it is being changed; try again");
     return tally.failed();
   }
@@ -135,8 +130,7 @@ void fetchItem(Context& context, const ItemView& view, const Arguments& argument
     return tally.failed();
   }
   unsigned long result = 0;
-  const ScopedTransferConditions scope(get_ActivePrj().GetOndrathProjectUuid(),
-                                       {{view.fileName, contentOf(file), view.revision}});
+  const ScopedTransferConditions scope(get_ActivePrj().GetOndrathProjectUuid(), {{view.fileName, here, view.revision}});
   const ItemView now = bring(view, result);
   if (result != ERROR_SUCCESS) {
     report(context, item, L"not fetched", failureText(result));
