@@ -1,14 +1,16 @@
 #include "workstation/program/PushPlan.h"
 
 #include "host/Locking.h"
+#include "host/Project.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/objects/ObjectNames.h"
 #include "workstation/program/Arguments.h"
+#include "workstation/program/Context.h"
 #include "workstation/program/Objects.h"
-#include "workstation/program/StoredContent.h"
+#include "workstation/store/CloudStore.h"
 
 namespace workstation::program {
 
@@ -33,7 +35,7 @@ PushDecision decideByLock(const ItemView& view, PushStep step) {
   return {step, {}};
 }
 
-PushDecision decideMissing(const ItemView& view, const PushChoice& choice) {
+PushDecision decideMissing(const ItemView& view, const PushChoice& choice, const std::optional<PushDecision>& forAll) {
   if (!view.store) {
     return choice.named ? refuse(L"there is no such item here or in the store") : PushDecision{PushStep::Nothing, {}};
   }
@@ -44,7 +46,7 @@ PushDecision decideMissing(const ItemView& view, const PushChoice& choice) {
     return choice.named ? refuse(reason) : PushDecision{PushStep::Leave, reason};
   }
   if (view.state != ObjectState::RemovedHere) return refuse(stateReason(view.state));
-  return decideByLock(view, PushStep::Delete);
+  return forAll ? *forAll : decideByLock(view, PushStep::Delete);
 }
 
 /// What is wrong with the file here, read whole for an object; empty when nothing is. A damaged version must not
@@ -70,11 +72,24 @@ PushDecision decideToSend(const ItemView& view) {
 
 }  // namespace
 
-PushDecision decidePush(const ItemView& view, const PushChoice& choice, const PushFile& file) {
+std::optional<PushDecision> refusalForAll(Context& context) {
+  const std::wstring project = get_ActivePrj().GetOndrathProjectUuid();
+  const CloudStatus status = context.store().mayChange(context.actor(), project);
+  if (status == kStoreOk) return std::nullopt;
+  std::wstring reason = CloudStore::lastText();
+  if (status == kStoreLocked) return PushDecision{PushStep::RefuseLocked, std::move(reason)};
+  StoreProject found;
+  const bool isViewer = context.store().project(context.actor(), project, found) == kStoreOk && !found.archived &&
+                        found.role == StoreRole::Viewer;
+  return refuse(isViewer ? L"you are a viewer in this project" : std::move(reason));
+}
+
+PushDecision decidePush(const ItemView& view, const PushChoice& choice, const PushFile& file,
+                        const std::optional<PushDecision>& forAll) {
   if (file.hasTwin) return refuse(L"two files here differ only in letter case");
   if (view.damagedHere) return refuse(L"the file here is damaged");
   if (!view.here && !file.path.empty()) return refuse(L"the file here can't be read");
-  if (!view.here) return decideMissing(view, choice);
+  if (!view.here) return decideMissing(view, choice, forAll);
   if (file.path.empty()) return refuse(L"the filter of uploads keeps it out");
   if (view.state == ObjectState::InStep) return {PushStep::Nothing, {}};
   // Nobody worked on it here: what happened in the store is a matter of fetching.
@@ -90,7 +105,7 @@ PushDecision decidePush(const ItemView& view, const PushChoice& choice, const Pu
   const bool isBehind = view.state == ObjectState::NewerInStore || view.state == ObjectState::ChangedOnBoth;
   const bool wouldRevive = view.state == ObjectState::RemovedFromStore && !choice.named;
   if (isBehind || wouldRevive) return refuse(stateReason(view.state));
-  return decideToSend(view);
+  return forAll ? *forAll : decideToSend(view);
 }
 
 }  // namespace workstation::program

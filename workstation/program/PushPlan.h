@@ -2,10 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace workstation::program {
 
+class Context;
 struct ItemView;
 
 enum class PushStep : std::uint8_t {
@@ -33,7 +35,13 @@ struct PushFile {
   bool hasTwin = false;  ///< another file here has the same name but for letter case
 };
 
+/// What stands against every change of the open project in the store: this user's role, or somebody else's lock of the
+/// project. Nothing when nothing does. To be asked once, before anything is judged.
+std::optional<PushDecision> refusalForAll(Context& context);
+
 /// The one place where it is decided what goes: nothing is sent that was not looked at here, down to its content.
-PushDecision decidePush(const ItemView& view, const PushChoice& choice, const PushFile& file);
+/// @param forAll  of refusalForAll()
+PushDecision decidePush(const ItemView& view, const PushChoice& choice, const PushFile& file,
+                        const std::optional<PushDecision>& forAll);
 
 }  // namespace workstation::program

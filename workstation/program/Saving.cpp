@@ -12,6 +12,7 @@
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/program/ChangesSnapshot.h"
 #include "workstation/program/Context.h"
+#include "workstation/program/PushPlan.h"
 #include "workstation/program/Repacking.h"
 #include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
@@ -181,6 +182,10 @@ void saveItem(Context& context, const ItemView& view, bool force, SyncBase& base
     bases.put(view.fileName, {*view.here, *view.store});
     report(context, item, L"in step", L"nothing to save", &view);
     return tally.done();
+  }
+  if (const auto refusal = refusalForAll(context)) {
+    report(context, item, L"refused", refusal->reason);
+    return refusal->step == PushStep::RefuseLocked ? tally.locked() : tally.failed();
   }
   if (context.options().dryRun) {
     report(context, item, L"would be saved", stateName(view.state), &view);

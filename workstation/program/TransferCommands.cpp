@@ -12,6 +12,7 @@
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/Objects.h"
+#include "workstation/program/PushPlan.h"
 #include "workstation/program/Saving.h"
 #include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
@@ -174,7 +175,7 @@ std::wstring objection(const ItemView& view, bool force) {
   return seen || force ? L"" : L"the store has a version that was not fetched; fetch it, or remove --force";
 }
 
-void removeItem(const Context& context, const ItemView& view, bool force, SyncBase& bases, Tally& tally) {
+void removeItem(Context& context, const ItemView& view, bool force, SyncBase& bases, Tally& tally) {
   const std::wstring item = view.label();
   FileLockInfo info;
   IZepFileLockingManager& locks = getFileLockingManager();
@@ -186,6 +187,10 @@ void removeItem(const Context& context, const ItemView& view, bool force, SyncBa
   if (const std::wstring reason = objection(view, force); !reason.empty()) {
     report(context, item, L"refused", reason);
     return tally.failed();
+  }
+  if (const auto refusal = refusalForAll(context)) {
+    report(context, item, L"refused", refusal->reason);
+    return refusal->step == PushStep::RefuseLocked ? tally.locked() : tally.failed();
   }
   if (context.options().dryRun) {
     report(context, item, L"would be removed", L"the copy here would go to the trash");

@@ -244,6 +244,8 @@ class WORKSTATION_API CloudStore {
   CloudStatus putFiles(const StoreActor& actor, const std::wstring& project, const std::vector<FilePut>& files,
                        std::vector<CloudStatus>& statuses, const StoreProgress& progress = {},
                        std::vector<std::int64_t>* revisions = nullptr);
+  /// Whether the actor may put and delete files now, by role and by locks of the project.
+  CloudStatus mayChange(const StoreActor& actor, const std::wstring& project);
   CloudStatus findFile(const StoreActor& actor, const std::wstring& project, const std::wstring& name, StoredFile& out);
   /// @param classes  bits of classBit
   CloudStatus files(const StoreActor& actor, const std::wstring& project, unsigned classes,

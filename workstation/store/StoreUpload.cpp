@@ -216,6 +216,14 @@ void requireObjectFree(Connection& connection, const StoreActor& actor, const st
   }
 }
 
+CloudStatus CloudStore::mayChange(const StoreActor& actor, const std::wstring& project) {
+  return answerOf([&] {
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    requireRole(*lease, actor, project, StoreRole::Editor);
+    requireProjectUnlocked(*lease, actor, project);
+  });
+}
+
 CloudStatus CloudStore::putFiles(const StoreActor& actor, const std::wstring& project,
                                  const std::vector<FilePut>& files, std::vector<CloudStatus>& statuses,
                                  const StoreProgress& progress, std::vector<std::int64_t>* revisions) {
