@@ -113,7 +113,7 @@ TEST(SharedWork, OfTwoSavesAtOnceOneIsToldThatItCameTooLate) {
     ASSERT_NE(runs[0].exitCode == 0, runs[1].exitCode == 0) << runs[0].out << runs[1].out;
     const int loser = runs[0].exitCode == 0 ? 1 : 0;
     EXPECT_THAT(runs[loser].out, testing::AnyOf(HasSubstr("saved meanwhile by " + users[1 - loser]),
-                                                HasSubstr("refused (here and in the store")));
+                                                HasSubstr("refused (changed here and in the store")));
     office.must(users[loser], {"fetch", "--force", "list.txt"});
     EXPECT_EQ(contentOf(office.project(users[loser]) / "list.txt"), users[1 - loser] + std::string(round, '.'));
   }
