@@ -147,6 +147,24 @@ TEST(Sync, WhoMayNotSendIsToldWhyForEachItemAndAskedNothing) {
   EXPECT_THAT(run.err, Not(HasSubstr("try again")));
 }
 
+TEST(Sync, AnObjectThatOnlyLooksLikeTheStoresIsReadWhole) {
+  Office office;
+  office.found({"anna", "ben"});
+  office.share("anna", "content");
+  office.must("ben", {"sync"});
+  const auto here = office.project("ben") / "tb000001.zdw";
+  for (const char* packing : {"compress", "expand"}) {
+    office.must("ben", {packing, "tb1"});
+    EXPECT_THAT(office.must("ben", {"status", "tb1"}), HasSubstr("in step")) << packing;
+  }
+  std::filesystem::resize_file(here, std::filesystem::file_size(here) - 1);
+  const ProgramRun run = office.run("ben", {"sync"});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_THAT(run.out, HasSubstr("tb1: kept (the file here is damaged"));
+  office.must("ben", {"fetch", "--force", "tb1"});
+  EXPECT_EQ(contentOf(here), contentOf(office.project("anna") / "tb000001.zdw"));
+}
+
 TEST(Sync, AnObjectWhoseStoredHeaderIsGoneIsToldAndHidesNoOther) {
   Office office;
   office.found({"anna", "ben"});
