@@ -16,12 +16,12 @@ constexpr const wchar_t* kSyncPrjDir = L"Quorvel::FileAccess::WGO_syncPrjDir";
 
 /// Puts together what a synchronisation leaves out.
 /// @return false when the user's filter file switched the project's synchronisation off
-bool buildFilter(int mode, WGO_FileFilter& filter) {
+bool buildFilter(const PRJ& prj, int mode, WGO_FileFilter& filter) {
   AddPrjDirFilter_BaseRules(filter);
   AddPrjDirFilter_InternalFiles(filter);
   AddPrjDirFilter_UserFiles(filter);
   filter.ExcludeFileExact(L"PrjAtt.dat");
-  if (!ApplySyncFilterExcludes(currentProjectDirectory().c_str(), filter)) return false;
+  if (!ApplySyncFilterExcludes(prj.GetDirectoryName(), filter)) return false;
   if (mode == eWGOPrjSyncMode_Full || mode == eWGOPrjSyncMode_FullBackup) return true;
   WGO_AddPrjDirFilter_ExcludeTBPlanFiles(filter);
   AddPrjDirFilter_ResourceFiles(filter);
@@ -34,7 +34,7 @@ long synchronise(const PRJ& prj, int mode) {
   // it the user's file can forbid the synchronisation. The directory's name is not handed on either, and none that ends
   // in ".backup" is ever made.
   WGO_FileFilter filter;
-  if (!buildFilter(mode, filter)) {
+  if (!buildFilter(prj, mode, filter)) {
     lfperrC(L"%s: the filter file of \"%s\" switches its synchronisation off\n", kSyncPrjDir, prj.GetDirectoryName());
     return static_cast<long>(kNoSyncDone);
   }

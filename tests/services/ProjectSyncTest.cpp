@@ -51,6 +51,9 @@ TEST_F(ProjectSync, EachModeDoesItsWorkAndAimsBack) {
     EXPECT_STREQ(transfer.getProjectName(), L"other.prj");
     EXPECT_EQ(transfer.getServerName(), host);
   }
+  cloud.onLoad = [](const std::wstring&) {};
+  cloud.script("Login", {zephor_test::kRefused});
+  EXPECT_EQ(WGO_syncPrjDir(project, eWGOPrjSyncMode_Full), 0x20B10001) << "its own filter file counts, not the other's";
   PRJ local = localPrj();
   EXPECT_EQ(WGO_syncPrjDir(local, eWGOPrjSyncMode_Full), 0x20B10001);
   EXPECT_TRUE(desk.hasErrorLine(L"WGO_syncPrjDir: eSyncMode == eWGOPrjSyncMode_NoWork"));
