@@ -1,22 +1,10 @@
 #include "cloud/CloudCall.h"
 #include "host/System.h"
-#include "platform/Text.h"
 #include "services/ServedProject.h"
 #include "services/TransferAim.h"
 #include "zephor/Workgroup.h"
 
 namespace Quorvel::FileAccess {
-namespace {
-
-/// Name under which a server is set up anew. The transfer object knows a server that it was initialised with by its
-/// address alone: several accounts may share one, and a plain directory has none.
-std::wstring registeredName(const std::wstring& workgroupServer, const std::wstring& host) {
-  const CServerProperties properties(workgroupServer);
-  const bool isServer = !properties.hostName.empty() || !properties.baseDirectory.empty();
-  return isServer && platform::equalsIgnoreCase(properties.hostName, host) ? workgroupServer : host;
-}
-
-}  // namespace
 
 CScopedPrjSettings::CScopedPrjSettings(const wchar_t* host, const wchar_t* project) {
   push(host, project);

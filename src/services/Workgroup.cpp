@@ -108,6 +108,11 @@ void aimTransferAt(const std::wstring& host, const std::wstring& projectDirector
   getInetFileManager().setProjectName(projectDirectory.c_str(), false);
 }
 
+std::wstring registeredName(const std::wstring& workgroupServer, const std::wstring& host) {
+  const bool isServer = !host.empty() && platform::equalsIgnoreCase(CServerProperties(workgroupServer).hostName, host);
+  return isServer ? workgroupServer : host;
+}
+
 bool WGO_initWorkgroup(const wchar_t* host) {
   const std::lock_guard<std::recursive_mutex> lock(serviceLock());
   std::array<wchar_t, kPathCharacters> program{};
@@ -139,12 +144,13 @@ int WGO_InitForProjectOpen(const PRJ& prj) {
       return static_cast<int>(kNoCloudLogin);
     }
   }
+  const std::wstring oldServer = ZSYST_getCurrentWorkgroupServer();
   std::wstring oldHost;
   std::wstring oldProjectDirectory;
   if (WGO_FullInitWorkgroup(prj.host, prj.GetDirectoryName(), oldHost, oldProjectDirectory)) return 0;
   // Also when the server was taken and only the project refused: the project that is open goes on.
-  ZSYST_setCurrentWorkgroupServer(oldHost);
-  aimTransferAt(oldHost, oldProjectDirectory);
+  aimTransferAt(registeredName(oldServer, oldHost), oldProjectDirectory);
+  ZSYST_setCurrentWorkgroupServer(oldServer);
   lfperrC(L"\n\n%s: init workgroup: can not open project %s::%s\n\n", kFunction, prj.host, prj.GetDirectoryName());
   return kWorkgroupInitFailed;
 }

@@ -65,22 +65,24 @@ TEST_F(Workgroup, ARefusedOpenChangesNothingAndTellsWhy) {
     EXPECT_THAT(traced, testing::HasSubstr(platform::toUtf8(console)));
     EXPECT_EQ(aim(), atHome);
   }
-  ZSYST_setCurrentWorkgroupServer(L"");
+  ZSYST_setCurrentWorkgroupServer(L"account");
   getInetFileManager().setServerName(L"");
   PRJ nameless = prj();
   nameless.directoryName[0] = L'\0';
   EXPECT_EQ(WGO_InitForProjectOpen(nameless), -20);
-  EXPECT_EQ(aim(), L"|" + uuid + L".prj|") << "not at the server that was taken";
+  EXPECT_EQ(aim(), L"|" + uuid + L".prj|account") << "not at the server that was taken";
 }
 
 TEST_F(Workgroup, AProjectMayLagThreeReleases) {
   PRJ project = prj();
   const int release = get_InternMainRelease();
-  for (const auto& [lag, valid] : {std::pair(0, true), std::pair(3, true), std::pair(4, false), std::pair(-1, false)}) {
+  for (const auto& [lag, refusal] : {std::pair(0, L""), {3, L""}, {4, L"too old"}, {-1, L"a newer release"}}) {
     project.mainRelease = static_cast<std::uint8_t>(release - lag);
-    EXPECT_EQ(WGO_isValidProjectVersion(project, false, lag < 0), valid) << lag;
+    const std::size_t shown = ui().boxes().size();
+    EXPECT_EQ(WGO_isValidProjectVersion(project, false, lag < 0), *refusal == L'\0') << lag;
+    EXPECT_EQ(ui().boxes().size() - shown, lag < 0 ? 1U : 0U);
+    EXPECT_TRUE(desk.hasErrorLine(refusal)) << lag;
   }
-  ASSERT_EQ(ui().boxes().size(), 1U);
   EXPECT_EQ(ui().boxes()[0].style, 0x10040U);
   EXPECT_TRUE(desk.hasErrorLine(L"WGO_isValidProjectVersion: " + ui().boxes()[0].text + L" - " + uuid));
   EXPECT_TRUE(WGO_isValidProjectVersion(localPrj(), false, true));
