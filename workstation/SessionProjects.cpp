@@ -106,7 +106,7 @@ int ownerNumber(const PRJ& prj) {
   const std::shared_ptr<CloudStore> store = currentStore(status, ignored);
   if (store == nullptr) return 0;
   const CloudUser owner = store->memberByNumber(prj.GetOndrathProjectUuid(), kOwnerNumber);
-  return owner.uuid.empty() ? 0 : numberIn(projectUsers(prj), owner.uuid).value_or(kOwnerNumber);
+  return owner.uuid.empty() ? 0 : numberOf(projectUsers(prj), owner.uuid, kOwnerNumber);
 }
 
 PRJ newDescriptor(const FoundProject& project) {

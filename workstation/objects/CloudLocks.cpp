@@ -39,7 +39,7 @@ FileLockInfo infoOf(const ObjectLock& lock, const std::vector<QuorvelUser>& user
   FileLockInfo info;
   info.objectType = objectTypeOfFileType(lock.objectType);
   info.objectNumber = lock.number;
-  info.userNumber = numberIn(users, lock.holder.uuid).value_or(lock.memberNumber);
+  info.userNumber = numberOf(users, lock.holder.uuid, lock.memberNumber);
   info.userName = lock.holder.name;
   info.workstation = lock.workstationName;
   info.time = lockTimeText(lock.since);

@@ -43,8 +43,8 @@ ExitCode users(Context& context) {
                {"openAt", L"OPEN AT"}});
   for (const CloudProjectMember& member : members) {
     const auto listed = numberIn(list, member.uuid);
-    const int number = listed ? *listed : context.store().memberNumber(uuid, member.uuid);
-    table.row({member.name, member.email, roleName(static_cast<StoreRole>(member.role)), std::int64_t{number},
+    const Value number = listed ? Value(std::int64_t{*listed}) : Value();
+    table.row({member.name, member.email, roleName(static_cast<StoreRole>(member.role)), number,
                member.uuid == identity().user.uuid, placesOf(member.uuid, sessions)});
   }
   table.print(context.output());

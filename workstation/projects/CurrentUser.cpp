@@ -18,6 +18,9 @@ namespace workstation {
 namespace {
 
 constexpr int kNobodyKnown = 1;
+constexpr int kOwnerNumber = 2;
+/// A list counts upwards from the owner; what is higher is none of its numbers.
+constexpr int kBeyondLists = 900'000'000;
 
 /// Users of a project as the library loaded them; empty when it loaded those of another one.
 std::vector<QuorvelUser> loadedUsers(const std::wstring& projectDirectory) {
@@ -66,13 +69,26 @@ std::optional<int> numberIn(const std::vector<QuorvelUser>& users, const std::ws
   return user != nullptr ? std::optional<int>(user->number) : std::nullopt;
 }
 
+int numberOf(const std::vector<QuorvelUser>& users, const std::wstring& uuid, int storeNumber) {
+  if (const QuorvelUser* user = findByUuid(users, uuid)) return user->number;
+  const bool isFree =
+      std::none_of(users.begin(), users.end(), [=](const QuorvelUser& user) { return user.number == storeNumber; });
+  if (users.empty() || (isFree && storeNumber == kOwnerNumber)) return storeNumber;
+  int highest = kOwnerNumber;
+  for (const QuorvelUser& user : users) {
+    if (user.number < kBeyondLists) highest = std::max(highest, user.number);
+  }
+  const bool isSelf = platform::equalsIgnoreCase(uuid, hostState().identity.user.uuid);
+  return highest + 1 + (isSelf ? 0 : storeNumber);
+}
+
 int currentUserNumber(const PRJ& prj) {
   const std::wstring uuid = hostState().identity.user.uuid;
   const std::vector<QuorvelUser> users = projectUsers(prj);
   if (const QuorvelUser* user = findByUuid(users, uuid)) return user->number;
   const std::shared_ptr<CloudStore> store = storeOf(prj);
   const int number = store != nullptr ? store->memberNumber(prj.GetOndrathProjectUuid(), uuid) : 0;
-  return number > 0 ? number : kNobodyKnown;
+  return number > 0 ? numberOf(users, uuid, number) : kNobodyKnown;
 }
 
 }  // namespace workstation
@@ -120,12 +136,12 @@ std::wstring lz_GetUserNameFromUserId(int number) {
     if (!first.empty() && !last.empty()) return first + L" " + last;
     if (!first.empty() || !last.empty()) return first + last;
   }
-  // Cloud members have no name in the list; the store knows what they are called.
+  // Cloud members have no name in the list; the store knows what they are called, by numbers of its own.
   if (const std::shared_ptr<workstation::CloudStore> store = workstation::storeOf(prj)) {
     CloudUser user;
     if (known != users.end()) {
       store->findUser(textOf(known->uuid), user);
-    } else {
+    } else if (users.empty()) {
       user = store->memberByNumber(prj.GetOndrathProjectUuid(), number);
     }
     if (!user.uuid.empty() && !user.name.empty()) return user.name;

@@ -107,7 +107,14 @@ TEST_F(OpenProject, KnowsItsUsersByTheirListAndOtherwiseByTheStore) {
   wcscpy(other.lastName, L"Listed");
   const std::wstring directory = workstation_.projectPath(L"Net");
   ASSERT_EQ(ldirmkc(directory), 0);
+  for (const auto& [taken, free] : {std::pair(5, 2), std::pair(2, 3)}) {
+    other.number = taken;
+    ASSERT_EQ(lzWriteAllUsers_fromVector_to_Path({other}, directory), 0);
+    EXPECT_EQ(lzbnum(), free) << "not another's";
+  }
+  other.number = 5;
   ASSERT_EQ(lzWriteAllUsers_fromVector_to_Path({own, other}, directory), 0);
+  EXPECT_EQ(lz_GetUserNameFromUserId(3), L"#3") << "the store's numbers are not the list's";
   EXPECT_EQ(lzbnum(), 17);
   EXPECT_EQ(lzbext(), L"u017");
   ASSERT_TRUE(lz_uInitRAW(directory, own));
