@@ -20,9 +20,8 @@ namespace {
 /// Files that wait for their names together, so that one sync serves them all.
 constexpr std::size_t kGroup = 512;
 constexpr std::size_t kSyncSingly = 4;
-/// Copies go on while a group gets its names.
-constexpr std::size_t kMostWaiting = 2 * kGroup;
-constexpr unsigned kMostThreads = 4;
+/// Made of the store's members: what the library added to it here, it adds again to the one that comes.
+constexpr const wchar_t* kUserList = L"Net\\user.cfg";
 
 /// Into the project's own "Backup", whatever directory the file is in: those below "BIM" end with the next full load.
 bool copyToBackup(const std::wstring& root, const LocalPlace& place) {
@@ -200,6 +199,7 @@ bool BulkDownload::isWanted(const LocalPlace& place, const StoredFile& file) {
     return false;
   }
   if (record_ == nullptr || road_ == Road::Named) return true;
+  if (platform::equalsIgnoreCase(file.name, kUserList)) return true;
   const bool mayKeep = road_ == Road::News && record_->isWhole();
   switch (loadVerdict(here, stored, seen, mayKeep)) {
     case LoadVerdict::Bring:
