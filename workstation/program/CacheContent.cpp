@@ -29,7 +29,7 @@ using Stored = std::map<std::wstring, StoredFile>;  // by name in lower case
 
 /// True for what another workstation makes for itself.
 bool isOwnFile(const std::wstring& name) {
-  return isPrivateFile(name) || isUserList(name) || platform::equalsIgnoreCase(name, L"WGO_SyncFilter.xml");
+  return isPrivateFile(name) || platform::equalsIgnoreCase(name, L"WGO_SyncFilter.xml");
 }
 
 bool isObjectFile(const std::wstring& name) {

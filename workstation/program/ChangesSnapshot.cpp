@@ -166,9 +166,11 @@ ProjectLook lookAtProject() {
     throw CommandFailure{ExitCode::Failure,
                          L"the project's directory " + look.directory + L" can't be read to its end"};
   }
-  std::erase_if(look.now, [&](const auto& file) { return isPrivateFile(nameInProject(look, file.first)); });
+  const auto isPrivate = [&](const auto& file) { return isPrivateFile(nameInProject(look, file.first)); };
+  std::erase_if(look.now, isPrivate);
   DirectorySnapshot base;
   look.isFirst = !readBase(look.projectUuid, look.directory, base);
+  std::erase_if(base, isPrivate);
   look.keptCount = base.size();
   if (!look.isFirst) WGO_getDirectoryChanges(base, look.now, look.changes);
   std::erase_if(look.changes, [&](const WGO_FileCompareInfo& change) {

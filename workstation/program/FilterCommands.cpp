@@ -149,7 +149,7 @@ Verdict decide(const Rules& rules, const ProjectPath& path, UploadRoad road) {
     if (!verdict.travels) return verdict;
   }
   if (road != UploadRoad::AllProjectFiles) return verdict;
-  if (isPrivateFile(walked)) return {false, path.components.back(), L"it belongs to this workstation"};
+  if (isPrivateFile(walked)) return {false, path.components.back(), whyPrivate(walked)};
   if (!platform::isSafeRelativeName(walked)) {
     return {false, path.components.back(), L"a name that not every workstation can hold; the store refuses it"};
   }

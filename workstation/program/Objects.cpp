@@ -243,8 +243,13 @@ bool isPrivateKey(std::string_view key) {
   for (const char* const suffix : {".part", ".tmp", ".lck"}) {
     if (key.ends_with(suffix)) return true;
   }
-  // The library makes the latter for itself, empty, wherever a project is entered.
-  return key == "backup" || key == "net\\data.cfg";
+  // The library makes "data.cfg" for itself, empty, wherever a project is entered.
+  return key == "backup" || key == "net\\data.cfg" || key == "net\\user.cfg" || key == "net\\user.cfg.old";
+}
+
+std::wstring whyPrivate(const std::wstring& name) {
+  const bool isUserList = platform::equalsIgnoreCase(name, L"Net\\user.cfg");
+  return isUserList ? L"the project's services keep it in step with the members" : L"it belongs to this workstation";
 }
 
 bool isUserList(const std::wstring& name) {

@@ -54,8 +54,11 @@ std::vector<ItemName> itemArguments(const std::vector<std::string>& arguments);
 ItemName itemOfFile(const std::wstring& fileName);
 std::vector<ItemName> itemsOf(const std::vector<ObjectName>& objects);
 
-/// The host's and the program's own files, which no other workstation has a use for.
+/// The host's and the program's own files, which no other workstation has a use for, and the list of users, which the
+/// library alone sends, brings and mends.
 bool isPrivateFile(const std::wstring& name);
+/// Why such a file does not travel.
+std::wstring whyPrivate(const std::wstring& name);
 /// The same by the name's key (workstation/store/DirectoryScan.h).
 bool isPrivateKey(std::string_view key);
 /// The list of the project's users, which the library alone brings in line with the members in the store, and sends.
