@@ -210,6 +210,8 @@ bool Ondrath_InitWorkgroup(PRJ& prj) {
   if (!after) return false;
   const bool isDue = after->changed || (isUnsent(*folder, run) && mayShare(run, prj));
   const bool isReplaced = isDue && replaceList(*folder, after->users, run, prj);
+  // Left by a run that ended in between: this user's list goes to nobody, and the one that is here is whole.
+  if (!isDue && before && isThere(folder->old)) lfilrmC(folder->old);
   const Users counting = isReplaced ? after->users : before.value_or(Users());
   noteUsers(counting, run, prj);
   if (isReplaced || (run.takesAllMembers && before)) writeRoles(*folder, counting, run, prj);

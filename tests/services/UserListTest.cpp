@@ -162,6 +162,7 @@ TEST_F(UserList, BeforeMembersAfter) {
        "2/5/", 1},
       {"ended with the list moved aside", 1, ">" + kNumbered, "-", kMembers, "", kNumbered, "2/5/6", 1},
       {"ended before it was sent", 1, "+" + kList, kList, kMembers, "", kList, "2/3/4", 1},
+      {"a viewer's run that ended", 0, "+2:ann@:a 3:me@:m", kList, kMembers, "", "2:ann@:a 3:me@:m", "2/3/4", 0},
       {"a new editor", 2, "2:ann@:a 7:bo@:b", kList, kMembers, "", added, "2/3/48", 1},
       {"a new viewer", 0, "2:ann@:a 7:bo@:b", kList, kMembers, "", added, "2/3/48", 0},
       {"a member's other e-mail", 2, "2:x@:a 8:i@:m", kList, kMembers, "", "2:x@:a 8:me@:m", "2/3/48", 1},
