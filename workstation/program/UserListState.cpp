@@ -92,6 +92,9 @@ FileContent listHere() {
 }  // namespace
 
 bool isUserListDue(Context& context) {
+  const PRJ project = get_ActivePrj();
+  const auto record = CacheRecord::of(project.GetOndrathProjectUuid(), project.GetFullProjectPath(true));
+  if (record == nullptr || !record->isWhole()) return false;
   StoredFile stored;
   const ListState now = stateOf(context, stored);
   const NotedStates states;
