@@ -53,7 +53,7 @@ std::vector<ItemName> itemArguments(const std::vector<std::string>& arguments) {
             text + L" names neither an object (tb12, pb3, ze7) nor a file below the project's directory"};
       }
       if (isPrivateFile(item.fileName)) {
-        throw CommandFailure{ExitCode::Usage, text + L" is not sent or fetched by name: " + whyPrivate(item.fileName)};
+        throw CommandFailure{ExitCode::Usage, text + L" is not shared by name: " + whyPrivate(item.fileName)};
       }
     }
     const bool known = std::any_of(items.begin(), items.end(), [&](const auto& other) {

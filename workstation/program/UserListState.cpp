@@ -40,7 +40,8 @@ ListState stateOf(Context& context, StoredFile& stored) {
             [](const StoreMember& a, const StoreMember& b) { return a.user.uuid < b.user.uuid; });
   std::wstring text;
   for (const StoreMember& member : members) {
-    text += member.user.uuid + L'\t' + member.user.email + L'\t' + member.user.name + L'\t' + roleName(member.role) + L'\n';
+    text +=
+        member.user.uuid + L'\t' + member.user.email + L'\t' + member.user.name + L'\t' + roleName(member.role) + L'\n';
   }
   const CloudStatus status = context.store().findFile(context.actor(), project, kList, stored);
   if (status != kStoreNotFound) check(status);
