@@ -275,5 +275,26 @@ TEST(SharedWork, OrdinaryFileTravelsByItsNameBelowTheProject) {
   EXPECT_EQ(contentOf(office.project("ben") / "BIM" / "notes.txt"), "ben's notes");
 }
 
+/// A viewer's list is never sent, so two who join at the same time give themselves the same number.
+TEST(SharedWork, EverybodyKnowsEverybodyByOneNumber) {
+  Office office;
+  office.found({"anna"});
+  for (const auto& [user, role] : {std::pair<std::string, std::string>("ben", "viewer"), {"dan", "editor"}}) {
+    office.must(user, {"init", "--store", office.store().string(), "--name", user, "--email", user + "@example.org"});
+    office.must("anna", {"project", "add", user + "@example.org", "--role", role});
+    office.must(user, {"open", "Library"});
+  }
+  for (const std::string giver : {"dan", "anna"}) {
+    std::ofstream(office.project(giver) / (giver + ".txt")) << "news";
+    office.must(giver, {"save", giver + ".txt"});
+    for (const char* user : {"anna", "dan", "ben"}) office.must(user, {"sync"});
+  }
+  const auto list = [&](const std::string& user) { return contentOf(office.project(user) / "Net" / "user.cfg"); };
+  EXPECT_THAT(list("anna"), HasSubstr("ben@example.org"));
+  EXPECT_EQ(list("ben"), list("anna"));
+  EXPECT_EQ(list("dan"), list("anna"));
+  EXPECT_EQ(office.run("ben", {"fetch", "Net/user.cfg"}).exitCode, 2) << "the services alone keep it";
+}
+
 }  // namespace
 }  // namespace zephor_test
