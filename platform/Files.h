@@ -120,9 +120,10 @@ struct FileStatus {
 };
 PLATFORM_API FileStatus fileStatus(const std::wstring& path);
 
-/// Moves a file or directory into the user's trash (freedesktop.org Trash 1.0). Never deletes: without a trash that takes
-/// it, it stays.
-/// @return 0, or the error; on an error it is still where it was. ERROR_SHARING_VIOLATION when it, or a file below it, is
+/// Moves a file or directory into the user's trash (freedesktop.org Trash 1.0). Never deletes: without a trash that
+/// takes it, it stays.
+/// @return 0, or the error; on an error it is still where it was. ERROR_SHARING_VIOLATION when it, or a file below it,
+/// is
 ///         open for somebody who does not let it be deleted
 PLATFORM_API DWORD moveToTrash(const std::wstring& path);
 

@@ -109,6 +109,26 @@ TEST(Sync, KeepsEveryWorkThatOnlyOneSideHas) {
   EXPECT_EQ(contentOf(anna / "gone.txt"), "ben's own");
 }
 
+TEST(Sync, AnOldCopyThatWasPutBackReplacesNothingNewer) {
+  Office office;
+  office.found({"anna", "ben"});
+  const auto ben = office.project("ben");
+  office.share("anna", "first");
+  office.must("ben", {"sync"});
+  const std::string old = contentOf(ben / "tb000001.zdw");
+  office.must("anna", {"import", office.writeFile("a.dxf", "second").string(), "--into", "tb1"});
+  office.must("anna", {"sync"});
+  office.must("anna", {"unlock", "tb1"});
+  office.must("ben", {"sync"});
+  write(ben / "tb000001.zdw", old);
+  office.must("ben", {"lock", "tb1"});
+  EXPECT_EQ(office.run("ben", {"sync"}).exitCode, 3);
+  EXPECT_EQ(contentOf(ben / "tb000001.zdw"), old);
+  office.must("ben", {"save", "--force", "tb1"});
+  office.must("anna", {"sync"});
+  EXPECT_EQ(office.exported("anna", "tb1"), "first") << "who means it saves it as the newest";
+}
+
 TEST(Sync, APlaceThatNothingMayGoToKeepsOnlyItsOwnFilesBack) {
   Office office;
   office.found({"anna", "ben"});

@@ -2,6 +2,16 @@
 
 namespace workstation::program {
 
+namespace {
+
+/// The counter of an object only rises, also over its wrap; files of other kinds have none.
+bool isOlder(const VersionStamp& here, const VersionStamp& before) {
+  constexpr std::uint32_t kHalfRange = 0x80000000U;
+  return here.version != before.version && before.version - here.version < kHalfRange;
+}
+
+}  // namespace
+
 ObjectState stateOf(const std::optional<VersionStamp>& here, const std::optional<VersionStamp>& store, bool same,
                     const std::optional<SyncPoint>& base) {
   if (!here && !store) return ObjectState::Nowhere;
@@ -18,7 +28,8 @@ ObjectState stateOf(const std::optional<VersionStamp>& here, const std::optional
     const bool changedThere = *store != base->store;
     if (!changedHere && !changedThere) return ObjectState::InStep;
     if (same) return ObjectState::InStep;
-    if (changedHere && changedThere) return ObjectState::ChangedOnBoth;
+    // An old copy that was put back is nobody's new work: sent, it would replace what came after it.
+    if (changedHere && (changedThere || isOlder(*here, base->here))) return ObjectState::ChangedOnBoth;
     return changedHere ? ObjectState::ChangedHere : ObjectState::NewerInStore;
   }
   return same ? ObjectState::InStep : ObjectState::ChangedOnBoth;
@@ -57,8 +68,8 @@ const wchar_t* stateReason(ObjectState state) {
     case ObjectState::NewerInStore:
       return L"somebody saved a newer version; fetch it";
     case ObjectState::ChangedOnBoth:
-      return L"changed here and in the store; zephor fetch --force takes the store's version, zephor save --force "
-             L"yours, and the other one stays in the project's backup directory";
+      return L"neither version came after the other, or an old one was put back here; copy what is here aside (zephor "
+             L"export for an object), then fetch --force";
     case ObjectState::OnlyHere:
       return L"never saved to the store";
     case ObjectState::OnlyInStore:

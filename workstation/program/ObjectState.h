@@ -28,7 +28,7 @@ enum class ObjectState : std::uint8_t {
   InStep,
   ChangedHere,       ///< to be saved
   NewerInStore,      ///< to be fetched
-  ChangedOnBoth,     ///< both changed, or nobody knows since when they differ
+  ChangedOnBoth,     ///< both changed, nobody knows since when they differ, or it is older here than it was in step
   OnlyHere,          ///< never saved
   OnlyInStore,       ///< never fetched
   RemovedFromStore,  ///< was in step once; the copy here is unchanged since
