@@ -14,11 +14,14 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "platform/Attributes.h"
+#include "platform/CheckedRemoval.h"
 #include "platform/DirectoryStream.h"
 #include "platform/Errors.h"
 #include "platform/FileObject.h"
@@ -121,19 +124,26 @@ int writeInfo(const std::string& path, const std::string& text) {
   return error;
 }
 
-int copyTree(const std::string& from, const std::string& to);
+std::string below(const std::string& root, const std::string& name) {
+  return name.empty() ? root : root + '/' + name;
+}
 
-int copyDirectory(const std::string& from, const EntryStatus& source, const std::string& to) {
+/// What was copied, by the names below the root.
+using Copied = std::map<std::string, EntryMark>;
+
+int copyTree(const std::string& root, const std::string& name, const std::string& to, Copied& copied);
+
+int copyDirectory(const std::string& root, const std::string& name, const EntryStatus& source, const std::string& to,
+                  Copied& copied) {
   if (::mkdir(to.c_str(), 0700) != 0) return errno;
-  DirectoryStream stream(from);
+  DirectoryStream stream(below(root, name));
   if (!stream) return stream.error();
   while (const char* entry = stream.next()) {
-    const std::string name = entry;
-    if (name == "." || name == "..") continue;
-    const std::string tail = '/' + name;
-    if (const int error = copyTree(from + tail, to + tail)) return error;
+    const std::string_view child = entry;
+    if (child == "." || child == "..") continue;
+    const std::string childName = name.empty() ? entry : name + '/' + entry;
+    if (const int error = copyTree(root, childName, to + '/' + entry, copied)) return error;
   }
-  // The original goes once it is copied, with what was not listed too.
   if (stream.error() != 0) return stream.error();
   const Descriptor directory(::open(to.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!directory) return errno;
@@ -151,11 +161,15 @@ int copyLink(const std::string& from, const std::string& to) {
 
 /// Copies a file, a link or a directory with all that is in it; what came over before a failure is left to the caller.
 /// @return 0, or errno
-int copyTree(const std::string& from, const std::string& to) {
+int copyTree(const std::string& root, const std::string& name, const std::string& to, Copied& copied) {
+  const std::string from = below(root, name);
   EntryStatus source;
+  // Before anything is read, so that what is written from now on tells.
+  const std::optional<EntryMark> mark = markOf(from);
   if (const int error = readStatus(from, source)) return error;
+  if (mark && (source.isLink() || !source.isDirectory())) copied.insert_or_assign(name, *mark);
   if (source.isLink()) return copyLink(from, to);
-  if (source.isDirectory()) return copyDirectory(from, source, to);
+  if (source.isDirectory()) return copyDirectory(root, name, source, to, copied);
   if (!S_ISREG(source.mode)) return ENOTSUP;
   const Descriptor in(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
   if (!in) return errno;
@@ -167,26 +181,37 @@ int copyTree(const std::string& from, const std::string& to) {
   return out.close() ? 0 : errno;
 }
 
-/// @return 0, or a Windows code
-DWORD removeEntry(const std::string& path) {
-  struct stat status {};
-  if (::lstat(path.c_str(), &status) != 0) return ERROR_SUCCESS;
-  if (S_ISDIR(status.st_mode)) return removeSystemTree(path);
-  return ::unlink(path.c_str()) == 0 ? ERROR_SUCCESS : fromErrno(errno);
+void removeCopy(const std::string& path) {
+  removeChecked(path, [](const std::string&, const EntryMark&) { return true; });
 }
 
-/// The last resort: the original goes only after the whole copy has arrived. What can't be removed then stays, beside
-/// its copy.
-DWORD copyAndRemove(const std::string& from, const std::string& to) {
-  if (const int error = copyTree(from, to)) {
-    removeEntry(to);
-    return fromErrno(error);
+/// The last resort: the original goes only after the whole copy has arrived, and of it what is still as it was copied.
+/// It stands aside meanwhile.
+/// @return 0, or errno
+int copyAndRemove(const std::string& from, const std::string& to, TrashFailure& failure) {
+  std::string aside;
+  int error = EEXIST;
+  for (int number = 1; error == EEXIST && number < kMostNames; ++number) {
+    aside = from + ".to-trash" + (number == 1 ? "" : std::to_string(number));
+    error = renameWithoutReplacing(from, aside);
   }
-  const DWORD error = removeEntry(from);
-  EntryStatus left;
-  const bool isUntouched =
-      error != ERROR_SUCCESS && readStatus(from, left) == 0 && (left.isLink() || !left.isDirectory());
-  if (isUntouched) removeEntry(to);
+  if (error != 0) return error;
+  Copied copied;
+  RemovalResult removal;
+  error = copyTree(aside, {}, to, copied);
+  if (error == 0) {
+    removal = removeChecked(aside, [&copied](const std::string& name, const EntryMark& mark) {
+      const auto found = copied.find(name);
+      return found != copied.end() && found->second == mark;
+    });
+    error = removal.error;
+  }
+  if (error == 0) return 0;
+  const bool isBack = renameWithoutReplacing(aside, from) == 0;
+  failure.isInTrash = removal.removed > 0;
+  if (!failure.isInTrash) removeCopy(to);
+  failure.place = isBack ? from : aside;
+  failure.left = std::move(removal.left);
   return error;
 }
 
@@ -207,10 +232,12 @@ bool isHeld(const std::string& path, const EntryStatus& status) {
 
 enum class Transport { Rename, Copy };
 
-DWORD throwInto(const Trash& trash, const std::string& path, Transport transport) {
+/// @return 0, or errno
+int throwInto(const Trash& trash, const std::string& path, Transport transport, TrashFailure& failure) {
+  failure.trash = trash.directory;
   // Before the trash is made in there.
-  if (trash.directory.starts_with(path + '/')) return ERROR_ACCESS_DENIED;
-  if (const int error = makeTrash(trash.directory)) return fromErrno(error);
+  if (trash.directory.starts_with(path + '/')) return EACCES;
+  if (const int error = makeTrash(trash.directory)) return error;
   const std::string text = infoText(path, trash);
   std::string base = nameOf(path);
   if (base.size() > kLongestBase) {
@@ -225,42 +252,50 @@ DWORD throwInto(const Trash& trash, const std::string& path, Transport transport
     const std::string place = trash.directory + "/files/" + name;
     const int infoError = writeInfo(info, text);
     if (infoError == EEXIST) continue;
-    if (infoError != 0) return fromErrno(infoError);
+    if (infoError != 0) return infoError;
     struct stat status {};
     const bool isTaken = ::lstat(place.c_str(), &status) == 0;  // a file that lost its info
-    const int renameError =
-        transport == Transport::Rename ? renameWithoutReplacing(path, place) : (isTaken ? EEXIST : 0);
-    DWORD error = fromErrno(renameError);
-    if (transport == Transport::Copy && renameError == 0) error = copyAndRemove(path, place);
-    if (error == ERROR_SUCCESS) return ERROR_SUCCESS;
+    int error = isTaken ? EEXIST : 0;
+    if (transport == Transport::Rename) error = renameWithoutReplacing(path, place);
+    const bool isCopying = transport == Transport::Copy && !isTaken;
+    if (isCopying) error = copyAndRemove(path, place, failure);
+    if (error == 0) return 0;
     // A copy that is whole keeps its info, though its original could not be removed.
-    if (transport == Transport::Rename || isTaken || ::lstat(place.c_str(), &status) != 0) ::unlink(info.c_str());
-    if (renameError != EEXIST) return error;
+    if (!isCopying || ::lstat(place.c_str(), &status) != 0) ::unlink(info.c_str());
+    if (isCopying || error != EEXIST) return error;
   }
-  return ERROR_CANNOT_MAKE;
+  return EEXIST;
+}
+
+int throwAway(const std::string& path, TrashFailure& failure) {
+  const Trash home{homeTrash(), {}};
+  int error = ENOENT;
+  if (!home.directory.empty()) error = throwInto(home, path, Transport::Rename, failure);
+  if (error == 0) return 0;
+  for (const Trash& volume : volumeTrashes(path)) {
+    error = throwInto(volume, path, Transport::Rename, failure);
+    if (error == 0) return 0;
+  }
+  if (home.directory.empty()) return error;
+  // Where nothing may be removed a copy is of no use.
+  if (::access(parentOf(path).c_str(), W_OK | X_OK) != 0) return errno;
+  return throwInto(home, path, Transport::Copy, failure);
 }
 
 }  // namespace
 
-DWORD moveToTrash(const std::wstring& path) {
+DWORD moveToTrash(const std::wstring& path, TrashFailure* failure) {
   Location place;
   if (const DWORD error = locate(path.c_str(), place)) return error;
   if (splitPath(path).components.empty()) return ERROR_ACCESS_DENIED;
   EntryStatus status;
   if (const int error = readStatus(place.path, status)) return pathError(error, place.path);
   if (isHeld(place.path, status)) return ERROR_SHARING_VIOLATION;
-  const Trash home{homeTrash(), {}};
-  DWORD error = ERROR_PATH_NOT_FOUND;
-  if (!home.directory.empty()) error = throwInto(home, place.path, Transport::Rename);
-  if (error == ERROR_SUCCESS) return error;
-  for (const Trash& volume : volumeTrashes(place.path)) {
-    error = throwInto(volume, place.path, Transport::Rename);
-    if (error == ERROR_SUCCESS) return error;
-  }
-  if (home.directory.empty()) return error;
-  // Where nothing may be removed a copy is of no use.
-  if (::access(parentOf(place.path).c_str(), W_OK | X_OK) != 0) return fromErrno(errno);
-  return throwInto(home, place.path, Transport::Copy);
+  TrashFailure ignored;
+  TrashFailure& told = failure != nullptr ? *failure : ignored;
+  const int error = throwAway(place.path, told);
+  if (error != 0) told.reason = error == EBUSY ? "it was written meanwhile" : std::generic_category().message(error);
+  return fromErrno(error);
 }
 
 }  // namespace platform

@@ -1,9 +1,11 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 
 #include <ctime>
+#include <thread>
 
 #include "TemporaryDirectory.h"
 #include "platform/Files.h"
@@ -90,6 +92,21 @@ TEST_F(TrashTest, AFileOfAnotherVolumeGoesToTheTrashThereOrElseIsCopiedHome) {
   EXPECT_EQ(fs::read_symlink(root() / "data/Trash/files/tree/link"), "nowhere");
   EXPECT_TRUE(exists("data/Trash/info/tree.trashinfo"));
   EXPECT_FALSE(exists("volume/dir/tree"));
+
+  const std::string large(32U << 20U, 'x');
+  for (const char* name : {"1", "written", "3"}) write(std::string("volume/dir/tree/") + name, large);
+  std::thread writer([&, file = open((volume / "dir/tree/written").c_str(), O_WRONLY)] {
+    for (int i = 0; exists("volume/dir/tree/1") || exists("volume/dir/tree.to-trash/1"); ++i) {
+      EXPECT_EQ(pwrite(file, &i, sizeof i, 0), static_cast<ssize_t>(sizeof i));
+    }
+    close(file);
+  });
+  platform::TrashFailure failure;
+  EXPECT_EQ(platform::moveToTrash(path(L"volume\\dir\\tree"), &failure), ERROR_SHARING_VIOLATION);
+  writer.join();
+  EXPECT_TRUE(failure.isInTrash);
+  EXPECT_EQ(failure.left, std::vector<std::string>{"written"});
+  EXPECT_TRUE(exists("volume/dir/tree/written") && !exists("volume/dir/tree/3"));
 
   write("volume/file");
   useDataHome((volume / "file").string());
