@@ -65,6 +65,8 @@ WORKSTATION_API bool openCache(const std::wstring& uuid, std::wstring& error);
 WORKSTATION_API std::shared_ptr<void> takeProjectAlone(std::wstring& error);
 /// UUID of a project of the store that this user is a member of, as openProject finds it.
 WORKSTATION_API bool findProjectUuid(const std::wstring& nameOrUuid, std::wstring& uuid, std::wstring& error);
+/// Whether this names the project that was open last. The store is not asked.
+WORKSTATION_API bool isLastProject(const std::wstring& nameOrUuid);
 /// Opens what was open last. @return false with an empty text when there is none
 WORKSTATION_API bool reopenLastProject(std::wstring& error);
 /// Closes the project, with all that is open of it in the core.

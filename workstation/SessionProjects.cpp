@@ -173,6 +173,22 @@ bool markOpen(const std::wstring& uuid, std::wstring& error) {
   return true;
 }
 
+/// For who can't open a project, of which files lie here all the same.
+void tellOfCache(const std::wstring& nameOrUuid, std::wstring& error) {
+  std::vector<ProjectReference> places = settings()->recentProjects;
+  places.push_back(settings()->lastProject);
+  std::wstring uuid = nameOrUuid;
+  for (const ProjectReference& place : places) {
+    if (place.name == nameOrUuid) uuid = place.directoryName;
+  }
+  std::wstring directory;
+  const bool isHere = isSafeDirectoryName(uuid) && make_prj_dir(PRJ({}, {}, uuid, uuid, true), directory) == 0 &&
+                      platform::fileStatus(directory).isDirectory;
+  if (!isHere) return;
+  error += platform::formatWide(L"\nIts files are still here, in %s; zephor cache remove --project %s takes them away",
+                                platform::fromUtf8(platform::systemPath(directory)), uuid);
+}
+
 bool makeDirectories(const PRJ& prj, std::wstring& directory, std::wstring& error) {
   if (make_prj_dir(prj, directory) != 0) {
     error = platform::formatWide(L"\"%s\": expected a UUID that names one directory", textOf(prj.directoryName));
@@ -206,6 +222,7 @@ bool openProject(const std::wstring& nameOrUuid, std::wstring& error) {
   FoundProject found;
   if (nameOrUuid.empty() || !findProject(nameOrUuid, found, error)) {
     if (nameOrUuid.empty()) error = L"Expected the name or the UUID of a project.";
+    if (!nameOrUuid.empty()) tellOfCache(nameOrUuid, error);
     return false;
   }
   if (!isSafeDirectoryName(found.uuid)) {
@@ -215,7 +232,10 @@ bool openProject(const std::wstring& nameOrUuid, std::wstring& error) {
   if (!markOpen(found.uuid, error)) return false;
   PRJ prj = newDescriptor(found);
   std::wstring directory;
-  if (!makeDirectories(prj, directory, error) || !ensureDescriptor(directory, prj, error)) return false;
+  if (!makeDirectories(prj, directory, error) || !ensureDescriptor(directory, prj, error)) {
+    tellOfCache(found.uuid, error);
+    return false;
+  }
   if (!noteAsLast(prj, error)) return false;
   set_ActivePrj(prj);
   noteOpenProject(prj.GetOndrathProjectUuid());
@@ -262,6 +282,12 @@ bool findProjectUuid(const std::wstring& nameOrUuid, std::wstring& uuid, std::ws
   if (!findProject(nameOrUuid, found, error)) return false;
   uuid = found.uuid;
   return true;
+}
+
+bool isLastProject(const std::wstring& nameOrUuid) {
+  const ProjectReference last = settings()->lastProject;
+  return last.isSet() &&
+         (isNamedBy({{}, {}, last.directoryName, last.name}, nameOrUuid) || nameOrUuid.ends_with(L'/' + last.name));
 }
 
 bool reopenLastProject(std::wstring& error) {

@@ -47,20 +47,24 @@ TEST_F(Leave, TellsWhatIsUnsentAndLockedAndTakesNothingOfItAwayUnasked) {
   office_.must("anna", {"import", office_.writeFile("b.dxf", "b").string()});
   std::ofstream(project / "notes.txt") << "changed";
   std::ofstream(project / "WGO_SyncFilter.xml") << "   <file exclude = \"*.sketch\" activated = \"1\">\n";
-  for (const char* name : {"own.sketch", "Backup/tb000001.zdw", "design/Backup/old.txt"}) {
+  for (const char* name : {"own.sketch", "a.tmp", "Backup/tb000001.zdw", "design/Backup/old.txt"}) {
     fs::create_directories((project / name).parent_path());
     std::ofstream(project / name) << "work";
   }
   const ProgramRun closed = office_.run("anna", {"close"});
   EXPECT_EQ(closed.exitCode, 0);
-  EXPECT_THAT(closed.err, AllOf(HasSubstr("5 items here are not in the store"), HasSubstr("the locks of tb1")));
+  EXPECT_THAT(closed.err, AllOf(HasSubstr("4 items here are not in the store"), HasSubstr("the locks of tb1")));
   office_.must("anna", {"open", "Library"});
   const auto before = treeOf(project);
   const ProgramRun refused = remove("anna");
   EXPECT_EQ(refused.exitCode, 1);
   EXPECT_THAT(refused.out, AllOf(HasSubstr("tb2: not sent"), HasSubstr("notes.txt: not sent"), Not(HasSubstr("tb1:")),
-                                 HasSubstr("own.sketch: not sent"), HasSubstr("Backup\\tb000001.zdw: not sent"),
-                                 HasSubstr("design\\Backup\\old.txt: not sent")));
+                                 HasSubstr("own.sketch: not sent"), HasSubstr("a.tmp: not sent")));
+  EXPECT_THAT(refused.err, HasSubstr("2 backup copies"));
+  EXPECT_THAT(office_.must("anna", {"-v", "cache", "info"}),
+              AllOf(HasSubstr("Backup\\tb000001.zdw: not sent"), HasSubstr("design\\Backup\\old.txt: not sent")));
+  EXPECT_EQ(office_.run("anna", {"--project", "Other", "close"}).exitCode, 1);
+  EXPECT_EQ(office_.run("anna", {"-n", "open", "Nope"}).exitCode, 1);
   office_.must("anna", {"-n", "cache", "remove", "--force"});
   EXPECT_EQ(treeOf(project), before);
 }
@@ -79,7 +83,8 @@ TEST_F(Leave, WithoutATrashOnlyWhoAsksForItLosesTheDirectoryForGood) {
   std::ofstream(office_.path("anna-desktop")) << "nor here";
   std::ofstream(project / "mine.txt") << "mine";
   const auto before = treeOf(project);
-  EXPECT_THAT(remove("anna", {"--force"}).err, HasSubstr("can't be moved to the trash, and stays"));
+  EXPECT_THAT(remove("anna", {"--force"}).err,
+              AllOf(HasSubstr("-desktop/Trash, and stays"), HasSubstr("Not a directory")));
   EXPECT_EQ(remove("anna", {"--permanently"}).exitCode, 1) << "not what was never sent";
   EXPECT_EQ(treeOf(project), before);
   EXPECT_THAT(office_.must("anna", {"status", "tb1"}), HasSubstr("in step")) << "what was remembered is still known";

@@ -1,9 +1,12 @@
 // cache info|remove: the project's files on this workstation.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <system_error>
 
 #include "host/Project.h"
+#include "platform/CheckedRemoval.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -34,17 +37,29 @@ std::vector<Field> fieldsOf(const std::wstring& project, const CacheContent& con
 }
 
 void reportUnsent(const Context& context, const CacheContent& content) {
-  for (const auto& unsent : content.unsent) report(context, unsent.item, L"not sent", unsent.reason);
+  const bool tellsAll = context.output().json() || context.options().verbosity > 0;
+  for (const auto& unsent : content.unsent) {
+    if (tellsAll || !unsent.isBackup) report(context, unsent.item, L"not sent", unsent.reason);
+  }
+  if (!tellsAll && content.backups > 0)
+    context.output().message(counted(content.backups, L"backup copy", L"backup copies") + L" (-v names them)");
+}
+
+void tellWithoutStore(Context& context, const LeftProject& left) {
+  if (left.hasStore) return;
+  context.output().error(L"zephor: the store does not tell what it has of the project (" + left.whyNot +
+                         L"); what can't be told counts as not sent");
 }
 
 ExitCode info(Context& context) {
-  context.startInProject();
-  const CacheContent content = readCache(context);
-  const std::wstring text = platform::formatWide(
-      L"%s: %s, %d files, %d bytes, %s", get_ActivePrj().GetProjectDisplayName(), shownDirectory(content),
-      static_cast<long long>(content.files), static_cast<long long>(content.bytes),
-      content.isWhole ? L"complete" : L"not complete; the next load brings everything");
-  context.output().result(text, fieldsOf(get_ActivePrj().GetProjectDisplayName(), content));
+  const LeftProject left = openToLeave(context, wide(context.options().project));
+  tellWithoutStore(context, left);
+  const CacheContent content = readCache(context, left.hasStore);
+  const std::wstring text =
+      platform::formatWide(L"%s: %s, %s, %s, %s", left.name, shownDirectory(content),
+                           counted(content.files, L"file", L"files"), counted(content.bytes, L"byte", L"bytes"),
+                           content.isWhole ? L"complete" : L"not complete; zephor sync brings the rest");
+  context.output().result(text, fieldsOf(left.name, content));
   reportUnsent(context, content);
   return ExitCode::Done;
 }
@@ -54,17 +69,6 @@ struct RemoveOptions {
   bool keepLocks = false;
   bool permanently = false;
 };
-
-std::uint64_t countFiles(const std::wstring& directory) {
-  namespace fs = std::filesystem;
-  std::uint64_t count = 0;
-  std::error_code error;
-  fs::recursive_directory_iterator entry(platform::systemPath(directory), error);
-  for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-    if (entry->is_regular_file()) ++count;
-  }
-  return error ? 0 : count;
-}
 
 /// A link would go to the trash, and all that it leads to stay.
 void refuseLink(const CacheContent& content) {
@@ -76,6 +80,34 @@ void refuseLink(const CacheContent& content) {
   }
 }
 
+[[noreturn]] void tellWhatStays(const std::wstring& begin, const std::string& directory,
+                                const std::vector<std::string>& left) {
+  constexpr std::size_t kTold = 10;
+  std::wstring text = begin + L"; in " + platform::fromUtf8(directory) + L" stays";
+  for (std::size_t i = 0; i < std::min(left.size(), kTold); ++i) text += L"\n  " + platform::fromUtf8(left[i]);
+  if (left.size() > kTold) text += platform::formatWide(L"\n  and %d more", left.size() - kTold);
+  throw CommandFailure{ExitCode::Failure, text};
+}
+
+[[noreturn]] void tellWhyNotTrashed(const CacheContent& content, const platform::TrashFailure& failure, DWORD code) {
+  const std::wstring where = shownDirectory(content);
+  if (failure.isInTrash) {
+    tellWhatStays(
+        where + L" is in the trash, but not all of it could be removed (" + platform::fromUtf8(failure.reason) + L")",
+        failure.place, failure.left);
+  }
+  const bool isOpen = code == ERROR_SHARING_VIOLATION && failure.trash.empty();
+  if (isOpen)
+    throw CommandFailure{ExitCode::Failure, L"a file in " + where + L" is open in another program; close it first"};
+  const bool isAside = !failure.place.empty() && failure.place != platform::systemPath(content.directory);
+  throw CommandFailure{ExitCode::Failure,
+                       platform::formatWide(L"%s can't be moved to the trash %s, and stays%s: %s; with --permanently "
+                                            L"it is deleted for good where there is no trash",
+                                            where, platform::fromUtf8(failure.trash),
+                                            isAside ? L" as " + platform::fromUtf8(failure.place) : std::wstring(),
+                                            platform::fromUtf8(failure.reason))};
+}
+
 /// What is remembered goes first: what a broken run leaves of the directory must not look as if the rest was deleted by
 /// the user.
 /// @return true when it is in the trash, false when it was deleted for good
@@ -83,27 +115,26 @@ bool takeAway(const LeftProject& left, const CacheContent& content, bool permane
   closeProject();
   resetNotUploadedFilesList();
   RecordsSetAside records(left.uuid);
-  const DWORD notTrashed = platform::moveToTrash(content.directory);
+  platform::TrashFailure failure;
+  const DWORD notTrashed = platform::moveToTrash(content.directory, &failure);
   if (notTrashed == ERROR_SUCCESS) {
     records.forget();
     return true;
   }
-  const std::wstring where = shownDirectory(content);
-  if (notTrashed == ERROR_SHARING_VIOLATION)
-    throw CommandFailure{ExitCode::Failure, L"a file in " + where + L" is open in another program; close it first"};
-  const bool isWhole = countFiles(content.directory) == content.files;
-  if (!isWhole || permanently) records.forget();
-  if (!permanently) {
-    throw CommandFailure{
-        ExitCode::Failure,
-        platform::formatWide(L"%s %s (error %u); with --permanently it is deleted for good where there is no trash",
-                             where,
-                             isWhole ? L"can't be moved to the trash, and stays"
-                                     : L"is in the trash, but not all of it could be removed",
-                             notTrashed)};
+  const bool isDeleted = permanently && !failure.isInTrash && notTrashed != ERROR_SHARING_VIOLATION;
+  if (failure.isInTrash || isDeleted) records.forget();
+  if (!isDeleted) tellWhyNotTrashed(content, failure, notTrashed);
+  const std::string directory = platform::systemPath(content.directory);
+  const platform::RemovalResult removal =
+      platform::removeChecked(directory, [&](const std::string& name, const platform::EntryMark& mark) {
+        const auto counted = content.marks.find(name);
+        return counted == content.marks.end() ? isOwnInCache(nameInCache(name)) : counted->second == mark;
+      });
+  if (removal.error != 0) {
+    tellWhatStays(platform::formatWide(L"%s can't be deleted whole (%s)", shownDirectory(content),
+                                       platform::fromUtf8(std::generic_category().message(removal.error))),
+                  directory, removal.left);
   }
-  if (const DWORD error = platform::removeTree(content.directory))
-    throw CommandFailure{ExitCode::Failure, platform::formatWide(L"%s can't be deleted (error %u)", where, error)};
   return false;
 }
 
@@ -127,14 +158,13 @@ ExitCode remove(Context& context, const RemoveOptions& options) {
   std::wstring error;
   const std::shared_ptr<void> alone = takeProjectAlone(error);
   if (alone == nullptr) throw CommandFailure{ExitCode::Failure, error};
-  if (!left.hasStore) {
-    context.output().error(L"zephor: the store does not tell what it has of the project (" + left.whyNot +
-                           L"); what can't be told counts as not sent");
-  }
+  tellWithoutStore(context, left);
   const CacheContent content = readCache(context, left.hasStore);
   refuseLink(content);
   reportUnsent(context, content);
-  if (!content.unsent.empty() && !options.force) {
+  // Copies that were kept go to the trash with the rest, where whoever misses one finds it.
+  const bool onlyBackups = content.unsent.size() == content.backups && !options.permanently;
+  if (!content.unsent.empty() && !onlyBackups && !options.force) {
     throw CommandFailure{
         ExitCode::Failure,
         L"the store does not have all that is here. Send it: zephor sync, or take it to the trash with "
@@ -149,8 +179,7 @@ ExitCode remove(Context& context, const RemoveOptions& options) {
                                            : L"deleted for good";
   std::vector<Field> fields = fieldsOf(left.name, content);
   fields.emplace_back("outcome", outcome);
-  context.output().result(platform::formatWide(L"%s: %s, %d files", shownDirectory(content), outcome,
-                                               static_cast<long long>(content.files)),
+  context.output().result(shownDirectory(content) + L": " + outcome + L", " + counted(content.files, L"file", L"files"),
                           fields);
   return ExitCode::Done;
 }

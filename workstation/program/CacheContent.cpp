@@ -1,5 +1,6 @@
 #include "workstation/program/CacheContent.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -11,9 +12,11 @@
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "platform/Time.h"
+#include "workstation/objects/LockNames.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/Objects.h"
 #include "workstation/program/People.h"
+#include "workstation/program/ProjectComparison.h"
 #include "workstation/program/SyncBase.h"
 #include "workstation/store/CacheRecord.h"
 #include "workstation/store/CloudStore.h"
@@ -27,9 +30,29 @@ namespace fs = std::filesystem;
 
 using Stored = std::map<std::wstring, StoredFile>;  // by name in lower case
 
-/// True for what another workstation makes for itself.
-bool isOwnFile(const std::wstring& name) {
-  return isPrivateFile(name) || platform::equalsIgnoreCase(name, L"WGO_SyncFilter.xml");
+bool hasHexNumber(std::wstring_view lowerName, std::size_t begin) {
+  constexpr std::size_t kDigits = 16;
+  return lowerName.size() >= begin + kDigits &&
+         lowerName.substr(begin, kDigits).find_first_not_of(L"0123456789abcdef") == std::wstring_view::npos;
+}
+
+/// What a load that was killed has left of a file that did not come whole. One with more to its name may be somebody's
+/// work that was just changing places.
+bool isLoadLeftover(std::wstring_view lowerBase) {
+  constexpr std::size_t kLength = 21;
+  return lowerBase.size() == kLength && lowerBase.starts_with(L'~') && lowerBase.ends_with(L".tmp") &&
+         hasHexNumber(lowerBase, 1);
+}
+
+/// What a killed write of a whole file has left beside it.
+bool isWriteLeftover(std::wstring_view lowerBase) {
+  constexpr std::size_t kEnding = 21;  // ".", the number and ".tmp"
+  return lowerBase.size() > kEnding && lowerBase.starts_with(L'.') && lowerBase.ends_with(L".tmp") &&
+         hasHexNumber(lowerBase, lowerBase.size() - kEnding + 1);
+}
+
+std::wstring_view baseOf(std::wstring_view name) {
+  return name.substr(name.rfind(L'\\') + 1);
 }
 
 bool isObjectFile(const std::wstring& name) {
@@ -82,7 +105,7 @@ class CacheReader {
         project_(get_ActivePrj().GetOndrathProjectUuid()),
         record_(CacheRecord::of(project_, content.directory)),
         bases_(project_) {
-    content.isWhole = record_ != nullptr && record_->isWhole();
+    content.isWhole = isCacheWhole(project_, content.directory);
     if (!withStore) return;
     for (const ItemView& view : readObjects()) {
       objects_.insert(platform::toLower(view.fileName));
@@ -98,15 +121,26 @@ class CacheReader {
     std::error_code error;
     fs::recursive_directory_iterator entry(root, error);
     for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-      if (!entry->is_regular_file(error)) continue;
-      std::wstring name = platform::fromUtf8(entry->path().lexically_relative(root).generic_string());
-      for (wchar_t& c : name) c = c == L'/' ? L'\\' : c;
+      std::error_code unknown;
+      if (entry->symlink_status(unknown).type() == fs::file_type::directory) continue;
+      const std::string relative = entry->path().lexically_relative(root).generic_string();
+      const std::wstring name = nameInCache(relative);
+      if (isLoadLeftover(platform::toLower(baseOf(name)))) continue;
+      // Before it is looked at, so that what is written from now on tells.
+      const auto mark = platform::markOf(entry->path().string());
+      if (mark && !isOwnInCache(name)) content_.marks.insert_or_assign(relative, *mark);
+      if (!entry->is_regular_file(unknown)) {
+        note(name, entry->is_symlink(unknown) ? L"is a link; not sent" : L"is no file; not sent");
+        continue;
+      }
       const platform::FileStatus status = platform::fileStatus(platform::joinPath(content_.directory, name));
       ++content_.files;
       content_.bytes += status.size;
       const FileContent here{
           static_cast<std::int64_t>(status.size), static_cast<std::int64_t>(platform::toTicks(status.writeTime)), {}};
-      note(name, reasonOfFile(name, here));
+      const bool isCopy = isBackup(platform::toLower(name));
+      content_.backups += isCopy ? 1 : 0;
+      note(name, isCopy ? L"is a backup copy" : reasonOfFile(name, here), isCopy);
     }
     if (error) {
       throw CommandFailure{ExitCode::Failure,
@@ -115,14 +149,13 @@ class CacheReader {
   }
 
  private:
-  void note(const std::wstring& item, const std::wstring& reason) {
-    if (!reason.empty()) content_.unsent.push_back({item, reason});
+  void note(const std::wstring& item, const std::wstring& reason, bool isBackup = false) {
+    if (!reason.empty()) content_.unsent.push_back({item, reason, isBackup});
   }
 
   std::wstring reasonOfFile(const std::wstring& name, const FileContent& here) {
     const std::wstring lower = platform::toLower(name);
-    if (isBackup(lower)) return L"is a backup copy";
-    if (isOwnFile(name)) return {};
+    if (isOwnInCache(name)) return {};
     if (!names_.insert(lower).second) return L"differs only in letter case from another one here";
     // The objects proper lie in the project's own directory; they are read with their headers.
     if (objects_.contains(lower)) return {};
@@ -143,6 +176,35 @@ class CacheReader {
 };
 
 }  // namespace
+
+bool isCacheWhole(const std::wstring& projectUuid, const std::wstring& directory) {
+  const auto record = CacheRecord::of(projectUuid, directory);
+  return record != nullptr && record->isWhole() && !isLoadUnfinished(projectUuid);
+}
+
+std::wstring counted(std::uint64_t number, const wchar_t* one, const wchar_t* many) {
+  return std::to_wstring(number) + L' ' + (number == 1 ? one : many);
+}
+
+std::wstring nameInCache(const std::string& relativePath) {
+  std::wstring name = platform::fromUtf8(relativePath);
+  std::replace(name.begin(), name.end(), L'/', L'\\');
+  return name;
+}
+
+bool isOwnInCache(const std::wstring& name) {
+  const std::wstring lower = platform::toLower(name);
+  for (const wchar_t* const prefix : {L"quorvelprojectdb", L"notuploadedfiles.", L"project1.dat.xml"}) {
+    if (lower.starts_with(prefix)) return true;
+  }
+  // The library makes the first two of them for itself wherever a project is entered.
+  for (const wchar_t* const own : {L"net\\data.cfg", L"ondrathcopy.tmp", L"net\\user.cfg", L"wgo_syncfilter.xml"}) {
+    if (lower == own) return true;
+  }
+  const std::wstring_view base = baseOf(lower);
+  return isLoadLeftover(base) || isWriteLeftover(base) || parseLockName(base).has_value() ||
+         (lower.starts_with(L"wgo_syncfilter.xml.") && lower.ends_with(L".part"));
+}
 
 CacheContent readCache(Context& context, bool withStore) {
   CacheContent content;

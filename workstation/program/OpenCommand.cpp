@@ -7,25 +7,47 @@
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "workstation/Session.h"
+#include "workstation/program/CacheContent.h"
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
+#include "workstation/program/People.h"
 #include "workstation/program/ProjectComparison.h"
 
 namespace workstation::program {
 
 namespace {
 
-bool isCacheWhole(const PRJ& project) {
-  const auto record = CacheRecord::of(project.GetOndrathProjectUuid(), project.GetFullProjectPath(true));
-  return record != nullptr && record->isWhole() && !isLoadUnfinished(project.GetOndrathProjectUuid());
+std::wstring loadedText(const LoadedFiles& loaded, double seconds) {
+  constexpr double kMegabyte = 1e6;
+  if (loaded.files == 0) return {};
+  return L": " + counted(loaded.files, L"file", L"files") +
+         platform::formatWide(L", %.1f MB, in %.1f s", static_cast<double>(loaded.bytes) / kMegabyte, seconds);
+}
+
+/// Looks the project up and counts what would come; nothing is made.
+ExitCode tellOpening(Context& context, const std::wstring& name, bool loads) {
+  std::wstring uuid;
+  std::wstring error;
+  if (!findProjectUuid(name, uuid, error)) throw CommandFailure{ExitCode::Failure, error};
+  std::vector<Field> fields{{"project", name}, {"uuid", uuid}};
+  std::wstring text = L"would open " + name;
+  std::wstring unknown;
+  const bool isHere = openCache(uuid, unknown);
+  const bool isWhole = isHere && isCacheWhole(uuid, get_ActivePrj().GetFullProjectPath(true));
+  if (loads && !isWhole) {
+    std::vector<StoredFile> files;
+    check(context.store().files(context.actor(), uuid, kAllClasses, files));
+    text += isHere ? L"; what is missing here of " : L"; ";
+    text += counted(files.size(), L"file", L"files") + L" would come";
+    fields.emplace_back("files", static_cast<std::int64_t>(files.size()));
+  }
+  context.output().result(text, fields);
+  return ExitCode::Done;
 }
 
 ExitCode open(Context& context, const std::wstring& name, bool loads) {
   context.startOnline();
-  if (context.options().dryRun) {
-    context.output().result(L"would open " + name, {{"project", name}});
-    return ExitCode::Done;
-  }
+  if (context.options().dryRun) return tellOpening(context, name, loads);
   std::wstring error;
   if (!openProject(name, error)) throw CommandFailure{ExitCode::Failure, error};
   const PRJ project = get_ActivePrj();
@@ -34,19 +56,19 @@ ExitCode open(Context& context, const std::wstring& name, bool loads) {
   std::vector<Field> fields{{"project", project.GetProjectDisplayName()},
                             {"uuid", project.GetOndrathProjectUuid()},
                             {"directory", directory}};
-  bool isWhole = isCacheWhole(project);
+  const auto isLoaded = [&] { return isCacheWhole(project.GetOndrathProjectUuid(), project.GetFullProjectPath(true)); };
+  bool isWhole = isLoaded();
+  bool hasLoaded = false;
   if (!isWhole && loads) {
     Context::enterProject();
     const ProjectGuard guard = context.guardProject();
     LoadedFiles loaded;
     const auto start = std::chrono::steady_clock::now();
-    const bool hasLoaded = loadFreshCache(context, &loaded);
+    hasLoaded = loadFreshCache(context, &loaded);
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-    isWhole = isCacheWhole(project);
+    isWhole = isLoaded();
     if (hasLoaded) {
-      constexpr double kMegabyte = 1e6;
-      text += platform::formatWide(L": %d files, %.1f MB, in %.1f s", loaded.files,
-                                   static_cast<double>(loaded.bytes) / kMegabyte, seconds.count());
+      text += loadedText(loaded, seconds.count());
       fields.emplace_back("files", static_cast<std::int64_t>(loaded.files));
       fields.emplace_back("bytes", static_cast<std::int64_t>(loaded.bytes));
     }
@@ -54,9 +76,10 @@ ExitCode open(Context& context, const std::wstring& name, bool loads) {
   fields.emplace_back("complete", isWhole);
   context.output().result(text, fields);
   if (!isWhole) {
-    context.output().message(loads
-                                 ? L"what is here was not all sent, so nothing was loaded; zephor sync brings the rest"
-                                 : L"the project's files are not here yet; zephor sync brings them");
+    context.output().message(
+        !loads      ? L"the project's files are not here yet; zephor sync brings them"
+        : hasLoaded ? L"not everything came; zephor sync brings the rest"
+                    : L"what is here was not all sent, so nothing was loaded; zephor sync brings the rest");
   }
   return ExitCode::Done;
 }

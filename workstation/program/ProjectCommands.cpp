@@ -81,8 +81,32 @@ ExitCode setProject(Context& context, const std::string& compressed) {
   return ExitCode::Done;
 }
 
+/// For people who leave: nobody else gets what was not sent, and nobody changes what stays locked.
+void tellWhatStays(Context& context) {
+  try {
+    const LeftProject left = openToLeave(context, L"");
+    if (!left.hasStore) {
+      context.output().message(L"what was not sent can't be told: " + left.whyNot);
+      return;
+    }
+    const CacheContent content = readCache(context);
+    if (const std::uint64_t unsent = content.unsent.size() - content.backups; unsent > 0) {
+      context.output().message(counted(unsent, L"item here is", L"items here are") +
+                               L" not in the store (zephor cache info). To send, open the project again: zephor sync");
+    }
+    std::wstring locks;
+    for (const ObjectLock& lock : left.locks) locks += (locks.empty() ? L"" : L", ") + nameOf(lock);
+    if (!locks.empty()) context.output().message(L"you still hold the locks of " + locks);
+  } catch (const CommandFailure& failure) {
+    context.output().message(L"what was not sent can't be told: " + failure.message);
+  }
+}
+
 ExitCode close(Context& context) {
   context.startWorkstation();
+  const std::wstring wanted = wide(context.options().project);
+  if (!wanted.empty() && !isLastProject(wanted))
+    throw CommandFailure{ExitCode::Failure, L"the project " + wanted + L" is not open, and nothing was closed"};
   std::wstring name;
   std::wstring error;
   std::wstring nothing;
