@@ -8,6 +8,8 @@
 #include "platform/Text.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/ProjectComparison.h"
+#include "workstation/program/SyncBase.h"
+#include "workstation/store/TransferConditions.h"
 #include "zephor/FileLists.h"
 #include "zephor/ProjectCache.h"
 
@@ -15,92 +17,83 @@ namespace workstation::program {
 
 namespace {
 
-/// Stands from before a load until what came is noted.
-std::wstring markOf(const std::wstring& projectUuid) {
-  return platform::joinPath(L"C:\\State", projectUuid + L".loading");
-}
-
-void setMark(const std::wstring& path) {
-  const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-  if (file == INVALID_HANDLE_VALUE) {
-    throw CommandFailure{ExitCode::Failure, platform::formatWide(L"%s can't be made (error %u)", path, GetLastError())};
+/// Decides what comes: what is not here, and what an interrupted load has brought and the store has newer since. What
+/// was in step once is judged by `sync`.
+class FirstLoad {
+ public:
+  explicit FirstLoad(const ProjectComparison& comparison)
+      : comparison_(comparison),
+        record_(CacheRecord::of(comparison.projectUuid, comparison.directory)),
+        bases_(comparison.projectUuid) {
+    for (const ComparedFile& file : comparison.differing) {
+      if (!file.store) continue;
+      TransferCondition condition{file.name, file.here, file.store->revision};
+      condition.stays = !isWanted(file);
+      if (!condition.stays) {
+        wanted_.insert(platform::joinPath(comparison.directory, file.name));
+        ++expected_.files;
+        expected_.bytes += static_cast<std::uint64_t>(file.store->size);
+      }
+      conditions_.push_back(std::move(condition));
+    }
   }
-  CloseHandle(file);
-}
 
-/// The full load empties the directories below "BIM".
-bool isBelowBim(const std::wstring& name) {
-  constexpr std::wstring_view kBim = L"BIM\\";
-  return platform::startsWithIgnoreCase(name, kBim) && name.find(L'\\', kBim.size()) != std::wstring::npos;
-}
-
-/// Whether a file here may be somebody's work. What an interrupted load has brought is none.
-bool isUnsent(const ComparedFile& file, CacheRecord* record) {
-  if (!file.here.isKnown()) return false;
-  const SeenFile* const seen = record != nullptr ? record->find(file.name) : nullptr;
-  return file.hasTwin || seen == nullptr ||
-         !(seen->settled.looksLike(file.here) || seen->announced.looksLike(file.here));
-}
-
-bool hasUnsent(const ProjectComparison& comparison) {
-  const auto record = CacheRecord::of(comparison.projectUuid, comparison.directory);
-  return std::any_of(comparison.differing.begin(), comparison.differing.end(),
-                     [&](const ComparedFile& file) { return isUnsent(file, record.get()); }) ||
-         std::any_of(comparison.keptOut.begin(), comparison.keptOut.end(), isBelowBim) ||
-         std::any_of(comparison.passedOver.begin(), comparison.passedOver.end(), isBelowBim);
-}
-
-/// What the load has brought and taken away again comes once more, by name.
-void fetchMissing(const ProjectComparison& comparison) {
-  std::set<std::wstring> missing;
-  for (const ComparedFile& file : comparison.differing) {
-    if (!file.here.isKnown()) missing.insert(platform::joinPath(comparison.directory, file.name));
+  /// By name, since the library's full load would empty the directories below "BIM", unsent work included. The light
+  /// load behind it brings the user list.
+  void run() const {
+    const ScopedTransferConditions judged(comparison_.projectUuid, conditions_);
+    PRJ project = get_ActivePrj();
+    // Which came is seen on the disk.
+    if (!wanted_.empty()) Quorvel::FileAccess::WGO_DownloadFiles(project, wanted_);
+    if (missing() == 0) Quorvel::FileAccess::WGO_refreshProjectCacheFromServer(project);
   }
-  if (missing.empty() || Quorvel::FileAccess::WGO_DownloadFiles(get_ActivePrj(), missing)) return;
-  throw CommandFailure{ExitCode::Failure, platform::formatWide(L"%d of the project's files could not be loaded; "
-                                                               L"zephor sync goes on with it",
-                                                               missing.size())};
-}
+  void end() const {
+    if (record_ != nullptr) record_->setWhole();
+  }
+
+  std::size_t missing() const {
+    return static_cast<std::size_t>(std::count_if(
+        wanted_.begin(), wanted_.end(), [](const std::wstring& path) { return !platform::fileStatus(path).exists; }));
+  }
+  const LoadedFiles& expected() const { return expected_; }
+
+ private:
+  bool isWanted(const ComparedFile& file) const {
+    if (!platform::isSafeRelativeName(file.name)) return false;
+    // Entering the project has written the list of users.
+    if (!file.here.isKnown() || platform::equalsIgnoreCase(file.name, L"Net\\user.cfg")) return true;
+    const SeenFile* const seen = record_ != nullptr ? record_->find(file.name) : nullptr;
+    return !file.hasTwin && seen != nullptr &&
+           (seen->settled.looksLike(file.here) || seen->announced.looksLike(file.here)) && !bases_.get(file.name);
+  }
+
+  const ProjectComparison& comparison_;
+  std::unique_ptr<CacheRecord> record_;
+  SyncBase bases_;
+  std::set<std::wstring> wanted_;
+  std::vector<TransferCondition> conditions_;
+  LoadedFiles expected_;
+};
 
 }  // namespace
 
-bool isLoadUnfinished(const std::wstring& projectUuid) {
-  return platform::fileStatus(markOf(projectUuid)).exists;
-}
-
-void markCacheWhole(const ProjectComparison& comparison) {
-  if (const auto record = CacheRecord::of(comparison.projectUuid, comparison.directory)) record->setWhole();
-  DeleteFileW(markOf(comparison.projectUuid).c_str());
-}
-
 bool loadFreshCache(Context& context, LoadedFiles* loaded) {
   const ProjectComparison before = compareProject(context);
-  if (before.isWhole || hasUnsent(before)) return false;
-  const std::wstring mark = markOf(before.projectUuid);
-  setMark(mark);
-  PRJ project = get_ActivePrj();
-  const long result = Quorvel::FileAccess::WGO_refreshProjectCacheFromServer(project);
-  if (result != 0) {
-    throw CommandFailure{ExitCode::Failure, L"the project's files could not be loaded (code " +
-                                                std::to_wstring(result) + L"); zephor sync goes on with it"};
-  }
-  ProjectComparison after = compareProject(context);
-  const bool isComplete = std::all_of(after.differing.begin(), after.differing.end(),
-                                      [](const ComparedFile& file) { return file.here.isKnown(); });
-  if (!isComplete) {
-    fetchMissing(after);
-    after = compareProject(context);
-  }
+  if (before.isWhole) return false;
+  const FirstLoad load(before);
+  load.run();
+  const ProjectComparison after = compareProject(context);
   recordInStep(context, after.unrecorded);
-  DeleteFileW(mark.c_str());
+  if (const std::size_t missing = load.missing(); missing != 0) {
+    throw CommandFailure{ExitCode::Failure, platform::formatWide(L"%llu of the project's files could not be loaded; "
+                                                                 L"zephor sync goes on with it",
+                                                                 static_cast<unsigned long long>(missing))};
+  }
+  load.end();
   if (loaded == nullptr) return true;
-  const auto count = [&](const ComparedFile& file) {
-    if (!file.store) return;
-    ++loaded->files;
-    loaded->bytes += static_cast<std::uint64_t>(file.store->size);
-  };
-  for (const ComparedFile& file : before.differing) count(file);
-  if (before.userList) count(*before.userList);
+  *loaded = load.expected();
+  loaded->left = static_cast<std::uint64_t>(std::count_if(after.differing.begin(), after.differing.end(),
+                                                          [](const ComparedFile& file) { return file.store; }));
   return true;
 }
 

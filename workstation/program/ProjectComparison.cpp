@@ -184,7 +184,7 @@ ProjectComparison openComparison() {
   comparison.projectUuid = project.GetOndrathProjectUuid();
   comparison.directory = project.GetFullProjectPath(true);
   const auto record = CacheRecord::of(comparison.projectUuid, comparison.directory);
-  comparison.isWhole = record != nullptr && record->isWhole() && !isLoadUnfinished(comparison.projectUuid);
+  comparison.isWhole = record != nullptr && record->isWhole();
   return comparison;
 }
 

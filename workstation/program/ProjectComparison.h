@@ -61,20 +61,15 @@ std::vector<ComparedFile> recordInStep(Context& context, const std::vector<Compa
 struct LoadedFiles {
   std::uint64_t files = 0;
   std::uint64_t bytes = 0;
+  std::uint64_t left = 0;  ///< differ from the store's and stay: nobody knows which side is older
 };
 
-/// Brings what the store has into a cache that never had everything. Where nothing here is unsent this is the library's
-/// full load; otherwise nothing is done, and `sync` brings the files one by one. What came is noted in the base.
-/// One that was interrupted at any point is taken up.
+/// Brings by name what the store has and a cache that never had everything lacks, notes in the base what is the same
+/// then, and marks the cache as whole. Nothing here is replaced but what an interrupted load has brought, and nothing
+/// is taken away. One that was interrupted at any point is taken up.
 /// @param loaded  may be null
-/// @return false when nothing was loaded
-/// Throws CommandFailure when the load failed; what came until then stays.
+/// @return false when the cache is whole already
+/// Throws CommandFailure when a file could not be loaded; what came until then stays.
 bool loadFreshCache(Context& context, LoadedFiles* loaded = nullptr);
-
-/// Notes that all that the store has came by other roads: later loads only bring what is new.
-void markCacheWhole(const ProjectComparison& comparison);
-
-/// Whether loadFreshCache() of a project was interrupted: the cache may look whole before it is.
-bool isLoadUnfinished(const std::wstring& projectUuid);
 
 }  // namespace workstation::program

@@ -181,7 +181,9 @@ void BulkDownload::fetchNamed(const std::wstring& given) {
   bring(std::move(waiting));
 }
 
-void BulkDownload::fetchListed(const StoredFile& listed) {
+std::uint64_t BulkDownload::fetchListed(const StoredFile& listed) {
+  const auto condition = record_ != nullptr ? transferCondition(project_, listed.name) : std::nullopt;
+  if (condition && condition->stays) return 0;
   Waiting waiting{listed.name, {}, tree_.place(listed.name), listed};
   if (isWanted(waiting.place, listed)) bring(std::move(waiting));
 }
@@ -199,8 +201,7 @@ bool BulkDownload::isWanted(const LocalPlace& place, const StoredFile& file) {
     return false;
   }
   if (record_ == nullptr || road_ == Road::Named) return true;
-  if (platform::equalsIgnoreCase(file.name, kUserList)) return true;
-  const bool mayKeep = road_ == Road::News && record_->isWhole();
+  const bool mayKeep = road_ == Road::News && (record_->isWhole() || areTransfersJudged(project_));
   switch (loadVerdict(here, stored, seen, mayKeep)) {
     case LoadVerdict::Bring:
       return true;

@@ -102,7 +102,8 @@ CloudStatus EmbeddedProjectService::fetchClasses(const wchar_t* operation, const
                             news ? Road::News : Road::Full, record.get());
       status = download.fetchFiles(files, transferSteps(options), failed);
       const bool isWhole = status == kStoreOk && (classes & kBaseClasses) == kBaseClasses;
-      if (isWhole && record != nullptr) record->setWhole();
+      // Who decided file by file knows what is still to come.
+      if (isWhole && record != nullptr && !areTransfersJudged(project)) record->setWhole();
     });
     return thrown != kStoreOk ? thrown : status;
   });

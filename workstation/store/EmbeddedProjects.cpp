@@ -6,6 +6,7 @@
 #include "workstation/store/EmbeddedProjectService.h"
 #include "workstation/store/EmbeddedSession.h"
 #include "workstation/store/StoreError.h"
+#include "workstation/store/TransferConditions.h"
 
 namespace workstation {
 
@@ -174,7 +175,7 @@ CloudStatus EmbeddedProjectService::RefreshProjectCache(const std::wstring& proj
     std::wstring directory;
     const PRJ descriptor(found.teamUuid, found.teamName, found.name, found.uuid, true);
     const auto record = make_prj_dir(descriptor, directory) == 0 ? CacheRecord::of(project, directory) : nullptr;
-    full = record == nullptr || !record->isWhole();
+    full = !areTransfersJudged(project) && (record == nullptr || !record->isWhole());
     return status;
   });
 }

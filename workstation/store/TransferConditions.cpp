@@ -50,6 +50,12 @@ ScopedTransferConditions::ScopedTransferConditions(const std::wstring& project,
 ScopedTransferConditions::~ScopedTransferConditions() {
   const std::lock_guard guard(laid().mutex);
   laid().byName.clear();
+  laid().project.clear();
+}
+
+bool areTransfersJudged(const std::wstring& project) {
+  const std::lock_guard guard(laid().mutex);
+  return !project.empty() && platform::equalsIgnoreCase(project, laid().project);
 }
 
 std::optional<TransferCondition> transferCondition(const std::wstring& project, const std::wstring& name) {

@@ -20,10 +20,11 @@ struct TransferCondition {
   /// Size and time on the disk. Not known: for a download nothing is there, for an upload it does not matter.
   FileContent here;
   std::int64_t revision = 0;  ///< StoredFile::revision, for an upload or deletion; 0: the store has none
-  bool needsOwnLock = false;  ///< an upload goes only while this user holds the object's lock
+  bool stays = false;         ///< no load brings it, whatever the store has
 };
 
-/// One scope at a time. Its maker's thread and the library's workers may transfer meanwhile.
+/// While one lives no load of its project is a full one, and none replaces what was changed here. One scope at a time.
+/// Its maker's thread and the library's workers may transfer meanwhile.
 class WORKSTATION_API ScopedTransferConditions {
  public:
   ScopedTransferConditions(const std::wstring& project, const std::vector<TransferCondition>& conditions);
@@ -32,6 +33,8 @@ class WORKSTATION_API ScopedTransferConditions {
   ScopedTransferConditions& operator=(const ScopedTransferConditions&) = delete;
 };
 
+/// Whether a scope of this project lives.
+WORKSTATION_API bool areTransfersJudged(const std::wstring& project);
 /// What is laid down for a file of a project; nothing for one that is not under a condition.
 WORKSTATION_API std::optional<TransferCondition> transferCondition(const std::wstring& project,
                                                                    const std::wstring& name);
