@@ -82,6 +82,7 @@ std::wstring reasonOf(const ItemView& view) {
   switch (view.state) {
     case ObjectState::ChangedHere:
     case ObjectState::ChangedOnBoth:
+    case ObjectState::OlderInStore:
     case ObjectState::OnlyHere:
       return stateName(view.state);
     default:

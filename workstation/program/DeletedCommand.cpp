@@ -11,6 +11,7 @@
 #include "workstation/program/Context.h"
 #include "workstation/program/Objects.h"
 #include "workstation/program/Saving.h"
+#include "workstation/program/StoreDeletions.h"
 #include "workstation/program/SyncBase.h"
 #include "zephor/CloudFiles.h"
 #include "zephor/NotUploadedFiles.h"
@@ -33,7 +34,7 @@ struct Deleted {
 };
 
 /// What was deleted from the store, class by class, without what was saved there again since.
-std::vector<Deleted> readDeleted() {
+std::vector<Deleted> readDeleted(Context& context) {
   std::vector<const wchar_t*> classes;
   std::vector<ItemName> items;
   for (const auto& [type, name] : kClasses) {
@@ -49,13 +50,15 @@ std::vector<Deleted> readDeleted() {
   getNotUploadedFilesList(waiting);
   // Also with nothing to read: it fails when the store can't be asked, which the lists above do not tell.
   const std::vector<ItemView> views = readItems(items);
+  const StoreDeletions deletions(context);
   std::vector<Deleted> deleted;
   for (std::size_t i = 0; i < views.size(); ++i) {
     if (views[i].store) continue;
     Deleted entry{classes[i], views[i]};
     entry.isHere = platform::fileStatus(itemPath(entry.view.fileName)).exists;
-    entry.isUnsent = entry.isHere && (entry.view.state != ObjectState::RemovedFromStore ||
-                                      existsEntryInNotUploadedFilesList(entry.view.fileName.c_str()));
+    entry.isUnsent =
+        entry.isHere && (entry.view.state != ObjectState::RemovedFromStore || !deletions.isTold(entry.view) ||
+                         existsEntryInNotUploadedFilesList(entry.view.fileName.c_str()));
     deleted.push_back(std::move(entry));
   }
   return deleted;
@@ -64,7 +67,7 @@ std::vector<Deleted> readDeleted() {
 ExitCode list(Context& context) {
   context.startInProject();
   Table table({{"item", L"OBJECT"}, {"class", L"CLASS"}, {"here", L"HERE"}, {"unsent", L"UNSENT"}, {"file", L"FILE"}});
-  for (const Deleted& entry : readDeleted()) {
+  for (const Deleted& entry : readDeleted(context)) {
     table.row({entry.view.label(), entry.fileClass, entry.isHere, entry.isUnsent, entry.view.fileName});
   }
   if (table.empty()) context.output().message(L"nothing was deleted from the store");
@@ -103,7 +106,7 @@ ExitCode removeAll(Context& context) {
   const ProjectGuard guard = context.guardProject();
   Tally tally;
   SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
-  for (const Deleted& entry : readDeleted()) {
+  for (const Deleted& entry : readDeleted(context)) {
     if (entry.isHere) removeHere(context, entry, bases, tally);
   }
   if (tally.doneCount() + tally.failedCount() == 0) context.output().message(L"nothing here to remove");

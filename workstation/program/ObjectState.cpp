@@ -2,15 +2,10 @@
 
 namespace workstation::program {
 
-namespace {
-
-/// The counter of an object only rises, also over its wrap; files of other kinds have none.
-bool isOlder(const VersionStamp& here, const VersionStamp& before) {
-  constexpr std::uint32_t kHalfRange = 0x80000000U;
-  return here.version != before.version && before.version - here.version < kHalfRange;
+bool isOlder(const VersionStamp& stamp, const VersionStamp& before) {
+  const bool isOther = stamp.guidFirst != before.guidFirst || stamp.guidSecond != before.guidSecond;
+  return !isOther && stamp.version != before.version && before.version - stamp.version < 0x80000000U;
 }
-
-}  // namespace
 
 ObjectState stateOf(const std::optional<VersionStamp>& here, const std::optional<VersionStamp>& store, bool same,
                     const std::optional<SyncPoint>& base) {
@@ -28,9 +23,9 @@ ObjectState stateOf(const std::optional<VersionStamp>& here, const std::optional
     const bool changedThere = *store != base->store;
     if (!changedHere && !changedThere) return ObjectState::InStep;
     if (same) return ObjectState::InStep;
-    // An old copy that was put back is nobody's new work: sent, it would replace what came after it.
-    if (changedHere && (changedThere || isOlder(*here, base->here))) return ObjectState::ChangedOnBoth;
-    return changedHere ? ObjectState::ChangedHere : ObjectState::NewerInStore;
+    if (changedHere && changedThere) return ObjectState::ChangedOnBoth;
+    if (changedHere) return ObjectState::ChangedHere;
+    return isOlder(*store, base->store) ? ObjectState::OlderInStore : ObjectState::NewerInStore;
   }
   return same ? ObjectState::InStep : ObjectState::ChangedOnBoth;
 }
@@ -43,6 +38,8 @@ const wchar_t* stateName(ObjectState state) {
       return L"changed here";
     case ObjectState::NewerInStore:
       return L"newer in the store";
+    case ObjectState::OlderInStore:
+      return L"older in the store";
     case ObjectState::ChangedOnBoth:
       return L"changed on both sides";
     case ObjectState::OnlyHere:
@@ -67,6 +64,9 @@ const wchar_t* stateReason(ObjectState state) {
       return L"changed since it was last in step; save it";
     case ObjectState::NewerInStore:
       return L"somebody saved a newer version; fetch it";
+    case ObjectState::OlderInStore:
+      return L"the store has an older version than was seen here; was it restored from a backup? zephor save --force "
+             L"sends what is here, zephor fetch --force takes the store's";
     case ObjectState::ChangedOnBoth:
       return L"neither version came after the other, or an old one was put back here; copy what is here aside (zephor "
              L"export for an object), then fetch --force";

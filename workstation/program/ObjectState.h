@@ -28,13 +28,18 @@ enum class ObjectState : std::uint8_t {
   InStep,
   ChangedHere,       ///< to be saved
   NewerInStore,      ///< to be fetched
-  ChangedOnBoth,     ///< both changed, nobody knows since when they differ, or it is older here than it was in step
+  OlderInStore,      ///< unchanged here; the store has gone back behind what was in step once
+  ChangedOnBoth,     ///< both changed, or nobody knows since when they differ
   OnlyHere,          ///< never saved
   OnlyInStore,       ///< never fetched
   RemovedFromStore,  ///< was in step once; the copy here is unchanged since
   RemovedHere,       ///< was in step once; the store's is unchanged since
   Nowhere,
 };
+
+/// Whether a version of the store lies before one that it had: it was restored from a backup. An object that was made
+/// anew counts from the start, but is another one.
+bool isOlder(const VersionStamp& stamp, const VersionStamp& before);
 
 /// @param same  the two sides hold the same content, as far as both tell
 /// @param base  nothing when the sides never were in step here, or that is not known: then a difference counts as a

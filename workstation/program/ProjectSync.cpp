@@ -14,7 +14,7 @@
 #include "workstation/program/Context.h"
 #include "workstation/program/ProgressLine.h"
 #include "workstation/program/Saving.h"
-#include "workstation/program/StoredContent.h"
+#include "workstation/program/StoreDeletions.h"
 #include "workstation/program/SyncBase.h"
 #include "workstation/store/StoreContext.h"
 #include "workstation/store/TransferConditions.h"
@@ -179,14 +179,18 @@ void ProjectSync::judge() {
   std::vector<ItemName> names;
   for (const ComparedFile& file : comparison_.differing) names.push_back(itemOf(file));
   std::vector<ItemView> views = readItems(names);
+  std::optional<StoreDeletions> deletions;
   for (std::size_t i = 0; i < views.size(); ++i) {
     Item& item = items_.emplace_back(Item{comparison_.differing[i], std::move(views[i]), {}});
     SyncCircumstances circumstances;
     circumstances.hasTwin = item.file.hasTwin;
     circumstances.isNameSafe = platform::isSafeRelativeName(item.file.name);
     circumstances.isOpen = cfgethandle(pathOf(item), 0) != -1;
-    item.decision =
-        item.lacksHeader() ? decideWithoutHeader(item, circumstances.isOpen) : decideSync(item.view, circumstances);
+    if (item.view.state == ObjectState::RemovedFromStore) {
+      if (!deletions) deletions.emplace(context_);
+      circumstances.isDeletionTold = deletions->isTold(item.view);
+    }
+    item.decision = decideSync(item.view, circumstances);
   }
   keepAllOfLostStore();
 }

@@ -99,10 +99,8 @@ PushDecision decidePush(const ItemView& view, const PushChoice& choice, const Pu
   }
   if (!platform::isSafeRelativeName(view.fileName))
     return refuse(L"not every workstation can hold a file of this name");
-  if (view.isUntold() && !isContentStored(view.fileName)) {
-    return refuse(L"the store has something else, and can't tell its version; zephor save --force");
-  }
-  const bool isBehind = view.state == ObjectState::NewerInStore || view.state == ObjectState::ChangedOnBoth;
+  const bool isBehind = view.state == ObjectState::NewerInStore || view.state == ObjectState::OlderInStore ||
+                        view.state == ObjectState::ChangedOnBoth;
   const bool wouldRevive = view.state == ObjectState::RemovedFromStore && !choice.named;
   if (isBehind || wouldRevive) return refuse(stateReason(view.state));
   return forAll ? *forAll : decideToSend(view);

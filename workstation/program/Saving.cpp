@@ -131,16 +131,18 @@ bool isNeverSent(const ItemView& view) {
   return isKeptOut(filter, view.fileName);
 }
 
+/// Whether the store has something that a save would go over.
+bool isAheadInStore(const ItemView& view) {
+  return view.state == ObjectState::NewerInStore || view.state == ObjectState::OlderInStore ||
+         view.state == ObjectState::ChangedOnBoth;
+}
+
 /// What stands against a save; empty when nothing does.
 std::wstring objection(const ItemView& view, bool force) {
   if (isNeverSent(view)) return L"the filter of uploads keeps it out";
   if (view.damagedHere) return L"the file here is damaged";
   if (!view.here) return view.object ? L"there is no such object here" : L"there is no such file here";
-  if (view.isUntold() && !force && !isContentStored(view.fileName)) {
-    return L"the store has something else, and can't tell its version; save --force replaces it, after a copy";
-  }
-  const bool behind = view.state == ObjectState::NewerInStore || view.state == ObjectState::ChangedOnBoth;
-  return behind && !force ? stateReason(view.state) : L"";
+  return isAheadInStore(view) && !force ? stateReason(view.state) : L"";
 }
 
 std::wstring versionText(const ItemView& view) {
@@ -191,8 +193,8 @@ void saveItem(Context& context, const ItemView& view, bool force, SyncBase& base
     report(context, item, L"would be saved", stateName(view.state), &view);
     return tally.done();
   }
-  const bool replaces = view.state == ObjectState::NewerInStore || view.state == ObjectState::ChangedOnBoth;
-  if ((replaces || view.isUntold()) && !backUpStored(view)) {
+  const bool replaces = isAheadInStore(view);
+  if (replaces && !backUpStored(view)) {
     report(context, item, L"refused", L"what the store has could not be copied to the backup directory first");
     return tally.failed();
   }

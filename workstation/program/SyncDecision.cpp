@@ -28,7 +28,14 @@ SyncDecision decideSync(const ItemView& view, const SyncCircumstances& circumsta
       return {SyncStep::Fetch, {}};
     case ObjectState::NewerInStore:
       return view.here ? unlessOpen(SyncStep::Fetch, circumstances) : SyncDecision{SyncStep::Fetch, {}};
+    case ObjectState::OlderInStore:
+      return keep(stateReason(view.state));
     case ObjectState::RemovedFromStore:
+      if (!circumstances.isDeletionTold) {
+        return keep(
+            L"the store no longer has it, and knows nothing of its deletion; was it restored from a backup? zephor "
+            L"push with its name sends it again, or delete it here");
+      }
       return unlessOpen(SyncStep::Trash, circumstances);
     case ObjectState::ChangedHere:
       if (view.store) return {SyncStep::Send, {}};

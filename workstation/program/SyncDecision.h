@@ -25,9 +25,10 @@ struct SyncDecision {
 
 /// What both sides and the base do not tell.
 struct SyncCircumstances {
-  bool hasTwin = false;    ///< two files here differ only in letter case
-  bool isNameSafe = true;  ///< every workstation can hold a file of this name
-  bool isOpen = false;     ///< in the host
+  bool hasTwin = false;        ///< two files here differ only in letter case
+  bool isNameSafe = true;      ///< every workstation can hold a file of this name
+  bool isDeletionTold = true;  ///< the store has its deletion on record
+  bool isOpen = false;         ///< in the host
 };
 
 SyncDecision decideSync(const ItemView& view, const SyncCircumstances& circumstances);

@@ -53,6 +53,7 @@ bool wantsFetch(const ItemView& view, bool force) {
       return true;
     case ObjectState::ChangedHere:
     case ObjectState::ChangedOnBoth:
+    case ObjectState::OlderInStore:
       return force;
     default:
       return false;
@@ -124,8 +125,8 @@ void fetchItem(Context& context, const ItemView& view, const Arguments& argument
     report(context, item, L"kept", L"it is being changed; try again");
     return tally.failed();
   }
-  const bool overwrites =
-      view.damagedHere || view.state == ObjectState::ChangedHere || view.state == ObjectState::ChangedOnBoth;
+  const bool overwrites = view.damagedHere || view.state == ObjectState::ChangedHere ||
+                          view.state == ObjectState::OlderInStore || view.state == ObjectState::ChangedOnBoth;
   if (overwrites && !backUpHere(view)) {
     report(context, item, L"kept", L"what is here could not be copied to the project's backup directory");
     return tally.failed();

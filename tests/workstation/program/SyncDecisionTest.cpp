@@ -55,6 +55,22 @@ TEST(SyncDecision, WhatIsNotInTheStoreIsNeverReplacedOrTakenAway) {
   EXPECT_EQ(decideSync(damaged, {}).step, SyncStep::Keep);
 }
 
+TEST(SyncDecision, AStoreThatWentBackIsNotObeyed) {
+  ItemView view;
+  view.here = VersionStamp{0, 5, 1};
+  view.base = SyncPoint{*view.here, {4, 5, 1, 7}};
+  const auto decide = [&](const SyncCircumstances& circumstances) {
+    view.state = stateOf(view.here, view.store, false, view.base);
+    return decideSync(view, circumstances).step;
+  };
+  EXPECT_EQ(decide({}), SyncStep::Trash);
+  EXPECT_EQ(decide({.isDeletionTold = false}), SyncStep::Keep);
+  view.store = VersionStamp{3, 4, 1, 7};
+  EXPECT_EQ(decide({}), SyncStep::Keep);
+  view.store->guidFirst = 8;
+  EXPECT_EQ(decide({}), SyncStep::Fetch) << "deleted and made anew";
+}
+
 TEST(SyncDecision, AStoreThatLostNearlyEverythingIsNotObeyed) {
   EXPECT_TRUE(looksLikeLostStore(1000, 1010));
   EXPECT_FALSE(looksLikeLostStore(500, 1000));
