@@ -232,9 +232,7 @@ bool isHeld(const std::string& path, const EntryStatus& status) {
 
 enum class Transport { Rename, Copy };
 
-/// @return 0, or errno
-int throwInto(const Trash& trash, const std::string& path, Transport transport, TrashFailure& failure) {
-  failure.trash = trash.directory;
+DWORD throwInto(const Trash& trash, const std::string& path, Transport transport, std::string* thrown) {
   // Before the trash is made in there.
   if (trash.directory.starts_with(path + '/')) return EACCES;
   if (const int error = makeTrash(trash.directory)) return error;
@@ -255,11 +253,14 @@ int throwInto(const Trash& trash, const std::string& path, Transport transport, 
     if (infoError != 0) return infoError;
     struct stat status {};
     const bool isTaken = ::lstat(place.c_str(), &status) == 0;  // a file that lost its info
-    int error = isTaken ? EEXIST : 0;
-    if (transport == Transport::Rename) error = renameWithoutReplacing(path, place);
-    const bool isCopying = transport == Transport::Copy && !isTaken;
-    if (isCopying) error = copyAndRemove(path, place, failure);
-    if (error == 0) return 0;
+    const int renameError =
+        transport == Transport::Rename ? renameWithoutReplacing(path, place) : (isTaken ? EEXIST : 0);
+    DWORD error = fromErrno(renameError);
+    if (transport == Transport::Copy && renameError == 0) error = copyAndRemove(path, place);
+    if (error == ERROR_SUCCESS) {
+      if (thrown != nullptr) *thrown = place;
+      return ERROR_SUCCESS;
+    }
     // A copy that is whole keeps its info, though its original could not be removed.
     if (!isCopying || ::lstat(place.c_str(), &status) != 0) ::unlink(info.c_str());
     if (isCopying || error != EEXIST) return error;
@@ -284,18 +285,32 @@ int throwAway(const std::string& path, TrashFailure& failure) {
 
 }  // namespace
 
-DWORD moveToTrash(const std::wstring& path, TrashFailure* failure) {
+DWORD moveToTrash(const std::wstring& path, std::string* thrown) {
   Location place;
   if (const DWORD error = locate(path.c_str(), place)) return error;
   if (splitPath(path).components.empty()) return ERROR_ACCESS_DENIED;
   EntryStatus status;
   if (const int error = readStatus(place.path, status)) return pathError(error, place.path);
   if (isHeld(place.path, status)) return ERROR_SHARING_VIOLATION;
-  TrashFailure ignored;
-  TrashFailure& told = failure != nullptr ? *failure : ignored;
-  const int error = throwAway(place.path, told);
-  if (error != 0) told.reason = error == EBUSY ? "it was written meanwhile" : std::generic_category().message(error);
-  return fromErrno(error);
+  const Trash home{homeTrash(), {}};
+  DWORD error = ERROR_PATH_NOT_FOUND;
+  if (!home.directory.empty()) error = throwInto(home, place.path, Transport::Rename, thrown);
+  if (error == ERROR_SUCCESS) return error;
+  for (const Trash& volume : volumeTrashes(place.path)) {
+    error = throwInto(volume, place.path, Transport::Rename, thrown);
+    if (error == ERROR_SUCCESS) return error;
+  }
+  if (home.directory.empty()) return error;
+  // Where nothing may be removed a copy is of no use.
+  if (::access(parentOf(place.path).c_str(), W_OK | X_OK) != 0) return fromErrno(errno);
+  return throwInto(home, place.path, Transport::Copy, thrown);
+}
+
+bool takeFromTrash(const std::string& thrown, const std::wstring& path) {
+  Location place;
+  if (locate(path.c_str(), place) != ERROR_SUCCESS || renameWithoutReplacing(thrown, place.path) != 0) return false;
+  ::unlink((parentOf(parentOf(thrown)) + "/info/" + nameOf(thrown) + ".trashinfo").c_str());
+  return true;
 }
 
 }  // namespace platform
