@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <memory>
@@ -228,6 +229,16 @@ bool exchangeNames(const std::string& one, const std::string& other) {
   if (::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) == 0) return true;
   if (errno != EINVAL && errno != ENOSYS) fail(other, "can't be replaced");
   return false;
+}
+
+bool isOpenForWriting(const std::string& path) noexcept {
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);  // NOLINT(*-vararg)
+  if (descriptor < 0) return false;
+  // Who opens it while the lease is held would have this process told by a signal that ends it; this one is ignored.
+  ::fcntl(descriptor, F_SETSIG, SIGURG);                                                 // NOLINT(*-vararg)
+  const bool isOpen = ::fcntl(descriptor, F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN;  // NOLINT(*-vararg)
+  ::close(descriptor);
+  return isOpen;
 }
 
 bool removeFile(const std::string& path) noexcept {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/WindowsTypes.h"
+#include "workstation/Export.h"
 
 namespace workstation {
 
@@ -89,6 +90,9 @@ bool renameWithoutReplacing(const std::string& from, const std::string& to);
 void renameReplacing(const std::string& from, const std::string& to);
 /// Two files take each other's name in one step. @return false where the file system can't do that
 bool exchangeNames(const std::string& one, const std::string& other);
+/// Whether a file is open for writing anywhere on this machine. False where the system does not tell: a file of another
+/// user, or a file system without leases.
+WORKSTATION_API bool isOpenForWriting(const std::string& path) noexcept;
 /// @return false when it can't be removed
 bool removeFile(const std::string& path) noexcept;
 /// Makes the content of a file, or the entries of a directory, survive a loss of power.

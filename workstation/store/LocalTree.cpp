@@ -30,9 +30,21 @@ constexpr std::size_t kStemSize = 17;  // "~" and 16 hexadecimal digits
 /// A file that a process left beside its place when it was killed; see LocalTree::besides and takenOutName.
 bool isOldLeftover(const DiskEntry& entry) {
   constexpr std::int64_t kGraceSeconds = 3600;
-  return !entry.isDirectory && entry.name.starts_with("~") && entry.name.ends_with(kEnding) &&
-         entry.name.find_first_not_of("0123456789abcdef", 1) == kStemSize && entry.name[kStemSize] == '.' &&
+  std::string replaced;
+  return !entry.isDirectory && isLeftoverOfLoad(entry.name, replaced) &&
          entry.changedSeconds < nowSeconds() - kGraceSeconds;
+}
+
+/// Of a leftover by its name, without directory.
+std::wstring nameInBackup(const std::string& name) {
+  return L"Backup\\" + platform::fromUtf8(name.substr(kStemSize + 1) + "." + name.substr(1, 8));
+}
+
+void moveToBackup(const std::string& path, const std::wstring& root, const std::wstring& kept) {
+  makeDirectories(platform::systemPath(platform::joinPath(root, L"Backup")));
+  if (!renameWithoutReplacing(path, platform::systemPath(platform::joinPath(root, kept)))) {
+    throw StoreError{kStoreAccessDenied, L"\"" + kept + L"\" is there already"};
+  }
 }
 
 /// The name under which a file changes places with the one that it replaces. What is found under it may be somebody's
@@ -98,6 +110,35 @@ void throwChangedHere(const LocalPlace& place) {
   throw StoreError{kStoreChanged, L"\"" + place.path + L"\" was changed here meanwhile and stays"};
 }
 
+bool isLeftoverOfLoad(std::string_view name, std::string& replaced) {
+  if (!name.starts_with("~") || !name.ends_with(kEnding) ||
+      name.find_first_not_of("0123456789abcdef", 1) != kStemSize || name[kStemSize] != '.') {
+    return false;
+  }
+  const std::size_t begin = kStemSize + 1;
+  replaced = name.size() > begin + kEnding.size() ? name.substr(begin, name.size() - begin - kEnding.size()) : "";
+  return true;
+}
+
+std::wstring clearLeftover(const std::wstring& root, const std::wstring& name,
+                           const std::function<bool(const FileContent&)>& isKnown) {
+  const std::string path = platform::systemPath(platform::joinPath(root, name));
+  const std::string leaf = platform::toUtf8(platform::fileNameOf(name));
+  std::string replaced;
+  const auto status = diskStatus(path);
+  if (!status || status->isDirectory || !isLeftoverOfLoad(leaf, replaced)) return {};
+  if (!replaced.empty() && !status->isLink) {
+    FileContent content = contentAtPath(path);
+    content.sha256 = sha256OfFile(path);
+    if (!isKnown(content)) {
+      moveToBackup(path, root, nameInBackup(leaf));
+      return nameInBackup(leaf);
+    }
+  }
+  removeFile(path);
+  return {};
+}
+
 LocalTree::LocalTree(const std::wstring& root) : root_(root) {
   const std::string path = platform::systemPath(root);
   if (path.empty()) throw StoreError{kStoreInvalidName, L"\"" + root + L"\" is not a directory to bring files to"};
@@ -135,11 +176,8 @@ void LocalTree::keepTakenOut(const std::string& directory, const std::string& na
     removeFile(path);
     return;
   }
-  const std::wstring kept = L"Backup\\" + platform::fromUtf8(name.substr(kStemSize + 1) + "." + name.substr(1, 8));
-  const CloudStatus status = answerOf([&] {
-    makeDirectories(canonicalRoot_ + "/Backup");
-    renameWithoutReplacing(path, platform::systemPath(platform::joinPath(root_, kept)));
-  });
+  const std::wstring kept = nameInBackup(name);
+  const CloudStatus status = answerOf([&] { moveToBackup(path, root_, kept); });
   lfperrC(L"\"%s\", left by a load that was killed, %s\n", platform::fromUtf8(path),
           status == kStoreOk ? L"is kept as \"" + kept + L"\"" : std::wstring(L"can't be brought to safety"));
 }
@@ -198,6 +236,10 @@ void LocalTree::replace(const std::string& from, const LocalPlace& place, const 
   if (status->readOnly) refuse(place.path, L"it is read-only");
   // Other processes may have the file open; they are asked by their share modes.
   if (platform::isDeletingDenied(target)) throw StoreError{kStoreInUse, L"\"" + place.path + L"\" is open elsewhere"};
+  // What its writer writes behind the exchange would go with the old file.
+  if (isOpenForWriting(target)) {
+    throw StoreError{kStoreInUse, L"\"" + place.path + L"\" is open for writing in another program"};
+  }
   keepMarks(from, place);
   const FileContent ours = contentAtPath(from);
   const std::string takenOut = takenOutName(from, place);

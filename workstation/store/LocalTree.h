@@ -3,8 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/Cloud.h"
@@ -30,6 +32,17 @@ FileContent contentAt(const LocalPlace& place);
 /// Whether a place has what was seen there before; both may be none.
 bool isAsSeen(const FileContent& now, const FileContent& seen);
 [[noreturn]] void throwChangedHere(const LocalPlace& place);
+
+/// Whether a load left a file of this name behind when it was killed, and of which file.
+/// @param name  without directory
+/// @param replaced  name of the file that it has taken the place of, without directory; empty when there was none
+WORKSTATION_API bool isLeftoverOfLoad(std::string_view name, std::string& replaced);
+/// Takes a leftover away: what may be somebody's work goes to the directory "Backup" of the tree.
+/// @param name  relative, with backslashes
+/// @param isKnown  asked with the content of one that took a file's place: whether it is surely nobody's work
+/// @return its new name relative to the root; empty when it was removed, or was gone. Throws StoreError
+WORKSTATION_API std::wstring clearLeftover(const std::wstring& root, const std::wstring& name,
+                                           const std::function<bool(const FileContent&)>& isKnown);
 
 /// One thread at a time. Failures are thrown as StoreError.
 class LocalTree {
