@@ -61,6 +61,8 @@ bool isPrivateFile(const std::wstring& name);
 std::wstring whyPrivate(const std::wstring& name);
 /// The same by the name's key (workstation/store/DirectoryScan.h).
 bool isPrivateKey(std::string_view key);
+/// Whether a name is private by its ending alone: it may be a user's file all the same, which is never sent.
+bool isUsersPrivate(std::string_view key);
 /// The list of the project's users, which the library alone brings in line with the members in the store, and sends.
 bool isUserList(const std::wstring& name);
 

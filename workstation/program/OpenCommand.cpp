@@ -35,11 +35,13 @@ ExitCode open(Context& context, const std::wstring& name, bool loads) {
                             {"directory", directory}};
   bool isWhole = isCacheWhole(project);
   LoadedFiles loaded;
+  std::size_t rescued = 0;
   if (!isWhole && loads) {
     Context::enterProject();
     const ProjectGuard guard = context.guardProject();
     const auto start = std::chrono::steady_clock::now();
-    hasLoaded = loadFreshCache(context, &loaded);
+    rescued = rescueLeftovers(context);
+    const bool hasLoaded = loadFreshCache(context, &loaded);
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
     isWhole = isLoaded();
     if (hasLoaded) {
@@ -57,7 +59,7 @@ ExitCode open(Context& context, const std::wstring& name, bool loads) {
                              L"sync tells of them",
                              static_cast<unsigned long long>(loaded.left)));
   }
-  return ExitCode::Done;
+  return rescued == 0 ? ExitCode::Done : ExitCode::PartlyDone;
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "workstation/program/SyncBase.h"
 #include "workstation/store/Bodies.h"
 #include "workstation/store/DirectoryScan.h"
+#include "workstation/store/LocalTree.h"
 #include "workstation/store/StoreError.h"
 #include "zephor/UploadFilters.h"
 
@@ -105,6 +106,11 @@ bool isRecorded(const std::optional<ObjectName>& object, const FileContent& here
   return base.here == stampOf(here);
 }
 
+/// The rules of the upload's filter themselves.
+bool isOwnRules(std::string_view key) {
+  return key == "wgo_syncfilter.xml";
+}
+
 class Comparer {
  public:
   Comparer(ProjectComparison& comparison, const DirectoryScan& scan, const Points& points)
@@ -138,7 +144,7 @@ class Comparer {
       std::wstring name = platform::fromUtf8(scanned.name);
       if (isUserList(name)) return;
       if (isKeptOut(*filter, name)) {
-        comparison_.keptOut.push_back(std::move(name));
+        if (!isOwnRules(scanned.key)) ++comparison_.neverSent;
         return;
       }
       differing_.add(scanned.key,
@@ -191,6 +197,13 @@ ProjectComparison openComparison() {
 void takeScan(ProjectComparison& comparison, DirectoryScan& scan) {
   if (!scan.failure.empty()) {
     throw CommandFailure{ExitCode::Failure, L"the project's directory " + scan.failure};
+  }
+  std::string replaced;
+  for (const ScannedFile& file : scan.files) {
+    if (isLeftoverOfLoad(std::string_view(file.name).substr(file.name.rfind('\\') + 1), replaced)) {
+      comparison.leftovers.push_back(platform::fromUtf8(file.name));
+    }
+    if (isUsersPrivate(file.key)) ++comparison.neverSent;
   }
   std::erase_if(scan.files, [](const ScannedFile& file) { return isPrivateKey(file.key); });
   comparison.files = scan.files.size();

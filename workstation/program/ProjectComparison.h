@@ -44,13 +44,21 @@ struct ProjectComparison {
   /// Names here that no other workstation can hold, of files and of directories with all below them. They are told to
   /// the error log, and belong to no list above.
   std::vector<std::wstring> passedOver;
-  /// Only here, and no upload takes them.
-  std::vector<std::wstring> keptOut;
+  std::uint64_t neverSent = 0;          ///< files only here that no upload takes, without the workstation's own
+  std::vector<std::wstring> leftovers;  ///< of loads that were killed; see clearLeftover()
 };
 
 /// Throws CommandFailure when the directory, the store or the base can't be read to the end: what was not seen must not
 /// count as gone.
 ProjectComparison compareProject(Context& context);
+
+/// Takes away what killed loads have left in the open project. What may be somebody's work goes to the project's
+/// backup directory, and is told with a line. The project's guard is held by the caller.
+/// @return how many went there
+std::size_t rescueLeftovers(Context& context);
+std::size_t rescueLeftovers(Context& context, const ProjectComparison& comparison);
+/// One line on the files here that are never sent, if there are any.
+void tellNeverSent(const Context& context, const ProjectComparison& comparison);
 
 /// Notes in the base, in one transaction, that these files (`unrecorded`) are the same on both sides. One that no
 /// download has brought is read before: size and time alone prove nothing about it.

@@ -16,6 +16,7 @@
 #include "workstation/program/Saving.h"
 #include "workstation/program/StoreDeletions.h"
 #include "workstation/program/SyncBase.h"
+#include "workstation/store/DiskFiles.h"
 #include "workstation/store/StoreContext.h"
 #include "workstation/store/TransferConditions.h"
 #include "workstation/ui/Terminal.h"
@@ -91,6 +92,8 @@ ProjectSync::ProjectSync(Context& context) : context_(context), dryRun_(context.
 ExitCode ProjectSync::run() {
   tellSwitchedOff();
   comparison_ = compareProject(context_);
+  if (!dryRun_) rescued_ = rescueLeftovers(context_, comparison_);
+  tellNeverSent(context_, comparison_);
   const bool hadOtherUsers = comparison_.userList.has_value();
   if (!dryRun_) {
     loadIfFresh();
@@ -245,7 +248,9 @@ void ProjectSync::fetch() {
   for (const Item* item : wanted) all.bytes += static_cast<std::uint64_t>(item->file.store->size);
   std::vector<TransferCondition> conditions;
   for (const Item& item : items_) {
-    if (item.file.store) conditions.push_back({item.file.name, item.file.here, item.file.store->revision});
+    if (!item.file.store) continue;
+    const bool stays = item.decision.step != SyncStep::Fetch;
+    conditions.push_back({item.file.name, item.file.here, item.file.store->revision, stays});
   }
   if (const auto& list = comparison_.userList) conditions.push_back({list->name, list->here, list->store->revision});
   const ScopedTransferConditions judged(comparison_.projectUuid, conditions);
@@ -315,8 +320,17 @@ void ProjectSync::moveToTrash(const Item& item, SyncBase& bases) {
       context_.store().findFile(context_.actor(), comparison_.projectUuid, item.file.name, stored);
   if (status != kStoreNotFound) return keep(label, L"the store has it again; sync again");
   if (!contentOnDisk(path).looksLike(item.file.here)) return keep(label, L"it is being changed; sync again");
-  if (!moveFileToWindowsRecycleBin(path)) {
+  if (isOpenForWriting(platform::systemPath(path))) return keep(label, L"it is open for writing in another program");
+  std::string thrown;
+  if (platform::moveToTrash(path, &thrown) != ERROR_SUCCESS) {
     return keep(label, L"somebody deleted it in the store, but it could not be moved to the trash");
+  }
+  // What somebody saved behind the last look went there, too.
+  if (!contentOnDisk(platform::libraryPath(thrown)).looksLike(item.file.here)) {
+    return keep(label,
+                platform::takeFromTrash(thrown, path)
+                    ? std::wstring(L"it is being changed; sync again")
+                    : L"it was changed meanwhile; what was saved is in the trash as " + platform::fromUtf8(thrown));
   }
   // A run that ends here leaves a base without files. A new file of this name is then told as changed here, and not as
   // new: it is kept until it is pushed by its name.
@@ -360,6 +374,7 @@ void ProjectSync::settle() {
   // Looked at before the sides are compared: what changes in between is told by `changes` once more, and not lost.
   const ProjectLook look = lookAtProject();
   comparison_ = compareProject(context_);
+  const std::vector<ComparedFile> same = comparison_.unrecorded;
   recordSame();
   std::set<std::wstring> differing = keysOf(comparison_.differing);
   SyncBase bases(comparison_.projectUuid);
@@ -367,7 +382,9 @@ void ProjectSync::settle() {
     bases.put(item->view.fileName, {*item->view.here, *item->view.store});
     differing.erase(itemKey(item->file.name));
   }
+  for (const Item& item : items_) told_.insert(itemKey(item.file.name));
   tellSettled(differing);
+  tellOthersFetched(same, differing);
   clearWaiting(differing);
   acceptSettled(look, [&](const std::wstring& name) { return !differing.contains(itemKey(name)); });
 }
@@ -404,6 +421,14 @@ void ProjectSync::clearWaiting(const std::set<std::wstring>& differing) const {
   }
 }
 
+/// A load may bring more than was judged: what was saved since.
+void ProjectSync::tellOthersFetched(const std::vector<ComparedFile>& same, const std::set<std::wstring>& differing) {
+  for (const ComparedFile& file : same) {
+    const std::wstring key = itemKey(file.name);
+    if (!told_.contains(key) && !differing.contains(key) && !isUserList(file.name)) tellFetched(itemOf(file));
+  }
+}
+
 ExitCode ProjectSync::finish() const {
   const auto part = [](std::size_t count, const wchar_t* what) {
     return count == 0 ? std::wstring()
@@ -411,9 +436,9 @@ ExitCode ProjectSync::finish() const {
   };
   const std::wstring parts = part(fetched_, dryRun_ ? L"to fetch" : L"fetched") +
                              part(sent_, dryRun_ ? L"to send" : L"sent") + part(trashed_, L"to the trash") +
-                             part(kept_, kept_ == 1 ? L"stays" : L"stay");
+                             part(rescued_, L"rescued") + part(kept_, kept_ == 1 ? L"stays" : L"stay");
   context_.output().message(parts.empty() ? L"in step: " + fileCount(comparison_.files) : parts.substr(2));
-  return kept_ == 0 ? ExitCode::Done : ExitCode::PartlyDone;
+  return kept_ + rescued_ == 0 ? ExitCode::Done : ExitCode::PartlyDone;
 }
 
 std::vector<ProjectSync::Item*> ProjectSync::itemsTo(SyncStep step) {

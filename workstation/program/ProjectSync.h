@@ -57,6 +57,7 @@ class ProjectSync {
   void settle();
   void tellSettled(const std::set<std::wstring>& differing);
   void clearWaiting(const std::set<std::wstring>& differing) const;
+  void tellOthersFetched(const std::vector<ComparedFile>& same, const std::set<std::wstring>& differing);
   ExitCode finish() const;
 
   std::vector<Item*> itemsTo(SyncStep step);
@@ -73,6 +74,7 @@ class ProjectSync {
   std::size_t fetched_ = 0;
   std::size_t sent_ = 0;
   std::size_t trashed_ = 0;
+  std::size_t rescued_ = 0;
   std::size_t kept_ = 0;
 };
 

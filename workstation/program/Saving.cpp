@@ -163,6 +163,7 @@ void report(const Context& context, const std::wstring& item, const std::wstring
 std::wstring failureText(unsigned long code) {
   if (code == ERROR_SUCCESS || static_cast<CloudStatus>(code) == kStoreChanged)
     return L"it changed here or in the store meanwhile; see zephor status";
+  if (static_cast<CloudStatus>(code) == kStoreInUse) return L"it is open in another program";
   if (code == 1 || code == ERROR_INVALID_DATA) return L"refused; what was wrong is told below";
   return platform::formatWide(L"code 0x%lx", code);
 }

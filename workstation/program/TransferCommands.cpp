@@ -12,7 +12,7 @@
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/Objects.h"
-#include "workstation/program/PushPlan.h"
+#include "workstation/program/ProjectComparison.h"
 #include "workstation/program/Saving.h"
 #include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
@@ -152,12 +152,13 @@ ExitCode fetch(Context& context, const Arguments& arguments) {
   context.startInProject();
   const ProjectGuard guard = context.guardProject();
   Tally tally;
+  const std::size_t rescued = context.options().dryRun ? 0 : rescueLeftovers(context);
   SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
   for (const auto& view : arguments.all ? readObjects() : readItems(items)) {
     fetchItem(context, view, arguments, bases, tally);
   }
   if (arguments.all && tally.doneCount() + tally.failedCount() == 0) context.output().message(L"nothing to fetch");
-  return tally.exitCode();
+  return rescued == 0 || tally.exitCode() != ExitCode::Done ? tally.exitCode() : ExitCode::PartlyDone;
 }
 
 /// The deletion gives an object's lock back, whoever took it and however it ends. One that was held before is taken
