@@ -180,7 +180,7 @@ class CacheReader {
 
 bool isCacheWhole(const std::wstring& projectUuid, const std::wstring& directory) {
   const auto record = CacheRecord::of(projectUuid, directory);
-  return record != nullptr && record->isWhole() && !isLoadUnfinished(projectUuid);
+  return record != nullptr && record->isWhole();
 }
 
 std::wstring counted(std::uint64_t number, const wchar_t* one, const wchar_t* many) {

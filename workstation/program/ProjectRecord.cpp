@@ -102,7 +102,7 @@ Database openProjectRecord(const std::wstring& projectUuid, const char* schema, 
 }
 
 RecordsSetAside::RecordsSetAside(const std::wstring& projectUuid) {
-  for (const wchar_t* const ending : {L".db3", L".cache.db3", L".loading"}) {
+  for (const wchar_t* const ending : {L".db3", L".cache.db3"}) {
     const std::string base = platform::systemPath(platform::joinPath(kStateDirectory, projectUuid + ending));
     // What was never brought into the database goes with it, or it would be taken for that of the next one.
     for (const char* const part : {"", "-wal", "-journal", "-shm"}) {
