@@ -36,7 +36,9 @@ void CScopedPrjSettings::pop() {
   std::wstring host;
   std::wstring projectDirectory;
   // A server that can't be reached any more must not keep the service from pointing where it pointed before.
-  const std::wstring server = registeredName(oldWorkgroupServer_, oldHost_);
+  // A plain directory has no address that would tell it.
+  const bool isNameless = oldHost_.empty() && CServerProperties(oldWorkgroupServer_).hostName.empty();
+  const std::wstring server = isNameless ? oldWorkgroupServer_ : registeredName(oldWorkgroupServer_, oldHost_);
   if (!WGO_FullInitWorkgroup(server, oldProjectDirectory_, host, projectDirectory)) {
     aimTransferAt(server, oldProjectDirectory_);
   }

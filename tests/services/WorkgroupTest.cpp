@@ -81,7 +81,7 @@ TEST_F(Workgroup, AProjectMayLagThreeReleases) {
     const std::size_t shown = ui().boxes().size();
     EXPECT_EQ(WGO_isValidProjectVersion(project, false, lag < 0), *refusal == L'\0') << lag;
     EXPECT_EQ(ui().boxes().size() - shown, lag < 0 ? 1U : 0U);
-    EXPECT_TRUE(desk.hasErrorLine(refusal)) << lag;
+    EXPECT_TRUE(*refusal == L'\0' || desk.hasErrorLine(refusal)) << lag;
   }
   EXPECT_EQ(ui().boxes()[0].style, 0x10040U);
   EXPECT_TRUE(desk.hasErrorLine(L"WGO_isValidProjectVersion: " + ui().boxes()[0].text + L" - " + uuid));
