@@ -169,7 +169,8 @@ class Comparer {
 
  private:
   static std::optional<ObjectName> objectOf(const ListedFile& listed) {
-    return listed.key.find('\\') == std::string::npos ? itemOfFile(listed.file.name).object : std::nullopt;
+    const bool isAtTop = listed.key.find('\\') == std::string::npos;
+    return isAtTop ? itemOfFile(platform::fromUtf8(listed.key)).object : std::nullopt;
   }
   const SyncPoint* baseOf(const std::string& key) {
     while (next_ < points_.size() && points_[next_].first < key) ++next_;
@@ -216,29 +217,41 @@ void takeScan(ProjectComparison& comparison, DirectoryScan& scan) {
   }
 }
 
+using List = CloudStatus (CloudStore::*)(const StoreActor&, const std::wstring&, std::vector<ListedFile>&);
+
+Listing readStore(Context& context, const std::wstring& projectUuid, List list) {
+  Listing result;
+  result.status = (context.store().*list)(context.actor(), projectUuid, result.files);
+  if (result.status != kStoreOk) result.error = CloudStore::lastText();
+  return result;
+}
+
+void compare(ProjectComparison& comparison, const DirectoryScan& scan, const Points& points, Listing listed) {
+  if (listed.status != kStoreOk) throw CommandFailure{ExitCode::Failure, listed.error};
+  Comparer comparer(comparison, scan, points);
+  for (ListedFile& file : listed.files) comparer.takeStored(file);
+  comparer.takeOnlyHere();
+  comparer.takeGone(listed.files);
+  comparer.finish();
+}
+
 }  // namespace
 
 ProjectComparison compareProject(Context& context) {
   ProjectComparison comparison = openComparison();
-  auto listing = std::async(std::launch::async, [&] {
-    Listing result;
-    result.status = context.store().listing(context.actor(), comparison.projectUuid, result.files);
-    if (result.status != kStoreOk) result.error = CloudStore::lastText();
-    return result;
-  });
+  auto outline =
+      std::async(std::launch::async, [&] { return readStore(context, comparison.projectUuid, &CloudStore::outline); });
   auto bases = std::async(std::launch::async, [&] { return SyncBase(comparison.projectUuid).all(); });
   DirectoryScan scan = scanDirectory(platform::systemPath(comparison.directory), isPrivateKey);
   takeScan(comparison, scan);
   const std::optional<Points> points = bases.get();
   if (!points) throw CommandFailure{ExitCode::Failure, L"what was last in step can't be read to its end"};
-  Comparer comparer(comparison, scan, *points);
-  Listing listed = listing.get();
-  if (listed.status != kStoreOk) throw CommandFailure{ExitCode::Failure, listed.error};
-  for (ListedFile& file : listed.files) comparer.takeStored(file);
-  comparer.takeOnlyHere();
-  comparer.takeGone(listed.files);
-  comparer.finish();
-  return comparison;
+  // Where all is as it was, the outline tells it. What differs is told with all that the store knows of it.
+  ProjectComparison whole = comparison;
+  compare(comparison, scan, *points, outline.get());
+  if (comparison.differing.empty() && comparison.unrecorded.empty()) return comparison;
+  compare(whole, scan, *points, readStore(context, whole.projectUuid, &CloudStore::listing));
+  return whole;
 }
 
 namespace {

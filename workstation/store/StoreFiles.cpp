@@ -124,6 +124,27 @@ CloudStatus CloudStore::listing(const StoreActor& actor, const std::wstring& pro
   });
 }
 
+CloudStatus CloudStore::outline(const StoreActor& actor, const std::wstring& project, std::vector<ListedFile>& out) {
+  return answerOf([&] {
+    out.clear();
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    const ReadTransaction transaction(*lease);
+    requireRole(*lease, actor, project, StoreRole::Viewer);
+    Statement row(*lease,
+                  "SELECT name_key, size, modified, revision, header FROM files WHERE project=? AND deleted=0 ORDER BY "
+                  "name_key");
+    row << project;
+    while (row.row()) {
+      ListedFile& listed = out.emplace_back();
+      listed.key = row.bytes(0);
+      listed.file.size = row.number(1);
+      listed.file.modified = timeOf(row.number(2));
+      listed.file.revision = row.number(3);
+      listed.header = row.blob(4);
+    }
+  });
+}
+
 CloudStatus CloudStore::deletedFiles(const StoreActor& actor, const std::wstring& project, unsigned classes,
                                      std::vector<StoredFile>& out) {
   return answerOf([&] {
