@@ -52,8 +52,9 @@ class Removal {
     DirectoryStream stream(path);
     while (const char* entry = stream ? stream.next() : nullptr) names.emplace_back(entry);
     if (stream.error() != 0) keep(name, stream.error());
-    for (const std::string& entry : names) {
-      if (entry != "." && entry != "..") remove(name.empty() ? entry : name + '/' + entry);
+    const std::string prefix = name.empty() ? name : name + '/';
+    for (std::string& entry : names) {
+      if (entry != "." && entry != "..") remove(entry.insert(0, prefix));
     }
     if (::rmdir(path.c_str()) != 0) note(errno);
   }
