@@ -120,13 +120,25 @@ struct FileStatus {
 };
 PLATFORM_API FileStatus fileStatus(const std::wstring& path);
 
+/// Why something is not in the trash, or not all of it.
+struct TrashFailure {
+  std::string trash;   ///< the trash that was tried last, as a system path; empty when none was
+  std::string reason;  ///< the system's text
+  /// The trash has a copy, and its original could not be removed whole: what `left` names still lies in `place`.
+  bool isInTrash = false;
+  std::string place;              ///< where the original lies now, as a system path; empty where it always was
+  std::vector<std::string> left;  ///< relative to it
+};
+
 /// Moves a file or directory into the user's trash (freedesktop.org Trash 1.0). Never deletes: without a trash that
-/// takes it, it stays.
-/// @return 0, or the error; on an error it is still where it was.
-///         ERROR_SHARING_VIOLATION when it, or a file below it, is open for somebody
-///         who does not let it be deleted
-/// @param thrown  set to where it lies then, a path of the system; may be null
-PLATFORM_API DWORD moveToTrash(const std::wstring& path, std::string* thrown = nullptr);
+/// takes it, it stays. To another volume it is copied, under a name beside its own so that nobody finds it by its path
+/// meanwhile; what others write into it all the same stays.
+/// @param failure  may be null
+/// @param thrown   set to where it lies then, a path of the system; may be null
+/// @return 0, or the error; on an error it is still where it was, except as `failure` tells. ERROR_SHARING_VIOLATION
+///         when it, or a file below it, is open for somebody who does not let it be deleted, or was written meanwhile
+PLATFORM_API DWORD moveToTrash(const std::wstring& path, TrashFailure* failure = nullptr,
+                               std::string* thrown = nullptr);
 /// Gives what moveToTrash() took its place back. @return false when the place is taken, or can't be reached
 PLATFORM_API bool takeFromTrash(const std::string& thrown, const std::wstring& path);
 

@@ -232,7 +232,15 @@ bool isHeld(const std::string& path, const EntryStatus& status) {
 
 enum class Transport { Rename, Copy };
 
-DWORD throwInto(const Trash& trash, const std::string& path, Transport transport, std::string* thrown) {
+/// How a move ended.
+struct Thrown {
+  TrashFailure failure;
+  std::string place;  ///< in the trash
+};
+
+/// @return 0, or errno
+int throwInto(const Trash& trash, const std::string& path, Transport transport, Thrown& told) {
+  told.failure.trash = trash.directory;
   // Before the trash is made in there.
   if (trash.directory.starts_with(path + '/')) return EACCES;
   if (const int error = makeTrash(trash.directory)) return error;
@@ -253,13 +261,13 @@ DWORD throwInto(const Trash& trash, const std::string& path, Transport transport
     if (infoError != 0) return infoError;
     struct stat status {};
     const bool isTaken = ::lstat(place.c_str(), &status) == 0;  // a file that lost its info
-    const int renameError =
-        transport == Transport::Rename ? renameWithoutReplacing(path, place) : (isTaken ? EEXIST : 0);
-    DWORD error = fromErrno(renameError);
-    if (transport == Transport::Copy && renameError == 0) error = copyAndRemove(path, place);
-    if (error == ERROR_SUCCESS) {
-      if (thrown != nullptr) *thrown = place;
-      return ERROR_SUCCESS;
+    int error = isTaken ? EEXIST : 0;
+    if (transport == Transport::Rename) error = renameWithoutReplacing(path, place);
+    const bool isCopying = transport == Transport::Copy && !isTaken;
+    if (isCopying) error = copyAndRemove(path, place, told.failure);
+    if (error == 0) {
+      told.place = place;
+      return 0;
     }
     // A copy that is whole keeps its info, though its original could not be removed.
     if (!isCopying || ::lstat(place.c_str(), &status) != 0) ::unlink(info.c_str());
@@ -268,42 +276,38 @@ DWORD throwInto(const Trash& trash, const std::string& path, Transport transport
   return EEXIST;
 }
 
-int throwAway(const std::string& path, TrashFailure& failure) {
+int throwAway(const std::string& path, Thrown& told) {
   const Trash home{homeTrash(), {}};
   int error = ENOENT;
-  if (!home.directory.empty()) error = throwInto(home, path, Transport::Rename, failure);
+  if (!home.directory.empty()) error = throwInto(home, path, Transport::Rename, told);
   if (error == 0) return 0;
   for (const Trash& volume : volumeTrashes(path)) {
-    error = throwInto(volume, path, Transport::Rename, failure);
+    error = throwInto(volume, path, Transport::Rename, told);
     if (error == 0) return 0;
   }
   if (home.directory.empty()) return error;
   // Where nothing may be removed a copy is of no use.
   if (::access(parentOf(path).c_str(), W_OK | X_OK) != 0) return errno;
-  return throwInto(home, path, Transport::Copy, failure);
+  return throwInto(home, path, Transport::Copy, told);
 }
 
 }  // namespace
 
-DWORD moveToTrash(const std::wstring& path, std::string* thrown) {
+DWORD moveToTrash(const std::wstring& path, TrashFailure* failure, std::string* thrown) {
   Location place;
   if (const DWORD error = locate(path.c_str(), place)) return error;
   if (splitPath(path).components.empty()) return ERROR_ACCESS_DENIED;
   EntryStatus status;
   if (const int error = readStatus(place.path, status)) return pathError(error, place.path);
   if (isHeld(place.path, status)) return ERROR_SHARING_VIOLATION;
-  const Trash home{homeTrash(), {}};
-  DWORD error = ERROR_PATH_NOT_FOUND;
-  if (!home.directory.empty()) error = throwInto(home, place.path, Transport::Rename, thrown);
-  if (error == ERROR_SUCCESS) return error;
-  for (const Trash& volume : volumeTrashes(place.path)) {
-    error = throwInto(volume, place.path, Transport::Rename, thrown);
-    if (error == ERROR_SUCCESS) return error;
+  Thrown told;
+  const int error = throwAway(place.path, told);
+  if (error != 0) {
+    told.failure.reason = error == EBUSY ? "it was written meanwhile" : std::generic_category().message(error);
   }
-  if (home.directory.empty()) return error;
-  // Where nothing may be removed a copy is of no use.
-  if (::access(parentOf(place.path).c_str(), W_OK | X_OK) != 0) return fromErrno(errno);
-  return throwInto(home, place.path, Transport::Copy, thrown);
+  if (failure != nullptr) *failure = told.failure;
+  if (thrown != nullptr && error == 0) *thrown = told.place;
+  return fromErrno(error);
 }
 
 bool takeFromTrash(const std::string& thrown, const std::wstring& path) {

@@ -163,7 +163,7 @@ TEST(Sync, WhoMayNotSendIsToldWhyForEachItemAndAskedNothing) {
   office.must("anna", {"project", "unlock"});
   office.must("anna", {"project", "add", "ben@example.org", "--role", "viewer"});
   run = office.run("ben", {"sync"});
-  EXPECT_THAT(run.out, HasSubstr("own.txt: kept (you may not change this project: your role in it is viewer)"));
+  EXPECT_THAT(run.out, HasSubstr("own.txt: kept (you are a viewer in this project)"));
   EXPECT_THAT(run.err, Not(HasSubstr("try again")));
 }
 

@@ -134,7 +134,10 @@ void findMissing(ProjectLook& look, const DirectorySnapshot& base, const WGO_Fil
   std::set<std::wstring> here;
   for (const auto& file : base) kept.insert(platform::toLower(nameInProject(look, file.first)));
   for (const auto& file : look.now) here.insert(platform::toLower(nameInProject(look, file.first)));
-  for (std::wstring& name : SyncBase(look.projectUuid).names()) {
+  const auto points = SyncBase(look.projectUuid).all();
+  if (!points) return;
+  for (const auto& point : *points) {
+    std::wstring name = platform::fromUtf8(point.first);
     if (kept.contains(name) || isPrivateFile(name) || isKeptOut(filter, name)) continue;
     ++look.keptCount;
     const bool isHere = here.contains(name) || platform::fileStatus(platform::joinPath(look.directory, name)).exists;

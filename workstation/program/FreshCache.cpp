@@ -25,17 +25,7 @@ class FirstLoad {
       : comparison_(comparison),
         record_(CacheRecord::of(comparison.projectUuid, comparison.directory)),
         bases_(comparison.projectUuid) {
-    for (const ComparedFile& file : comparison.differing) {
-      if (!file.store) continue;
-      TransferCondition condition{file.name, file.here, file.store->revision};
-      condition.stays = !isWanted(file);
-      if (!condition.stays) {
-        wanted_.insert(platform::joinPath(comparison.directory, file.name));
-        ++expected_.files;
-        expected_.bytes += static_cast<std::uint64_t>(file.store->size);
-      }
-      conditions_.push_back(std::move(condition));
-    }
+    for (const ComparedFile& file : comparison.differing) take(file, isWanted(file));
   }
 
   /// By name, since the library's full load would empty the directories below "BIM", unsent work included. The light
@@ -47,10 +37,6 @@ class FirstLoad {
     if (!wanted_.empty()) Quorvel::FileAccess::WGO_DownloadFiles(project, wanted_);
     if (missing() == 0) Quorvel::FileAccess::WGO_refreshProjectCacheFromServer(project);
   }
-  void end() const {
-    if (record_ != nullptr) record_->setWhole();
-  }
-
   std::size_t missing() const {
     return static_cast<std::size_t>(std::count_if(
         wanted_.begin(), wanted_.end(), [](const std::wstring& path) { return !platform::fileStatus(path).exists; }));
@@ -58,10 +44,17 @@ class FirstLoad {
   const LoadedFiles& expected() const { return expected_; }
 
  private:
+  void take(const ComparedFile& file, bool isWanted) {
+    if (!file.store) return;
+    conditions_.push_back({file.name, file.here, file.store->revision, !isWanted});
+    if (!isWanted) return;
+    wanted_.insert(platform::joinPath(comparison_.directory, file.name));
+    ++expected_.files;
+    expected_.bytes += static_cast<std::uint64_t>(file.store->size);
+  }
   bool isWanted(const ComparedFile& file) const {
     if (!platform::isSafeRelativeName(file.name)) return false;
-    // Entering the project has written the list of users.
-    if (!file.here.isKnown() || platform::equalsIgnoreCase(file.name, L"Net\\user.cfg")) return true;
+    if (!file.here.isKnown()) return true;
     const SeenFile* const seen = record_ != nullptr ? record_->find(file.name) : nullptr;
     return !file.hasTwin && seen != nullptr &&
            (seen->settled.looksLike(file.here) || seen->announced.looksLike(file.here)) && !bases_.get(file.name);
@@ -77,6 +70,10 @@ class FirstLoad {
 
 }  // namespace
 
+void markCacheWhole(const ProjectComparison& comparison) {
+  if (const auto record = CacheRecord::of(comparison.projectUuid, comparison.directory)) record->setWhole();
+}
+
 bool loadFreshCache(Context& context, LoadedFiles* loaded) {
   const ProjectComparison before = compareProject(context);
   if (before.isWhole) return false;
@@ -89,7 +86,7 @@ bool loadFreshCache(Context& context, LoadedFiles* loaded) {
                                                                  L"zephor sync goes on with it",
                                                                  static_cast<unsigned long long>(missing))};
   }
-  load.end();
+  markCacheWhole(after);
   if (loaded == nullptr) return true;
   *loaded = load.expected();
   loaded->left = static_cast<std::uint64_t>(std::count_if(after.differing.begin(), after.differing.end(),

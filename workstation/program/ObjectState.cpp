@@ -23,7 +23,8 @@ ObjectState stateOf(const std::optional<VersionStamp>& here, const std::optional
     const bool changedThere = *store != base->store;
     if (!changedHere && !changedThere) return ObjectState::InStep;
     if (same) return ObjectState::InStep;
-    if (changedHere && changedThere) return ObjectState::ChangedOnBoth;
+    // An old copy that was put back is nobody's new work: sent, it would replace what came after it.
+    if (changedHere && (changedThere || isOlder(*here, base->here))) return ObjectState::ChangedOnBoth;
     if (changedHere) return ObjectState::ChangedHere;
     return isOlder(*store, base->store) ? ObjectState::OlderInStore : ObjectState::NewerInStore;
   }
@@ -68,8 +69,9 @@ const wchar_t* stateReason(ObjectState state) {
       return L"the store has an older version than was seen here; was it restored from a backup? zephor save --force "
              L"sends what is here, zephor fetch --force takes the store's";
     case ObjectState::ChangedOnBoth:
-      return L"neither version came after the other, or an old one was put back here; copy what is here aside (zephor "
-             L"export for an object), then fetch --force";
+      return L"changed here and in the store, or an old version was put back here; zephor fetch --force takes the "
+             L"store's version, zephor save --force "
+             L"yours, and the other one stays in the project's backup directory";
     case ObjectState::OnlyHere:
       return L"never saved to the store";
     case ObjectState::OnlyInStore:

@@ -29,7 +29,7 @@ enum class ObjectState : std::uint8_t {
   ChangedHere,       ///< to be saved
   NewerInStore,      ///< to be fetched
   OlderInStore,      ///< unchanged here; the store has gone back behind what was in step once
-  ChangedOnBoth,     ///< both changed, or nobody knows since when they differ
+  ChangedOnBoth,     ///< both changed, nobody knows since when they differ, or it is older here than it was in step
   OnlyHere,          ///< never saved
   OnlyInStore,       ///< never fetched
   RemovedFromStore,  ///< was in step once; the copy here is unchanged since

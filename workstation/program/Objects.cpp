@@ -212,6 +212,20 @@ void complete(ItemView& view, const SyncBase& bases) {
   view.state = stateOf(view.here, view.store, surelySame, view.base);
 }
 
+/// Reads what is here, and judges.
+/// @param listed  by listStoredObjects
+void completeAll(Views& views, const std::vector<StoredFile>& listed) {
+  const SyncBase bases(get_ActivePrj().GetOndrathProjectUuid());
+  for (auto& entry : views) readHere(entry.second);
+  for (const StoredFile& file : listed) {
+    const auto found = views.find(keyOf(itemOfFile(file.name)));
+    if (found == views.end() || !hasStoredHeader(found->second)) continue;
+    found->second.revision = file.revision;
+    checkContent(found->second, file);
+  }
+  for (auto& entry : views) complete(entry.second, bases);
+}
+
 bool isPrivateByStart(std::string_view key) {
   constexpr std::array<std::string_view, 4> kStarts{"quorvelprojectdb", "notuploadedfiles.", "project1.dat.xml",
                                                     "backup\\"};
@@ -233,18 +247,20 @@ bool isPrivateFile(const std::wstring& name) {
 }
 
 bool isPrivateKey(std::string_view key) {
-  // The library makes the last for itself, empty, wherever a project is entered.
-  return isPrivateByStart(key) || hasPrivateEnding(key) || key == "backup" || key == "net\\data.cfg";
+  // The library makes "data.cfg" for itself, empty, wherever a project is entered.
+  return isPrivateByStart(key) || hasPrivateEnding(key) || key == "backup" || key == "net\\data.cfg" ||
+         key == "net\\user.cfg" || key == "net\\user.cfg.old";
+}
+
+std::wstring whyPrivate(const std::wstring& name) {
+  const bool isUserList = platform::equalsIgnoreCase(name, L"Net\\user.cfg");
+  return isUserList ? L"the project's services keep it in step with the members" : L"it belongs to this workstation";
 }
 
 bool isUsersPrivate(std::string_view key) {
   const std::string_view leaf = key.substr(key.rfind('\\') + 1);
   // Leftovers of transfers, and what the library's full load leaves.
   return hasPrivateEnding(key) && !isPrivateByStart(key) && !leaf.starts_with('~') && leaf != "ondrathcopy.tmp";
-}
-
-bool isUserList(const std::wstring& name) {
-  return platform::equalsIgnoreCase(name, L"Net\\user.cfg");
 }
 
 ItemName itemOfFile(const std::wstring& fileName) {

@@ -63,8 +63,6 @@ std::wstring whyPrivate(const std::wstring& name);
 bool isPrivateKey(std::string_view key);
 /// Whether a name is private by its ending alone: it may be a user's file all the same, which is never sent.
 bool isUsersPrivate(std::string_view key);
-/// The list of the project's users, which the library alone brings in line with the members in the store, and sends.
-bool isUserList(const std::wstring& name);
 
 /// "Anna Berg on drawing-room since 2026-11-21 18:04:05 UTC".
 std::wstring holderOf(const FileLockInfo& info);

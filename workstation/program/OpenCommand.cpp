@@ -17,9 +17,32 @@ namespace workstation::program {
 
 namespace {
 
-bool isCacheWhole(const PRJ& project) {
-  const auto record = CacheRecord::of(project.GetOndrathProjectUuid(), project.GetFullProjectPath(true));
-  return record != nullptr && record->isWhole();
+std::wstring loadedText(const LoadedFiles& loaded, double seconds) {
+  constexpr double kMegabyte = 1e6;
+  if (loaded.files == 0) return {};
+  return L": " + counted(loaded.files, L"file", L"files") +
+         platform::formatWide(L", %.1f MB, in %.1f s", static_cast<double>(loaded.bytes) / kMegabyte, seconds);
+}
+
+/// Looks the project up and counts what would come; nothing is made.
+ExitCode tellOpening(Context& context, const std::wstring& name, bool loads) {
+  std::wstring uuid;
+  std::wstring error;
+  if (!findProjectUuid(name, uuid, error)) throw CommandFailure{ExitCode::Failure, error};
+  std::vector<Field> fields{{"project", name}, {"uuid", uuid}};
+  std::wstring text = L"would open " + name;
+  std::wstring unknown;
+  const bool isHere = openCache(uuid, unknown);
+  const bool isWhole = isHere && isCacheWhole(uuid, get_ActivePrj().GetFullProjectPath(true));
+  if (loads && !isWhole) {
+    std::vector<StoredFile> files;
+    check(context.store().files(context.actor(), uuid, kAllClasses, files));
+    text += isHere ? L"; what is missing here of " : L"; ";
+    text += counted(files.size(), L"file", L"files") + L" would come";
+    fields.emplace_back("files", static_cast<std::int64_t>(files.size()));
+  }
+  context.output().result(text, fields);
+  return ExitCode::Done;
 }
 
 ExitCode open(Context& context, const std::wstring& name, bool loads) {
@@ -33,7 +56,8 @@ ExitCode open(Context& context, const std::wstring& name, bool loads) {
   std::vector<Field> fields{{"project", project.GetProjectDisplayName()},
                             {"uuid", project.GetOndrathProjectUuid()},
                             {"directory", directory}};
-  bool isWhole = isCacheWhole(project);
+  const auto isLoaded = [&] { return isCacheWhole(project.GetOndrathProjectUuid(), project.GetFullProjectPath(true)); };
+  bool isWhole = isLoaded();
   LoadedFiles loaded;
   std::size_t rescued = 0;
   if (!isWhole && loads) {
@@ -52,12 +76,13 @@ ExitCode open(Context& context, const std::wstring& name, bool loads) {
   }
   fields.emplace_back("complete", isWhole);
   context.output().result(text, fields);
-  if (!isWhole && !loads) context.output().message(L"the project's files are not here yet; zephor sync brings them");
+  if (!isWhole) {
+    context.output().message(loads ? L"not everything came; zephor sync brings the rest"
+                                   : L"the project's files are not here yet; zephor sync brings them");
+  }
   if (loaded.left != 0) {
-    context.output().message(
-        platform::formatWide(L"%llu of the files here differ from the store's and stay; zephor "
-                             L"sync tells of them",
-                             static_cast<unsigned long long>(loaded.left)));
+    context.output().message(counted(loaded.left, L"file here differs", L"files here differ") +
+                             L" from the store's and stays as it is; zephor sync tells of it");
   }
   return rescued == 0 ? ExitCode::Done : ExitCode::PartlyDone;
 }

@@ -130,10 +130,6 @@ class Comparer {
     if (base != nullptr && isRecorded(object, file.here, *file.storeStamp, *base)) return;
     file.name = scanned != nullptr ? platform::fromUtf8(scanned->name) : listed.file.name;
     file.store = std::move(listed.file);
-    if (!isSame && isUserList(file.name)) {
-      comparison_.userList = std::move(file);
-      return;
-    }
     (isSame ? unrecorded_ : differing_).add(listed.key, std::move(file));
   }
 
@@ -142,7 +138,6 @@ class Comparer {
     here_.visitUnseen([&](const ScannedFile& scanned) {
       if (!filter) Quorvel::FileAccess::WGO_GetPrjDirUploadFilter(filter.emplace(), true);
       std::wstring name = platform::fromUtf8(scanned.name);
-      if (isUserList(name)) return;
       if (isKeptOut(*filter, name)) {
         if (!isOwnRules(scanned.key)) ++comparison_.neverSent;
         return;

@@ -38,7 +38,6 @@ struct ProjectComparison {
   std::vector<ComparedFile> differing;
   /// The same on both sides, but the base (SyncBase) does not say so.
   std::vector<ComparedFile> unrecorded;
-  std::optional<ComparedFile> userList;  ///< where it is not the same on both sides (isUserList); in no list above
   /// Keys of the base of which neither side has a file any more.
   std::vector<std::string> gone;
   /// Names here that no other workstation can hold, of files and of directories with all below them. They are told to
@@ -79,5 +78,8 @@ struct LoadedFiles {
 /// @return false when the cache is whole already
 /// Throws CommandFailure when a file could not be loaded; what came until then stays.
 bool loadFreshCache(Context& context, LoadedFiles* loaded = nullptr);
+
+/// Notes that all that the store has came by other roads: later loads only bring what is new.
+void markCacheWhole(const ProjectComparison& comparison);
 
 }  // namespace workstation::program

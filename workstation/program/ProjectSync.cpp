@@ -15,7 +15,9 @@
 #include "workstation/program/ProgressLine.h"
 #include "workstation/program/Saving.h"
 #include "workstation/program/StoreDeletions.h"
+#include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
+#include "workstation/program/UserListState.h"
 #include "workstation/store/DiskFiles.h"
 #include "workstation/store/StoreContext.h"
 #include "workstation/store/TransferConditions.h"
@@ -94,31 +96,29 @@ ExitCode ProjectSync::run() {
   comparison_ = compareProject(context_);
   if (!dryRun_) rescued_ = rescueLeftovers(context_, comparison_);
   tellNeverSent(context_, comparison_);
-  const bool hadOtherUsers = comparison_.userList.has_value();
   if (!dryRun_) {
     loadIfFresh();
     recordSame();
     forgetGone();
+    areUsersDue_ = isUserListDue(context_);
   }
   move();
-  if (hadOtherUsers && !dryRun_ && !comparison_.userList) tellFetched({std::nullopt, L"Net\\user.cfg"});
   return finish();
 }
 
 void ProjectSync::move() {
   for (const std::wstring& name : comparison_.passedOver)
     keep(name, L"no other workstation can hold a file of this name");
-  if (comparison_.differing.empty() && !comparison_.userList && (dryRun_ || comparison_.isWhole)) return;
+  if (comparison_.differing.empty() && !areUsersDue_ && (dryRun_ || comparison_.isWhole)) return;
   judge();
   if (dryRun_) {
     tellPlan();
     send();
     return;
   }
-  const bool moves = comparison_.userList || !itemsTo(SyncStep::Fetch).empty() || !itemsTo(SyncStep::Trash).empty() ||
+  const bool moves = areUsersDue_ || !itemsTo(SyncStep::Fetch).empty() || !itemsTo(SyncStep::Trash).empty() ||
                      !itemsTo(SyncStep::Record).empty();
   fetch();
-  completeCache();
   trash();
   if (send() || moves) {
     settle();
@@ -153,11 +153,7 @@ void ProjectSync::recordSame() {
     if (item.object) noteInDatabase(*item.object);
   }
   for (ComparedFile& file : recordInStep(context_, comparison_.unrecorded)) {
-    if (isUserList(file.name)) {
-      comparison_.userList = std::move(file);
-    } else {
-      comparison_.differing.push_back(std::move(file));
-    }
+    comparison_.differing.push_back(std::move(file));
   }
 }
 
@@ -193,7 +189,8 @@ void ProjectSync::judge() {
       if (!deletions) deletions.emplace(context_);
       circumstances.isDeletionTold = deletions->isTold(item.view);
     }
-    item.decision = decideSync(item.view, circumstances);
+    item.decision =
+        item.lacksHeader() ? decideWithoutHeader(item, circumstances.isOpen) : decideSync(item.view, circumstances);
   }
   keepAllOfLostStore();
 }
@@ -223,10 +220,6 @@ void ProjectSync::keepAllOfLostStore() {
 }
 
 void ProjectSync::tellPlan() {
-  if (comparison_.userList) {
-    report(context_, comparison_.userList->name, L"would be fetched", stateName(ObjectState::NewerInStore));
-    ++fetched_;
-  }
   for (const Item& item : items_) {
     const std::wstring label = item.view.label();
     if (item.decision.step == SyncStep::Fetch) {
@@ -243,7 +236,7 @@ void ProjectSync::tellPlan() {
 
 void ProjectSync::fetch() {
   std::vector<Item*> wanted = itemsTo(SyncStep::Fetch);
-  if (wanted.empty() && !comparison_.userList) return;
+  if (wanted.empty() && !areUsersDue_ && comparison_.isWhole) return;
   ProgressCount all{wanted.size(), 0};
   for (const Item* item : wanted) all.bytes += static_cast<std::uint64_t>(item->file.store->size);
   std::vector<TransferCondition> conditions;
@@ -252,17 +245,20 @@ void ProjectSync::fetch() {
     const bool stays = item.decision.step != SyncStep::Fetch;
     conditions.push_back({item.file.name, item.file.here, item.file.store->revision, stays});
   }
-  if (const auto& list = comparison_.userList) conditions.push_back({list->name, list->here, list->store->revision});
   const ScopedTransferConditions judged(comparison_.projectUuid, conditions);
   const WatchedTransfers watched(context_, L"fetching", all);
-  fetchUserList();
-  const bool hasBase = comparison_.userList || std::any_of(wanted.begin(), wanted.end(),
-                                                           [](const Item* item) { return isBaseClass(item->file); });
+  fetchItems(wanted);
+  completeCache();
+}
+
+void ProjectSync::fetchItems(std::vector<Item*> wanted) {
+  const bool hasBase = areUsersDue_ || std::any_of(wanted.begin(), wanted.end(),
+                                                   [](const Item* item) { return isBaseClass(item->file); });
   if (comparison_.isWhole && hasBase) {
-    // Leaves what was changed here, and brings the user list in step. Its answer is not asked: what it did not bring is
-    // tried again below, and told by itself.
+    // Leaves what was changed here, and brings the user list in step. Files that it did not bring are tried again
+    // below, and told by themselves.
     PRJ project = get_ActivePrj();
-    Quorvel::FileAccess::WGO_refreshProjectCacheFromServer(project);
+    if (Quorvel::FileAccess::WGO_refreshProjectCacheFromServer(project) == 0) noteUserList(context_);
     std::erase_if(wanted, [this](const Item* item) { return isBrought(*item); });
   }
   if (wanted.size() > kSingly) {
@@ -276,23 +272,14 @@ void ProjectSync::fetch() {
   }
 }
 
-/// The library's own file: what is here is nobody's work, and a load would keep it as one that changed on both sides.
-void ProjectSync::fetchUserList() {
-  if (!comparison_.userList) return;
-  const std::wstring& name = comparison_.userList->name;
-  const std::wstring path = platform::joinPath(comparison_.directory, name);
-  const unsigned long result = Quorvel::FileAccess::WGO_downloadFile(get_ActivePrj(), path.c_str(), false);
-  if (result != ERROR_SUCCESS) keep(name, L"it could not be fetched: " + failureText(result));
-}
-
-/// When all that was missing has come by name, no full load is needed any more. A light one does what it does beside.
+/// When all that was missing has come by name the cache counts as whole. A light load does what it does beside.
 void ProjectSync::completeCache() {
   const std::vector<Item*> wanted = itemsTo(SyncStep::Fetch);
   const auto isHere = [this](const Item* item) { return contentOnDisk(pathOf(*item)).isKnown(); };
   if (comparison_.isWhole || !std::all_of(wanted.begin(), wanted.end(), isHere)) return;
-  markCacheWhole(comparison_);
   PRJ project = get_ActivePrj();
   Quorvel::FileAccess::WGO_refreshProjectCacheFromServer(project);
+  markCacheWhole(comparison_);
 }
 
 void ProjectSync::fetchTogether(const std::vector<Item*>& wanted) {
@@ -322,7 +309,7 @@ void ProjectSync::moveToTrash(const Item& item, SyncBase& bases) {
   if (!contentOnDisk(path).looksLike(item.file.here)) return keep(label, L"it is being changed; sync again");
   if (isOpenForWriting(platform::systemPath(path))) return keep(label, L"it is open for writing in another program");
   std::string thrown;
-  if (platform::moveToTrash(path, &thrown) != ERROR_SUCCESS) {
+  if (platform::moveToTrash(path, nullptr, &thrown) != ERROR_SUCCESS) {
     return keep(label, L"somebody deleted it in the store, but it could not be moved to the trash");
   }
   // What somebody saved behind the last look went there, too.
@@ -425,7 +412,7 @@ void ProjectSync::clearWaiting(const std::set<std::wstring>& differing) const {
 void ProjectSync::tellOthersFetched(const std::vector<ComparedFile>& same, const std::set<std::wstring>& differing) {
   for (const ComparedFile& file : same) {
     const std::wstring key = itemKey(file.name);
-    if (!told_.contains(key) && !differing.contains(key) && !isUserList(file.name)) tellFetched(itemOf(file));
+    if (!told_.contains(key) && !differing.contains(key)) tellFetched(itemOf(file));
   }
 }
 

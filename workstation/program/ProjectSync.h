@@ -47,7 +47,7 @@ class ProjectSync {
   void keepAllOfLostStore();
   void tellPlan();
   void fetch();
-  void fetchUserList();
+  void fetchItems(std::vector<Item*> wanted);
   void completeCache();
   void fetchTogether(const std::vector<Item*>& wanted);
   void trash();
@@ -68,6 +68,7 @@ class ProjectSync {
 
   Context& context_;
   const bool dryRun_;
+  bool areUsersDue_ = false;  ///< the list of users is to be brought in step
   ProjectComparison comparison_;
   std::vector<Item> items_;
   std::set<std::wstring> told_;  ///< items with a result line, by key

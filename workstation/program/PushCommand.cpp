@@ -115,9 +115,7 @@ class Push {
   /// Moves the base of later looks over what is settled; compressing has changed the files of the Teilbilder.
   void accept(const ProjectLook& look) const {
     if (look.isFirst && choice_.named) return;
-    acceptSettled(look, [this](const std::wstring& name) {
-      return isPrivateFile(name) || isUserList(name) || run_.isSettled(name);
-    });
+    acceptSettled(look, [this](const std::wstring& name) { return isPrivateFile(name) || run_.isSettled(name); });
   }
 
   Context& context_;

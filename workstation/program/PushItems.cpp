@@ -49,7 +49,7 @@ std::vector<ItemName> itemsToPush(const ProjectLook& look, const SyncBase& bases
   std::vector<ItemName> items;
   std::set<std::wstring> known;
   const auto add = [&](ItemName item) {
-    if (!isUserList(item.fileName) && known.insert(itemKey(item.fileName)).second) items.push_back(std::move(item));
+    if (known.insert(itemKey(item.fileName)).second) items.push_back(std::move(item));
   };
   for (const auto& change : look.changes) {
     const std::wstring name = nameInProject(look, change.fileName);

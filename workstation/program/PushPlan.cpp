@@ -1,16 +1,15 @@
 #include "workstation/program/PushPlan.h"
 
 #include "host/Locking.h"
-#include "host/Project.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/objects/ObjectNames.h"
 #include "workstation/program/Arguments.h"
-#include "workstation/program/Context.h"
 #include "workstation/program/Objects.h"
-#include "workstation/store/CloudStore.h"
+#include "workstation/program/SendBarrier.h"
+#include "workstation/program/StoredContent.h"
 
 namespace workstation::program {
 
@@ -21,7 +20,10 @@ PushDecision refuse(std::wstring reason) {
 }
 
 /// A Teilbild or Plan goes only with its lock, anything else when nobody else holds one.
-PushDecision decideByLock(const ItemView& view, PushStep step) {
+PushDecision decideByLock(const ItemView& view, PushStep step, const SendBarrier& barrier) {
+  if (!barrier.reason.empty()) {
+    return {barrier.isLocked ? PushStep::RefuseLocked : PushStep::Refuse, barrier.reason};
+  }
   if (!view.object) return {step, {}};
   IZepFileLockingManager& locks = getFileLockingManager();
   FileLockInfo info;
@@ -35,7 +37,7 @@ PushDecision decideByLock(const ItemView& view, PushStep step) {
   return {step, {}};
 }
 
-PushDecision decideMissing(const ItemView& view, const PushChoice& choice, const std::optional<PushDecision>& forAll) {
+PushDecision decideMissing(const ItemView& view, const PushChoice& choice, const SendBarrier& barrier) {
   if (!view.store) {
     return choice.named ? refuse(L"there is no such item here or in the store") : PushDecision{PushStep::Nothing, {}};
   }
@@ -46,7 +48,7 @@ PushDecision decideMissing(const ItemView& view, const PushChoice& choice, const
     return choice.named ? refuse(reason) : PushDecision{PushStep::Leave, reason};
   }
   if (view.state != ObjectState::RemovedHere) return refuse(stateReason(view.state));
-  return forAll ? *forAll : decideByLock(view, PushStep::Delete);
+  return decideByLock(view, PushStep::Delete, barrier);
 }
 
 /// What is wrong with the file here, read whole for an object; empty when nothing is. A damaged version must not
@@ -63,8 +65,8 @@ std::wstring contentProblem(const ItemView& view) {
   return {};
 }
 
-PushDecision decideToSend(const ItemView& view) {
-  PushDecision decision = decideByLock(view, PushStep::Send);
+PushDecision decideToSend(const ItemView& view, const SendBarrier& barrier) {
+  PushDecision decision = decideByLock(view, PushStep::Send, barrier);
   if (decision.step != PushStep::Send) return decision;
   std::wstring problem = contentProblem(view);
   return problem.empty() ? decision : refuse(std::move(problem));
@@ -72,24 +74,12 @@ PushDecision decideToSend(const ItemView& view) {
 
 }  // namespace
 
-std::optional<PushDecision> refusalForAll(Context& context) {
-  const std::wstring project = get_ActivePrj().GetOndrathProjectUuid();
-  const CloudStatus status = context.store().mayChange(context.actor(), project);
-  if (status == kStoreOk) return std::nullopt;
-  std::wstring reason = CloudStore::lastText();
-  if (status == kStoreLocked) return PushDecision{PushStep::RefuseLocked, std::move(reason)};
-  StoreProject found;
-  const bool isViewer = context.store().project(context.actor(), project, found) == kStoreOk && !found.archived &&
-                        found.role == StoreRole::Viewer;
-  return refuse(isViewer ? L"you are a viewer in this project" : std::move(reason));
-}
-
 PushDecision decidePush(const ItemView& view, const PushChoice& choice, const PushFile& file,
-                        const std::optional<PushDecision>& forAll) {
+                        const SendBarrier& barrier) {
   if (file.hasTwin) return refuse(L"two files here differ only in letter case");
   if (view.damagedHere) return refuse(L"the file here is damaged");
   if (!view.here && !file.path.empty()) return refuse(L"the file here can't be read");
-  if (!view.here) return decideMissing(view, choice, forAll);
+  if (!view.here) return decideMissing(view, choice, barrier);
   if (file.path.empty()) return refuse(L"the filter of uploads keeps it out");
   if (view.state == ObjectState::InStep) return {PushStep::Nothing, {}};
   // Nobody worked on it here: what happened in the store is a matter of fetching.
@@ -99,11 +89,14 @@ PushDecision decidePush(const ItemView& view, const PushChoice& choice, const Pu
   }
   if (!platform::isSafeRelativeName(view.fileName))
     return refuse(L"not every workstation can hold a file of this name");
+  if (view.isUntold() && !isContentStored(view.fileName)) {
+    return refuse(L"the store has something else, and can't tell its version; zephor save --force");
+  }
   const bool isBehind = view.state == ObjectState::NewerInStore || view.state == ObjectState::OlderInStore ||
                         view.state == ObjectState::ChangedOnBoth;
   const bool wouldRevive = view.state == ObjectState::RemovedFromStore && !choice.named;
   if (isBehind || wouldRevive) return refuse(stateReason(view.state));
-  return forAll ? *forAll : decideToSend(view);
+  return decideToSend(view, barrier);
 }
 
 }  // namespace workstation::program

@@ -2,13 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 namespace workstation::program {
 
-class Context;
 struct ItemView;
+struct SendBarrier;
 
 enum class PushStep : std::uint8_t {
   Send,
@@ -35,13 +34,9 @@ struct PushFile {
   bool hasTwin = false;  ///< another file here has the same name but for letter case
 };
 
-/// What stands against every change of the open project in the store: this user's role, or somebody else's lock of the
-/// project. Nothing when nothing does. To be asked once, before anything is judged.
-std::optional<PushDecision> refusalForAll(Context& context);
-
 /// The one place where it is decided what goes: nothing is sent that was not looked at here, down to its content.
-/// @param forAll  of refusalForAll()
+/// @param barrier  asked before anything is judged
 PushDecision decidePush(const ItemView& view, const PushChoice& choice, const PushFile& file,
-                        const std::optional<PushDecision>& forAll);
+                        const SendBarrier& barrier);
 
 }  // namespace workstation::program

@@ -18,15 +18,12 @@ PushRun::PushRun(Context& context, const ProjectLook& look, const PushChoice& ch
 
 void PushRun::decide(const std::vector<ItemName>& names) {
   const PushFiles files(look_);
-  const std::optional<PushDecision> forAll = refusalForAll(context_);
+  const SendBarrier barrier = sendBarrier(context_);
   for (ItemView& view : readItems(names)) {
     PushItem& item = items_.emplace_back();
     item.file = files.of(view.fileName);
-    item.decision = decidePush(view, choice_, item.file, forAll);
+    item.decision = decidePush(view, choice_, item.file, barrier);
     item.before = std::move(view);
-    if (!barrier.reason.empty() && (item.isToSend() || item.isToDelete())) {
-      item.decision = {barrier.isLocked ? PushStep::RefuseLocked : PushStep::Refuse, barrier.reason};
-    }
     tellDecision(item.before, item.decision);
   }
 }

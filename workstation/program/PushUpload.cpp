@@ -93,7 +93,7 @@ bool uploadGroup(const ProjectLook& look, const Group& group, const Refusal& ref
   for (PushItem* item : group) {
     item->isTried = true;
     item->wasWaiting = existsEntryInNotUploadedFilesList(item->before.fileName.c_str());
-    conditions.push_back({item->before.fileName, item->source, item->before.revision, item->needsOwnLock()});
+    conditions.push_back({item->before.fileName, item->source, item->before.revision, false, item->needsOwnLock()});
     batch.push_back(changeOf(look, *item));
   }
   const ScopedTransferConditions scope(look.projectUuid, conditions);

@@ -12,8 +12,8 @@
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/program/ChangesSnapshot.h"
 #include "workstation/program/Context.h"
-#include "workstation/program/PushPlan.h"
 #include "workstation/program/Repacking.h"
+#include "workstation/program/SendBarrier.h"
 #include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
 #include "workstation/store/StoreStatus.h"
@@ -142,6 +142,9 @@ std::wstring objection(const ItemView& view, bool force) {
   if (isNeverSent(view)) return L"the filter of uploads keeps it out";
   if (view.damagedHere) return L"the file here is damaged";
   if (!view.here) return view.object ? L"there is no such object here" : L"there is no such file here";
+  if (view.isUntold() && !force && !isContentStored(view.fileName)) {
+    return L"the store has something else, and can't tell its version; save --force replaces it, after a copy";
+  }
   return isAheadInStore(view) && !force ? stateReason(view.state) : L"";
 }
 
@@ -186,16 +189,16 @@ void saveItem(Context& context, const ItemView& view, bool force, SyncBase& base
     report(context, item, L"in step", L"nothing to save", &view);
     return tally.done();
   }
-  if (const auto refusal = refusalForAll(context)) {
-    report(context, item, L"refused", refusal->reason);
-    return refusal->step == PushStep::RefuseLocked ? tally.locked() : tally.failed();
+  if (const SendBarrier barrier = sendBarrier(context); !barrier.reason.empty()) {
+    report(context, item, L"refused", barrier.reason);
+    return barrier.isLocked ? tally.locked() : tally.failed();
   }
   if (context.options().dryRun) {
     report(context, item, L"would be saved", stateName(view.state), &view);
     return tally.done();
   }
   const bool replaces = isAheadInStore(view);
-  if (replaces && !backUpStored(view)) {
+  if ((replaces || view.isUntold()) && !backUpStored(view)) {
     report(context, item, L"refused", L"what the store has could not be copied to the backup directory first");
     return tally.failed();
   }

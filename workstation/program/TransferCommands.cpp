@@ -14,6 +14,7 @@
 #include "workstation/program/Objects.h"
 #include "workstation/program/ProjectComparison.h"
 #include "workstation/program/Saving.h"
+#include "workstation/program/SendBarrier.h"
 #include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
 #include "workstation/store/TransferConditions.h"
@@ -190,9 +191,9 @@ void removeItem(Context& context, const ItemView& view, bool force, SyncBase& ba
     report(context, item, L"refused", reason);
     return tally.failed();
   }
-  if (const auto refusal = refusalForAll(context)) {
-    report(context, item, L"refused", refusal->reason);
-    return refusal->step == PushStep::RefuseLocked ? tally.locked() : tally.failed();
+  if (const SendBarrier barrier = sendBarrier(context); !barrier.reason.empty()) {
+    report(context, item, L"refused", barrier.reason);
+    return barrier.isLocked ? tally.locked() : tally.failed();
   }
   if (context.options().dryRun) {
     report(context, item, L"would be removed", L"the copy here would go to the trash");

@@ -20,6 +20,9 @@ namespace {
 /// Files that wait for their names together, so that one sync serves them all.
 constexpr std::size_t kGroup = 512;
 constexpr std::size_t kSyncSingly = 4;
+/// Copies go on while a group gets its names.
+constexpr std::size_t kMostWaiting = 2 * kGroup;
+constexpr unsigned kMostThreads = 4;
 /// Made of the store's members: what the library added to it here, it adds again to the one that comes.
 constexpr const wchar_t* kUserList = L"Net\\user.cfg";
 
@@ -181,9 +184,9 @@ void BulkDownload::fetchNamed(const std::wstring& given) {
   bring(std::move(waiting));
 }
 
-std::uint64_t BulkDownload::fetchListed(const StoredFile& listed) {
+void BulkDownload::fetchListed(const StoredFile& listed) {
   const auto condition = record_ != nullptr ? transferCondition(project_, listed.name) : std::nullopt;
-  if (condition && condition->stays) return 0;
+  if (condition && condition->stays) return;
   Waiting waiting{listed.name, {}, tree_.place(listed.name), listed};
   if (isWanted(waiting.place, listed)) bring(std::move(waiting));
 }
@@ -201,6 +204,7 @@ bool BulkDownload::isWanted(const LocalPlace& place, const StoredFile& file) {
     return false;
   }
   if (record_ == nullptr || road_ == Road::Named) return true;
+  if (platform::equalsIgnoreCase(file.name, kUserList)) return true;
   const bool mayKeep = road_ == Road::News && (record_->isWhole() || areTransfersJudged(project_));
   switch (loadVerdict(here, stored, seen, mayKeep)) {
     case LoadVerdict::Bring:

@@ -21,6 +21,7 @@ struct TransferCondition {
   FileContent here;
   std::int64_t revision = 0;  ///< StoredFile::revision, for an upload or deletion; 0: the store has none
   bool stays = false;         ///< no load brings it, whatever the store has
+  bool needsOwnLock = false;  ///< an upload goes only while this user holds the object's lock
 };
 
 /// While one lives no load of its project is a full one, and none replaces what was changed here. One scope at a time.
