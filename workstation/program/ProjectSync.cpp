@@ -157,7 +157,7 @@ void ProjectSync::recordSame() {
   }
 }
 
-/// A cache that never had everything, and has nothing unsent, comes by the library's full load.
+/// A cache that never had everything is filled by name first; what is unsent in it stays and is judged.
 void ProjectSync::loadIfFresh() {
   if (comparison_.isWhole) return;
   try {
@@ -319,8 +319,8 @@ void ProjectSync::moveToTrash(const Item& item, SyncBase& bases) {
                     ? std::wstring(L"it is being changed; sync again")
                     : L"it was changed meanwhile; what was saved is in the trash as " + platform::fromUtf8(thrown));
   }
-  // A run that ends here leaves a base without files. A new file of this name is then told as changed here, and not as
-  // new: it is kept until it is pushed by its name.
+  // A run that ends here leaves a base without files, which the next one forgets. A new file of this name that is made
+  // before that is told as changed here, and not as new: it is kept until it is pushed by its name.
   bases.forget(item.view.fileName);
   report(context_, label, L"moved to the trash", L"");
   told_.insert(itemKey(item.file.name));
