@@ -16,3 +16,12 @@ class HOST_API globalEventManager {
   void set(const std::wstring& name, const std::wstring& data);
   void reset(const std::wstring& name);
 };
+
+/// Tells the parts of the application that something was reloaded below them. From any thread.
+class HOST_API ZP_EventDispatcher {
+ public:
+  virtual ~ZP_EventDispatcher() = default;
+  virtual void FireEvent() = 0;
+};
+/// The dispatcher that those listen to who depend on the standard resources; never null, owned by the host.
+HOST_API ZP_EventDispatcher* Zephor_CallbackCenter_GetCenter();

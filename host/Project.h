@@ -106,6 +106,9 @@ struct LastProjectInfo {
 HOST_API PRJ get_ActivePrj();
 HOST_API void set_ActivePrj(const PRJ& prj);
 HOST_API PRJ get_ActiveProject();
+/// UUID of the resource container that the open project takes its standard resources from; empty, or the nil GUID's
+/// text, when it takes them from the workstation.
+HOST_API std::wstring get_ActivePrjCorUuid();
 /// Directory of the open project without a backslash at its end; empty when none is open.
 HOST_API std::wstring get_ActPrjPath();
 HOST_API int get_ActPrjNumber();

@@ -43,6 +43,8 @@ HOST_API int getFileAccessTrace();
 HOST_API std::wstring ZSYST_SubstituteShareByLocal(const std::wstring& path);
 HOST_API void ZSYST_putCurrentCORPath(const std::wstring& path);
 HOST_API void ZSYST_FreeStdFullPathStrings();
+/// Forms the host's paths anew that depend on where the standard resources are.
+HOST_API void lfpath_ini_std_dependent_paths();
 
 /// Non-zero if the server is reachable by the host's own means.
 HOST_API int IsHostAvailable(const std::wstring& server, int flags);

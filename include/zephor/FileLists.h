@@ -1,10 +1,14 @@
 // Lists of files of a cloud project.
 #pragma once
 
+#include <cstdint>
 #include <set>
 #include <string>
+#include <vector>
 
+#include "zephor/CloudFiles.h"
 #include "zephor/Export.h"
+#include "zephor/Projects.h"
 
 class PRJ;
 
@@ -18,5 +22,18 @@ ZEPHOR_API bool WGO_DownloadFilesWithoutProgressBar(const PRJ& prj, const std::s
 /// uploaded; so is, with a box, an object that the user has not locked.
 ZEPHOR_API bool WGO_UploadFiles(const PRJ& prj, const std::set<std::wstring>& files);
 ZEPHOR_API bool WGO_UploadFilesWithoutProgressBar(const PRJ& prj, const std::set<std::wstring>& files);
+
+// Project files, by their full paths, as a watcher of single files moves them: what is in step by its dates is not
+// moved. The record of these dates lies beside the project's directory; losing it costs transfers, no file. All go
+// through the access object in place (SetWGOAccess).
+
+/// The server's records of those of the files that it has.
+ZEPHOR_API void WGO_getOndrathProjectFiles(const PRJ& prj, const std::set<std::wstring>& files,
+                                           std::vector<CResourceInfo>& out);
+ZEPHOR_API WGOResult WGO_DownloadProjectFiles(const PRJ& prj, const std::set<std::wstring>& files, bool progressBar);
+/// With a progress bar directory by directory. @return false when a group failed; the others were sent all the same
+ZEPHOR_API bool WGO_UploadProjectFiles(const PRJ& prj, const std::set<std::wstring>& files, bool progressBar);
+/// Deletes on the server, all at once. @return 0, or the code of one that failed
+ZEPHOR_API std::uint32_t WGO_deleteProjectFiles(const PRJ& prj, const std::set<std::wstring>& files);
 
 }  // namespace Quorvel::FileAccess

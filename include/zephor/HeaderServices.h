@@ -5,6 +5,8 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,6 +26,9 @@ ZEPHOR_API bool WGO_getTBHeaderFromOnlineServer(unsigned number, TeilbildHeader*
 ZEPHOR_API bool WGO_getPLHeader(unsigned number, PlanHeader* header, bool fromFile, int unit);
 ZEPHOR_API bool WGO_getPLHeaderFromOnlineServer(unsigned number, PlanHeader* header);
 ZEPHOR_API bool WGO_getZEHeader(unsigned number, ZeichnungHeader* header, bool fromFile);
+/// Headers of many Plans, in parallel where lists are allowed to be (zephor/ThreadedTransfers.h). Those that could not
+/// be read are left out.
+ZEPHOR_API void WGO_GetPLHeadersFromOnlineServer(const std::set<int>& numbers, std::map<int, PlanHeader>& headers);
 /// Always false: the server keeps no Zeichnung headers.
 ZEPHOR_API bool WGO_getZEHeaderFromOnlineServer(unsigned number, ZeichnungHeader* header);
 

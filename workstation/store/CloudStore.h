@@ -79,6 +79,29 @@ struct OpenSession {
   FILETIME since{};
 };
 
+/// Who changes a container now.
+struct ContainerLock {
+  CloudUser holder;
+  std::wstring workstationName;
+  std::wstring workstationId;
+  FILETIME since{};
+};
+
+/// A resource container of a team.
+struct StoreContainer {
+  std::wstring uuid;
+  std::wstring name;
+  std::wstring teamUuid;
+  std::wstring teamName;
+  StoreRole role = StoreRole::None;  ///< of the actor in the team
+  std::int64_t revision = 0;         ///< grows with each commit
+  std::int64_t files = 0;
+  std::int64_t bytes = 0;
+  FILETIME changed{};        ///< time of the last commit
+  std::wstring changerName;  ///< who committed
+  std::optional<ContainerLock> lock;
+};
+
 /// Classes of stored files; the values are those of ShareFileTypeID.
 enum class FileClass : int { Resource = 0, Ordinary = 1, Teilbild = 2, Plan = 3, Bim = 4 };
 constexpr unsigned classBit(FileClass value) {
@@ -273,6 +296,12 @@ class WORKSTATION_API CloudStore {
   /// `target`.
   CloudStatus copyOut(const StoreActor& actor, const std::wstring& project, const std::wstring& name,
                       const std::string& target, StoredFile& out);
+
+  // Resource containers. Members of a team see its containers.
+
+  /// The containers of all teams of the actor, by team and name.
+  CloudStatus containers(const StoreActor& actor, std::vector<StoreContainer>& out);
+  CloudStatus container(const StoreActor& actor, const std::wstring& uuid, StoreContainer& out);
 
   /// Removes bodies that no file refers to and leftovers of broken uploads, both when older than an hour, and the
   /// records of projects deleted long ago.
