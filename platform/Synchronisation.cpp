@@ -1,5 +1,6 @@
 #include "platform/Synchronisation.h"
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <array>
@@ -16,6 +17,7 @@
 
 #include "platform/Errors.h"
 #include "platform/Handles.h"
+#include "platform/Text.h"
 
 namespace platform {
 namespace {
@@ -176,6 +178,19 @@ std::vector<SlotValue>& demandSlotValues() {
 }
 
 }  // namespace
+
+void nameThisThread(std::wstring_view name) {
+  constexpr std::size_t kLongest = 15;
+  std::string text = toUtf8(name.substr(0, kLongest));
+  // Cut in front of a character, never within one.
+  if (text.size() > kLongest) {
+    std::size_t end = kLongest;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
+    text.resize(end);
+  }
+  pthread_setname_np(pthread_self(), text.c_str());
+}
+
 }  // namespace platform
 
 HANDLE CreateEventW(void* /*security*/, BOOL manualReset, BOOL initialState, const wchar_t* name) {

@@ -39,3 +39,12 @@ PLATFORM_API BOOL TlsFree(DWORD index);
 PLATFORM_API DWORD GetCurrentThreadId();
 PLATFORM_API DWORD GetCurrentProcessId();
 #endif
+
+#include <string_view>
+
+namespace platform {
+
+/// Gives the calling thread a name that debuggers and process lists show; the system keeps its first 15 bytes.
+PLATFORM_API void nameThisThread(std::wstring_view name);
+
+}  // namespace platform
