@@ -9,6 +9,7 @@
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "workstation/HostState.h"
+#include "workstation/system/StandardResources.h"
 
 namespace workstation {
 namespace {
@@ -112,7 +113,8 @@ bool ZSYST_ZepRegGetSetupPath(const std::wstring& key, wchar_t* buffer) {
 std::wstring ZSYST_GetQuorvelFolderByTag(const std::wstring& tag) {
   if (platform::equalsIgnoreCase(tag, L"TMP")) return setupPath(L"Temp");
   if (platform::equalsIgnoreCase(tag, L"PRG")) return setupPath(L"Prg");
-  for (const wchar_t* part : {L"Prj", L"Std", L"Usr", L"Net"}) {
+  if (platform::equalsIgnoreCase(tag, L"Std")) return workstation::standardResourcesFolder();
+  for (const wchar_t* part : {L"Prj", L"Usr", L"Net"}) {
     if (platform::equalsIgnoreCase(tag, part)) return platform::joinPath(ZSYST_getLocalDataDirectory(), part);
   }
   return {};
@@ -125,12 +127,3 @@ std::wstring ZSYST_SubstituteShareByLocal(const std::wstring& path) {
   if (!rest.empty() && rest.front() != L'\\' && rest.front() != L'/') return path;
   return ZSYST_getLocalDataDirectory() + rest;
 }
-
-void ZSYST_putCurrentCORPath(const std::wstring& path) {
-  workstation::HostState& state = workstation::hostState();
-  const std::lock_guard guard(state.mutex);
-  state.corPath = path;
-}
-
-// Standard paths are formed anew for every call here; nothing is kept that could be freed.
-void ZSYST_FreeStdFullPathStrings() {}

@@ -10,6 +10,7 @@
 #include "platform/Paths.h"
 #include "platform/WindowsTypes.h"
 #include "workstation/HostState.h"
+#include "workstation/system/StandardResources.h"
 
 namespace {
 
@@ -40,7 +41,7 @@ std::wstring builtInPath(int number) {
     case 18:
       return platform::joinPath(ZSYST_getLocalDataDirectory(), L"Net");
     case 29:
-      return platform::joinPath(ZSYST_getLocalDataDirectory(), L"Std");
+      return workstation::standardResourcesFolder();
     case kCloudRootPath:
       return globalHostsManager::instance().getHostPath(kOndrathHost);
     default:
