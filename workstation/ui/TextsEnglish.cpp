@@ -57,12 +57,12 @@ constexpr LanguageText kEnglish[] = {
     {1500654, 0, "The standard resources could not be created (error %1).\n%2"},
     {1500655, 0, "The standard resources could not be deleted (error %1).\n%2"},
     {1500657, 0, "The standard resources could not be locked (error %1).\n%2"},
-    {1500658, 0, "The standard resources could not be unlocked (error %1).\n%2"},
+    {1500658, 0, "The standard resources could not be unlocked (error %1)."},
     {1500659, 0, "The standard resources could not be uploaded (error %1).\n%2"},
     {1500660, 0, "The standard resources could not be copied (error %1).\n%2\n%3"},
-    {1500661, 0, "The list of standard resources could not be read (error %1).\n%2"},
+    {1500661, 0, "The list of standard resources could not be read (error %1)."},
     {1500662, 0, "The standard resources could not be subscribed to (error %1).\n%2"},
-    {1500663, 0, "The subscription to the standard resources could not be ended (error %1).\n%2"},
+    {1500663, 0, "The subscription to the standard resources could not be ended (error %1)."},
 
     {1500772, 0,
      "The project was last saved with a release that is too old for this program. Convert the project with a release "

@@ -58,12 +58,12 @@ constexpr LanguageText kGerman[] = {
     {1500654, 0, "Die Standardressourcen konnten nicht angelegt werden (Fehler %1).\n%2"},
     {1500655, 0, "Die Standardressourcen konnten nicht gelöscht werden (Fehler %1).\n%2"},
     {1500657, 0, "Die Standardressourcen konnten nicht gesperrt werden (Fehler %1).\n%2"},
-    {1500658, 0, "Die Sperre der Standardressourcen konnte nicht aufgehoben werden (Fehler %1).\n%2"},
+    {1500658, 0, "Die Sperre der Standardressourcen konnte nicht aufgehoben werden (Fehler %1)."},
     {1500659, 0, "Die Standardressourcen konnten nicht hochgeladen werden (Fehler %1).\n%2"},
     {1500660, 0, "Die Standardressourcen konnten nicht kopiert werden (Fehler %1).\n%2\n%3"},
-    {1500661, 0, "Die Liste der Standardressourcen konnte nicht gelesen werden (Fehler %1).\n%2"},
+    {1500661, 0, "Die Liste der Standardressourcen konnte nicht gelesen werden (Fehler %1)."},
     {1500662, 0, "Die Standardressourcen konnten nicht abonniert werden (Fehler %1).\n%2"},
-    {1500663, 0, "Das Abonnement der Standardressourcen konnte nicht beendet werden (Fehler %1).\n%2"},
+    {1500663, 0, "Das Abonnement der Standardressourcen konnte nicht beendet werden (Fehler %1)."},
 
     {1500772, 0,
      "Das Projekt wurde zuletzt mit einer Version gespeichert, die für dieses Programm zu alt ist. Konvertieren Sie "
