@@ -5,7 +5,8 @@
 //   ...
 //   EXPECT_EQ(cloud.calls(), (Calls{L"UploadProjectFile notes.txt"}));
 //
-// A recorded operation answers its next scripted status, then 0. What it gives out stands in the public members.
+// A recorded operation answers its next scripted status, then 0, whatever thread calls it; kThrows makes it throw. What
+// it gives out stands in the public members, which a test sets before and looks at after the calls.
 #pragma once
 
 #include <deque>
@@ -13,6 +14,7 @@
 #include <map>
 #include <mutex>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -25,6 +27,8 @@ using Calls = std::vector<std::wstring>;
 
 /// A status that the system has a text for.
 constexpr CloudStatus kRefused = 5;
+/// In a script: the operation throws.
+constexpr CloudStatus kThrows = 0x7EE7;
 
 class FakeCloud final : public ICloudController, public ICloudProjectService {
  public:
@@ -62,6 +66,10 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   std::vector<CloudProjectMember> members;
   std::vector<SimpleCloudObject> teams;
   std::map<std::wstring, std::vector<CloudProjectEntry>> projects;  ///< by team
+  std::map<std::wstring, StdResContainer> containers;               ///< what container operations give out
+  std::vector<SimpleCloudObject> containerTeams;                    ///< that the user administers
+  std::wstring createdContainer = L"5f0c0000-0000-4000-8000-00000000000c";
+  bool lockAnswer = false;  ///< to both questions about a container's lock
 
   CloudStatus Login(bool interactive, bool silent) override {
     {
@@ -81,17 +89,17 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   CloudStatus UploadFilesAndMetadata(const std::wstring&, const std::wstring&, const std::vector<QuorvFileInfo>& infos,
                                      std::uint32_t headerSize, const CloudTransferOptions&,
                                      std::vector<std::wstring>& failed) override {
-    uploads.push_back(infos);
     std::wstring names;
-    for (const QuorvFileInfo& info : infos) {
-      names += (names.empty() ? L"" : L",") + info.name;
-      const auto* bytes = static_cast<const std::uint8_t*>(info.header);
-      if (bytes != nullptr) uploadedHeaders.emplace_back(bytes, bytes + headerSize);
+    {
+      const std::lock_guard lock(mutex_);
+      uploads.push_back(infos);
+      for (const QuorvFileInfo& info : infos) {
+        names += (names.empty() ? L"" : L",") + info.name;
+        const auto* bytes = static_cast<const std::uint8_t*>(info.header);
+        if (bytes != nullptr) uploadedHeaders.emplace_back(bytes, bytes + headerSize);
+      }
     }
-    if (!failedNames.empty()) {
-      failed = failedNames.front();
-      failedNames.pop_front();
-    }
+    takeFailedNames(failed);
     return record("UploadFilesAndMetadata", {names, std::to_wstring(headerSize)});
   }
   CloudStatus DownloadFile(const std::wstring&, const std::wstring& root, const std::wstring& name,
@@ -190,36 +198,69 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   }
   CloudStatus DownloadQuorvelProjectBwsFiles(const std::wstring&, const std::wstring&, bool full,
                                              std::vector<std::wstring>& failed, const CloudTransferOptions&) override {
-    if (!failedNames.empty()) {
-      failed = failedNames.front();
-      failedNames.pop_front();
-    }
+    takeFailedNames(failed);
     return record("DownloadQuorvelProjectBwsFiles", {full ? L"full" : L"light"});
   }
   CloudStatus TriggerProjectItemChangedNotification(const std::wstring&, const std::wstring&) override { return 0; }
-  CloudStatus GetCORTeams(std::vector<SimpleCloudObject>&) override { return 0; }
-  CloudStatus CreateSTD(const std::wstring&, const std::wstring&, std::wstring&) override { return 0; }
-  CloudStatus DeleteSTD(const std::wstring&) override { return 0; }
-  CloudStatus GetStdResContainers(std::map<std::wstring, StdResContainer>&) override { return 0; }
-  CloudStatus GetTeamUuidByCORUuid(const std::wstring&, std::wstring&) override { return 0; }
-  CloudStatus ConnectResourcesContainerWithLocalPath(const std::wstring&, const std::wstring&) override { return 0; }
-  CloudStatus CheckLockCOR(const std::wstring&, const std::wstring&, bool&) override { return 0; }
-  CloudStatus CanUnlockCOR(const std::wstring&, const std::wstring&, bool&) override { return 0; }
-  CloudStatus LockResourcesContainer(const std::wstring&, int) override { return 0; }
-  CloudStatus UnlockResourcesContainer(bool) override { return 0; }
-  CloudStatus ForceUnlockCOR(const std::wstring&) override { return 0; }
-  CloudStatus UploadResourcesContainer(const ContainerUploadRequest&) override { return 0; }
-  CloudStatus DownloadSTDResContainer(const std::wstring&, const std::wstring&, const CloudTransferOptions&) override {
-    return 0;
+  CloudStatus GetCORTeams(std::vector<SimpleCloudObject>& out) override {
+    out = containerTeams;
+    return record("GetCORTeams", {});
   }
-  CloudStatus SubscribeCOR(const std::wstring&, const std::wstring&) override { return 0; }
-  CloudStatus UnsubscribeCOR() override { return 0; }
+  CloudStatus CreateSTD(const std::wstring& team, const std::wstring& name, std::wstring& made) override {
+    made = createdContainer;
+    return record("CreateSTD", {team, name});
+  }
+  CloudStatus DeleteSTD(const std::wstring& container) override { return record("DeleteSTD", {container}); }
+  CloudStatus GetStdResContainers(std::map<std::wstring, StdResContainer>& out) override {
+    out = containers;
+    return record("GetStdResContainers", {});
+  }
+  CloudStatus GetTeamUuidByCORUuid(const std::wstring& container, std::wstring& team) override {
+    team = containers[container].teamUuid;
+    return record("GetTeamUuidByCORUuid", {container});
+  }
+  CloudStatus ConnectResourcesContainerWithLocalPath(const std::wstring& container, const std::wstring& path) override {
+    return record("Connect", {container, path});
+  }
+  CloudStatus CheckLockCOR(const std::wstring& container, const std::wstring& path, bool& locked) override {
+    locked = lockAnswer;
+    return record("CheckLockCOR", {container, path});
+  }
+  CloudStatus CanUnlockCOR(const std::wstring& container, const std::wstring& path, bool& can) override {
+    can = lockAnswer;
+    return record("CanUnlockCOR", {container, path});
+  }
+  CloudStatus LockResourcesContainer(const std::wstring& container, int flag) override {
+    return record("Lock", {container, std::to_wstring(flag)});
+  }
+  CloudStatus UnlockResourcesContainer(bool rollback) override {
+    return record("Unlock", {rollback ? L"rollback" : L"keep"});
+  }
+  CloudStatus ForceUnlockCOR(const std::wstring& path) override { return record("ForceUnlockCOR", {path}); }
+  CloudStatus UploadResourcesContainer(const ContainerUploadRequest& request) override {
+    return record("Upload", {request.uuid, std::to_wstring(request.flag), std::to_wstring(request.options.count)});
+  }
+  CloudStatus DownloadSTDResContainer(const std::wstring& container, const std::wstring& path,
+                                      const CloudTransferOptions& options) override {
+    return record("Download", {container, path, options.text.empty() ? L"silent" : L"shown"});
+  }
+  CloudStatus SubscribeCOR(const std::wstring& container, const std::wstring& path) override {
+    return record("SubscribeCOR", {container, path});
+  }
+  CloudStatus UnsubscribeCOR() override { return record("UnsubscribeCOR", {}); }
   CloudStatus RefreshProjectCache(const std::wstring&, bool& full) override {
     full = fullRefresh;
     return record("RefreshProjectCache", {});
   }
 
  private:
+  void takeFailedNames(std::vector<std::wstring>& failed) {
+    const std::lock_guard lock(mutex_);
+    if (failedNames.empty()) return;
+    failed = failedNames.front();
+    failedNames.pop_front();
+  }
+
   CloudStatus record(const std::string& operation, std::initializer_list<std::wstring> arguments) {
     {
       const std::lock_guard lock(mutex_);
@@ -236,6 +277,7 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
     if (waiting.empty()) return 0;
     const CloudStatus status = waiting.front();
     waiting.pop_front();
+    if (status == kThrows) throw std::runtime_error("scripted");
     return status;
   }
 

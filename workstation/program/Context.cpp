@@ -13,11 +13,13 @@
 #include "platform/UserInterface.h"
 #include "workstation/Session.h"
 #include "workstation/store/CloudStore.h"
+#include "workstation/store/Containers.h"
 #include "workstation/store/StoreContext.h"
 #include "workstation/ui/DisplayInfo.h"
 #include "workstation/ui/ErrorLog.h"
 #include "workstation/ui/Terminal.h"
 #include "workstation/ui/TerminalInterface.h"
+#include "zephor/ResourceContainers.h"
 #include "zephor/Service.h"
 #include "zephor/Workgroup.h"
 
@@ -131,6 +133,8 @@ void Context::startOnline() {
   }
   Quorvel::FileAccess::WGO_Service_Initialize(Quorvel::FileAccess::eWGOInit_Default);
   serviceStarted_ = true;
+  if (const std::wstring container = subscribedContainer(); !container.empty())
+    Quorvel::FileAccess::WGO_SwitchSTDPathsToCORCachePath(container);
 }
 
 bool Context::startInProjectIfAny() {
