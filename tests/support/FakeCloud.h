@@ -58,6 +58,7 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   std::deque<std::vector<std::wstring>> failedNames;       ///< for each upload in turn
   std::function<void(const std::wstring&)> onDownload;     ///< with the local path that has to appear
   std::function<void(const std::wstring&)> onLoad;         ///< in each bulk load, with its directory
+  std::function<void(const std::wstring&)> onCall;         ///< in each call that is recorded, with its text
   bool fullRefresh = false;                                ///< what RefreshProjectCache gives out
   std::vector<std::vector<QuorvFileInfo>> uploads;         ///< files of each upload
   std::vector<std::vector<std::uint8_t>> uploadedHeaders;  ///< of each file with a header, in order
@@ -262,12 +263,13 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   }
 
   CloudStatus record(const std::string& operation, std::initializer_list<std::wstring> arguments) {
+    std::wstring call(operation.begin(), operation.end());
+    for (const std::wstring& argument : arguments) call += L' ' + argument;
     {
       const std::lock_guard lock(mutex_);
-      std::wstring call(operation.begin(), operation.end());
-      for (const std::wstring& argument : arguments) call += L' ' + argument;
       calls_.push_back(call);
     }
+    if (onCall) onCall(call);
     return statusOf(operation);
   }
 
