@@ -1,5 +1,8 @@
 #include "background/BackgroundLog.h"
 
+#include <chrono>
+#include <string_view>
+
 #include "background/Pacing.h"
 #include "host/Trace.h"
 #include "platform/Files.h"
@@ -11,10 +14,13 @@ namespace Quorvel::FileAccess {
 namespace {
 
 constexpr const wchar_t* kLogFile = L"OndrathBackgroundService.log.xml";
-constexpr const wchar_t* kBegin =
-    L"<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
-    L"<BackgroundServicesCollection FileVersion=\"1.0\" ProjectType=\"Ondrath\">\n";
-constexpr const wchar_t* kEnd = L"</BackgroundServicesCollection>\n";
+/// Behind the mark of a UTF-8 text file.
+constexpr std::string_view kBegin =
+    "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
+    "<BackgroundServicesCollection FileVersion=\"1.0\" ProjectType=\"Ondrath\">\n";
+constexpr int kReplaceAttempts = 5;
+constexpr std::chrono::milliseconds kReplacePause{20};
+constexpr std::string_view kEnd = "</BackgroundServicesCollection>\n";
 
 /// A name as text of an element. Characters that no XML text may hold are shown as replacement characters.
 std::wstring elementText(const std::wstring& name) {
@@ -39,6 +45,15 @@ std::wstring timeText() {
                               now.wMinute, now.wSecond);
 }
 
+/// Somebody may be reading the old file.
+bool replace(const std::wstring& from, const std::wstring& to) {
+  for (int attempt = 1;; ++attempt) {
+    if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE) return true;
+    if (GetLastError() != ERROR_SHARING_VIOLATION || attempt == kReplaceAttempts) return false;
+    pacing().sleep(kReplacePause, {});
+  }
+}
+
 }  // namespace
 
 BackgroundLog::BackgroundLog(const std::wstring& directory) : path_(platform::joinPath(directory, kLogFile)) {}
@@ -54,14 +69,15 @@ void BackgroundLog::restart() {
 }
 
 void BackgroundLog::append(const wchar_t* kind, const std::wstring& relative, std::uint32_t result) {
+  std::wstring entry = platform::formatWide(L"  <%s>\n", kind);
+  entry += platform::formatWide(L"    <File>%s</File>\n", elementText(relative));
+  entry += platform::formatWide(L"    <Time>%s</Time>\n", timeText());
+  entry += platform::formatWide(L"    <Error>0x%08x</Error>\n", result);
+  entry += platform::formatWide(L"  </%s>\n", kind);
   std::uint64_t change = 0;
   {
     const std::lock_guard guard(entriesLock_);
-    entries_ += platform::formatWide(L"  <%s>\n", kind);
-    entries_ += platform::formatWide(L"    <File>%s</File>\n", elementText(relative));
-    entries_ += platform::formatWide(L"    <Time>%s</Time>\n", timeText());
-    entries_ += platform::formatWide(L"    <Error>0x%08x</Error>\n", result);
-    entries_ += platform::formatWide(L"  </%s>\n", kind);
+    entries_ += platform::toUtf8(entry);
     change = ++changes_;
   }
   publish(change);
@@ -71,26 +87,33 @@ void BackgroundLog::append(const wchar_t* kind, const std::wstring& relative, st
 void BackgroundLog::publish(std::uint64_t change) {
   const std::lock_guard file(fileLock_);
   if (written_ >= change) return;
-  std::wstring entries;
+  std::string text(kBegin);
+  bool isEmpty = false;
   {
     const std::lock_guard guard(entriesLock_);
-    entries = entries_;
+    isEmpty = entries_.empty();
+    text += entries_;
     written_ = changes_;
   }
-  const bool isWritten = write(entries);
+  text += kEnd;
+  const bool isWritten = isEmpty ? remove() : write(text);
   if (!isWritten && !isFailureTold_) lfperrC(L"BackgroundLog: \"%s\" could not be written\n", path_);
   isFailureTold_ = !isWritten;
 }
 
-bool BackgroundLog::write(const std::wstring& entries) const {
-  if (entries.empty()) return DeleteFileW(path_.c_str()) != FALSE || _waccess(path_.c_str(), 0) != 0;
+bool BackgroundLog::remove() const {
+  return DeleteFileW(path_.c_str()) != FALSE || _waccess(path_.c_str(), 0) != 0;
+}
+
+bool BackgroundLog::write(const std::string& text) const {
   // The ending keeps the file beside out of uploads, the process those of others apart.
   const std::wstring beside = platform::formatWide(L"%s.%u.part", path_, GetCurrentProcessId());
-  platform::TextFile file(beside, L"w,ccs=UTF-8");
-  const bool isWhole = file.isOpen() && file.write(kBegin + entries + kEnd);
-  if (file.close() && isWhole && MoveFileExW(beside.c_str(), path_.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE) {
-    return true;
-  }
+  const HANDLE file = CreateFileW(beside.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  DWORD written = 0;
+  const bool isWhole = WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) != FALSE &&
+                       written == text.size();
+  if (CloseHandle(file) != FALSE && isWhole && replace(beside, path_)) return true;
   DeleteFileW(beside.c_str());
   return false;
 }

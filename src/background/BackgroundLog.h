@@ -24,11 +24,12 @@ class BackgroundLog {
 
  private:
   void publish(std::uint64_t change);
-  bool write(const std::wstring& entries) const;
+  bool remove() const;
+  bool write(const std::string& text) const;
 
   const std::wstring path_;
   std::mutex entriesLock_;
-  std::wstring entries_;
+  std::string entries_;  ///< in UTF-8
   std::uint64_t changes_ = 0;
   std::mutex fileLock_;
   std::uint64_t written_ = 0;  ///< the last change that the file was written for

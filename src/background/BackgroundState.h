@@ -11,7 +11,7 @@
 
 namespace Quorvel::FileAccess {
 
-/// Each member may be used from any thread.
+/// Each member keeps its own locks.
 struct BackgroundState {
   std::atomic<bool> running{false};
   std::atomic<std::size_t> uploads{0};    ///< whose log entry is not written yet

@@ -76,16 +76,16 @@ void uploadThreadProc(const std::shared_ptr<UploadContext>& context) {
   state.logs.of(context->file.projectDirectory).append(L"Upload", context->file.relativePath(), context->result);
 }
 
-/// The thread of a context, whatever becomes of it.
+/// Leaves neither name nor list entry behind, whatever happens.
 void runUpload(const std::shared_ptr<UploadContext>& context) {
   try {
     uploadThreadProc(context);
   } catch (...) {
     refusedByException(kThread);
+    backgroundState().uploadThreads.freeName(*context);
+    backgroundState().uploadThreads.leave(*context);
     leaveToSynchronisation(context->file, kModified);
   }
-  backgroundState().uploadThreads.freeName(*context);
-  backgroundState().uploadThreads.leave(*context);
 }
 
 }  // namespace

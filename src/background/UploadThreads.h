@@ -39,7 +39,7 @@ class UploadThreads {
   void freeName(const UploadContext& context);
   /// Takes the calling thread into the list.
   void enter(const std::shared_ptr<UploadContext>& context);
-  /// @return what the connection log is told of the list before, and whether it is empty now
+  /// Takes it out again. @return the list as it was before for the connection log, or that it is empty now
   std::wstring leave(const UploadContext& context);
 
  private:

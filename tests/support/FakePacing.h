@@ -31,14 +31,11 @@ class FakePacing final : public Quorvel::FileAccess::Pacing {
   void pass(milliseconds time) {
     change([&] { ++passes_[time]; });
   }
-  int begun(milliseconds time) {
-    const std::lock_guard lock(mutex_);
-    return begun_[time];
-  }
-  /// Waits until so many sleeps of this length have begun, ever. @return false when they don't
-  bool awaitBegun(milliseconds time, int count) {
+  /// Waits until so many sleeps of this length have begun, ever. @return how many have
+  int awaitBegun(milliseconds time, int count) {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(30), [&] { return begun_[time] >= count; });
+    changed_.wait_for(lock, std::chrono::seconds(30), [&] { return begun_[time] >= count; });
+    return begun_[time];
   }
 
   void sleep(milliseconds time, const std::function<bool()>& isOver) override {
@@ -52,20 +49,11 @@ class FakePacing final : public Quorvel::FileAccess::Pacing {
     change([] {});
   }
   std::int64_t seconds() override { return 1'772'600'767; }
-  SYSTEMTIME localTime() override {
-    SYSTEMTIME time{};
-    time.wYear = 2026;
-    time.wMonth = 3;
-    time.wDay = 4;
-    time.wHour = 5;
-    time.wMinute = 6;
-    time.wSecond = 7;
-    return time;
-  }
+  SYSTEMTIME localTime() override { return {2026, 3, 3, 4, 5, 6, 7, 0}; }
 
  private:
   template <typename Change>
-  void change(Change&& change) {
+  void change(const Change& change) {
     const std::lock_guard lock(mutex_);
     change();
     changed_.notify_all();
@@ -77,19 +65,5 @@ class FakePacing final : public Quorvel::FileAccess::Pacing {
   std::map<milliseconds, int> passes_;
   std::map<milliseconds, int> begun_;
 };
-
-/// Waits for a fact that another thread brings about. @return false when it doesn't
-template <typename Fact>
-bool await(const Fact& fact) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-  while (!fact() && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(milliseconds(1));
-  return fact();
-}
-inline bool awaitNoBackgroundWork() {
-  return await([] {
-    const Quorvel::FileAccess::WGO_BackgroundWork work = Quorvel::FileAccess::WGO_GetBackgroundWork();
-    return work.uploads + work.deletions == 0;
-  });
-}
 
 }  // namespace zephor_test
