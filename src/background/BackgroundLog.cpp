@@ -18,9 +18,9 @@ constexpr const wchar_t* kLogFile = L"OndrathBackgroundService.log.xml";
 constexpr std::string_view kBegin =
     "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
     "<BackgroundServicesCollection FileVersion=\"1.0\" ProjectType=\"Ondrath\">\n";
+constexpr std::string_view kEnd = "</BackgroundServicesCollection>\n";
 constexpr int kReplaceAttempts = 5;
 constexpr std::chrono::milliseconds kReplacePause{20};
-constexpr std::string_view kEnd = "</BackgroundServicesCollection>\n";
 
 /// A name as text of an element. Characters that no XML text may hold are shown as replacement characters.
 std::wstring elementText(const std::wstring& name) {
