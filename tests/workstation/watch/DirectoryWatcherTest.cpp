@@ -9,7 +9,10 @@
 #include <condition_variable>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <mutex>
+#include <optional>
+#include <random>
 #include <set>
 #include <thread>
 
@@ -205,6 +208,51 @@ TEST_P(DirectoryWatcherTest, ADirectoryThatCannotBeReadLosesNoFile) {
   write("dir/file", "22");
   waitFor("~dir/file");
   EXPECT_THAT(end(), Not(Contains("-dir/file")));
+}
+
+/// Whoever takes over each modified file and drops each removed one has what there is in the end.
+TEST_P(DirectoryWatcherTest, AMirrorOfTheNoticesHasAllFiles) {
+  options_.alwaysPoll = GetParam();
+  options_.goneFor = milliseconds(50);
+  if (!GetParam()) options_.queueLimit = 16384;
+  watch();
+  std::mt19937 random(20);  // NOLINT(cert-msc51-cpp): the same in each run
+  const auto pick = [&](const char* names) { return std::string(1, names[random() % 4]); };
+  for (int i = 0; i < 3000; ++i) {
+    std::error_code ignored;
+    const std::string directory = root_ + "/" + pick("abcd") + (i % 3 != 0 ? "/" + pick("abcd") : "");
+    const std::string other = root_ + "/" + pick("abcd") + (random() % 2 != 0 ? "/" + pick("abcd") : "");
+    const std::string file = directory + "/" + pick("1234");
+    const unsigned what = random() % 16;
+    if (what < 8) {
+      fs::create_directories(directory, ignored);
+      std::ofstream(file) << i;
+    } else if (what < 11) {
+      fs::rename(file, other + "/" + pick("1234"), ignored);
+    } else if (what < 13) {
+      fs::rename(directory, other, ignored);
+    } else if (what < 15) {
+      fs::remove(file, ignored);
+    } else {
+      fs::remove_all(directory, ignored);
+    }
+    if (i % 50 == 0) std::this_thread::sleep_for(milliseconds(random() % 60));
+  }
+  write("last", "");
+  waitFor("~last");
+  const auto told = end();
+  std::map<std::string, std::string> mirror;
+  auto content = contents_.begin();
+  for (const std::string& notice : told) {
+    if (notice.front() == '~') mirror[notice.substr(1)] = *content++;
+    if (notice.front() == '-') mirror.erase(notice.substr(1));
+  }
+  std::map<std::string, std::string> disk;
+  for (const auto& entry : fs::recursive_directory_iterator(root_)) {
+    const std::string path = entry.path().string();
+    if (entry.is_regular_file()) disk[path.substr(root_.size() + 1)] = zephor_test::contentOf(path);
+  }
+  EXPECT_EQ(mirror, disk);
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, DirectoryWatcherTest, ::testing::Bool(),
