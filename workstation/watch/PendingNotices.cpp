@@ -62,7 +62,7 @@ void PendingNotices::gone(const std::string& path, Time now) {
 
 void PendingNotices::putOff(const Due& due, const FileState& state, Clock::duration quiet, Time now) {
   forget(due.path);
-  put({{due.path, false, due.isClosed, true, state}, now, now + quiet});
+  put({{due.path, due.isGone, due.isClosed, true, state}, now, now + quiet});
 }
 
 std::optional<PendingNotices::Time> PendingNotices::next() const {

@@ -48,7 +48,7 @@ class WORKSTATION_API PendingNotices {
   /// A file is away. The grace lasts while others go, too: whoever removes a whole root is seen to do so before a
   /// file of it is told.
   void gone(const std::string& path, Time now);
-  /// Quiet for a file that was due and can't be told yet.
+  /// For a file that was due and can't be told yet: a further quiet, or grace.
   void putOff(const Due& due, const FileState& state, Clock::duration quiet, Time now);
   void forget(const std::string& path);
   /// Everything below a directory.

@@ -190,7 +190,11 @@ void Watching::handleDirectory(const inotify_event& event, const std::string& pa
   }
   if ((event.mask & IN_MOVED_TO) != 0) {
     const auto move = moves_.find(event.cookie);
-    if (move != moves_.end() && move->second.isDirectory) moveDirectory(move->second.path, path);
+    if (move != moves_.end() && move->second.isDirectory) {
+      moveDirectory(move->second.path, path);
+      // A walk may have met the next one of this name before.
+      if (directoryNumber(move->second.path)) walk(move->second.path, Walk::Again);
+    }
     if (move != moves_.end()) moves_.erase(move);
   }
   if ((event.mask & IN_DELETE) != 0 && !directoryNumber(path)) {
@@ -221,7 +225,8 @@ void Watching::endMoves(Time now) {
       ++move;
       continue;
     }
-    if (move->second.isDirectory) leave(move->second.path);
+    // The other half may have been lost, and another directory may have the name now.
+    if (move->second.isDirectory) walk(move->second.path, Walk::Again);
     move = moves_.erase(move);
   }
 }
@@ -385,8 +390,13 @@ void Watching::takeDue(Time now) {
   const Sight sight = lookAtFile(due->path, state);
   if (sight == Sight::Missing) {
     tell(due->path, kWatchRemoved);
-  } else if (sight == Sight::There && tree_.file(due->path) == nullptr && tree_.addFile(due->path) != nullptr) {
-    pending_.written(due->path, state, false, now);
+  } else if (sight == Sight::There && tree_.file(due->path) == nullptr) {
+    if (tree_.addFile(due->path) != nullptr) {
+      pending_.written(due->path, state, false, now);
+    } else if (!due->isPutOff) {
+      // Its directory has come back and will be walked.
+      pending_.putOff(*due, state, options_.goneFor, now);
+    }
   }
 }
 
