@@ -34,6 +34,12 @@ FileState trusted(FileState state) {
   return state;
 }
 
+std::string pathIn(const std::string& directory, const std::string& name) {
+  std::string path = directory;
+  path.append("/").append(name);
+  return path;
+}
+
 std::wstring messageOf(int code) {
   return platform::fromUtf8(std::generic_category().message(code));
 }
@@ -140,7 +146,7 @@ void Watching::handle(const inotify_event& event, const std::string& name) {
   if ((event.mask & IN_IGNORED) != 0) tree_.ended(event.wd);
   if (directory == nullptr || (event.mask & IN_IGNORED) != 0) return;
   if (name.empty()) {
-    handleSelf(event, *directory);
+    handleSelf(event, std::string(*directory));  // a copy: the tree may forget its own
     return;
   }
   if (isOurOwn(name)) return;
@@ -163,11 +169,10 @@ void Watching::handleSelf(const inotify_event& event, const std::string& path) {
     if ((event.mask & IN_ATTRIB) != 0) isStillThere(rootOf(path));
     if ((event.mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT)) != 0) lose(rootOf(path));
   } else if ((event.mask & IN_UNMOUNT) != 0) {
-    const std::string directory = path;
-    warning_(L"\"" + platform::fromUtf8(directory) + L"\" was unmounted; nothing in it counts as removed");
-    pending_.forgetBelow(directory);
-    tree_.remove(directory);
-    walk(directory, Walk::Again);
+    warning_(L"\"" + platform::fromUtf8(path) + L"\" was unmounted; nothing in it counts as removed");
+    pending_.forgetBelow(path);
+    tree_.remove(path);
+    walk(path, Walk::Again);
   }
 }
 
@@ -304,7 +309,7 @@ void Watching::walkOne(const std::string& path, Walk kind, std::vector<std::stri
     known->number = listing.number;
   }
   for (const auto& [name, state] : listing.files) {
-    const std::string file = path + "/" + name;
+    const std::string file = pathIn(path, name);
     if (kind != Walk::First) {
       found(file, state, false);
     } else if (FileState* const known = tree_.addFile(file)) {
@@ -313,7 +318,7 @@ void Watching::walkOne(const std::string& path, Walk kind, std::vector<std::stri
     }
   }
   if (listing.sight == Sight::There && kind != Walk::First) compareMissing(path, listing, kind, waiting);
-  for (const std::string& name : listing.directories) waiting.push_back(path + "/" + name);
+  for (const std::string& name : listing.directories) waiting.push_back(pathIn(path, name));
 }
 
 void Watching::compareMissing(const std::string& path, const DirectoryListing& listing, Walk kind,
@@ -322,7 +327,7 @@ void Watching::compareMissing(const std::string& path, const DirectoryListing& l
   for (const auto& [name, state] : listing.files) there.insert(name);
   std::vector<std::string> missing;
   for (const auto& [name, state] : tree_.add(path).files) {
-    if (!there.contains(name)) missing.push_back(path + "/" + name);
+    if (!there.contains(name)) missing.push_back(pathIn(path, name));
   }
   for (const std::string& file : missing) {
     if (kind == Walk::Return) {
