@@ -102,6 +102,22 @@ struct StoreContainer {
   std::optional<ContainerLock> lock;
 };
 
+struct ContainerFile {
+  std::wstring name;  ///< with backslashes
+  std::string key;    ///< name in lower case, UTF-8
+  std::int64_t size = 0;
+  FILETIME modified{};
+  std::int64_t revision = 0;  ///< of the container when the file was last changed
+  std::string sha256;
+};
+
+/// One file of a commit.
+struct ContainerFileChange {
+  std::wstring name;
+  std::wstring path;                  ///< library path of the source; empty for a deletion
+  std::int64_t expectedRevision = 0;  ///< that the store must have of it, 0 for none
+};
+
 /// Classes of stored files; the values are those of ShareFileTypeID.
 enum class FileClass : int { Resource = 0, Ordinary = 1, Teilbild = 2, Plan = 3, Bim = 4 };
 constexpr unsigned classBit(FileClass value) {
@@ -297,14 +313,48 @@ class WORKSTATION_API CloudStore {
   CloudStatus copyOut(const StoreActor& actor, const std::wstring& project, const std::wstring& name,
                       const std::string& target, StoredFile& out);
 
-  // Resource containers. Members of a team see its containers.
+  // Resource containers. Members of a team see its containers, editors change them, administrators make and delete
+  // them.
 
+  CloudStatus createContainer(const StoreActor& actor, const std::wstring& team, const std::wstring& name,
+                              std::wstring& uuid);
+  /// Refused while it is locked elsewhere. The files are kept for `deleted_project_days`, out of everybody's sight.
+  CloudStatus deleteContainer(const StoreActor& actor, const std::wstring& uuid);
   /// The containers of all teams of the actor, by team and name.
   CloudStatus containers(const StoreActor& actor, std::vector<StoreContainer>& out);
   CloudStatus container(const StoreActor& actor, const std::wstring& uuid, StoreContainer& out);
+  /// A container with its files, as they are at one time, by their keys in the order of bytes.
+  CloudStatus containerFiles(const StoreActor& actor, const std::wstring& uuid, StoreContainer& container,
+                             std::vector<ContainerFile>& files);
+
+  /// Takes the one lock. The holder on the same workstation gets it again; anybody else is refused with kStoreLocked.
+  CloudStatus lockContainer(const StoreActor& actor, const std::wstring& uuid);
+  /// Gives it back; a container without lock is success. With `force` the holder, from any workstation, and an owner or
+  /// admin of the team take it away.
+  CloudStatus unlockContainer(const StoreActor& actor, const std::wstring& uuid, bool force = false);
+  /// The containers whose lock the actor holds from this workstation, the last one first.
+  CloudStatus heldContainers(const StoreActor& actor, std::vector<std::wstring>& out);
+
+  /// Changes a container in one transaction, all or nothing. Needs the actor's lock (otherwise kStoreLocked), but for
+  /// the first commit of a container that nobody holds. kStoreChanged names the first file that is not of the revision
+  /// that was expected.
+  /// @param revision  of the container afterwards
+  /// @param announce  called before the transaction with what was read of each change, none for a deletion; may throw
+  ///                  StoreError
+  CloudStatus commitContainer(const StoreActor& actor, const std::wstring& uuid,
+                              const std::vector<ContainerFileChange>& changes, std::int64_t& revision,
+                              const std::function<void(const std::vector<FileContent>&)>& announce,
+                              const StoreProgress& progress = {});
+  /// As copyOut, for a content that a listing of the container has told.
+  /// @return kStoreChanged when the store does not have that content any more
+  CloudStatus copyContainerFile(const ContainerFile& file, const std::string& target);
+
+  /// One subscription for each user and workstation; it takes the place of the one before.
+  CloudStatus subscribeContainer(const StoreActor& actor, const std::wstring& uuid);
+  CloudStatus unsubscribeContainer(const StoreActor& actor);
 
   /// Removes bodies that no file refers to and leftovers of broken uploads, both when older than an hour, and the
-  /// records of projects deleted long ago.
+  /// records of projects and containers deleted long ago.
   CloudStatus sweep(SweepResult& result);
   /// Sweeps unless some process did so less than a day ago. Takes its time; a failure is tried again the next day.
   void sweepDaily();

@@ -16,14 +16,4 @@ std::wstring subscribedContainer() {
   return {};
 }
 
-CloudStatus CloudStore::containers(const StoreActor& /*actor*/, std::vector<StoreContainer>& out) {
-  out.clear();
-  return kStoreNotImplemented;
-}
-
-CloudStatus CloudStore::container(const StoreActor& /*actor*/, const std::wstring& /*uuid*/, StoreContainer& out) {
-  out = {};
-  return kStoreNotImplemented;
-}
-
 }  // namespace workstation

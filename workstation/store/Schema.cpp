@@ -55,8 +55,43 @@ CREATE TABLE models(
 INSERT INTO meta(key, value) VALUES('session_timeout_seconds', 120), ('deleted_project_days', 30), ('last_sweep', 0);
 )sql";
 
+// From version 2 on. A file's revision is the container's when it was last changed.
+constexpr const char* kContainerTables = R"sql(
+CREATE TABLE containers(
+  uuid TEXT PRIMARY KEY, team TEXT NOT NULL REFERENCES teams, name TEXT NOT NULL, name_key TEXT NOT NULL,
+  deleted INTEGER NOT NULL DEFAULT 0, deleted_at INTEGER NOT NULL DEFAULT 0, revision INTEGER NOT NULL DEFAULT 0,
+  changed INTEGER NOT NULL, changer TEXT NOT NULL REFERENCES users) WITHOUT ROWID;
+CREATE UNIQUE INDEX container_names ON containers(team, name_key) WHERE deleted=0;
+CREATE TABLE container_files(
+  container TEXT NOT NULL REFERENCES containers ON DELETE CASCADE, name_key TEXT NOT NULL, name TEXT NOT NULL,
+  size INTEGER NOT NULL, modified INTEGER NOT NULL, sha256 TEXT NOT NULL, revision INTEGER NOT NULL,
+  PRIMARY KEY(container, name_key)) WITHOUT ROWID;
+CREATE INDEX container_bodies ON container_files(sha256);
+CREATE TABLE container_locks(
+  container TEXT PRIMARY KEY REFERENCES containers ON DELETE CASCADE, user TEXT NOT NULL REFERENCES users,
+  workstation_id TEXT NOT NULL, workstation TEXT NOT NULL, since INTEGER NOT NULL) WITHOUT ROWID;
+CREATE TABLE container_subscriptions(
+  user TEXT NOT NULL REFERENCES users, workstation_id TEXT NOT NULL,
+  container TEXT NOT NULL REFERENCES containers ON DELETE CASCADE, since INTEGER NOT NULL,
+  PRIMARY KEY(user, workstation_id)) WITHOUT ROWID;
+)sql";
+
 std::wstring ofStore(const std::string& directory) {
   return L"cloud store \"" + platform::fromUtf8(directory) + L"\"";
+}
+
+void setVersion(Connection& connection) {
+  connection.execute(("PRAGMA user_version=" + std::to_string(kSchemaVersion)).c_str());
+}
+
+/// Whoever comes first does it, the others find it done.
+void bringUpToDate(Connection& connection) {
+  WriteTransaction transaction(connection);
+  if (connection.number("PRAGMA user_version") == 1) {
+    connection.execute(kContainerTables);
+    setVersion(connection);
+  }
+  transaction.commit();
 }
 
 }  // namespace
@@ -66,8 +101,9 @@ bool createSchema(Connection& connection) {
   if (connection.number("PRAGMA application_id") != 0 || connection.number("PRAGMA user_version") != 0) return false;
   if (connection.number("SELECT count(*) FROM sqlite_schema") != 0) return false;
   connection.execute(kTables);
+  connection.execute(kContainerTables);
   connection.execute(("PRAGMA application_id=" + std::to_string(kApplicationId)).c_str());
-  connection.execute(("PRAGMA user_version=" + std::to_string(kSchemaVersion)).c_str());
+  setVersion(connection);
   transaction.commit();
   return true;
 }
@@ -91,6 +127,7 @@ void checkSchema(Connection& connection, const std::string& directory) {
                      platform::formatWide(L"%s has the unknown version %d; expected 1 to %d", ofStore(directory),
                                           static_cast<long long>(version), kSchemaVersion)};
   }
+  if (version < kSchemaVersion) bringUpToDate(connection);
 }
 
 }  // namespace workstation

@@ -7,7 +7,7 @@ namespace workstation {
 
 class Connection;
 
-constexpr int kSchemaVersion = 1;
+constexpr int kSchemaVersion = 2;
 /// Marks a database as one of this store ("ZEPS").
 constexpr int kApplicationId = 0x5A455053;
 

@@ -38,10 +38,14 @@ Membership requireRole(Connection& connection, const StoreActor& actor, const st
 /// Throws kStoreLocked when somebody else keeps the project from being written.
 void requireProjectUnlocked(Connection& connection, const StoreActor& actor, const std::wstring& project);
 StoreRole teamRole(Connection& connection, const StoreActor& actor, const std::wstring& team);
+/// Throws kStoreNotFound for who is not in the team, kStoreAccessDenied for a role below `weakest`.
+void requireTeamRole(Connection& connection, const StoreActor& actor, const std::wstring& team, StoreRole weakest);
 /// Throws kStoreNotFound.
 CloudUser requireUser(Connection& connection, const std::wstring& text);
 /// Gives back all that a person who leaves holds in a project: nobody else could, but for an administrator.
 void releaseLocks(Connection& connection, const std::wstring& project, const std::wstring& user);
+/// The same for the containers of a team, for who leaves it or may only look from then on.
+void releaseContainerLocks(Connection& connection, const std::wstring& team, const std::wstring& user);
 /// Throws kStoreLocked when the object of that name is held by somebody else, or by the actor on another workstation.
 /// @param needsOwnLock  also when nobody holds it
 void requireObjectFree(Connection& connection, const StoreActor& actor, const std::wstring& project,

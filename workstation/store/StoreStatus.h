@@ -18,6 +18,7 @@ constexpr CloudStatus kStoreAccessDenied = statusOfError(ERROR_ACCESS_DENIED);
 constexpr CloudStatus kStoreInvalidData = statusOfError(ERROR_INVALID_DATA);
 constexpr CloudStatus kStoreInUse = statusOfError(ERROR_SHARING_VIOLATION);
 constexpr CloudStatus kStoreLocked = statusOfError(33);
+constexpr CloudStatus kStoreNotLocked = statusOfError(158);
 constexpr CloudStatus kStoreInvalidParameter = statusOfError(ERROR_INVALID_PARAMETER);
 constexpr CloudStatus kStoreDiskFull = statusOfError(ERROR_DISK_FULL);
 constexpr CloudStatus kStoreInvalidName = statusOfError(ERROR_INVALID_NAME);

@@ -36,7 +36,9 @@ void removeUnreferred(Connection& connection, const Bodies& bodies, const std::v
   for (std::size_t begin = 0; begin < entries.size(); begin += kBatch) {
     // Under the writers' lock, in pieces, so that nobody waits long.
     WriteTransaction transaction(connection);
-    Statement referred(connection, "SELECT 1 FROM files WHERE sha256=? LIMIT 1");
+    Statement referred(connection,
+                       "SELECT 1 FROM files WHERE sha256=?1 UNION ALL SELECT 1 FROM container_files WHERE sha256=?1 "
+                       "LIMIT 1");
     for (std::size_t i = begin; i < std::min(entries.size(), begin + kBatch); ++i) {
       referred << entries[i].name;
       const bool needed = referred.row();
@@ -49,10 +51,12 @@ void removeUnreferred(Connection& connection, const Bodies& bodies, const std::v
   }
 }
 
-void forgetDeletedProjects(Connection& connection, std::int64_t days) {
+void forgetDeleted(Connection& connection, std::int64_t days) {
   WriteTransaction transaction(connection);
   Statement projects(connection, "DELETE FROM projects WHERE state=? AND state_since<?");
   (projects << kProjectDeleted << nowTicks() - days * kDayTicks).run();
+  Statement containers(connection, "DELETE FROM containers WHERE deleted=1 AND deleted_at<?");
+  (containers << nowTicks() - days * kDayTicks).run();
   // Also what a clock that went wrong dated ahead; a session that lives comes back with its next beat.
   Statement sessions(connection, "DELETE FROM sessions WHERE abs(heartbeat-?)>?");
   (sessions << nowTicks() << kDayTicks).run();
@@ -75,7 +79,7 @@ CloudStatus CloudStore::sweep(SweepResult& result) {
     if (!alone) throw StoreError{kStoreInUse, L"the store can't be swept while files are being uploaded to it"};
     const std::int64_t days = setting("deleted_project_days", kDefaultDeletedDays);
     const ConnectionPool::Lease lease = impl_->pool.take();
-    forgetDeletedProjects(*lease, days);
+    forgetDeleted(*lease, days);
     for (const DiskEntry& entry : listDirectory(impl_->bodies.incoming())) {
       if (entry.isDirectory || entry.name == "lock" || !isOld(entry)) continue;
       if (!removeFile(impl_->bodies.incoming() + "/" + entry.name)) continue;

@@ -5,12 +5,6 @@ namespace workstation {
 
 namespace {
 
-void requireTeamRole(Connection& connection, const StoreActor& actor, const std::wstring& team, StoreRole weakest) {
-  const StoreRole role = teamRole(connection, actor, team);
-  if (role == StoreRole::None) throw StoreError{kStoreNotFound, L"this user has no team \"" + team + L"\""};
-  if (role > weakest) throw StoreError{kStoreAccessDenied, L"this user's role in the team does not allow that"};
-}
-
 void requireGrantable(StoreRole role) {
   if (role < StoreRole::Admin || role > StoreRole::Viewer) {
     throw StoreError{kStoreInvalidParameter, L"a role has to be 2 (administrator), 3 (editor) or 4 (viewer)"};
@@ -18,6 +12,12 @@ void requireGrantable(StoreRole role) {
 }
 
 }  // namespace
+
+void requireTeamRole(Connection& connection, const StoreActor& actor, const std::wstring& team, StoreRole weakest) {
+  const StoreRole role = teamRole(connection, actor, team);
+  if (role == StoreRole::None) throw StoreError{kStoreNotFound, L"this user has no team \"" + team + L"\""};
+  if (role > weakest) throw StoreError{kStoreAccessDenied, L"this user's role in the team does not allow that"};
+}
 
 StoreRole teamRole(Connection& connection, const StoreActor& actor, const std::wstring& team) {
   Statement statement(connection, "SELECT role FROM team_members WHERE team=? AND user=?");
@@ -85,6 +85,7 @@ CloudStatus CloudStore::addTeamMember(const StoreActor& actor, const std::wstrin
                   "role=excluded.role WHERE role<>1");
     (put << team << member.uuid << static_cast<int>(role)).run();
     if ((*lease).changes() == 0) throw StoreError{kStoreAccessDenied, L"the role of the team's owner can't be changed"};
+    if (role > StoreRole::Editor) releaseContainerLocks(*lease, team, member.uuid);
     transaction.commit();
   });
 }
@@ -118,6 +119,11 @@ CloudStatus CloudStore::removeTeamMember(const StoreActor& actor, const std::wst
       (leave << member.uuid << project).run();
       releaseLocks(*lease, project, member.uuid);
     }
+    releaseContainerLocks(*lease, team, member.uuid);
+    Statement subscriptions(
+        *lease,
+        "DELETE FROM container_subscriptions WHERE user=? AND container IN (SELECT uuid FROM containers WHERE team=?)");
+    (subscriptions << member.uuid << team).run();
     Statement remove(*lease, "DELETE FROM team_members WHERE team=? AND user=?");
     (remove << team << member.uuid).run();
     transaction.commit();

@@ -37,7 +37,7 @@ TEST(StoreOpening, NewerStoreIsRefusedAndLeftAsItIs) {
   const std::string text = refusal(world.storePath, status);
   EXPECT_EQ(status, kStoreNewerVersion);
   EXPECT_THAT(text, ::testing::AllOf(::testing::HasSubstr(world.storePath), ::testing::HasSubstr("version 7"),
-                                     ::testing::HasSubstr("up to 1")));
+                                     ::testing::HasSubstr("up to 2")));
   EXPECT_EQ(contentOf(world.storePath + "/store.db"), before);
 }
 
