@@ -1,87 +1,253 @@
-// Resource containers, which the embedded store does not have yet: every operation answers that, and finds nothing.
+// The service's operations on resource containers.
+#include <algorithm>
+
+#include "host/Trace.h"
+#include "platform/Files.h"
+#include "platform/Paths.h"
+#include "platform/Text.h"
+#include "workstation/store/ContainerCache.h"
+#include "workstation/store/ContainerLook.h"
+#include "workstation/store/Containers.h"
 #include "workstation/store/EmbeddedProjectService.h"
+#include "workstation/store/StoreContainers.h"
 #include "workstation/store/StoreError.h"
+#include "workstation/store/TransferSteps.h"
 
 namespace workstation {
 
 namespace {
 
-CloudStatus notImplemented() {
-  setLastStoreText(L"the embedded cloud store has no containers of resources");
-  return kStoreNotImplemented;
+void requireOk(CloudStatus status) {
+  if (status != kStoreOk) throw StoreError{status, CloudStore::lastText()};
+}
+
+StoreContainer containerOf(CloudStore& store, const StoreActor& actor, const std::wstring& uuid) {
+  StoreContainer container;
+  requireOk(store.container(actor, uuid, container));
+  return container;
+}
+
+void requirePath(const std::wstring& path) {
+  if (!path.empty() && !platform::systemPath(path).empty()) return;
+  throw StoreError{kStoreInvalidParameter,
+                   L"\"" + path + L"\" is no directory for a container's cache; expected a full path"};
+}
+
+void downloadTo(CloudStore& store, const StoreActor& actor, const std::wstring& uuid, const std::wstring& path,
+                const StoreProgress& progress) {
+  requirePath(path);
+  // Before a directory is made for it.
+  containerOf(store, actor, uuid);
+  ContainerCache(store, actor, uuid, path).download(progress);
 }
 
 }  // namespace
 
+void EmbeddedProjectService::noteContainer(const std::wstring& uuid, const std::wstring& path) {
+  const std::lock_guard lock(containersMutex_);
+  lastContainer_ = uuid;
+  if (path.empty()) return;
+  std::erase_if(containerCaches_, [&](const auto& known) { return platform::equalsIgnoreCase(known.second, path); });
+  containerCaches_[uuid] = path;
+}
+
+std::wstring EmbeddedProjectService::cacheOfContainer(const std::wstring& uuid) {
+  {
+    const std::lock_guard lock(containersMutex_);
+    if (const auto known = containerCaches_.find(uuid); known != containerCaches_.end()) return known->second;
+  }
+  const std::wstring path = containerCachePath(uuid);
+  if (path.empty()) throw StoreError{statusOfError(ERROR_PATH_NOT_FOUND), L"this workstation has no data directory"};
+  return path;
+}
+
+std::wstring EmbeddedProjectService::heldContainer(CloudStore& store, const StoreActor& actor) {
+  std::vector<std::wstring> held;
+  requireOk(store.heldContainers(actor, held));
+  const std::lock_guard lock(containersMutex_);
+  if (std::find(held.begin(), held.end(), lastContainer_) != held.end()) return lastContainer_;
+  return held.empty() ? std::wstring() : held.front();
+}
+
 CloudStatus EmbeddedProjectService::GetCORTeams(std::vector<SimpleCloudObject>& teams) {
-  teams.clear();
-  return notImplemented();
+  return run(L"GetCORTeams", [&](CloudStore& store, const StoreActor& actor) {
+    teams.clear();
+    std::vector<StoreTeam> found;
+    const CloudStatus status = store.teams(actor, found);
+    for (const StoreTeam& team : found) {
+      if (team.role <= StoreRole::Admin) teams.push_back({team.uuid, team.name});
+    }
+    return status;
+  });
 }
 
-CloudStatus EmbeddedProjectService::CreateSTD(const std::wstring& /*team*/, const std::wstring& /*name*/,
-                                              std::wstring& uuid) {
+CloudStatus EmbeddedProjectService::CreateSTD(const std::wstring& team, const std::wstring& name, std::wstring& uuid) {
   uuid.clear();
-  return notImplemented();
+  return run(L"CreateSTD", [&](CloudStore& store, const StoreActor& actor) {
+    return store.createContainer(actor, team, name, uuid);
+  });
 }
 
-CloudStatus EmbeddedProjectService::DeleteSTD(const std::wstring& /*uuid*/) {
-  return notImplemented();
+CloudStatus EmbeddedProjectService::DeleteSTD(const std::wstring& uuid) {
+  return run(L"DeleteSTD", [&](CloudStore& store, const StoreActor& actor) {
+    return answerOf([&] {
+      requireOk(store.deleteContainer(actor, uuid));
+      if (subscribedContainer() == uuid) rememberSubscription({});
+    });
+  });
 }
 
 CloudStatus EmbeddedProjectService::GetStdResContainers(std::map<std::wstring, StdResContainer>& containers) {
   containers.clear();
-  return notImplemented();
+  return run(L"GetStdResContainers", [&](CloudStore& store, const StoreActor& actor) {
+    std::vector<StoreContainer> found;
+    const CloudStatus status = store.containers(actor, found);
+    for (const StoreContainer& container : found) {
+      containers[container.uuid] = {container.uuid, container.name, container.teamUuid};
+    }
+    return status;
+  });
 }
 
-CloudStatus EmbeddedProjectService::GetTeamUuidByCORUuid(const std::wstring& /*uuid*/, std::wstring& team) {
+CloudStatus EmbeddedProjectService::GetTeamUuidByCORUuid(const std::wstring& uuid, std::wstring& team) {
   team.clear();
-  return notImplemented();
+  return run(L"GetTeamUuidByCORUuid", [&](CloudStore& store, const StoreActor& actor) {
+    return answerOf([&] { team = containerOf(store, actor, uuid).teamUuid; });
+  });
 }
 
-CloudStatus EmbeddedProjectService::ConnectResourcesContainerWithLocalPath(const std::wstring& /*uuid*/,
-                                                                           const std::wstring& /*path*/) {
-  return notImplemented();
+CloudStatus EmbeddedProjectService::ConnectResourcesContainerWithLocalPath(const std::wstring& uuid,
+                                                                           const std::wstring& path) {
+  return run(L"ConnectResourcesContainerWithLocalPath", [&](CloudStore& store, const StoreActor& actor) {
+    return answerOf([&] {
+      requirePath(path);
+      containerOf(store, actor, uuid);
+      ContainerCache(store, actor, uuid, path).connect();
+      noteContainer(uuid, path);
+    });
+  });
 }
 
-CloudStatus EmbeddedProjectService::CheckLockCOR(const std::wstring& /*uuid*/, const std::wstring& /*cachePath*/,
+CloudStatus EmbeddedProjectService::CheckLockCOR(const std::wstring& uuid, const std::wstring& /*cachePath*/,
                                                  bool& locked) {
   locked = false;
-  return notImplemented();
+  return run(L"CheckLockCOR", [&](CloudStore& store, const StoreActor& actor) {
+    return answerOf([&] {
+      locked = containerOf(store, actor, uuid).lock.has_value();
+      noteContainer(uuid);
+    });
+  });
 }
 
-CloudStatus EmbeddedProjectService::CanUnlockCOR(const std::wstring& /*uuid*/, const std::wstring& /*cachePath*/,
+CloudStatus EmbeddedProjectService::CanUnlockCOR(const std::wstring& uuid, const std::wstring& /*cachePath*/,
                                                  bool& can) {
   can = false;
-  return notImplemented();
+  return run(L"CanUnlockCOR", [&](CloudStore& store, const StoreActor& actor) {
+    return answerOf([&] {
+      const StoreContainer container = containerOf(store, actor, uuid);
+      can = container.lock && (container.role <= StoreRole::Admin || container.lock->holder.uuid == actor.user.uuid);
+    });
+  });
 }
 
-CloudStatus EmbeddedProjectService::LockResourcesContainer(const std::wstring& /*uuid*/, int /*flag*/) {
-  return notImplemented();
+// The flag says nothing to this store: there is one kind of lock.
+CloudStatus EmbeddedProjectService::LockResourcesContainer(const std::wstring& uuid, int /*flag*/) {
+  return run(L"LockResourcesContainer", [&](CloudStore& store, const StoreActor& actor) {
+    const CloudStatus status = store.lockContainer(actor, uuid);
+    if (status == kStoreOk) noteContainer(uuid);
+    return status;
+  });
 }
 
-CloudStatus EmbeddedProjectService::UnlockResourcesContainer(bool /*rollback*/) {
-  return notImplemented();
+CloudStatus EmbeddedProjectService::UnlockResourcesContainer(bool rollback) {
+  return run(L"UnlockResourcesContainer", [&](CloudStore& store, const StoreActor& actor) {
+    return answerOf([&] {
+      const std::wstring uuid = heldContainer(store, actor);
+      if (uuid.empty() && rollback) {
+        throw StoreError{kStoreNotLocked,
+                         L"no container is locked by this user at this workstation: nothing is rolled "
+                         L"back, what was changed here stays"};
+      }
+      // What is to be given back is given back already.
+      if (uuid.empty()) return;
+      const std::wstring path = rollback ? cacheOfContainer(uuid) : std::wstring();
+      if (!path.empty() && platform::fileStatus(path).isDirectory)
+        ContainerCache(store, actor, uuid, path).rollBack({});
+      requireOk(store.unlockContainer(actor, uuid));
+    });
+  });
 }
 
-CloudStatus EmbeddedProjectService::ForceUnlockCOR(const std::wstring& /*cachePath*/) {
-  return notImplemented();
+CloudStatus EmbeddedProjectService::ForceUnlockCOR(const std::wstring& cachePath) {
+  return run(L"ForceUnlockCOR", [&](CloudStore& store, const StoreActor& actor) {
+    return answerOf([&] {
+      std::wstring root;
+      std::wstring relative;
+      std::wstring uuid = containerOfPath(cachePath, root, relative);
+      {
+        const std::lock_guard lock(containersMutex_);
+        for (const auto& [known, path] : containerCaches_) {
+          if (platform::equalsIgnoreCase(path, cachePath)) uuid = known;
+        }
+      }
+      if (uuid.empty()) {
+        throw StoreError{kStoreInvalidParameter, L"\"" + cachePath + L"\" is the cache of no container"};
+      }
+      requireOk(store.unlockContainer(actor, uuid, true));
+    });
+  });
 }
 
-CloudStatus EmbeddedProjectService::UploadResourcesContainer(const ContainerUploadRequest& /*request*/) {
-  return notImplemented();
+CloudStatus EmbeddedProjectService::UploadResourcesContainer(const ContainerUploadRequest& request) {
+  return run(L"UploadResourcesContainer", [&](CloudStore& store, const StoreActor& actor) {
+    return answerOf([&] {
+      const StoreContainer container = containerOf(store, actor, request.uuid);
+      // Before everything is read.
+      if ((container.revision > 0 || container.lock) && !isHeldBy(container, actor)) throwLockedContainer(container);
+      const std::wstring path = cacheOfContainer(request.uuid);
+      if (!platform::fileStatus(path).isDirectory) {
+        throw StoreError{
+            statusOfError(ERROR_PATH_NOT_FOUND),
+            L"the container \"" + container.name + L"\" was not downloaded here: expected it in \"" + path + L"\""};
+      }
+      ContainerCache(store, actor, request.uuid, path).upload(transferSteps(request.options));
+      noteContainer(request.uuid);
+    });
+  });
 }
 
-CloudStatus EmbeddedProjectService::DownloadSTDResContainer(const std::wstring& /*uuid*/, const std::wstring& /*path*/,
-                                                            const CloudTransferOptions& /*options*/) {
-  return notImplemented();
+CloudStatus EmbeddedProjectService::DownloadSTDResContainer(const std::wstring& uuid, const std::wstring& path,
+                                                            const CloudTransferOptions& options) {
+  return run(L"DownloadSTDResContainer", [&](CloudStore& store, const StoreActor& actor) {
+    return answerOf([&] {
+      downloadTo(store, actor, uuid, path, transferSteps(options));
+      std::wstring root;
+      std::wstring relative;
+      const std::wstring owner = containerOfPath(path, root, relative);
+      // The cache of another container is filled with a copy; this one's stays where it is.
+      noteContainer(uuid, owner.empty() || owner == uuid ? path : std::wstring());
+    });
+  });
 }
 
-CloudStatus EmbeddedProjectService::SubscribeCOR(const std::wstring& /*uuid*/, const std::wstring& /*cachePath*/) {
-  return notImplemented();
+CloudStatus EmbeddedProjectService::SubscribeCOR(const std::wstring& uuid, const std::wstring& cachePath) {
+  return run(L"SubscribeCOR", [&](CloudStore& store, const StoreActor& actor) {
+    return answerOf([&] {
+      downloadTo(store, actor, uuid, cachePath, {});
+      noteContainer(uuid, cachePath);
+      requireOk(store.subscribeContainer(actor, uuid));
+      rememberSubscription(uuid);
+    });
+  });
 }
 
 CloudStatus EmbeddedProjectService::UnsubscribeCOR() {
-  return notImplemented();
+  return run(L"UnsubscribeCOR", [&](CloudStore& store, const StoreActor& actor) {
+    return answerOf([&] {
+      requireOk(store.unsubscribeContainer(actor));
+      rememberSubscription({});
+    });
+  });
 }
 
 }  // namespace workstation

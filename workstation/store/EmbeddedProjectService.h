@@ -2,6 +2,8 @@
 #pragma once
 
 #include <functional>
+#include <map>
+#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -70,7 +72,7 @@ class EmbeddedProjectService : public ICloudProjectService {
   CloudStatus DownloadFiles(const std::wstring& project, const std::wstring& directory,
                             const std::set<std::wstring>& names, const CloudTransferOptions& options) override;
 
-  // Resource containers: the embedded store has none yet.
+  // Resource containers.
   CloudStatus GetCORTeams(std::vector<SimpleCloudObject>& teams) override;
   CloudStatus CreateSTD(const std::wstring& team, const std::wstring& name, std::wstring& uuid) override;
   CloudStatus DeleteSTD(const std::wstring& uuid) override;
@@ -100,7 +102,18 @@ class EmbeddedProjectService : public ICloudProjectService {
                            unsigned classes, bool news, const CloudTransferOptions& options,
                            std::vector<std::wstring>& failed);
 
+  /// Notes that this process works on a container, and, where it is told, in which directory.
+  void noteContainer(const std::wstring& uuid, const std::wstring& path = {});
+  /// Directory of a container's cache: where it was connected or downloaded to, or the workstation's own place for it.
+  std::wstring cacheOfContainer(const std::wstring& uuid);
+  /// The container whose lock is meant where none is named: of those that are held, the one worked on last. Empty for
+  /// none.
+  std::wstring heldContainer(CloudStore& store, const StoreActor& actor);
+
   EmbeddedSession& session_;
+  std::mutex containersMutex_;
+  std::map<std::wstring, std::wstring> containerCaches_;  // by uuid
+  std::wstring lastContainer_;
 };
 
 /// Classes of a kind of listing or bulk download; 0 for a kind that there is not.

@@ -1,6 +1,7 @@
 // One store used by many threads of a process at once.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -8,6 +9,7 @@
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "tests/workstation/store/StoreWorld.h"
+#include "workstation/store/Containers.h"
 #include "workstation/store/EmbeddedController.h"
 #include "workstation/store/StoreContext.h"
 
@@ -53,6 +55,53 @@ TEST(ConcurrentStore, TransfersOfManyThreadsDoNotDisturbEachOther) {
   std::vector<std::wstring> names;
   EXPECT_EQ(controller->GetProjectService()->GetQuorvelProjectResourceFiles(world.project, names, 5), 0);
   EXPECT_EQ(names.size(), static_cast<std::size_t>(kFiles + 1));
+}
+
+TEST(ConcurrentStore, ReadersOfAContainerSeeWholeCommitsAndOneWinsTheLock) {
+  const StoreWorld world;
+  constexpr int kFiles = 10;
+  constexpr int kRounds = 6;
+  std::wstring uuid;
+  for (const workstation::StoreActor& person : {world.admin, world.editor}) {
+    const auto role = workstation::StoreRole::Editor;
+    ASSERT_EQ(world.open()->addTeamMember(world.owner, world.team, person.user.uuid, role), 0);
+  }
+  ASSERT_EQ(world.open()->createContainer(world.owner, world.team, L"Styles", uuid), 0);
+  std::atomic<int> writers{2};
+  std::atomic<int> commits{0};
+  const auto change = [&](const workstation::StoreActor& person, const std::string& desk) {
+    const auto controller = workstation::makeEmbeddedController(world.storePath, person);
+    ICloudProjectService& service = *controller->GetProjectService();
+    const std::wstring cache = platform::libraryPath(world.directory.path(desk));
+    for (int round = 0; round < kRounds;) {
+      if (service.LockResourcesContainer(uuid, 0) != 0) continue;
+      EXPECT_EQ(service.DownloadSTDResContainer(uuid, cache, {}), 0);
+      for (int i = 0; i < kFiles; ++i) {
+        std::ofstream(world.directory.path(desk + "/" + std::to_string(i))) << desk << round << std::string(5000, '.');
+      }
+      EXPECT_EQ(service.UploadResourcesContainer({uuid, 0, {}}), 0);
+      EXPECT_EQ(service.UnlockResourcesContainer(false), 0);
+      ++commits;
+      ++round;
+    }
+    --writers;
+  };
+  std::thread first([&] { change(world.admin, "one"); });
+  std::thread second([&] { change(world.editor, "two"); });
+  const auto reader = workstation::makeEmbeddedController(world.storePath, world.viewer);
+  const std::wstring cache = platform::libraryPath(world.directory.path("reader/CloudSTD/") + platform::toUtf8(uuid));
+  while (writers > 0) {
+    ASSERT_EQ(reader->GetProjectService()->DownloadSTDResContainer(uuid, cache, {}), 0);
+    const std::string all = world.directory.path("reader/CloudSTD/" + platform::toUtf8(uuid)) + "/";
+    const std::string content = contentOf(all + "0");
+    for (int i = 1; i < kFiles; ++i) EXPECT_EQ(contentOf(all + std::to_string(i)), content);
+    EXPECT_TRUE(content.empty() || workstation::isContainerFileInStep(cache + L"\\0"));
+  }
+  first.join();
+  second.join();
+  workstation::StoreContainer container;
+  ASSERT_EQ(world.open()->container(world.viewer, uuid, container), 0);
+  EXPECT_EQ(container.revision, commits);
 }
 
 TEST(ConcurrentStore, BulkLoadBringsAllButWhatIsDamagedOrWasWrittenMeanwhile) {
