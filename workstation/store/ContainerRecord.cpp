@@ -70,7 +70,9 @@ void ContainerRecord::bind(const std::wstring& container) {
 }
 
 void ContainerRecord::forget() {
-  connection_->execute("BEGIN; DELETE FROM files; DELETE FROM cache WHERE key='revision'; COMMIT");
+  WriteTransaction transaction(*connection_);
+  connection_->execute("DELETE FROM files; DELETE FROM cache WHERE key='revision'");
+  transaction.commit();
 }
 
 SettledFiles ContainerRecord::files() {
