@@ -94,7 +94,7 @@ std::wstring containerOfPath(const std::wstring& path, std::wstring& root, std::
   bool isNext = false;
   while (begin <= path.size()) {
     const std::size_t end = std::min(path.find_first_of(L"\\/", begin), path.size());
-    const std::wstring part = path.substr(begin, end - begin);
+    std::wstring part = path.substr(begin, end - begin);
     if (isNext && !part.empty()) {
       root = path.substr(0, end);
       relative = end < path.size() ? path.substr(end + 1) : std::wstring();

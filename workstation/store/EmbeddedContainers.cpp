@@ -56,7 +56,7 @@ std::wstring EmbeddedProjectService::cacheOfContainer(const std::wstring& uuid) 
     const std::lock_guard lock(containersMutex_);
     if (const auto known = containerCaches_.find(uuid); known != containerCaches_.end()) return known->second;
   }
-  const std::wstring path = containerCachePath(uuid);
+  std::wstring path = containerCachePath(uuid);
   if (path.empty()) throw StoreError{statusOfError(ERROR_PATH_NOT_FOUND), L"this workstation has no data directory"};
   return path;
 }
