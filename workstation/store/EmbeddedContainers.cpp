@@ -27,15 +27,16 @@ StoreContainer containerOf(CloudStore& store, const StoreActor& actor, const std
   return container;
 }
 
-void requirePath(const std::wstring& path) {
-  if (!path.empty() && !platform::systemPath(path).empty()) return;
+/// A directory's path without a separator at its end.
+std::wstring cacheAt(std::wstring path) {
+  while (!path.empty() && (path.back() == L'\\' || path.back() == L'/')) path.pop_back();
+  if (!path.empty() && !platform::systemPath(path).empty()) return path;
   throw StoreError{kStoreInvalidParameter,
                    L"\"" + path + L"\" is no directory for a container's cache; expected a full path"};
 }
 
 void downloadTo(CloudStore& store, const StoreActor& actor, const std::wstring& uuid, const std::wstring& path,
                 const StoreProgress& progress) {
-  requirePath(path);
   // Before a directory is made for it.
   containerOf(store, actor, uuid);
   ContainerCache(store, actor, uuid, path).download(progress);
@@ -120,10 +121,10 @@ CloudStatus EmbeddedProjectService::ConnectResourcesContainerWithLocalPath(const
                                                                            const std::wstring& path) {
   return run(L"ConnectResourcesContainerWithLocalPath", [&](CloudStore& store, const StoreActor& actor) {
     return answerOf([&] {
-      requirePath(path);
+      const std::wstring cache = cacheAt(path);
       containerOf(store, actor, uuid);
-      ContainerCache(store, actor, uuid, path).connect();
-      noteContainer(uuid, path);
+      ContainerCache(store, actor, uuid, cache).connect();
+      noteContainer(uuid, cache);
     });
   });
 }
@@ -187,7 +188,7 @@ CloudStatus EmbeddedProjectService::ForceUnlockCOR(const std::wstring& cachePath
       {
         const std::lock_guard lock(containersMutex_);
         for (const auto& [known, path] : containerCaches_) {
-          if (platform::equalsIgnoreCase(path, cachePath)) uuid = known;
+          if (platform::equalsIgnoreCase(path, cacheAt(cachePath))) uuid = known;
         }
       }
       if (uuid.empty()) {
@@ -220,12 +221,13 @@ CloudStatus EmbeddedProjectService::DownloadSTDResContainer(const std::wstring& 
                                                             const CloudTransferOptions& options) {
   return run(L"DownloadSTDResContainer", [&](CloudStore& store, const StoreActor& actor) {
     return answerOf([&] {
-      downloadTo(store, actor, uuid, path, transferSteps(options));
+      const std::wstring cache = cacheAt(path);
+      downloadTo(store, actor, uuid, cache, transferSteps(options));
       std::wstring root;
       std::wstring relative;
-      const std::wstring owner = containerOfPath(path, root, relative);
+      const std::wstring owner = containerOfPath(cache, root, relative);
       // The cache of another container is filled with a copy; this one's stays where it is.
-      noteContainer(uuid, owner.empty() || owner == uuid ? path : std::wstring());
+      noteContainer(uuid, owner.empty() || owner == uuid ? cache : std::wstring());
     });
   });
 }
@@ -233,8 +235,9 @@ CloudStatus EmbeddedProjectService::DownloadSTDResContainer(const std::wstring& 
 CloudStatus EmbeddedProjectService::SubscribeCOR(const std::wstring& uuid, const std::wstring& cachePath) {
   return run(L"SubscribeCOR", [&](CloudStore& store, const StoreActor& actor) {
     return answerOf([&] {
-      downloadTo(store, actor, uuid, cachePath, {});
-      noteContainer(uuid, cachePath);
+      const std::wstring cache = cacheAt(cachePath);
+      downloadTo(store, actor, uuid, cache, {});
+      noteContainer(uuid, cache);
       requireOk(store.subscribeContainer(actor, uuid));
       rememberSubscription(uuid);
     });

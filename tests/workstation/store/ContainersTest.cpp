@@ -16,6 +16,7 @@
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "tests/support/TestWorkstation.h"
+#include "tests/workstation/Fixtures.h"
 #include "tests/workstation/store/StoreWorld.h"
 #include "workstation/store/Containers.h"
 #include "workstation/store/EmbeddedController.h"
@@ -327,6 +328,27 @@ TEST_F(Containers, StoreOfTheFirstVersionIsBroughtUpToDate) {
   EXPECT_EQ(store->createContainer(world.admin, world.team, L"Styles", made), 0);
   StoreProject project;
   EXPECT_EQ(store->project(world.viewer, world.project, project), 0);
+}
+
+TEST_F(Containers, FullDiskChangesNothing) {
+  constexpr rlim_t kLimit = 1'000'000;
+  edda.write("a.txt", "22");
+  edda.write("z.txt", std::string(2 * kLimit, 'z'));
+  ASSERT_EQ(lock(edda), 0);
+  {
+    const FileSizeLimit full(kLimit);
+    EXPECT_EQ(commit(edda), kStoreDiskFull);
+  }
+  EXPECT_EQ(load(boss), 0);
+  EXPECT_EQ(boss.read("a.txt"), "1");
+  EXPECT_EQ(commit(edda), 0);
+  {
+    const FileSizeLimit full(kLimit);
+    EXPECT_EQ(load(boss), kStoreDiskFull);
+  }
+  EXPECT_EQ(boss.all(), "a.txt=1 b.txt=1 sub/c.txt=1 ");
+  EXPECT_EQ(load(boss), 0);
+  EXPECT_EQ(boss.read("a.txt"), "22");
 }
 
 TEST_F(Containers, KilledCommitsAndDownloadsLeaveOneGeneration) {
