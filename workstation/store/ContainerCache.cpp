@@ -92,10 +92,7 @@ void ContainerCache::clearLeftovers() {
       removeFile(path);
       continue;
     }
-    const std::wstring target = platform::joinPath(keptDirectory(), platform::fromUtf8(replaced));
-    renameWithoutReplacing(path, platform::systemPath(target));
-    lfperrC(L"\"%s\" was being replaced when a program was killed; what it was is kept as \"%s\"\n",
-            platform::fromUtf8(replaced), target);
+    keepTaken(path, replaced);
   }
 }
 
@@ -260,15 +257,22 @@ void ContainerCache::remove(const CacheItem& item) {
   const std::string taken = takenOutIn(systemRoot_, place.name);
   renameReplacing(target, taken);
   if (!isAsSeen(onDisk(taken), item.content.here)) {
-    if (!renameWithoutReplacing(taken, target)) keepTaken(taken, place.name);
-    throwChangedHere(place);
+    if (renameWithoutReplacing(taken, target)) throwChangedHere(place);
+    keepTaken(taken, place.name);
+    return;
   }
   removeFile(taken);
   removeEmptyDirectories(place.directory);
 }
 
 void ContainerCache::keepTaken(const std::string& taken, const std::string& name) {
-  renameWithoutReplacing(taken, platform::systemPath(platform::joinPath(keptDirectory(), platform::fromUtf8(name))));
+  std::wstring target = platform::joinPath(keptDirectory(), platform::fromUtf8(name));
+  if (!renameWithoutReplacing(taken, platform::systemPath(target))) {
+    target += L"." + platform::fromUtf8(randomHex(4));
+    renameReplacing(taken, platform::systemPath(target));
+  }
+  lfperrC(L"\"%s\" was taken out of the container's cache; what it was is kept as \"%s\"\n", platform::fromUtf8(name),
+          target);
 }
 
 void ContainerCache::keep(const CacheItem& item, bool isMoved) {
@@ -288,6 +292,9 @@ void ContainerCache::keep(const CacheItem& item, bool isMoved) {
   } else if (CopyFileW(place.path.c_str(), target.c_str(), TRUE) == FALSE) {
     throw StoreError{statusOfError(GetLastError()),
                      L"\"" + place.path + L"\" stays: it could not be copied to \"" + target + L"\" before"};
+  } else {
+    // It is the only one as soon as the file is replaced.
+    syncPath(platform::systemPath(target));
   }
 }
 
