@@ -1,5 +1,6 @@
 // The service's operations on resource containers.
 #include <algorithm>
+#include <utility>
 
 #include "host/Trace.h"
 #include "platform/Files.h"
@@ -47,6 +48,7 @@ void downloadTo(CloudStore& store, const StoreActor& actor, const std::wstring& 
 void EmbeddedProjectService::noteContainer(const std::wstring& uuid, const std::wstring& path) {
   const std::lock_guard lock(containersMutex_);
   lastContainer_ = uuid;
+  isCommitNamed_ = false;
   if (path.empty()) return;
   std::erase_if(containerCaches_, [&](const auto& known) { return platform::equalsIgnoreCase(known.second, path); });
   containerCaches_[uuid] = path;
@@ -67,6 +69,8 @@ std::wstring EmbeddedProjectService::heldContainer(CloudStore& store, const Stor
   requireOk(store.heldContainers(actor, held));
   const std::lock_guard lock(containersMutex_);
   if (std::find(held.begin(), held.end(), lastContainer_) != held.end()) return lastContainer_;
+  // Who commits unlocks next, also when the commit was refused since the lock is gone: that means no other container.
+  if (std::exchange(isCommitNamed_, false)) return {};
   return held.empty() ? std::wstring() : held.front();
 }
 
@@ -202,6 +206,11 @@ CloudStatus EmbeddedProjectService::ForceUnlockCOR(const std::wstring& cachePath
 CloudStatus EmbeddedProjectService::UploadResourcesContainer(const ContainerUploadRequest& request) {
   return run(L"UploadResourcesContainer", [&](CloudStore& store, const StoreActor& actor) {
     return answerOf([&] {
+      noteContainer(request.uuid);
+      {
+        const std::lock_guard lock(containersMutex_);
+        isCommitNamed_ = true;
+      }
       const StoreContainer container = containerOf(store, actor, request.uuid);
       // Before everything is read.
       if ((container.revision > 0 || container.lock) && !isHeldBy(container, actor)) throwLockedContainer(container);
@@ -212,7 +221,6 @@ CloudStatus EmbeddedProjectService::UploadResourcesContainer(const ContainerUplo
             L"the container \"" + container.name + L"\" was not downloaded here: expected it in \"" + path + L"\""};
       }
       ContainerCache(store, actor, request.uuid, path).upload(transferSteps(request.options));
-      noteContainer(request.uuid);
     });
   });
 }

@@ -114,6 +114,7 @@ class EmbeddedProjectService : public ICloudProjectService {
   std::mutex containersMutex_;
   std::map<std::wstring, std::wstring> containerCaches_;  // by uuid
   std::wstring lastContainer_;
+  bool isCommitNamed_ = false;  // the last container was named by a commit
 };
 
 /// Classes of a kind of listing or bulk download; 0 for a kind that there is not.

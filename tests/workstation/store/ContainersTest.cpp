@@ -222,8 +222,13 @@ TEST_F(Containers, OneHolderAtATime) {
   EXPECT_EQ(boss.service().ForceUnlockCOR(boss.path("sub")), 0);
   EXPECT_EQ(boss.service().CanUnlockCOR(uuid, boss.path(), can), 0);
   EXPECT_FALSE(can) << "there is nothing to take away";
+  std::wstring second;
+  ASSERT_EQ(boss.service().CreateSTD(world.team, L"Second", second), 0);
+  ASSERT_EQ(edda.service().LockResourcesContainer(second, 0), 0);
   edda.write("a.txt", "work");
   EXPECT_EQ(commit(edda), kStoreLocked);
+  EXPECT_EQ(edda.service().UnlockResourcesContainer(false), 0);
+  EXPECT_EQ(boss.service().LockResourcesContainer(second, 0), kStoreLocked) << "another one is not given back";
   ASSERT_EQ(lock(edda), 0);
   ASSERT_EQ(world.open()->addTeamMember(world.admin, world.team, world.editor.user.uuid, StoreRole::Viewer), 0);
   EXPECT_EQ(lock(boss), 0) << "who may only look holds nothing";
