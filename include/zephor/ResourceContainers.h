@@ -2,9 +2,9 @@
 //
 // A container is addressed by its UUID text. The text of the nil GUID stands for the standard resources of this
 // workstation, which are in no cloud: for it, and for an empty text, nothing is asked and the answer is the one told at
-// each function. A workstation works on a cache of the container, whose directory "\.cor" belongs to the service. A failure is
-// told to the log and, where the function is not told to be quiet, to the user by a message of the host. On the host's
-// main thread; the collector of background changes calls what it needs from its own.
+// each function. A workstation works on a cache of the container, whose directory "\.cor" belongs to the service. A
+// failure is told to the log and, where the function is not told to be quiet, to the user by a message of the host. On
+// the host's main thread; the collector of background changes calls what it needs from its own.
 #pragma once
 
 #include <string>

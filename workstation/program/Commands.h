@@ -36,6 +36,7 @@ void addStatusCommand(CLI::App& app, Action& selected);
 void addDeletedCommand(CLI::App& app, Action& selected);
 void addNotUploadedCommands(CLI::App& app, Action& selected);
 void addFilterCommands(CLI::App& app, Action& selected);
+void addStdCommands(CLI::App& app, Action& selected);
 void addCompletionCommand(CLI::App& app, Action& selected);
 
 }  // namespace workstation::program

@@ -71,6 +71,7 @@ int run(int argc, char** argv) {
   workstation::program::addDeletedCommand(app, selected);
   workstation::program::addNotUploadedCommands(app, selected);
   workstation::program::addFilterCommands(app, selected);
+  workstation::program::addStdCommands(app, selected);
   workstation::program::addCompletionCommand(app, selected);
 
   try {
