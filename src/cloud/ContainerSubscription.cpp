@@ -38,7 +38,7 @@ std::wstring WGO_GetCloudStdUuidFromPath(const std::wstring& path) {
   bool isBelowCaches = false;
   for (std::size_t begin = 0; begin < path.size();) {
     const std::size_t end = std::min(path.find_first_of(L"\\/", begin), path.size());
-    const std::wstring component = path.substr(begin, end - begin);
+    std::wstring component = path.substr(begin, end - begin);
     begin = end + 1;
     if (component.empty()) continue;
     if (isBelowCaches && isUuid(component)) return component;
