@@ -35,9 +35,9 @@ std::vector<Field> fieldsOf(const StoreContainer& container, const ContainerCach
                                {"newerInStore", state.isNewerThere},
                                {"changes", static_cast<std::int64_t>(state.changes.size())},
                                {"keptCopies", static_cast<std::int64_t>(state.keptCopies.size())}};
-  Value holder;
-  Value workstation;
-  Value since;
+  Value holder = std::monostate();
+  Value workstation = std::monostate();
+  Value since = std::monostate();
   if (container.lock) {
     holder = container.lock->holder.name;
     workstation = container.lock->workstationName;
