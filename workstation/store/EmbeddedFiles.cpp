@@ -5,6 +5,7 @@
 #include "workstation/store/EmbeddedProjectService.h"
 #include "workstation/store/StoreError.h"
 #include "workstation/store/TransferConditions.h"
+#include "workstation/store/TransferTurn.h"
 
 namespace workstation {
 
@@ -88,6 +89,7 @@ CloudStatus EmbeddedProjectService::GetAllFileHeaders(const std::wstring& projec
 
 CloudStatus EmbeddedProjectService::DeleteFile(const std::wstring& project, const std::wstring& name) {
   return run(L"DeleteFile", [&](CloudStore& store, const StoreActor& actor) {
+    const TransferTurn turn(project, {name});
     const auto condition = transferCondition(project, name);
     const CloudStatus status =
         store.deleteFile(actor, project, name, condition ? std::optional(condition->revision) : std::nullopt);

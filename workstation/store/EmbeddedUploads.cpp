@@ -12,6 +12,7 @@
 #include "workstation/store/StoredHeader.h"
 #include "workstation/store/TransferConditions.h"
 #include "workstation/store/TransferSteps.h"
+#include "workstation/store/TransferTurn.h"
 
 namespace workstation {
 
@@ -47,6 +48,10 @@ FilePut putOf(const std::wstring& base, const QuorvFileInfo& file, std::uint32_t
 /// Sends a group and notes what is now the same on both sides.
 CloudStatus send(CloudStore& store, const StoreActor& actor, const std::wstring& project, const std::wstring& directory,
                  std::vector<FilePut> puts, std::vector<CloudStatus>& statuses, const StoreProgress& progress) {
+  std::vector<std::wstring> names;
+  names.reserve(puts.size());
+  for (const FilePut& put : puts) names.push_back(put.name);
+  const TransferTurn turn(project, names);
   for (FilePut& put : puts) {
     const auto condition = transferCondition(project, put.name);
     if (!condition) continue;
