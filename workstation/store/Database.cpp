@@ -2,8 +2,10 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <thread>
 #include <utility>
 
 #include "platform/Text.h"
@@ -13,8 +15,9 @@ namespace workstation {
 
 namespace {
 
-constexpr int kBusyMilliseconds = 10'000;
-constexpr std::size_t kIdleConnections = 8;
+constexpr std::chrono::seconds kLongestWait{10};
+constexpr int kLongestPauseMilliseconds = 10;
+constexpr std::size_t kMostConnections = 16;
 
 CloudStatus statusOfCode(int extended, int systemError) {
   if (systemError == ENOSPC || systemError == EDQUOT || systemError == EFBIG) return kStoreDiskFull;
@@ -65,7 +68,7 @@ Connection::Connection(const std::string& path, Mode mode) : path_(path) {
       path.c_str(), &handle_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE | create, nullptr);
   try {
     if (code != SQLITE_OK) fail(code);
-    sqlite3_busy_timeout(handle_, kBusyMilliseconds);
+    sqlite3_busy_handler(handle_, &Connection::waitForOthers, this);
     // EXTRA, or a rollback journal whose removal was not on the disk yet would undo the commit after a loss of power.
     execute("PRAGMA foreign_keys=ON; PRAGMA trusted_schema=OFF; PRAGMA synchronous=EXTRA;");
   } catch (...) {
@@ -77,6 +80,16 @@ Connection::Connection(const std::string& path, Mode mode) : path_(path) {
 Connection::~Connection() {
   for (const auto& [sql, statement] : idle_) sqlite3_finalize(statement);
   sqlite3_close_v2(handle_);
+}
+
+/// Looks often: between two transactions of a process that writes much the database is free for moments only.
+int Connection::waitForOthers(void* connection, int tries) {
+  auto& since = static_cast<Connection*>(connection)->waitsSince_;
+  const auto now = std::chrono::steady_clock::now();
+  if (tries == 0) since = now;
+  if (now - since >= kLongestWait) return 0;
+  std::this_thread::sleep_for(std::chrono::milliseconds(std::min(tries + 1, kLongestPauseMilliseconds)));
+  return 1;
 }
 
 void Connection::fail(int code) const {
@@ -232,21 +245,37 @@ ReadTransaction::~ReadTransaction() {
 }
 
 ConnectionPool::Lease ConnectionPool::take() {
+  std::unique_lock lock(mutex_);
+  freed_.wait(lock, [this] { return lent_ < kMostConnections; });
+  ++lent_;
+  std::unique_ptr<Connection> connection;
+  if (!idle_.empty()) {
+    connection = std::move(idle_.back());
+    idle_.pop_back();
+    return {*this, std::move(connection)};
+  }
+  lock.unlock();
+  try {
+    connection = std::make_unique<Connection>(path_, Connection::Mode::OpenExisting);
+  } catch (...) {
+    giveBack(nullptr);
+    throw;
+  }
+  return {*this, std::move(connection)};
+}
+
+void ConnectionPool::giveBack(std::unique_ptr<Connection> connection) {
+  if (connection != nullptr && connection->isInTransaction()) connection.reset();
   {
     const std::lock_guard lock(mutex_);
-    if (!idle_.empty()) {
-      std::unique_ptr<Connection> connection = std::move(idle_.back());
-      idle_.pop_back();
-      return {*this, std::move(connection)};
-    }
+    --lent_;
+    if (connection != nullptr) idle_.push_back(std::move(connection));
   }
-  return {*this, std::make_unique<Connection>(path_, Connection::Mode::OpenExisting)};
+  freed_.notify_one();
 }
 
 ConnectionPool::Lease::~Lease() {
-  if (connection_->isInTransaction()) return;
-  const std::lock_guard lock(pool_.mutex_);
-  if (pool_.idle_.size() < kIdleConnections) pool_.idle_.push_back(std::move(connection_));
+  pool_.giveBack(std::move(connection_));
 }
 
 }  // namespace workstation

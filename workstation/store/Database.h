@@ -2,6 +2,8 @@
 // StoreError.
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -37,11 +39,13 @@ class Connection {
 
  private:
   friend class Statement;
+  static int waitForOthers(void* connection, int tries);
   sqlite3_stmt* take(const char* sql);
   void giveBack(const char* sql, sqlite3_stmt* statement);
 
   std::string path_;
   sqlite3* handle_ = nullptr;
+  std::chrono::steady_clock::time_point waitsSince_;
   std::unordered_map<const char*, sqlite3_stmt*> idle_;  // prepared statements by the address of their literal
 };
 
@@ -107,8 +111,8 @@ class ReadTransaction {
   Connection& connection_;
 };
 
-/// Connections for all threads; a thread has one for as long as it holds the lease. One that is given back inside a
-/// transaction is closed.
+/// Connections for all threads, 16 at most; a thread has one for as long as it holds the lease, and never asks for a
+/// second meanwhile. One that is given back inside a transaction is closed.
 class ConnectionPool {
  public:
   explicit ConnectionPool(std::string path) : path_(std::move(path)) {}
@@ -129,8 +133,12 @@ class ConnectionPool {
   Lease take();
 
  private:
+  void giveBack(std::unique_ptr<Connection> connection);
+
   std::string path_;
   std::mutex mutex_;
+  std::condition_variable freed_;
+  std::size_t lent_ = 0;
   std::vector<std::unique_ptr<Connection>> idle_;
 };
 
