@@ -277,12 +277,12 @@ class WORKSTATION_API CloudStore {
   /// Puts a group: all that can be read goes in with its header in one transaction.
   /// @param statuses  one for each file, in their order; kStoreInvalidName, kStoreInUse (changed while it was read),
   ///                  kStoreLocked (another holds the object, or nobody does), kStoreChanged, or the error of reading
-  /// @param revisions  when asked for: of each file that went in
+  /// @param stored  when asked for: name, size, time, revision and hash of each file that went in
   /// @return the first status that is not 0; when the store itself failed nothing went in and every file carries that
   /// status
   CloudStatus putFiles(const StoreActor& actor, const std::wstring& project, const std::vector<FilePut>& files,
                        std::vector<CloudStatus>& statuses, const StoreProgress& progress = {},
-                       std::vector<std::int64_t>* revisions = nullptr);
+                       std::vector<StoredFile>* stored = nullptr);
   /// Whether the actor may put and delete files now, by role and by locks of the project.
   CloudStatus mayChange(const StoreActor& actor, const std::wstring& project);
   CloudStatus findFile(const StoreActor& actor, const std::wstring& project, const std::wstring& name, StoredFile& out);

@@ -59,20 +59,16 @@ CloudStatus send(CloudStore& store, const StoreActor& actor, const std::wstring&
     put.expectedSource = condition->here;
     put.needsOwnLock = condition->needsOwnLock;
   }
-  std::vector<std::int64_t> revisions;
-  const CloudStatus status = store.putFiles(actor, project, puts, statuses, progress, &revisions);
+  std::vector<StoredFile> stored;
+  const CloudStatus status = store.putFiles(actor, project, puts, statuses, progress, &stored);
   std::vector<StoredFile> same;
   for (std::size_t i = 0; i < puts.size() && i < statuses.size(); ++i) {
     if (statuses[i] != kStoreOk) continue;
-    moveConditionInStore(project, puts[i].name, revisions[i]);
-    const FileClass fileClass = classOfName(puts[i].name);
-    if (fileClass == FileClass::Teilbild || fileClass == FileClass::Plan) continue;
-    StoredFile file;
+    moveConditionInStore(project, puts[i].name, stored[i].revision);
     const platform::FileStatus here = platform::fileStatus(puts[i].path);
-    const bool isOurs = store.findFile(actor, project, puts[i].name, file) == kStoreOk && here.exists &&
-                        file.revision == revisions[i] && static_cast<std::int64_t>(here.size) == file.size &&
-                        platform::toTicks(here.writeTime) == platform::toTicks(file.modified);
-    if (isOurs) same.push_back(std::move(file));
+    const FileContent now{
+        static_cast<std::int64_t>(here.size), static_cast<std::int64_t>(platform::toTicks(here.writeTime)), {}};
+    if (here.exists && now.looksLike(contentOf(stored[i]))) same.push_back(std::move(stored[i]));
   }
   noteSettled(project, directory, same);
   return status;
@@ -106,13 +102,9 @@ CloudStatus EmbeddedProjectService::UploadFilesAndMetadata(
 
 CloudStatus EmbeddedProjectService::UploadProjectFile(const std::wstring& project, const std::wstring& name) {
   return run(L"UploadProjectFile", [&](CloudStore& store, const StoreActor& actor) {
-    StoreProject found;
-    const CloudStatus status = store.project(actor, project, found);
-    if (status != kStoreOk) return status;
     std::wstring directory;
-    const int error = make_prj_dir(PRJ(found.teamUuid, found.teamName, found.name, found.uuid, true), directory);
-    if (error != 0) {
-      setLastStoreText(L"the project \"" + found.name + L"\" has no directory at this workstation");
+    if (make_prj_dir(PRJ({}, {}, {}, project, true), directory) != 0) {
+      setLastStoreText(L"the project \"" + project + L"\" has no directory at this workstation");
       return statusOfError(ERROR_PATH_NOT_FOUND);
     }
     QuorvFileInfo file;

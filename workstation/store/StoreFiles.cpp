@@ -208,19 +208,18 @@ CloudStatus CloudStore::deleteFile(const StoreActor& actor, const std::wstring& 
                                    std::optional<std::int64_t> expectedRevision) {
   return answerOf([&] {
     const std::wstring wanted = requireName(name);
-    const ConnectionPool::Lease lease = impl_->pool.take();
-    WriteTransaction transaction(*lease);
-    requireRole(*lease, actor, project, StoreRole::Editor);
-    requireProjectUnlocked(*lease, actor, project);
-    requireObjectFree(*lease, actor, project, wanted);
-    requireFile(*lease, actor, project, wanted);
-    requireRevision(*lease, project, wanted, expectedRevision);
-    Statement remove(*lease,
-                     "UPDATE files SET deleted=1, sha256='', header=x'', uploader=?, workstation=?, uploaded=?, "
-                     "revision=revision+1 WHERE project=? AND name_key=?");
-    (remove << actor.user.uuid << actor.workstationName << nowTicks() << project << platform::toLower(wanted)).run();
-    countChange(*lease, project);
-    transaction.commit();
+    impl_->commits.commit({}, [&](Connection& connection) {
+      requireRole(connection, actor, project, StoreRole::Editor);
+      requireProjectUnlocked(connection, actor, project);
+      requireObjectFree(connection, actor, project, wanted);
+      requireFile(connection, actor, project, wanted);
+      requireRevision(connection, project, wanted, expectedRevision);
+      Statement remove(connection,
+                       "UPDATE files SET deleted=1, sha256='', header=x'', uploader=?, workstation=?, uploaded=?, "
+                       "revision=revision+1 WHERE project=? AND name_key=?");
+      (remove << actor.user.uuid << actor.workstationName << nowTicks() << project << platform::toLower(wanted)).run();
+      countChange(connection, project);
+    });
   });
 }
 

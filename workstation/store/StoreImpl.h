@@ -6,6 +6,7 @@
 
 #include "workstation/store/Bodies.h"
 #include "workstation/store/CloudStore.h"
+#include "workstation/store/CommitQueue.h"
 #include "workstation/store/Database.h"
 #include "workstation/store/StoreError.h"
 
@@ -13,11 +14,15 @@ namespace workstation {
 
 struct CloudStore::Impl {
   explicit Impl(const std::string& storeDirectory)
-      : directory(storeDirectory), bodies(storeDirectory), pool(storeDirectory + "/store.db") {}
+      : directory(storeDirectory),
+        bodies(storeDirectory),
+        pool(storeDirectory + "/store.db"),
+        commits(storeDirectory + "/store.db", bodies) {}
 
   std::string directory;
   Bodies bodies;
   ConnectionPool pool;
+  CommitQueue commits;
 };
 
 /// States of a project.

@@ -186,6 +186,16 @@ std::int64_t putRecord(Connection& connection, const StoreActor& actor, const st
   return revision;
 }
 
+StoredFile storedFrom(const Arrival& arrival, std::int64_t revision) {
+  StoredFile file;
+  file.name = arrival.name;
+  file.size = static_cast<std::int64_t>(arrival.body.size);
+  file.modified = arrival.state.modified;
+  file.revision = revision;
+  file.sha256 = arrival.body.sha256;
+  return file;
+}
+
 CloudStatus firstFailure(const std::vector<CloudStatus>& statuses) {
   for (const CloudStatus status : statuses) {
     if (status != kStoreOk) return status;
@@ -226,9 +236,9 @@ CloudStatus CloudStore::mayChange(const StoreActor& actor, const std::wstring& p
 
 CloudStatus CloudStore::putFiles(const StoreActor& actor, const std::wstring& project,
                                  const std::vector<FilePut>& files, std::vector<CloudStatus>& statuses,
-                                 const StoreProgress& progress, std::vector<std::int64_t>* revisions) {
+                                 const StoreProgress& progress, std::vector<StoredFile>* stored) {
   statuses.assign(files.size(), kStoreOk);
-  if (revisions != nullptr) revisions->assign(files.size(), 0);
+  if (stored != nullptr) stored->assign(files.size(), {});
   std::wstring firstText;
   const auto note = [&](std::size_t index, const StoreError& error) {
     if (firstText.empty()) firstText = error.text;
@@ -258,28 +268,26 @@ CloudStatus CloudStore::putFiles(const StoreActor& actor, const std::wstring& pr
       if (progress) progress(static_cast<std::uint32_t>(i + 1), static_cast<std::uint32_t>(files.size()), bytes);
     }
     if (arrivals.empty()) return;
-    impl_->bodies.sync(placed);
-    const ConnectionPool::Lease lease = impl_->pool.take();
-    WriteTransaction transaction(*lease);
-    requireRole(*lease, actor, project, StoreRole::Editor);
-    requireProjectUnlocked(*lease, actor, project);
-    bool changed = false;
-    for (const Arrival& arrival : arrivals) {
-      try {
-        const FilePut& put = files[arrival.index];
-        requireObjectFree(*lease, actor, project, arrival.name, put.needsOwnLock);
-        requireRevision(*lease, project, arrival.name, put.expectedRevision);
-      } catch (const StoreError& error) {
-        if (error.status != kStoreLocked && error.status != kStoreChanged) throw;
-        note(arrival.index, error);
-        continue;
+    impl_->commits.commit(placed, [&](Connection& connection) {
+      requireRole(connection, actor, project, StoreRole::Editor);
+      requireProjectUnlocked(connection, actor, project);
+      bool changed = false;
+      for (const Arrival& arrival : arrivals) {
+        try {
+          const FilePut& put = files[arrival.index];
+          requireObjectFree(connection, actor, project, arrival.name, put.needsOwnLock);
+          requireRevision(connection, project, arrival.name, put.expectedRevision);
+        } catch (const StoreError& error) {
+          if (error.status != kStoreLocked && error.status != kStoreChanged) throw;
+          note(arrival.index, error);
+          continue;
+        }
+        const std::int64_t revision = putRecord(connection, actor, project, files[arrival.index], arrival);
+        if (stored != nullptr) (*stored)[arrival.index] = storedFrom(arrival, revision);
+        changed = true;
       }
-      const std::int64_t revision = putRecord(*lease, actor, project, files[arrival.index], arrival);
-      if (revisions != nullptr) (*revisions)[arrival.index] = revision;
-      changed = true;
-    }
-    if (changed) countChange(*lease, project);
-    transaction.commit();
+      if (changed) countChange(connection, project);
+    });
   });
   if (whole != kStoreOk) {
     statuses.assign(files.size(), whole);
