@@ -1,11 +1,14 @@
 #include "workstation/store/CacheRecord.h"
 
+#include <algorithm>
+
 #include "host/Project.h"
 #include "host/Trace.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "workstation/store/DiskFiles.h"
+#include "workstation/store/Gathering.h"
 #include "workstation/store/StoreImpl.h"
 
 namespace workstation {
@@ -13,6 +16,7 @@ namespace workstation {
 namespace {
 
 constexpr const wchar_t* kDirectory = L"C:\\State";
+constexpr std::size_t kMostNotedAtOnce = 1000;
 constexpr const wchar_t* kEnding = L".cache.db3";
 // A loss of power may cost the last rows, which then count as changes on both sides.
 constexpr const char* kSchema =
@@ -24,6 +28,30 @@ constexpr const char* kSchema =
 
 FileContent contentAt(const Statement& row, int column) {
   return {row.number(column), row.number(column + 1), row.bytes(column + 2)};
+}
+
+/// What one thread has to note.
+struct Settled {
+  const std::wstring& project;
+  const std::wstring& directory;
+  CacheRecord::Files files;
+};
+
+/// Notes those in front that are of one cache, in one transaction. @return how many
+std::size_t settleFirst(const std::vector<Settled*>& waiting) {
+  const Settled& first = *waiting.front();
+  std::size_t count = 0;
+  // A failure was told to the log where it was met; the record's loss costs time and no work.
+  (void)caughtFrom([&] {
+    CacheRecord::Files files;
+    for (const Settled* settled : waiting) {
+      if (settled->project != first.project || settled->directory != first.directory) break;
+      files.insert(files.end(), settled->files.begin(), settled->files.end());
+      ++count;
+    }
+    if (const auto record = CacheRecord::of(first.project, first.directory)) record->settle(files);
+  });
+  return std::max<std::size_t>(count, 1);
 }
 
 }  // namespace
@@ -147,14 +175,14 @@ void CacheRecord::settle(const Files& files) {
 }
 
 void noteSettled(const std::wstring& project, const std::wstring& directory, const std::vector<StoredFile>& files) {
-  CacheRecord::Files settled;
+  static Gathering<Settled> gathering(kMostNotedAtOnce);
+  Settled settled{project, directory, {}};
   for (const StoredFile& file : files) {
     const FileClass fileClass = classOfName(file.name);
     if (fileClass != FileClass::Teilbild && fileClass != FileClass::Plan)
-      settled.emplace_back(file.name, contentOf(file));
+      settled.files.emplace_back(file.name, contentOf(file));
   }
-  if (settled.empty()) return;
-  if (const auto record = CacheRecord::of(project, directory)) record->settle(settled);
+  if (!settled.files.empty()) gathering.run(settled, settleFirst);
 }
 
 }  // namespace workstation
