@@ -68,7 +68,7 @@ CloudStatus send(CloudStore& store, const StoreActor& actor, const std::wstring&
     const platform::FileStatus here = platform::fileStatus(puts[i].path);
     const FileContent now{
         static_cast<std::int64_t>(here.size), static_cast<std::int64_t>(platform::toTicks(here.writeTime)), {}};
-    if (here.exists && now.looksLike(contentOf(stored[i]))) same.push_back(std::move(stored[i]));
+    if (here.exists && now.looksLike(contentOf(stored[i]))) same.push_back(stored[i]);
   }
   noteSettled(project, directory, same);
   return status;

@@ -291,6 +291,7 @@ CloudStatus CloudStore::putFiles(const StoreActor& actor, const std::wstring& pr
   });
   if (whole != kStoreOk) {
     statuses.assign(files.size(), whole);
+    if (stored != nullptr) stored->assign(files.size(), {});
     return whole;
   }
   const CloudStatus first = firstFailure(statuses);
