@@ -27,13 +27,18 @@ ZEPHOR_API bool WGO_UploadFilesWithoutProgressBar(const PRJ& prj, const std::set
 // moved. The record of these dates lies beside the project's directory; losing it costs transfers, no file. All go
 // through the access object in place (SetWGOAccess).
 
-/// The server's records of those of the files that it has.
+/// The server's records of those of the files that it has, by name in lower case. Only the classes of files that the
+/// names need are asked for.
 ZEPHOR_API void WGO_getOndrathProjectFiles(const PRJ& prj, const std::set<std::wstring>& files,
                                            std::vector<CResourceInfo>& out);
+/// Brings what is not here, what the record has no entry of and what the server has other dates of. That replaces what
+/// is here, also when it was changed here since and not sent; the embedded service copies such a file, unless it is an
+/// object, to the project's "Backup" before, and leaves one that is open. A file that is in step by its dates stays as
+/// it is, changed or not.
 ZEPHOR_API WGOResult WGO_DownloadProjectFiles(const PRJ& prj, const std::set<std::wstring>& files, bool progressBar);
 /// With a progress bar directory by directory. @return false when a group failed; the others were sent all the same
 ZEPHOR_API bool WGO_UploadProjectFiles(const PRJ& prj, const std::set<std::wstring>& files, bool progressBar);
-/// Deletes on the server, all at once. @return 0, or the code of one that failed
+/// Deletes on the server, several at once; files here stay. @return 0, or the code of the first that failed
 ZEPHOR_API std::uint32_t WGO_deleteProjectFiles(const PRJ& prj, const std::set<std::wstring>& files);
 
 }  // namespace Quorvel::FileAccess

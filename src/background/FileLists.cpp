@@ -53,21 +53,4 @@ bool WGO_UploadFilesWithoutProgressBar(const PRJ& prj, const std::set<std::wstri
   return WGO_UploadFilesInternals(prj, files, false);
 }
 
-void WGO_getOndrathProjectFiles(const PRJ& /*prj*/, const std::set<std::wstring>& /*files*/,
-                                std::vector<CResourceInfo>& out) {
-  out.clear();
-}
-
-WGOResult WGO_DownloadProjectFiles(const PRJ& /*prj*/, const std::set<std::wstring>& /*files*/, bool /*progressBar*/) {
-  return eWGOResult_DownloadFailed;
-}
-
-bool WGO_UploadProjectFiles(const PRJ& /*prj*/, const std::set<std::wstring>& /*files*/, bool /*progressBar*/) {
-  return false;
-}
-
-std::uint32_t WGO_deleteProjectFiles(const PRJ& /*prj*/, const std::set<std::wstring>& /*files*/) {
-  return 1;
-}
-
 }  // namespace Quorvel::FileAccess

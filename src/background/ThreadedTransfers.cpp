@@ -9,7 +9,6 @@
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "platform/Time.h"
-#include "zephor/HeaderServices.h"
 
 namespace Quorvel::FileAccess::Threading {
 namespace {
@@ -186,11 +185,3 @@ DWORD syncServerList(const std::vector<FileSyncPair>& files, IProgress** progres
 }
 
 }  // namespace Quorvel::FileAccess::Threading
-
-namespace Quorvel::FileAccess {
-
-void WGO_GetPLHeadersFromOnlineServer(const std::set<int>& /*numbers*/, std::map<int, PlanHeader>& headers) {
-  headers.clear();
-}
-
-}  // namespace Quorvel::FileAccess
