@@ -203,7 +203,7 @@ bool BulkDownload::isWanted(const LocalPlace& place, const StoredFile& file) {
     if (isUnproved) settled_.emplace_back(file.name, stored);
     return false;
   }
-  if (record_ == nullptr || road_ == Road::Named) return true;
+  if (record_ == nullptr || isDecided(file)) return true;
   if (platform::equalsIgnoreCase(file.name, kUserList)) return true;
   const bool mayKeep = road_ == Road::News && (record_->isWhole() || areTransfersJudged(project_));
   switch (loadVerdict(here, stored, seen, mayKeep)) {
@@ -220,6 +220,13 @@ bool BulkDownload::isWanted(const LocalPlace& place, const StoredFile& file) {
       return false;
   }
   return false;
+}
+
+/// Whether a file that was named replaces what is here without a copy: somebody has judged both sides, or its header
+/// tells its version.
+bool BulkDownload::isDecided(const StoredFile& file) const {
+  const bool isObject = file.fileClass == FileClass::Teilbild || file.fileClass == FileClass::Plan;
+  return road_ == Road::Named && (isObject || transferCondition(project_, file.name));
 }
 
 void BulkDownload::bring(Waiting waiting) {

@@ -23,7 +23,7 @@ enum class Compare : std::uint8_t { Time, Content };
 
 /// What a download does to files that are in its way.
 enum class Road : std::uint8_t {
-  Named,  ///< the caller has decided: they are replaced
+  Named,  ///< as in full, but objects, and what is under a condition, are replaced without a copy: that was decided
   Full,   ///< they are replaced, and copied before if they may be somebody's work
   News,   ///< what was changed here stays
 };
@@ -79,6 +79,7 @@ class BulkDownload {
   void fetchListed(const StoredFile& listed);
   void bring(Waiting waiting);
   bool isWanted(const LocalPlace& place, const StoredFile& file);
+  bool isDecided(const StoredFile& file) const;
   void work(const std::stop_token& stop);
   bool copyNext(std::unique_lock<std::mutex>& lock);
   void await(std::size_t files, const StoreProgress& progress);

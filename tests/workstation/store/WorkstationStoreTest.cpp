@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <thread>
 
 #include "host/Cloud.h"
@@ -106,6 +107,11 @@ TEST(WorkstationStore, LoadLeavesWhatWasWrittenAfterItWasJudged) {
   EXPECT_FALSE(desk.exists(desk.projectPath(L"gone.txt")));
   EXPECT_EQ(service.DownloadFiles(project, desk.projectPath(), names, {}), 0);
   EXPECT_EQ(here(L"changed.txt"), "theirs");
+  std::multiset<std::string> copies;
+  for (const auto& entry : std::filesystem::directory_iterator(platform::systemPath(desk.projectPath(L"Backup")))) {
+    copies.insert(contentOf(entry.path().string()));
+  }
+  EXPECT_EQ(copies.count("work"), 2U) << "nobody had decided against them";
 }
 
 TEST(WorkstationStore, TransfersObeyWhatWasJudgedAndMoveItOn) {
