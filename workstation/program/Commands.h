@@ -25,6 +25,7 @@ void addUsersCommand(CLI::App& app, Action& selected);
 void addObjectCommands(CLI::App& app, Action& selected);
 void addLockCommands(CLI::App& app, Action& selected);
 void addTransferCommands(CLI::App& app, Action& selected);
+void addProjectFileCommands(CLI::App& app, Action& selected);
 void addChangesCommand(CLI::App& app, Action& selected);
 void addPushCommand(CLI::App& app, Action& selected);
 void addSyncCommand(CLI::App& app, Action& selected);

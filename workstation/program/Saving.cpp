@@ -3,6 +3,7 @@
 #include "host/Cloud.h"
 #include "host/Files.h"
 #include "host/Locking.h"
+#include "host/ObjectFiles.h"
 #include "host/Project.h"
 #include "host/Users.h"
 #include "platform/Files.h"
@@ -86,18 +87,6 @@ std::wstring notSavedReason(const ItemView& view, const Sending& sending) {
              : failureText(sending.result);
 }
 
-/// Copies the store's version beside, before a forced save replaces it.
-bool backUpStored(const ItemView& view) {
-  SYSTEMTIME now{};
-  GetLocalTime(&now);
-  const std::wstring directory =
-      lfinigC(1) + platform::formatWide(L"Backup\\store %04d-%02d-%02d %02d.%02d.%02d", now.wYear, now.wMonth, now.wDay,
-                                        now.wHour, now.wMinute, now.wSecond);
-  SHCreateDirectoryExW(nullptr, directory.c_str(), nullptr);
-  return QuorvelCloudController()->GetProjectService()->DownloadFile(get_ActivePrj().GetOndrathProjectUuid(), directory,
-                                                                     view.fileName, L"") == 0;
-}
-
 /// A forced save of an object has to be newer than what the store has, or the others would never fetch it. The store
 /// keeps no counter of a Zeichnung.
 bool raiseAboveStore(const ItemView& view) {
@@ -171,6 +160,23 @@ std::wstring failureText(unsigned long code) {
   return platform::formatWide(L"code 0x%lx", code);
 }
 
+bool backUpStored(const std::wstring& fileName) {
+  SYSTEMTIME now{};
+  GetLocalTime(&now);
+  const std::wstring directory =
+      lfinigC(1) + platform::formatWide(L"Backup\\store %04d-%02d-%02d %02d.%02d.%02d", now.wYear, now.wMonth, now.wDay,
+                                        now.wHour, now.wMinute, now.wSecond);
+  SHCreateDirectoryExW(nullptr, directory.c_str(), nullptr);
+  return QuorvelCloudController()->GetProjectService()->DownloadFile(get_ActivePrj().GetOndrathProjectUuid(), directory,
+                                                                     fileName, L"") == 0;
+}
+
+bool backUpHere(const ItemView& view) {
+  const std::wstring path = itemPath(view.fileName);
+  if (!platform::fileStatus(path).exists) return true;
+  return autoBackup::createBackup(path, view.object ? view.object->type : eFileType_Unknown);
+}
+
 void saveItem(Context& context, const ItemView& view, bool force, SyncBase& bases, Tally& tally) {
   const std::wstring item = view.label();
   FileLockInfo info;
@@ -198,7 +204,7 @@ void saveItem(Context& context, const ItemView& view, bool force, SyncBase& base
     return tally.done();
   }
   const bool replaces = isAheadInStore(view);
-  if ((replaces || view.isUntold()) && !backUpStored(view)) {
+  if ((replaces || view.isUntold()) && !backUpStored(view.fileName)) {
     report(context, item, L"refused", L"what the store has could not be copied to the backup directory first");
     return tally.failed();
   }

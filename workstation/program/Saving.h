@@ -17,6 +17,11 @@ void report(const Context& context, const std::wstring& item, const std::wstring
 /// "refused" or "code 0x...": what a service's result tells a person.
 std::wstring failureText(unsigned long code);
 
+/// Copies the store's version to the project's backup directory, before something replaces it there.
+bool backUpStored(const std::wstring& fileName);
+/// The same with what is here, where there is anything.
+bool backUpHere(const ItemView& view);
+
 /// Sends an item to the store. Refused, with the reason as its result: an item that is not here or damaged, one that
 /// somebody else holds, and (without `force`) one that would go over a version that was never fetched. With `force` the
 /// store's version is copied to the project's backup directory first. In a compressed project a Teilbild is compressed

@@ -4,7 +4,6 @@
 
 #include "host/Files.h"
 #include "host/Locking.h"
-#include "host/ObjectFiles.h"
 #include "host/Project.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
@@ -85,13 +84,6 @@ ItemView bring(const ItemView& view, unsigned long& result) {
   if (result == ERROR_SUCCESS && !isBrought(after, after)) result = ERROR_GEN_FAILURE;
   if (view.object && after.here) noteInDatabase(*view.object);
   return after;
-}
-
-/// Copies what is here to the project's backup directory before it is replaced.
-bool backUpHere(const ItemView& view) {
-  const std::wstring path = itemPath(view.fileName);
-  if (!platform::fileStatus(path).exists) return true;
-  return autoBackup::createBackup(path, view.object ? view.object->type : eFileType_Unknown);
 }
 
 void keep(const Context& context, const ItemView& view, const Arguments& arguments, SyncBase& bases, Tally& tally) {

@@ -60,6 +60,7 @@ int run(int argc, char** argv) {
   workstation::program::addObjectCommands(app, selected);
   workstation::program::addLockCommands(app, selected);
   workstation::program::addTransferCommands(app, selected);
+  workstation::program::addProjectFileCommands(app, selected);
   workstation::program::addChangesCommand(app, selected);
   workstation::program::addPushCommand(app, selected);
   workstation::program::addSyncCommand(app, selected);

@@ -1,6 +1,7 @@
 #include "workstation/store/BulkDownload.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "host/ObjectFiles.h"
 #include "host/Trace.h"
@@ -10,6 +11,7 @@
 #include "platform/Time.h"
 #include "workstation/store/Bodies.h"
 #include "workstation/store/DiskFiles.h"
+#include "workstation/store/StoreContext.h"
 #include "workstation/store/StoreImpl.h"
 #include "workstation/store/TransferConditions.h"
 
@@ -23,6 +25,7 @@ constexpr std::size_t kSyncSingly = 4;
 /// Copies go on while a group gets its names.
 constexpr std::size_t kMostWaiting = 2 * kGroup;
 constexpr unsigned kMostThreads = 4;
+std::atomic<unsigned> askedThreads = 0;
 /// Made of the store's members: what the library added to it here, it adds again to the one that comes.
 constexpr const wchar_t* kUserList = L"Net\\user.cfg";
 
@@ -48,6 +51,10 @@ bool copyToBackup(const std::wstring& root, const LocalPlace& place) {
 }
 
 }  // namespace
+
+void setTransferThreads(unsigned threads) {
+  askedThreads = threads;
+}
 
 bool isOpenInHost(const LocalPlace& place) {
   return place.exists && cfgethandle(place.path, 0) != -1;
@@ -240,8 +247,9 @@ void BulkDownload::bring(Waiting waiting) {
     waiting_.push_back(std::move(waiting));
   }
   // The count is asked of the system once.
-  static const unsigned threads = std::clamp(std::thread::hardware_concurrency(), 1U, kMostThreads);
-  if (waiting_.size() > 1 && helpers_.size() + 1 < threads) {
+  static const unsigned suitable = std::clamp(std::thread::hardware_concurrency(), 1U, kMostThreads);
+  const unsigned asked = askedThreads;
+  if (waiting_.size() > 1 && helpers_.size() + 1 < (asked == 0 ? suitable : asked)) {
     helpers_.emplace_back([this](const std::stop_token& stop) { work(stop); });
   }
   changed_.notify_one();

@@ -35,4 +35,7 @@ using TransferProgress =
     std::function<void(std::uint32_t done, std::uint32_t total, std::uint64_t bytes, const std::wstring& text)>;
 WORKSTATION_API void setTransferProgress(TransferProgress progress);
 
+/// Bounds the threads that one download copies and checks on, the calling one included; 0: as many as suit.
+WORKSTATION_API void setTransferThreads(unsigned threads);
+
 }  // namespace workstation
