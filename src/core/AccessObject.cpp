@@ -37,6 +37,7 @@ long long WGOAccess::UploadChangedFiles(const std::wstring& directory, const std
   }
   const PRJ active = get_ActivePrj();
   WGO_DirectoryChanges changes;
+  // The upload asks for its directory alone; a look below that would only take its time.
   changes.init(directory.c_str(), nullptr, false);
   return changes.upload(changed, &active, false) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
