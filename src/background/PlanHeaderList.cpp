@@ -1,6 +1,5 @@
 #include <tbb/concurrent_hash_map.h>
 
-#include <utility>
 #include <vector>
 
 #include "background/ThreadedList.h"
@@ -20,7 +19,7 @@ class ThreadedReadHeader : private ThreadedList {
     run(
         list.size(), [&](std::size_t index) { return readOne(list[index]); }, [&] { ThreadFunc(list.size()); },
         nullptr);
-    for (auto& [number, header] : found_) headers.emplace(number, std::move(header));
+    for (const auto& [number, header] : found_) headers.emplace(number, header);
   }
 
  private:
@@ -36,7 +35,7 @@ class ThreadedReadHeader : private ThreadedList {
     if (!WGO_getPLHeaderFromOnlineServer(static_cast<unsigned>(number), &header)) return 0;
     FoundHeaders::accessor place;
     found_.insert(place, number);
-    place->second = std::move(header);
+    place->second = header;
     return 0;
   }
 

@@ -71,6 +71,7 @@ std::vector<std::wstring> namesInStore(Context& context) {
     throw CommandFailure{ExitCode::Failure, L"the store can't list the project's files: " + CloudStore::lastText()};
   }
   std::vector<std::wstring> names;
+  names.reserve(files.size());
   for (StoredFile& file : files) names.push_back(std::move(file.name));
   return names;
 }
@@ -80,6 +81,7 @@ std::vector<std::wstring> namesHere() {
   const DirectoryScan scan = scanDirectory(platform::systemPath(directory), isPrivateKey);
   if (!scan.failure.empty()) throw CommandFailure{ExitCode::Failure, scan.failure};
   std::vector<std::wstring> names;
+  names.reserve(scan.files.size());
   for (const ScannedFile& file : scan.files) names.push_back(platform::fromUtf8(file.name));
   std::sort(names.begin(), names.end());
   return names;
