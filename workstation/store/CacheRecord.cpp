@@ -149,6 +149,29 @@ const SeenFile* CacheRecord::find(const std::wstring& name) {
   return found == files_->end() ? nullptr : &found->second;
 }
 
+std::optional<SeenFile> CacheRecord::ask(const std::wstring& name) {
+  std::optional<SeenFile> seen;
+  if (connection_ == nullptr) return seen;
+  guarded([&] {
+    Statement row(*connection_, "SELECT * FROM files WHERE name=?");
+    row << platform::toLower(name);
+    if (row.row()) seen = SeenFile{contentAt(row, 1), contentAt(row, 4)};
+  });
+  return seen;
+}
+
+void CacheRecord::forget(const std::vector<std::wstring>& names) {
+  if (names.empty() || connection_ == nullptr) return;
+  guarded([&] {
+    WriteTransaction transaction(*connection_);
+    Statement remove(*connection_, "DELETE FROM files WHERE name=?");
+    for (const std::wstring& name : names) (remove << platform::toLower(name)).run();
+    transaction.commit();
+  });
+  if (!files_) return;
+  for (const std::wstring& name : names) files_->erase(platform::toLower(name));
+}
+
 void CacheRecord::give(const char* sql, const Files& files) {
   if (files.empty() || connection_ == nullptr) return;
   guarded([&] {

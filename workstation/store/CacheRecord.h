@@ -67,6 +67,10 @@ class WORKSTATION_API CacheRecord {
   void setWhole();
   /// Null for a file that never was the same on both sides. The next settle() may take it away.
   const SeenFile* find(const std::wstring& name);
+  /// The same for one file as it stands now, whoever of this workstation wrote it, without reading the others.
+  std::optional<SeenFile> ask(const std::wstring& name);
+  /// Files that neither side has any more, and that this workstation took from both.
+  void forget(const std::vector<std::wstring>& names);
   /// Before files get their names, and after. A record that can't be written forgets that the cache is whole.
   void announce(const Files& files);
   void settle(const Files& files);

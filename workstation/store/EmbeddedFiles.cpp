@@ -89,11 +89,16 @@ CloudStatus EmbeddedProjectService::GetAllFileHeaders(const std::wstring& projec
 
 CloudStatus EmbeddedProjectService::DeleteFile(const std::wstring& project, const std::wstring& name) {
   return run(L"DeleteFile", [&](CloudStore& store, const StoreActor& actor) {
-    const TransferTurn turn(project, {name});
-    const auto condition = transferCondition(project, name);
-    const CloudStatus status =
-        store.deleteFile(actor, project, name, condition ? std::optional(condition->revision) : std::nullopt);
+    std::optional<std::int64_t> expected;
+    const std::shared_ptr<TransferJudge> judge = transferJudge(project);
+    if (judge) {
+      expected = judge->judgeDeletion(store, actor, name).revision;
+    } else if (const auto condition = transferCondition(project, name)) {
+      expected = condition->revision;
+    }
+    const CloudStatus status = store.deleteFile(actor, project, name, expected);
     if (status == kStoreOk) moveConditionInStore(project, name, 0);
+    if (judge) judge->deleted(name, status);
     return status;
   });
 }

@@ -45,19 +45,33 @@ FilePut putOf(const std::wstring& base, const QuorvFileInfo& file, std::uint32_t
   return put;
 }
 
+/// Takes over what is laid down for a file, or what the standing judge says.
+/// @return whether the store has it already
+bool layDown(CloudStore& store, const StoreActor& actor, const std::wstring& project, TransferJudge* judge,
+             FilePut& put) {
+  if (judge != nullptr) {
+    const TransferVerdict verdict = judge->judgeUpload(store, actor, put);
+    put.expectedRevision = verdict.revision;
+    return verdict.isThereAlready;
+  }
+  const auto condition = transferCondition(project, put.name);
+  if (!condition) return false;
+  put.expectedRevision = condition->revision;
+  put.expectedSource = condition->here;
+  put.needsOwnLock = condition->needsOwnLock;
+  return false;
+}
+
 /// Sends a group and notes what is now the same on both sides.
 CloudStatus send(CloudStore& store, const StoreActor& actor, const std::wstring& project, const std::wstring& directory,
                  std::vector<FilePut> puts, std::vector<CloudStatus>& statuses, const StoreProgress& progress) {
-  std::vector<std::wstring> names;
-  names.reserve(puts.size());
-  for (const FilePut& put : puts) names.push_back(put.name);
-  const TransferTurn turn(project, names);
-  for (FilePut& put : puts) {
-    const auto condition = transferCondition(project, put.name);
-    if (!condition) continue;
-    put.expectedRevision = condition->revision;
-    put.expectedSource = condition->here;
-    put.needsOwnLock = condition->needsOwnLock;
+  const std::shared_ptr<TransferJudge> judge = transferJudge(project);
+  bool isThereAlready = !puts.empty();
+  for (FilePut& put : puts) isThereAlready = layDown(store, actor, project, judge.get(), put) && isThereAlready;
+  if (isThereAlready) {
+    statuses.assign(puts.size(), kStoreOk);
+    for (const FilePut& put : puts) judge->uploaded(put.name, kStoreOk, 0);
+    return kStoreOk;
   }
   std::vector<StoredFile> stored;
   const CloudStatus status = store.putFiles(actor, project, puts, statuses, progress, &stored);
@@ -70,7 +84,13 @@ CloudStatus send(CloudStore& store, const StoreActor& actor, const std::wstring&
         static_cast<std::int64_t>(here.size), static_cast<std::int64_t>(platform::toTicks(here.writeTime)), {}};
     if (here.exists && now.looksLike(contentOf(stored[i]))) same.push_back(stored[i]);
   }
+  const std::wstring reason = CloudStore::lastText();
   noteSettled(project, directory, same);
+  setLastStoreText(reason);
+  for (std::size_t i = 0; judge && i < puts.size(); ++i) {
+    const bool isTold = i < statuses.size();
+    judge->uploaded(puts[i].name, isTold ? statuses[i] : status, isTold ? revisions[i] : 0);
+  }
   return status;
 }
 

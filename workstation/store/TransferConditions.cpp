@@ -4,7 +4,6 @@
 #include <unordered_map>
 
 #include "platform/Text.h"
-#include "workstation/store/CloudStore.h"
 
 namespace workstation {
 
@@ -24,6 +23,17 @@ std::wstring keyOf(const std::wstring& name) {
 
 Laid& laid() {
   static Laid instance;
+  return instance;
+}
+
+struct Standing {
+  std::mutex mutex;
+  std::wstring project;
+  std::shared_ptr<TransferJudge> judge;
+};
+
+Standing& standing() {
+  static Standing instance;
   return instance;
 }
 
@@ -70,6 +80,22 @@ void moveConditionHere(const std::wstring& project, const std::wstring& name, co
 
 void moveConditionInStore(const std::wstring& project, const std::wstring& name, std::int64_t revision) {
   withCondition(project, name, [&](TransferCondition& condition) { condition.revision = revision; });
+}
+
+ScopedTransferJudge::ScopedTransferJudge(const std::wstring& project, std::shared_ptr<TransferJudge> judge) {
+  const std::lock_guard guard(standing().mutex);
+  standing().project = project;
+  standing().judge = std::move(judge);
+}
+
+ScopedTransferJudge::~ScopedTransferJudge() {
+  const std::lock_guard guard(standing().mutex);
+  standing().judge.reset();
+}
+
+std::shared_ptr<TransferJudge> transferJudge(const std::wstring& project) {
+  const std::lock_guard guard(standing().mutex);
+  return platform::equalsIgnoreCase(project, standing().project) ? standing().judge : nullptr;
 }
 
 }  // namespace workstation

@@ -6,12 +6,13 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "workstation/Export.h"
-#include "workstation/store/CacheRecord.h"
+#include "workstation/store/CloudStore.h"
 
 namespace workstation {
 
@@ -42,5 +43,39 @@ WORKSTATION_API std::optional<TransferCondition> transferCondition(const std::ws
 /// After a transfer of this process went through: what it left on its side is what later ones in the scope go by.
 WORKSTATION_API void moveConditionHere(const std::wstring& project, const std::wstring& name, const FileContent& here);
 void moveConditionInStore(const std::wstring& project, const std::wstring& name, std::int64_t revision);
+
+/// What a standing judge says of one upload or deletion.
+struct TransferVerdict {
+  /// The store must have this revision of the file, 0 for none: otherwise kStoreChanged.
+  std::int64_t revision = 0;
+  bool isThereAlready = false;  ///< the store has what is here: counts as sent, and nothing moves
+};
+/// A revision that no file has: refuses with the reason that the store tells.
+constexpr std::int64_t kNoSuchRevision = -1;
+
+/// Judges, at the moment of the transfer, what nobody has decided on before: uploads and deletions that go on by
+/// themselves. Called on the transferring threads, several at once.
+class TransferJudge {
+ public:
+  virtual ~TransferJudge() = default;
+  virtual TransferVerdict judgeUpload(CloudStore& store, const StoreActor& actor, const FilePut& put) = 0;
+  virtual TransferVerdict judgeDeletion(CloudStore& store, const StoreActor& actor, const std::wstring& name) = 0;
+  /// How it ended, behind all that the service notes of it; the reason is in CloudStore::lastText().
+  /// @param revision  of the file in the store then, 0 where nothing moved
+  virtual void uploaded(const std::wstring& name, CloudStatus status, std::int64_t revision) = 0;
+  virtual void deleted(const std::wstring& name, CloudStatus status) = 0;
+};
+
+/// While it lives the judge decides on all uploads and deletions of its project by this process; conditions of a scope
+/// then hold for downloads alone. One at a time.
+class WORKSTATION_API ScopedTransferJudge {
+ public:
+  ScopedTransferJudge(const std::wstring& project, std::shared_ptr<TransferJudge> judge);
+  ~ScopedTransferJudge();
+  ScopedTransferJudge(const ScopedTransferJudge&) = delete;
+  ScopedTransferJudge& operator=(const ScopedTransferJudge&) = delete;
+};
+/// Null when none stands for the project.
+std::shared_ptr<TransferJudge> transferJudge(const std::wstring& project);
 
 }  // namespace workstation
