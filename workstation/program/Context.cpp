@@ -29,6 +29,8 @@ namespace {
 
 constexpr std::size_t kMostErrorLines = 20;
 constexpr const wchar_t* kGuardDirectory = L"C:\\State";
+constexpr const wchar_t* kGuardEnding = L".guard";
+constexpr const wchar_t* kWatchEnding = L".watch";
 constexpr DWORD kGuardPause = 100;     // milliseconds
 constexpr DWORD kGuardLimit = 120000;  // milliseconds
 
@@ -178,16 +180,38 @@ ProjectGuard::~ProjectGuard() {
   CloseHandle(file_);
 }
 
-ProjectGuard Context::guardProject() const {
+namespace {
+
+/// Opens a file of the project that one process at a time has open. @return no handle when another has it
+HANDLE takeAlone(const std::wstring& ending) {
   SHCreateDirectoryExW(nullptr, kGuardDirectory, nullptr);
-  const std::wstring path = platform::joinPath(kGuardDirectory, get_ActivePrj().GetOndrathProjectUuid() + L".guard");
+  const std::wstring path = platform::joinPath(kGuardDirectory, get_ActivePrj().GetOndrathProjectUuid() + ending);
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
+  if (file == INVALID_HANDLE_VALUE && GetLastError() != ERROR_SHARING_VIOLATION) {
+    throw CommandFailure{ExitCode::Failure,
+                         platform::formatWide(L"%s can't be opened (error %u)", path, GetLastError())};
+  }
+  return file;
+}
+
+std::unique_ptr<ProjectGuard> guardOf(HANDLE file) {
+  return file == INVALID_HANDLE_VALUE ? nullptr : std::make_unique<ProjectGuard>(file);
+}
+
+}  // namespace
+
+std::unique_ptr<ProjectGuard> Context::tryGuardProject() const {
+  return guardOf(takeAlone(kGuardEnding));
+}
+
+std::unique_ptr<ProjectGuard> Context::tryWatchProject() const {
+  return guardOf(takeAlone(kWatchEnding));
+}
+
+ProjectGuard Context::guardProject() const {
   for (DWORD waited = 0;; waited += kGuardPause) {
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
+    const HANDLE file = takeAlone(kGuardEnding);
     if (file != INVALID_HANDLE_VALUE) return ProjectGuard(file);
-    if (GetLastError() != ERROR_SHARING_VIOLATION) {
-      throw CommandFailure{ExitCode::Failure,
-                           platform::formatWide(L"%s can't be opened (error %u)", path, GetLastError())};
-    }
     if (waited == 0) output_.message(L"another zephor is changing this project; waiting");
     if (waited >= kGuardLimit) {
       throw CommandFailure{ExitCode::Failure,

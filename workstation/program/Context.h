@@ -75,6 +75,10 @@ class Context {
   /// Waits for its turn to change the open project on this workstation. Throws CommandFailure when another process
   /// keeps it for too long.
   ProjectGuard guardProject() const;
+  /// The same without waiting. @return null when another process has it
+  std::unique_ptr<ProjectGuard> tryGuardProject() const;
+  /// Makes this process the one that watches the project on this workstation. @return null when another does
+  std::unique_ptr<ProjectGuard> tryWatchProject() const;
   /// The store behind this workstation, after startOnline.
   CloudStore& store();
   StoreActor actor() const;

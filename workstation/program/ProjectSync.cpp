@@ -18,6 +18,7 @@
 #include "workstation/program/StoredContent.h"
 #include "workstation/program/SyncBase.h"
 #include "workstation/program/UserListState.h"
+#include "workstation/program/WatchJudge.h"
 #include "workstation/store/DiskFiles.h"
 #include "workstation/store/StoreContext.h"
 #include "workstation/store/TransferConditions.h"
@@ -58,12 +59,6 @@ ItemName itemOf(const ComparedFile& file) {
   return itemKey(item.fileName) == itemKey(file.name) ? item : ItemName{std::nullopt, file.name};
 }
 
-FileContent contentOnDisk(const std::wstring& path) {
-  const platform::FileStatus status = platform::fileStatus(path);
-  if (!status.exists) return {};
-  return {static_cast<std::int64_t>(status.size), static_cast<std::int64_t>(platform::toTicks(status.writeTime)), {}};
-}
-
 std::set<std::wstring> keysOf(const std::vector<ComparedFile>& files) {
   std::set<std::wstring> keys;
   for (const ComparedFile& file : files) keys.insert(itemKey(file.name));
@@ -89,13 +84,17 @@ std::wstring fileCount(std::uint64_t files) {
 
 }  // namespace
 
-ProjectSync::ProjectSync(Context& context) : context_(context), dryRun_(context.options().dryRun) {}
+ProjectSync::ProjectSync(Context& context, SyncMode mode, KeptFilter isNews)
+    : context_(context),
+      dryRun_(context.options().dryRun),
+      receives_(mode == SyncMode::Receive),
+      isNews_(std::move(isNews)) {}
 
 ExitCode ProjectSync::run() {
-  tellSwitchedOff();
+  if (!receives_) tellSwitchedOff();
   comparison_ = compareProject(context_);
   if (!dryRun_) rescued_ = rescueLeftovers(context_, comparison_);
-  tellNeverSent(context_, comparison_);
+  if (!receives_) tellNeverSent(context_, comparison_);
   if (!dryRun_) {
     loadIfFresh();
     recordSame();
@@ -191,8 +190,17 @@ void ProjectSync::judge() {
     }
     item.decision =
         item.lacksHeader() ? decideWithoutHeader(item, circumstances.isOpen) : decideSync(item.view, circumstances);
+    if (receives_) leave(item);
   }
   keepAllOfLostStore();
+}
+
+/// A removal here may be on its way to the store: bringing the file back would undo it.
+void ProjectSync::leave(Item& item) {
+  const bool isRemovedHere = item.view.state == ObjectState::RemovedHere;
+  if (item.decision.step != SyncStep::Send && !isRemovedHere) return;
+  item.decision = {SyncStep::Nothing, {}};
+  left_.push_back(item.view);
 }
 
 /// The store can't tell such an object's version: its content is all there is to go by.
@@ -246,14 +254,17 @@ void ProjectSync::fetch() {
     conditions.push_back({item.file.name, item.file.here, item.file.store->revision, stays});
   }
   const ScopedTransferConditions judged(comparison_.projectUuid, conditions);
-  const WatchedTransfers watched(context_, L"fetching", all);
+  std::optional<WatchedTransfers> watched;
+  if (!receives_) watched.emplace(context_, L"fetching", all);
   fetchItems(wanted);
   completeCache();
 }
 
 void ProjectSync::fetchItems(std::vector<Item*> wanted) {
-  const bool hasBase = areUsersDue_ || std::any_of(wanted.begin(), wanted.end(),
-                                                   [](const Item* item) { return isBaseClass(item->file); });
+  // A receiving run goes by name: the load would bring back what is removed here meanwhile.
+  const bool hasBase = areUsersDue_ || (!receives_ && std::any_of(wanted.begin(), wanted.end(), [](const Item* item) {
+                         return isBaseClass(item->file);
+                       }));
   if (comparison_.isWhole && hasBase) {
     // Leaves what was changed here, and brings the user list in step. Files that it did not bring are tried again
     // below, and told by themselves.
@@ -385,12 +396,15 @@ void ProjectSync::tellSettled(const std::set<std::wstring>& differing) {
     if (item.decision.step == SyncStep::Fetch && !isOpen) {
       tellFetched({item.view.object, item.view.fileName});
     } else if (item.decision.step == SyncStep::Fetch) {
+      isIncomplete_ = true;
+      if (receives_ && item.problem.empty()) continue;
       keep(item.view.label(),
            item.problem.empty() ? L"it changed here or in the store meanwhile; sync again" : item.problem);
     } else if (item.decision.step == SyncStep::Keep && differs) {
       keep(item.view.label(), item.decision.reason);
     }
   }
+  if (receives_) return;  // the others are being changed now, or sent
   for (const ComparedFile& file : comparison_.differing) {
     if (!open.contains(itemKey(file.name)) || told_.contains(itemKey(file.name))) continue;
     keep(itemOf(file).object ? itemOf(file).object->shortName() : file.name,
@@ -421,6 +435,7 @@ ExitCode ProjectSync::finish() const {
     return count == 0 ? std::wstring()
                       : platform::formatWide(L", %llu %s", static_cast<unsigned long long>(count), what);
   };
+  if (receives_) return kept_ + rescued_ == 0 ? ExitCode::Done : ExitCode::PartlyDone;
   const std::wstring parts = part(fetched_, dryRun_ ? L"to fetch" : L"fetched") +
                              part(sent_, dryRun_ ? L"to send" : L"sent") + part(trashed_, L"to the trash") +
                              part(rescued_, L"rescued") + part(kept_, kept_ == 1 ? L"stays" : L"stay");
@@ -456,7 +471,8 @@ void ProjectSync::tellFetched(const ItemName& item) {
 }
 
 void ProjectSync::keep(const std::wstring& item, const std::wstring& reason) {
-  report(context_, item, L"kept", reason);
+  keptLabels_.insert(item);
+  if (!isNews_ || isNews_(item, reason)) report(context_, item, L"kept", reason);
   told_.insert(itemKey(item));
   ++kept_;
 }

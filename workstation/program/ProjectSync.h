@@ -5,6 +5,8 @@
 // both sides the same and the base old, and only records that. Until then neither side's file is believed to be old.
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -20,11 +22,27 @@ namespace workstation::program {
 
 class Context;
 
+enum class SyncMode : std::uint8_t {
+  Both,
+  Receive,  ///< only brings what is newer in the store; what was changed or removed here stays as it is
+};
+
 /// The project's guard is held by the caller.
 class ProjectSync {
  public:
-  explicit ProjectSync(Context& context);
+  /// Asked in a receiving run for each item that stays, whether its line is still to be told.
+  using KeptFilter = std::function<bool(const std::wstring& item, const std::wstring& reason)>;
+
+  explicit ProjectSync(Context& context, SyncMode mode = SyncMode::Both, KeptFilter isNews = {});
   ExitCode run();
+
+  /// What a receiving run left to be sent, and what was removed here.
+  const std::vector<ItemView>& left() const { return left_; }
+  /// Labels of what a receiving run found to differ on both sides.
+  const std::set<std::wstring>& kept() const { return keptLabels_; }
+  /// Whether something that was to come did not: another run may bring it.
+  bool isIncomplete() const { return isIncomplete_; }
+  std::size_t fetched() const { return fetched_; }
 
  private:
   struct Item {
@@ -43,6 +61,7 @@ class ProjectSync {
   void forgetGone() const;
   void loadIfFresh();
   void judge();
+  void leave(Item& item);
   static SyncDecision decideWithoutHeader(const Item& item, bool isOpen);
   void keepAllOfLostStore();
   void tellPlan();
@@ -68,6 +87,11 @@ class ProjectSync {
 
   Context& context_;
   const bool dryRun_;
+  const bool receives_;
+  const KeptFilter isNews_;
+  std::vector<ItemView> left_;
+  std::set<std::wstring> keptLabels_;
+  bool isIncomplete_ = false;
   bool areUsersDue_ = false;  ///< the list of users is to be brought in step
   ProjectComparison comparison_;
   std::vector<Item> items_;

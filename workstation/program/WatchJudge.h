@@ -1,0 +1,62 @@
+// Sees to it that what goes up by itself replaces nobody's work: an upload goes onto the version that was last in step,
+// or not at all. What went is noted, so that the next save is judged from there.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "workstation/program/SyncBase.h"
+#include "workstation/program/WatchDecision.h"
+#include "workstation/store/TransferConditions.h"
+
+namespace workstation::program {
+
+/// How one upload or deletion ended.
+struct TransferOutcome {
+  std::wstring name;  ///< relative to the project
+  bool isDeletion = false;
+  CloudStatus status = 0;
+  std::int64_t revision = 0;  ///< 0: nothing moved
+  std::wstring reason;        ///< why it failed
+};
+
+/// From any thread.
+class WatchJudge : public TransferJudge {
+ public:
+  using Listener = std::function<void(TransferOutcome outcome)>;
+
+  /// @param listener  called on the transferring threads
+  WatchJudge(const std::wstring& project, std::wstring directory, Listener listener);
+
+  TransferVerdict judgeUpload(CloudStore& store, const StoreActor& actor, const FilePut& put) override;
+  TransferVerdict judgeDeletion(CloudStore& store, const StoreActor& actor, const std::wstring& name) override;
+  void uploaded(const std::wstring& name, CloudStatus status, std::int64_t revision) override;
+  void deleted(const std::wstring& name, CloudStatus status) override;
+
+  /// Whether a file here is what both sides had when it last moved, or what was on its way here.
+  bool isInStep(const std::wstring& name, const FileContent& here);
+  /// Whether a file that is gone here was in step once.
+  bool wasInStep(const std::wstring& name);
+  /// Notes in the base what these outcomes left on both sides.
+  void note(const std::vector<TransferOutcome>& outcomes);
+  /// Keys of all files that were in step once.
+  std::vector<std::string> known();
+
+ private:
+  UploadStep judge(CloudStore& store, const StoreActor& actor, const FilePut& put, std::int64_t& revision);
+
+  const std::wstring project_;
+  const std::wstring directory_;
+  const Listener listener_;
+  std::mutex mutex_;  // for the two below
+  std::unique_ptr<CacheRecord> record_;
+  SyncBase base_;
+};
+
+/// Size and time of a file on the disk; not known when there is none.
+FileContent contentOnDisk(const std::wstring& path);
+
+}  // namespace workstation::program
