@@ -29,6 +29,8 @@ void addProjectFileCommands(CLI::App& app, Action& selected);
 void addChangesCommand(CLI::App& app, Action& selected);
 void addPushCommand(CLI::App& app, Action& selected);
 void addSyncCommand(CLI::App& app, Action& selected);
+void addWatchCommand(CLI::App& app, Action& selected);
+void addBackgroundCommands(CLI::App& app, Action& selected);
 void addServerCommands(CLI::App& app, Action& selected);
 void addCompressionCommands(CLI::App& app, Action& selected);
 void addInfoCommand(CLI::App& app, Action& selected);

@@ -64,6 +64,8 @@ int run(int argc, char** argv) {
   workstation::program::addChangesCommand(app, selected);
   workstation::program::addPushCommand(app, selected);
   workstation::program::addSyncCommand(app, selected);
+  workstation::program::addWatchCommand(app, selected);
+  workstation::program::addBackgroundCommands(app, selected);
   workstation::program::addServerCommands(app, selected);
   workstation::program::addCompressionCommands(app, selected);
   workstation::program::addInfoCommand(app, selected);
