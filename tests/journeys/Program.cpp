@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -23,30 +24,6 @@ std::array<int, 2> makePipe() {
   return ends;
 }
 
-/// Until both ends are closed. Kills the program when nothing has come for `killAfter` milliseconds.
-void collect(int outEnd, int errEnd, ProgramRun& run, pid_t child, int killAfter) {
-  std::array<pollfd, 2> ends{pollfd{outEnd, POLLIN, 0}, pollfd{errEnd, POLLIN, 0}};
-  std::array<std::string*, 2> texts{&run.out, &run.err};
-  int open = 2;
-  while (open > 0) {
-    if (::poll(ends.data(), ends.size(), killAfter) == 0) {
-      ::kill(child, SIGKILL);
-      killAfter = -1;
-    }
-    for (std::size_t i = 0; i < ends.size(); ++i) {
-      if (ends[i].fd < 0 || ends[i].revents == 0) continue;
-      char buffer[4096];
-      const ssize_t size = ::read(ends[i].fd, buffer, sizeof buffer);
-      if (size > 0) {
-        texts[i]->append(buffer, static_cast<std::size_t>(size));
-      } else {
-        ends[i].fd = -1;
-        --open;
-      }
-    }
-  }
-}
-
 }  // namespace
 
 Office::Office() {
@@ -59,7 +36,75 @@ Office::~Office() {
   std::filesystem::remove_all(directory_, ignored);
 }
 
-ProgramRun Office::run(const std::string& user, const std::vector<std::string>& arguments, int killAfter) const {
+RunningProgram::RunningProgram(int pid, int out, int err) : pid_(pid), out_(out), err_(err) {}
+
+RunningProgram::~RunningProgram() {
+  if (pid_ > 0) {
+    signal(SIGKILL);
+    end();
+  }
+}
+
+bool RunningProgram::read(int limit) {
+  std::array<pollfd, 2> ends{pollfd{out_, POLLIN, 0}, pollfd{err_, POLLIN, 0}};
+  if (::poll(ends.data(), ends.size(), limit) <= 0) return false;
+  for (std::size_t i = 0; i < ends.size(); ++i) {
+    if (ends[i].fd < 0 || ends[i].revents == 0) continue;
+    char buffer[4096];
+    const ssize_t size = ::read(ends[i].fd, buffer, sizeof buffer);
+    if (size > 0) {
+      (i == 0 ? run_.out : run_.err).append(buffer, static_cast<std::size_t>(size));
+    } else {
+      ::close(ends[i].fd);
+      (i == 0 ? out_ : err_) = -1;
+    }
+  }
+  return true;
+}
+
+bool RunningProgram::waitUntil(const std::function<bool(const ProgramRun&)>& isTrue) {
+  constexpr auto kLimit = std::chrono::minutes(1);
+  const auto end = std::chrono::steady_clock::now() + kLimit;
+  while (!isTrue(soFar())) {
+    if (std::chrono::steady_clock::now() > end) {
+      ADD_FAILURE() << "waited in vain; the program wrote\n" << run_.out << run_.err;
+      return false;
+    }
+    read(20);
+  }
+  return true;
+}
+
+bool RunningProgram::waitFor(const std::string& text) {
+  return waitUntil([&](const ProgramRun& run) {
+    return run.out.find(text) != std::string::npos || run.err.find(text) != std::string::npos;
+  });
+}
+
+const ProgramRun& RunningProgram::soFar() {
+  read(0);
+  return run_;
+}
+
+void RunningProgram::signal(int number) const {
+  ::kill(pid_, number);
+}
+
+ProgramRun RunningProgram::end(int killAfter) {
+  while (out_ >= 0 || err_ >= 0) {
+    if (read(killAfter)) continue;
+    signal(SIGKILL);
+    killAfter = -1;
+  }
+  int status = 0;
+  ::waitpid(pid_, &status, 0);
+  pid_ = -1;
+  run_.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
+  return run_;
+}
+
+std::unique_ptr<RunningProgram> Office::start(const std::string& user,
+                                              const std::vector<std::string>& arguments) const {
   const std::string workstation = (directory_ / user).string();
   const std::string trash = (directory_ / (user + "-desktop")).string();
   std::vector<std::string> words{ZEPHOR_PROGRAM, "--workstation", workstation};
@@ -80,14 +125,11 @@ ProgramRun Office::run(const std::string& user, const std::vector<std::string>& 
   }
   ::close(out[1]);
   ::close(err[1]);
-  ProgramRun result;
-  collect(out[0], err[0], result, child, killAfter);
-  ::close(out[0]);
-  ::close(err[0]);
-  int status = 0;
-  ::waitpid(child, &status, 0);
-  result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
-  return result;
+  return std::make_unique<RunningProgram>(child, out[0], err[0]);
+}
+
+ProgramRun Office::run(const std::string& user, const std::vector<std::string>& arguments, int killAfter) const {
+  return start(user, arguments)->end(killAfter);
 }
 
 std::string Office::must(const std::string& user, const std::vector<std::string>& arguments) const {

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,6 +15,34 @@ struct ProgramRun {
   int exitCode = -1;
   std::string out;
   std::string err;
+};
+
+/// A program that goes on beside the test. Killed at the end, if it has not ended.
+class RunningProgram {
+ public:
+  RunningProgram(int pid, int out, int err);
+  ~RunningProgram();
+  RunningProgram(const RunningProgram&) = delete;
+  RunningProgram& operator=(const RunningProgram&) = delete;
+
+  /// Waits until a condition holds for what it has written. @return false after a minute
+  bool waitUntil(const std::function<bool(const ProgramRun& soFar)>& isTrue);
+  /// Until stdout, or stderr, has a text.
+  bool waitFor(const std::string& text);
+  /// What it has written by now.
+  const ProgramRun& soFar();
+  void signal(int number) const;
+  /// Waits for its end.
+  /// @param killAfter  milliseconds without a word until it is killed; -1: never
+  ProgramRun end(int killAfter = -1);
+
+ private:
+  bool read(int limit);
+
+  int pid_;
+  int out_;
+  int err_;
+  ProgramRun run_;
 };
 
 /// A temporary directory with a store and workstations, removed at the end.
@@ -27,6 +57,7 @@ class Office {
   void found(const std::vector<std::string>& users);
   /// @param killAfter  milliseconds until the program is killed; -1: it runs to its end
   ProgramRun run(const std::string& user, const std::vector<std::string>& arguments, int killAfter = -1) const;
+  std::unique_ptr<RunningProgram> start(const std::string& user, const std::vector<std::string>& arguments) const;
   /// As run; a test failure when the exit code is not 0.
   std::string must(const std::string& user, const std::vector<std::string>& arguments) const;
 

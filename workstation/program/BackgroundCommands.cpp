@@ -33,8 +33,8 @@ struct Entry {
                          const std::wstring& expected) {
   const auto end = std::min(static_cast<std::size_t>(std::max<std::ptrdiff_t>(offset, 0)), text.size());
   const auto line = 1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n');
-  throw CommandFailure{ExitCode::Failure, platform::formatWide(L"%s line %lld: %s", path, static_cast<long long>(line),
-                                                               expected)};
+  throw CommandFailure{ExitCode::Failure,
+                       platform::formatWide(L"%s line %lld: %s", path, static_cast<long long>(line), expected)};
 }
 
 /// @return nothing for a text that is no code
@@ -104,9 +104,8 @@ void addBackgroundCommands(CLI::App& app, Action& selected) {
   auto* log = group->add_subcommand("log", "Show what the last watch has sent and deleted, and what failed");
   auto onlyErrors = std::make_shared<bool>(false);
   log->add_flag("--errors", *onlyErrors, "Only what failed");
-  log->callback([&selected, onlyErrors] {
-    selected = [onlyErrors](Context& context) { return showLog(context, *onlyErrors); };
-  });
+  log->callback(
+      [&selected, onlyErrors] { selected = [onlyErrors](Context& context) { return showLog(context, *onlyErrors); }; });
 }
 
 }  // namespace workstation::program

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "host/Project.h"
+#include "platform/Paths.h"
 #include "platform/Text.h"
 #include "workstation/program/Context.h"
-#include "workstation/store/DiskFiles.h"
 
 namespace workstation::program {
 
@@ -23,17 +23,14 @@ std::string keyOf(const std::wstring& name) {
 
 StoreNews::StoreNews(Context& context) : context_(context), project_(get_ActivePrj().GetOndrathProjectUuid()) {}
 
-StoreNews::Mark StoreNews::markOf(const std::string& path) {
-  const auto status = diskStatus(path);
-  return status ? Mark{status->size, status->modifiedTicks} : Mark{};
-}
-
 bool StoreNews::isWritten() {
-  const std::string database = context_.store().directory() + "/store.db";
-  const Mark now = markOf(database);
-  const Mark log = markOf(database + "-wal");
-  const bool isDue = Clock::now() >= nextQuestion_;
-  if (!isDue && now == database_ && log == log_) return false;
+  const std::wstring database = platform::libraryPath(context_.store().directory() + "/store.db");
+  const FileContent now = contentOnDisk(database);
+  const FileContent log = contentOnDisk(database + L"-wal");
+  const auto isSame = [](const FileContent& one, const FileContent& other) {
+    return one.size == other.size && one.modified == other.modified;
+  };
+  if (Clock::now() < nextQuestion_ && isSame(now, database_) && isSame(log, log_)) return false;
   database_ = now;
   log_ = log;
   nextQuestion_ = Clock::now() + kAskAtLeast;

@@ -26,20 +26,13 @@ class StoreNews {
 
  private:
   using Clock = std::chrono::steady_clock;
-  /// What changes whenever the database is written.
-  struct Mark {
-    std::uint64_t size = 0;
-    std::int64_t modified = 0;
-    bool operator==(const Mark&) const = default;
-  };
-  static Mark markOf(const std::string& path);
   bool isWritten();
   bool differsFromOwn();
 
   Context& context_;
   const std::wstring project_;
-  Mark database_;
-  Mark log_;
+  FileContent database_;  // size and time of the store's files, which change whenever something is written
+  FileContent log_;
   Clock::time_point nextQuestion_;  ///< at the latest: not every file system tells times exactly
   Clock::time_point nextListing_;
   std::int64_t counter_ = -1;

@@ -71,9 +71,8 @@ void addWatchCommand(CLI::App& app, Action& selected) {
   command->footer(kExplanation);
   auto sendOnly = std::make_shared<bool>(false);
   command->add_flag("--send-only", *sendOnly, "Send what is saved here, and bring nothing");
-  command->callback([&selected, sendOnly] {
-    selected = [sendOnly](Context& context) { return watch(context, *sendOnly); };
-  });
+  command->callback(
+      [&selected, sendOnly] { selected = [sendOnly](Context& context) { return watch(context, *sendOnly); }; });
 }
 
 }  // namespace workstation::program
