@@ -15,9 +15,11 @@ FileContent contentOnDisk(const std::wstring& path) {
   return {static_cast<std::int64_t>(status.size), static_cast<std::int64_t>(platform::toTicks(status.writeTime)), {}};
 }
 
-WatchJudge::WatchJudge(const std::wstring& project, std::wstring directory, Listener listener)
+WatchJudge::WatchJudge(const std::wstring& project, std::wstring directory,
+                       std::function<bool(const std::wstring&)> isServed, Listener listener)
     : project_(project),
       directory_(std::move(directory)),
+      isServed_(std::move(isServed)),
       listener_(std::move(listener)),
       record_(CacheRecord::of(project, directory_)),
       base_(project) {}

@@ -28,9 +28,11 @@ class WatchJudge : public TransferJudge {
  public:
   using Listener = std::function<void(TransferOutcome outcome)>;
 
-  /// @param listener  called on the transferring threads
-  WatchJudge(const std::wstring& project, std::wstring directory, Listener listener);
+  /// @param isServed  asked with names relative to the project, on the transferring threads like the listener
+  WatchJudge(const std::wstring& project, std::wstring directory, std::function<bool(const std::wstring&)> isServed,
+             Listener listener);
 
+  bool isAskedFor(const std::wstring& name) const override { return isServed_(name); }
   TransferVerdict judgeUpload(CloudStore& store, const StoreActor& actor, const FilePut& put) override;
   TransferVerdict judgeDeletion(CloudStore& store, const StoreActor& actor, const std::wstring& name) override;
   void uploaded(const std::wstring& name, CloudStatus status, std::int64_t revision) override;
@@ -50,6 +52,7 @@ class WatchJudge : public TransferJudge {
 
   const std::wstring project_;
   const std::wstring directory_;
+  const std::function<bool(const std::wstring&)> isServed_;
   const Listener listener_;
   std::mutex mutex_;  // for the two below
   std::unique_ptr<CacheRecord> record_;

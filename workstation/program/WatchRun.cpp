@@ -33,6 +33,7 @@ constexpr auto kSilence = 3s;
 constexpr auto kCandidatesQuiet = 500ms;
 constexpr int kTriesOfBusyFile = 3;
 
+constexpr const wchar_t* kNotAsked = L"it could not be read, or the service was not asked";
 constexpr const wchar_t* kNextOne = L"the next watch or sync takes it up";
 
 std::int64_t bornOf(const std::wstring& directory) {
@@ -56,8 +57,9 @@ WatchRun::WatchRun(Context& context, bool receives)
   places_ = {get_ActivePrj().GetFullProjectPath(true), container_.cache()};
   while (!places_.project.empty() && places_.project.back() == L'\\') places_.project.pop_back();
   born_ = bornOf(places_.project);
-  judge_ = std::make_shared<WatchJudge>(project_, places_.project,
-                                        [this](TransferOutcome outcome) { events_.outcome(std::move(outcome)); });
+  judge_ = std::make_shared<WatchJudge>(
+      project_, places_.project, [this](const std::wstring& name) { return served_.contain(name); },
+      [this](TransferOutcome outcome) { events_.outcome(std::move(outcome)); });
 }
 
 WatchRun::~WatchRun() = default;
@@ -107,7 +109,6 @@ void WatchRun::turn(std::chrono::milliseconds limit, bool retries) {
   checkDirectory();
   handRemovalsOver(false);
   retry();
-  if (WatchClock::now() - lastCandidate_ > kCandidatesQuiet) tellWaiting();
   receive();
 }
 
@@ -158,16 +159,18 @@ void WatchRun::noteFailure(const TransferOutcome& outcome, bool isConflict) {
   failing.due = failing.failed + failing.backoff.next();
 }
 
+bool WatchRun::isStillToSend(const std::wstring& name) {
+  const FileContent here = contentOnDisk(platform::joinPath(places_.project, name));
+  return here.isKnown() && !judge_->isInStep(name, here);
+}
+
 /// An upload that ended before the service was asked: the file can't be opened, or there is no login any more.
 void WatchRun::noteSilent() {
   if (pending_.empty() || isBusy() || feed_->isBusy()) return;
   const auto longAgo = WatchClock::now() - kSilence;
   std::erase_if(pending_, [&](const auto& entry) {
     if (entry.second > longAgo) return false;
-    const FileContent here = contentOnDisk(platform::joinPath(places_.project, entry.first));
-    if (here.isKnown() && !judge_->isInStep(entry.first, here)) {
-      noteFailure({entry.first, false, kStoreFailure, 0, L"it could not be read, or the service was not asked"}, false);
-    }
+    if (isStillToSend(entry.first)) noteFailure({entry.first, false, kStoreFailure, 0, kNotAsked}, false);
     return true;
   });
 }
@@ -196,7 +199,13 @@ void WatchRun::retry() {
     ++entry;
     if (!failing.isWaiting || failing.due > now || kept_.contains(name)) continue;
     failing.isWaiting = false;
-    failing.isDeletion ? feed_->remove(name) : feed_->send(name);
+    if (failing.isDeletion) {
+      feed_->remove(name);
+    } else if (isStillToSend(name)) {
+      feed_->send(name);
+    } else {
+      failing_.erase(name);
+    }
   }
 }
 
@@ -244,11 +253,13 @@ void WatchRun::tellWaiting() {
   Quorvel::FileAccess::WGO_FileFilter filter;
   Quorvel::FileAccess::WGO_GetPrjDirUploadFilter(filter, true);
   std::vector<ItemName> items;
-  for (const std::wstring& name : std::exchange(candidates_, {})) {
+  for (const std::wstring& name : candidates_) {
     if (!isPrivateFile(name) && !isKeptOut(filter, name)) items.push_back(itemOfFile(name));
   }
-  if (items.empty()) return;
-  for (const ItemView& view : readItems(items)) tellWaiting(view);
+  // They stay candidates when the store can't be asked.
+  const std::vector<ItemView> views = items.empty() ? std::vector<ItemView>() : readItems(items);
+  candidates_.clear();
+  for (const ItemView& view : views) tellWaiting(view);
 }
 
 void WatchRun::tellWaiting(const ItemView& view) {
@@ -267,6 +278,7 @@ void WatchRun::receive() {
   if (now < nextQuestion_) return;
   nextQuestion_ = now + kBetweenQuestions;
   try {
+    if (now - lastCandidate_ > kCandidatesQuiet) tellWaiting();
     look();
     noteStore(nullptr);
   } catch (const CommandFailure& failure) {
@@ -367,14 +379,21 @@ void WatchRun::finish() {
   take(events_.take(0ms));
   flush();
   container_.tellCommitted();
+  for (const auto& [name, handedOver] : pending_) {
+    if (isStillToSend(name)) noteFailure({name, false, kStoreFailure, 0, kNotAsked}, false);
+  }
 }
 
 ExitCode WatchRun::result() {
-  tellWaiting();
-  if (!waiting_.empty()) {
+  try {
+    tellWaiting();
     std::vector<ItemName> items;
     for (const auto& [label, item] : waiting_) items.push_back(item);
-    for (const ItemView& view : readItems(items)) tellWaiting(view);
+    if (!items.empty()) {
+      for (const ItemView& view : readItems(items)) tellWaiting(view);
+    }
+  } catch (const CommandFailure& failure) {
+    noteStore(&failure.message);
   }
   for (const auto& [name, failing] : failing_) {
     if (!kept_.contains(name)) report(context_, name, L"stays", failing.reason + L"; " + kNextOne);
@@ -383,7 +402,8 @@ ExitCode WatchRun::result() {
     return count == 0 ? std::wstring()
                       : platform::formatWide(L", %llu %s", static_cast<unsigned long long>(count), what);
   };
-  const std::size_t stays = kept_.size() + failing_.size() + waiting_.size() + container_.waiting();
+  const std::size_t stays =
+      kept_.size() + failing_.size() + waiting_.size() + candidates_.size() + container_.waiting();
   const std::wstring parts = part(sent_, L"sent") + part(fetched_, L"fetched") + part(stays, L"not in step");
   context_.output().message(L"watched " + get_ActivePrj().GetProjectDisplayName() + parts);
   return stays == 0 ? ExitCode::Done : ExitCode::PartlyDone;

@@ -54,6 +54,7 @@ class WatchRun {
   void takeOutcome(const TransferOutcome& outcome);
   void noteFailure(const TransferOutcome& outcome, bool isConflict);
   void noteSilent();
+  bool isStillToSend(const std::wstring& name);
   void tellFailures();
   void retry();
   void wakeFailing();

@@ -90,7 +90,7 @@ CloudStatus EmbeddedProjectService::GetAllFileHeaders(const std::wstring& projec
 CloudStatus EmbeddedProjectService::DeleteFile(const std::wstring& project, const std::wstring& name) {
   return run(L"DeleteFile", [&](CloudStore& store, const StoreActor& actor) {
     std::optional<std::int64_t> expected;
-    const std::shared_ptr<TransferJudge> judge = transferJudge(project);
+    const std::shared_ptr<TransferJudge> judge = transferJudge(project, name);
     if (judge) {
       expected = judge->judgeDeletion(store, actor, name).revision;
     } else if (const auto condition = transferCondition(project, name)) {

@@ -47,9 +47,8 @@ FilePut putOf(const std::wstring& base, const QuorvFileInfo& file, std::uint32_t
 
 /// Takes over what is laid down for a file, or what the standing judge says.
 /// @return whether the store has it already
-bool layDown(CloudStore& store, const StoreActor& actor, const std::wstring& project, TransferJudge* judge,
-             FilePut& put) {
-  if (judge != nullptr) {
+bool layDown(CloudStore& store, const StoreActor& actor, const std::wstring& project, FilePut& put) {
+  if (const auto judge = transferJudge(project, put.name)) {
     const TransferVerdict verdict = judge->judgeUpload(store, actor, put);
     put.expectedRevision = verdict.revision;
     return verdict.isThereAlready;
@@ -62,15 +61,22 @@ bool layDown(CloudStore& store, const StoreActor& actor, const std::wstring& pro
   return false;
 }
 
+void tellJudge(const std::wstring& project, const std::vector<FilePut>& puts, const std::vector<CloudStatus>& statuses,
+               const std::vector<std::int64_t>& revisions) {
+  for (std::size_t i = 0; i < puts.size() && i < statuses.size(); ++i) {
+    const auto judge = transferJudge(project, puts[i].name);
+    if (judge) judge->uploaded(puts[i].name, statuses[i], revisions[i]);
+  }
+}
+
 /// Sends a group and notes what is now the same on both sides.
 CloudStatus send(CloudStore& store, const StoreActor& actor, const std::wstring& project, const std::wstring& directory,
                  std::vector<FilePut> puts, std::vector<CloudStatus>& statuses, const StoreProgress& progress) {
-  const std::shared_ptr<TransferJudge> judge = transferJudge(project);
   bool isThereAlready = !puts.empty();
-  for (FilePut& put : puts) isThereAlready = layDown(store, actor, project, judge.get(), put) && isThereAlready;
+  for (FilePut& put : puts) isThereAlready = layDown(store, actor, project, put) && isThereAlready;
   if (isThereAlready) {
     statuses.assign(puts.size(), kStoreOk);
-    for (const FilePut& put : puts) judge->uploaded(put.name, kStoreOk, 0);
+    tellJudge(project, puts, statuses, std::vector<std::int64_t>(puts.size(), 0));
     return kStoreOk;
   }
   std::vector<StoredFile> stored;
@@ -87,10 +93,7 @@ CloudStatus send(CloudStore& store, const StoreActor& actor, const std::wstring&
   const std::wstring reason = CloudStore::lastText();
   noteSettled(project, directory, same);
   setLastStoreText(reason);
-  for (std::size_t i = 0; judge && i < puts.size(); ++i) {
-    const bool isTold = i < statuses.size();
-    judge->uploaded(puts[i].name, isTold ? statuses[i] : status, isTold ? revisions[i] : 0);
-  }
+  tellJudge(project, puts, statuses, revisions);
   return status;
 }
 

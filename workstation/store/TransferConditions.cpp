@@ -93,9 +93,13 @@ ScopedTransferJudge::~ScopedTransferJudge() {
   standing().judge.reset();
 }
 
-std::shared_ptr<TransferJudge> transferJudge(const std::wstring& project) {
-  const std::lock_guard guard(standing().mutex);
-  return platform::equalsIgnoreCase(project, standing().project) ? standing().judge : nullptr;
+std::shared_ptr<TransferJudge> transferJudge(const std::wstring& project, const std::wstring& name) {
+  std::shared_ptr<TransferJudge> judge;
+  {
+    const std::lock_guard guard(standing().mutex);
+    if (platform::equalsIgnoreCase(project, standing().project)) judge = standing().judge;
+  }
+  return judge && judge->isAskedFor(name) ? judge : nullptr;
 }
 
 }  // namespace workstation

@@ -58,6 +58,8 @@ constexpr std::int64_t kNoSuchRevision = -1;
 class TransferJudge {
  public:
   virtual ~TransferJudge() = default;
+  /// Whether it decides on a file; those of others go by what is laid down for them.
+  virtual bool isAskedFor(const std::wstring& name) const = 0;
   virtual TransferVerdict judgeUpload(CloudStore& store, const StoreActor& actor, const FilePut& put) = 0;
   virtual TransferVerdict judgeDeletion(CloudStore& store, const StoreActor& actor, const std::wstring& name) = 0;
   /// How it ended, behind all that the service notes of it; the reason is in CloudStore::lastText().
@@ -66,8 +68,8 @@ class TransferJudge {
   virtual void deleted(const std::wstring& name, CloudStatus status) = 0;
 };
 
-/// While it lives the judge decides on all uploads and deletions of its project by this process; conditions of a scope
-/// then hold for downloads alone. One at a time.
+/// While it lives the judge decides on uploads and deletions of its project by this process; of the files that it is
+/// asked for, conditions of a scope then hold for downloads alone. One at a time.
 class WORKSTATION_API ScopedTransferJudge {
  public:
   ScopedTransferJudge(const std::wstring& project, std::shared_ptr<TransferJudge> judge);
@@ -75,7 +77,7 @@ class WORKSTATION_API ScopedTransferJudge {
   ScopedTransferJudge(const ScopedTransferJudge&) = delete;
   ScopedTransferJudge& operator=(const ScopedTransferJudge&) = delete;
 };
-/// Null when none stands for the project.
-std::shared_ptr<TransferJudge> transferJudge(const std::wstring& project);
+/// Null when none stands for this file of the project.
+std::shared_ptr<TransferJudge> transferJudge(const std::wstring& project, const std::wstring& name);
 
 }  // namespace workstation
