@@ -1,4 +1,5 @@
-// Texts for error codes, resource libraries, environment and the desktop's opener under their Windows names.
+// Texts for error codes, resource libraries, loaded modules, environment and the desktop's opener under their Windows
+// names.
 #pragma once
 
 #include <string>
@@ -11,6 +12,7 @@ constexpr DWORD FORMAT_MESSAGE_ALLOCATE_BUFFER = 0x100;
 constexpr DWORD FORMAT_MESSAGE_IGNORE_INSERTS = 0x200;
 constexpr DWORD FORMAT_MESSAGE_FROM_HMODULE = 0x800;
 constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
+constexpr DWORD ERROR_PROC_NOT_FOUND = 127;
 constexpr DWORD ERROR_ENVVAR_NOT_FOUND = 203;
 constexpr DWORD ERROR_MR_MID_NOT_FOUND = 317;
 
@@ -30,6 +32,15 @@ PLATFORM_API BOOL FreeLibrary(HMODULE module);
 /// Copies string `id` of a resource library, cut to `size` - 1 characters. @return characters copied; 0 when there is
 /// none
 PLATFORM_API int LoadStringW(HINSTANCE module, UINT id, wchar_t* buffer, int size);
+
+using FARPROC = std::intptr_t (*)();
+/// A library that is loaded in this process already, by the name of its file without regard to case. It is not kept
+/// loaded, and not to be freed.
+/// @return null with ERROR_MOD_NOT_FOUND
+PLATFORM_API HMODULE GetModuleHandleW(const wchar_t* name);
+/// A function of a library by its name. @return null with ERROR_PROC_NOT_FOUND; null with ERROR_INVALID_HANDLE when the
+/// library was unloaded meanwhile
+PLATFORM_API FARPROC GetProcAddress(HMODULE module, const char* name);
 
 /// Last text of an internet server for this thread. @return FALSE when there is none
 PLATFORM_API BOOL InternetGetLastResponseInfoW(DWORD* error, wchar_t* buffer, DWORD* length);
