@@ -44,11 +44,16 @@ class HOST_API IZepFileLockingManager {
   /// All locks of the project that is open under `unit`; while the transfer object stands before a project of the older
   /// store, those of that one. @return non-zero when the list could be read
   virtual int updateLockInfoEx(int unit, std::vector<FileLockInfo>& out) = 0;
+  /// Gives back what this user holds on this workstation, in the project that the transfer object stands before, or in
+  /// the open one when that stands before none. @return locks given back
   virtual int CleanupLocks(int flags) = 0;
 
+  /// Takes all of a list. @param refused  receives those that were not given. @return true when all were
   virtual bool LockDelayedList(const PRJ& prj, const std::vector<int>& numbers, int objectType,
                                std::vector<int>& refused) = 0;
+  /// @return true when all were held and are no more
   virtual bool UnlockDelayedList(const PRJ& prj, const std::vector<int>& numbers, int objectType) = 0;
+  /// What the host gathers while its user works; on its main thread.
   virtual std::vector<int>& delayedLocks() = 0;
   virtual std::vector<int>& delayedUnlocks() = 0;
 
@@ -63,6 +68,14 @@ class HOST_API IZepFileLockingManager {
    private:
     bool ignore_;
   };
+};
+
+/// The host's project manager, as far as locks concern it.
+class HOST_API IProjectManagerProxy {
+ public:
+  virtual ~IProjectManagerProxy() = default;
+  /// These Teilbilder stay read-only: their locks were refused, which the user has been told.
+  virtual void TeilbilderNotLocked(const std::vector<int>& numbers, int flags) = 0;
 };
 
 /// The agent that keeps the picture of locks fresh in the background.
@@ -91,6 +104,7 @@ class HOST_API IFileLockingAgentInternal {
 
 HOST_API IZepFileLockingManager& getFileLockingManager();
 HOST_API IZepFileLockingAgent& getFileLockingAgent();
+HOST_API IProjectManagerProxy& ProjectManagerProxy();
 HOST_API IFileLockingAgentInternal& getFileLockingAgentInternal();
 /// Records a locking error for the host.
 HOST_API void ZEPSetLockingError();

@@ -203,6 +203,7 @@ bool areInUse() {
 }
 
 std::wstring projectDirectory() {
+  if (Quorvel::FileAccess::getInetFileManager == nullptr) return {};
   return transfer().files.getProjectName();
 }
 

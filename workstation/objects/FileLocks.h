@@ -18,7 +18,7 @@ namespace workstation::filelocks {
 
 /// True when the transfer object works on a project of the older store. Without the library in the process it is false.
 bool areInUse();
-/// Directory name of that project.
+/// Directory name of the project that the transfer object stands before, of whichever store; empty for none.
 std::wstring projectDirectory();
 
 // Object types are those of the transfer interface. A server that can't be asked is told of in the error log, and

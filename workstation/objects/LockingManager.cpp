@@ -2,11 +2,13 @@
 // files on its server. Where neither is at hand nobody holds a lock, and none is given.
 #include "host/Locking.h"
 #include "host/System.h"
+#include "host/Trace.h"
 #include "platform/Text.h"
 #include "workstation/objects/CloudLocks.h"
 #include "workstation/objects/FileLocks.h"
 #include "workstation/objects/LockNames.h"
 #include "workstation/projects/OpenUnits.h"
+#include "workstation/projects/ProjectNames.h"
 
 namespace workstation {
 namespace {
@@ -150,15 +152,14 @@ int LockingManager::updateLockInfoEx(int unit, std::vector<FileLockInfo>& out) {
 }
 
 int LockingManager::CleanupLocks(int /*flags*/) {
+  if (filelocks::areInUse()) return filelocks::releaseOwn();
   const PRJ prj = get_ActivePrj();
-  switch (placeOf(prj)) {
-    case LockPlace::Cloud:
-      return cloudlocks::releaseOwn(prj);
-    case LockPlace::Files:
-      return filelocks::releaseOwn();
-    default:
-      return 0;
+  // Aimed at another cloud project, the open one's locks are none of the caller's business.
+  const std::wstring served = withoutProjectEnding(filelocks::projectDirectory());
+  if (!served.empty() && !platform::equalsIgnoreCase(served, prj.GetDirectoryName())) {
+    return cloudlocks::releaseOwn(PRJ(L"", L"", L"", served, true));
   }
+  return prj.IsOndrathProject() ? cloudlocks::releaseOwn(prj) : 0;
 }
 
 bool LockingManager::LockDelayedList(const PRJ& prj, const std::vector<int>& numbers, int objectType,
@@ -180,10 +181,23 @@ bool LockingManager::UnlockDelayedList(const PRJ& prj, const std::vector<int>& n
   return all;
 }
 
+/// The workstation has no documents of its own to make read-only; what opens one asks for its lock again.
+class ProjectManager final : public IProjectManagerProxy {
+ public:
+  void TeilbilderNotLocked(const std::vector<int>& numbers, int /*flags*/) override {
+    for (const int number : numbers) lfperrC(L"Teilbild %d stays read-only: its lock was not given\n", number);
+  }
+};
+
 }  // namespace
 }  // namespace workstation
 
 IZepFileLockingManager& getFileLockingManager() {
   static workstation::LockingManager manager;
+  return manager;
+}
+
+IProjectManagerProxy& ProjectManagerProxy() {
+  static workstation::ProjectManager manager;
   return manager;
 }
