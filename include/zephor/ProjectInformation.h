@@ -17,6 +17,9 @@ namespace Quorvel::FileAccess {
 /// The first project of the name in the teams' order; letter case counts. @return false, `out` untouched, for none
 ZEPHOR_API bool WGO_getOndrathProjectInfoFromName(const std::wstring& name, PRJ& out);
 ZEPHOR_API bool WGO_getOndrathProjectInfoFromUuid(const std::wstring& uuid, PRJ& out);
+/// Name and team of a project. @return the service's status; the outputs stay as they are unless it is 0
+ZEPHOR_API unsigned long WGO_getProjectInfo(const std::wstring& projectUuid, std::wstring& name, std::wstring& teamName,
+                                            std::wstring& teamUuid);
 ZEPHOR_API bool WGO_getOndrathProjectUsers(const PRJ& prj, std::vector<CloudProjectMember>& out);
 
 /// The lock of a whole project. @return the service's status; 0 for a project that is not in the cloud

@@ -33,6 +33,16 @@ enum WGO_DrawingInteraction : int {};
 /// only.
 ZEPHOR_API PRJ WGO_CreateLazyOnlinePRJ(const wchar_t* host, const wchar_t* name);
 ZEPHOR_API bool WGO_isRemoteOnlineProjectNr(int number);
+
+// Where projects without a local number lie, by the number that the host gave them. Kept for the process, from any
+// thread.
+
+/// Replaces what the number stood for.
+ZEPHOR_API bool WGO_registerRemoteOnlineProjectNrPath(int number, const std::wstring& path);
+/// @return false, nothing changed, when the number does not stand for this path
+ZEPHOR_API bool WGO_unregisterRemoteOnlineProjectNrPath(int number, const std::wstring& path);
+/// @return false, `path` untouched, for a number that is not registered
+ZEPHOR_API bool WGO_getRemoteOnlineProjectPath(int number, std::wstring& path);
 /// The name without white space at its end, with ".prj" behind it unless it holds ".prj" in any letter case.
 ZEPHOR_API std::wstring WGO_BuildProjectDirectoryName(const wchar_t* name);
 /// Full local path of a file of a project.

@@ -120,6 +120,15 @@ bool Ondrath_getProjectInfoFromUuid(const std::wstring& uuid, PRJ& out) {
   return found.has_value();
 }
 
+bool Ondrath_deleteProject(const PRJ& prj) {
+  const CloudCall call(L"Quorvel::FileAccess::Ondrath_deleteProject", prj);
+  if (!call.requireCloudProject()) return false;
+  const CTimeTrace timer(WGO_GetTrace(), call.function(), 1, false, true);
+  return call.run([](ICloudProjectService& service, const std::wstring& project) {
+    return service.DeleteProject(project);
+  }) == 0;
+}
+
 bool Ondrath_getProjectUsers(const PRJ& prj, std::vector<CloudProjectMember>& out) {
   if (!prj.IsOndrathProject()) return false;
   const CloudCall call(L"Quorvel::FileAccess::Ondrath_getProjectUsers", prj);

@@ -16,6 +16,8 @@ namespace Quorvel::FileAccess {
 CloudStatus Ondrath_getProjectInfoFromOnlineServer(const std::wstring& server, const std::wstring& uuid, PRJ& out);
 bool Ondrath_getProjectInfoFromName(const std::wstring& name, PRJ& out);
 bool Ondrath_getProjectInfoFromUuid(const std::wstring& uuid, PRJ& out);
+/// Deletes a project on the server, for everybody.
+bool Ondrath_deleteProject(const PRJ& prj);
 bool Ondrath_getProjectUsers(const PRJ& prj, std::vector<CloudProjectMember>& out);
 CloudStatus Ondrath_setProjectLock(const PRJ& prj, OndrathProjectLockType type);
 bool Ondrath_removeProjectLock(const PRJ& prj, bool all);

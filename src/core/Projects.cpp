@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cwctype>
+#include <map>
+#include <mutex>
 
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -21,6 +23,16 @@ void copyText(wchar_t (&target)[Size], const wchar_t* text) {
   std::fill(target + length, target + Size, L'\0');
 }
 
+struct RemoteProjectPaths {
+  std::mutex lock;
+  std::map<int, std::wstring> byNumber;
+};
+
+RemoteProjectPaths& remoteProjectPaths() {
+  static auto& paths = *new RemoteProjectPaths;
+  return paths;
+}
+
 }  // namespace
 
 PRJ WGO_CreateLazyOnlinePRJ(const wchar_t* host, const wchar_t* name) {
@@ -34,6 +46,31 @@ PRJ WGO_CreateLazyOnlinePRJ(const wchar_t* host, const wchar_t* name) {
 
 bool WGO_isRemoteOnlineProjectNr(int number) {
   return number == kRemoteOnlineProjectNumber;
+}
+
+bool WGO_registerRemoteOnlineProjectNrPath(int number, const std::wstring& path) {
+  RemoteProjectPaths& remote = remoteProjectPaths();
+  const std::lock_guard guard(remote.lock);
+  remote.byNumber.insert_or_assign(number, path);
+  return true;
+}
+
+bool WGO_unregisterRemoteOnlineProjectNrPath(int number, const std::wstring& path) {
+  RemoteProjectPaths& remote = remoteProjectPaths();
+  const std::lock_guard guard(remote.lock);
+  const auto found = remote.byNumber.find(number);
+  if (found == remote.byNumber.end() || !platform::equalsIgnoreCase(found->second, path)) return false;
+  remote.byNumber.erase(found);
+  return true;
+}
+
+bool WGO_getRemoteOnlineProjectPath(int number, std::wstring& path) {
+  RemoteProjectPaths& remote = remoteProjectPaths();
+  const std::lock_guard guard(remote.lock);
+  const auto found = remote.byNumber.find(number);
+  if (found == remote.byNumber.end()) return false;
+  path = found->second;
+  return true;
 }
 
 std::wstring WGO_BuildProjectDirectoryName(const wchar_t* name) {

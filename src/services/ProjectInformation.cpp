@@ -28,6 +28,21 @@ bool WGO_getOndrathProjectInfoFromUuid(const std::wstring& uuid, PRJ& out) {
   return Ondrath_getProjectInfoFromUuid(uuid, out);
 }
 
+unsigned long WGO_getProjectInfo(const std::wstring& projectUuid, std::wstring& name, std::wstring& teamName,
+                                 std::wstring& teamUuid) {
+  std::wstring answers[3];
+  const CloudStatus status = guardedCall(L"Quorvel::FileAccess::WGO_getProjectInfo", [&] {
+    return QuorvelCloudController()->GetProjectService()->GetProjectInfo(projectUuid, answers[0], answers[1],
+                                                                         answers[2]);
+  });
+  if (status == 0) {
+    name = answers[0];
+    teamName = answers[1];
+    teamUuid = answers[2];
+  }
+  return statusCode(status);
+}
+
 bool WGO_getOndrathProjectUsers(const PRJ& prj, std::vector<CloudProjectMember>& out) {
   return Ondrath_getProjectUsers(prj, out);
 }
