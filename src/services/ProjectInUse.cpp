@@ -7,7 +7,6 @@
 #include "platform/Text.h"
 #include "services/ServedProject.h"
 #include "zephor/ProjectInformation.h"
-#include "zephor/Projects.h"
 #include "zephor/Service.h"
 #include "zephor/Workgroup.h"
 
@@ -28,19 +27,12 @@ bool isCloudProjectInUse(const PRJ& prj, bool ignoreOwn) {
   return status == 0 && inUse;
 }
 
-/// False when the project's server could not be reached: the locks would be those of the project before it.
-bool isAimedAt(const PRJ& prj) {
-  const std::wstring directory = WGO_BuildProjectDirectoryName(prj.GetDirectoryName());
-  return platform::equalsIgnoreCase(currentHost(), prj.host) &&
-         platform::equalsIgnoreCase(currentProjectDirectory(), directory);
-}
-
 bool hasLocks(const PRJ& prj, bool ignoreOwn) {
   const CTimeTrace timer(
       WGO_GetTrace(), platform::formatWide(L"%s():lockManager.updateLockInfoEx() \"%s\"", kInUse, prj.GetProjectName()),
       1, false, true);
   const CScopedPrjSettings settings(prj.host, prj.GetDirectoryName());
-  if (!isAimedAt(prj)) return false;
+  if (!isAimedAt(prj.host, prj.GetDirectoryName())) return false;
   QuorvelUser user;
   lz_GetCurrentUserInfo(user);
   std::vector<FileLockInfo> locks;

@@ -11,12 +11,11 @@ namespace {
 
 constexpr int kCloudRoot = 41;
 
-/// What a descriptor says ends up in paths that are emptied and written to.
+}  // namespace
+
 bool isPlainName(const std::wstring& name) {
   return name.find_first_of(L"\\/") == std::wstring::npos && platform::isSafeRelativeName(name);
 }
-
-}  // namespace
 
 std::wstring projectPlace(const PRJ& prj) {
   const std::wstring root = lfinigC(kCloudRoot);

@@ -2,7 +2,9 @@
 
 #include "core/ObjectNames.h"
 #include "host/Trace.h"
+#include "platform/Text.h"
 #include "zephor/FileTransfer.h"
+#include "zephor/Projects.h"
 
 namespace Quorvel::FileAccess {
 
@@ -14,6 +16,11 @@ std::wstring currentHost() {
 std::wstring currentProjectDirectory() {
   const wchar_t* directory = getInetFileManager().getProjectName();
   return directory != nullptr ? directory : L"";
+}
+
+bool isAimedAt(const std::wstring& host, const std::wstring& project) {
+  return platform::equalsIgnoreCase(currentHost(), host) &&
+         platform::equalsIgnoreCase(currentProjectDirectory(), WGO_BuildProjectDirectoryName(project.c_str()));
 }
 
 std::optional<PRJ> activeProjectOn(const std::wstring& host, const wchar_t* function) {

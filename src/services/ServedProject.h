@@ -12,6 +12,9 @@ namespace Quorvel::FileAccess {
 std::wstring currentHost();
 std::wstring currentProjectDirectory();
 
+/// False when a scope could not aim the service at the project: it then still stands before the one before.
+bool isAimedAt(const std::wstring& host, const std::wstring& project);
+
 /// The active project when its host is exactly `host`; otherwise none, and the log is told under the name of
 /// `function`.
 std::optional<PRJ> activeProjectOn(const std::wstring& host, const wchar_t* function);
