@@ -37,6 +37,9 @@ bool Ondrath_existsFile(const PRJ& prj, const std::wstring& fullName);
 /// As above, for those to whom "it can't be told" is not "no". @return the service's status
 CloudStatus Ondrath_existsFile(const PRJ& prj, const std::wstring& fullName, bool& found);
 
+/// Tells others that a file of the project has changed on the server.
+void Ondrath_triggerProjectItemChangedNotification(const PRJ& prj, const std::wstring& fullName);
+
 // Listings. A project that is not in the cloud answers false without a line.
 
 /// The server's files of a kind, sorted by name.
