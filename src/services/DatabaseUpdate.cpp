@@ -1,0 +1,188 @@
+#include <map>
+
+#include "host/FileTypes.h"
+#include "host/Headers.h"
+#include "host/ObjectFiles.h"
+#include "services/DatabaseProject.h"
+#include "services/RowComparison.h"
+#include "services/ServedProject.h"
+#include "zephor/FileServices.h"
+#include "zephor/HeaderServices.h"
+#include "zephor/ProjectDatabase.h"
+
+namespace Quorvel::FileAccess {
+namespace {
+
+constexpr int kNothingDone = -1;
+constexpr int kProjectPathNumber = 1;
+/// The host's; what an update of rows asks for.
+constexpr int kUpdateQuery = 32776;
+
+template <typename Row>
+using RowsByNumber = std::map<int, Row*>;
+template <typename Header>
+using HeadersByNumber = std::map<int, Header>;
+
+template <typename Row>
+RowsByNumber<Row> vector2Map(std::vector<Row>& rows) {
+  RowsByNumber<Row> byNumber;
+  for (Row& row : rows) byNumber[row.number()] = &row;
+  return byNumber;
+}
+
+template <typename Value>
+Value* findIn(std::map<int, Value>& values, int number) {
+  const auto found = values.find(number);
+  return found != values.end() ? &found->second : nullptr;
+}
+
+template <typename Row>
+Row* findRow(RowsByNumber<Row>& rows, int number) {
+  Row** row = findIn(rows, number);
+  return row != nullptr ? *row : nullptr;
+}
+
+/// The rows to work on: the caller's, or those of the range of numbers, so that a small update reads no whole table.
+/// @return false when they can't be read
+template <typename Query, typename Sets, typename Row>
+bool takeRows(const std::set<int>& numbers, Sets& sets, const std::vector<Row>* records, int (*run)(Query&),
+              std::vector<Row>& out) {
+  if (records != nullptr) {
+    out = *records;
+    return true;
+  }
+  Query query(sets, out, kUpdateQuery, -1);
+  query.setRangeFilter(*numbers.begin(), *numbers.rbegin());
+  return run(query) >= 0;
+}
+
+bool isFileThere(int type, int number) {
+  int isThere = 0;
+  lfztyp(type, number, isThere);
+  return isThere != 0;
+}
+
+bool isOnServer(int number) {
+  return getInetFileManager().existFile(transferObjectFileName(number, eFileType_Plan).c_str());
+}
+
+template <typename Row, typename Header>
+void takeStep(RowStep step, int type, int number, const Header* header, std::vector<Row>& rows,
+              RowsByNumber<Row>& byNumber) {
+  Row* row = findRow(byNumber, number);
+  switch (step) {
+    case RowStep::CancelIfFileIsThere:
+      if (isFileThere(type, number)) row->restorePreviousState();
+      return;
+    case RowStep::CancelIfServerLacksIt:
+      if (!isOnServer(number)) row->restorePreviousState();
+      return;
+    case RowStep::Replace:
+      row->setNewRecord(*header);
+      return;
+    case RowStep::Add:
+      rows.emplace_back().setNewRecord(*header);
+      rows.back().setState(rows.back().state() | kRowNew);
+      byNumber = vector2Map(rows);
+      return;
+    case RowStep::None:
+      return;
+  }
+}
+
+/// Holds all rows against the headers. @param stepOf  answers a RowStep for a row and a header, either may be null
+template <typename Row, typename Header, typename StepOf>
+void compareAll(const std::set<int>& numbers, int type, HeadersByNumber<Header>& headers, std::vector<Row>& rows,
+                StepOf stepOf) {
+  RowsByNumber<Row> byNumber = vector2Map(rows);
+  for (const int number : numbers) {
+    Header* header = findIn(headers, number);
+    // An object is filed under its file's number, whatever its header says.
+    if (header != nullptr) header->number = number;
+    takeStep(stepOf(findRow(byNumber, number), header), type, number, header, rows, byNumber);
+  }
+}
+
+template <typename Row>
+int handBack(int result, const std::vector<Row>& rows, std::vector<Row>* records) {
+  if (result > 0 && records != nullptr) *records = rows;
+  return result;
+}
+
+HeadersByNumber<PlanHeader> planHeaders(const std::set<int>& numbers, bool fromServer, const std::set<int>* limit) {
+  HeadersByNumber<PlanHeader> headers;
+  if (fromServer) {
+    std::set<int> wanted;
+    for (const int number : numbers) {
+      if (limit == nullptr || limit->contains(number)) wanted.insert(number);
+    }
+    WGO_GetPLHeadersFromOnlineServer(wanted, headers);
+    return headers;
+  }
+  for (const int number : numbers) {
+    ZP_Header_Plan file;
+    if (file.CheckOpenAndReadInfo(kProjectPathNumber, static_cast<unsigned>(number), false) == 0) {
+      headers[number] = file.GetInfo();
+    }
+  }
+  return headers;
+}
+
+}  // namespace
+
+int WGO_UpdateTeilbildSetsDBFromServer(const std::set<int>& numbers, ZP_ProjectDBTeilbildSets& sets,
+                                       std::vector<ZP_PrjDBTeilbildRecordData>* records) {
+  if (!isOfOpenProject(sets)) return kNothingDone;
+  if (numbers.empty()) return 0;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
+  std::vector<ZP_PrjDBTeilbildRecordData> rows;
+  if (!takeRows<ZP_PrjDBTeilbildRecordQuery>(numbers, sets, records, getTeilbildRecords, rows)) return kNothingDone;
+  HeadersByNumber<TeilbildHeader> headers;
+  for (const int number : numbers) {
+    ZP_Header_Teilbild file;
+    if (file.CheckOpenAndReadInfo(kProjectPathNumber, static_cast<unsigned>(number), false) == 0) {
+      headers[number] = file.GetInfo();
+    }
+  }
+  compareAll(numbers, eFileType_Teilbild, headers, rows, teilbildStep);
+  return handBack(sets.applyTeilbildRecordChanges(rows), rows, records);
+}
+
+int WGO_UpdatePlanSetsDBFromServer(const std::set<int>& numbers, ZP_ProjectDBPlanSets& sets,
+                                   std::vector<ZP_PrjDBPlanRecordData>* records, const std::set<int>* limit) {
+  if (!isOfOpenProject(sets)) return kNothingDone;
+  if (numbers.empty()) return 0;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
+  std::vector<ZP_PrjDBPlanRecordData> rows;
+  if (!takeRows<ZP_PrjDBPlanRecordQuery>(numbers, sets, records, getPlanRecords, rows)) return kNothingDone;
+  const PRJ& prj = *sets.getProjectInfo();
+  const bool fromServer = prj.IsRemoteOnlineProject() || prj.IsOndrathProject();
+  HeadersByNumber<PlanHeader> headers = planHeaders(numbers, fromServer, limit);
+  compareAll(numbers, eFileType_Plan, headers, rows,
+             [fromServer](const ZP_PrjDBPlanRecordData* row, PlanHeader* header) {
+               if (fromServer && header != nullptr) *header = withHostMember(*header, row);
+               return planStep(row, header, fromServer);
+             });
+  return handBack(sets.applyPlanRecordChanges(rows), rows, records);
+}
+
+int WGO_UpdateZeichnungSetsDBFromServer(const std::set<int>& numbers, ZP_ProjectDBZeichnungSets& sets,
+                                        std::vector<ZP_PrjDBZeichnungRecordData>* records,
+                                        const std::set<int>* /*limit*/) {
+  if (!isOfOpenProject(sets)) return kNothingDone;
+  if (numbers.empty()) return 0;
+  const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
+  std::vector<ZP_PrjDBZeichnungRecordData> rows;
+  if (!takeRows<ZP_PrjDBZeichnungRecordQuery>(numbers, sets, records, getZeichnungRecords, rows)) return kNothingDone;
+  HeadersByNumber<ZeichnungHeader> headers;
+  for (const int number : numbers) {
+    ZP_Header_Zeichnung file;
+    if (file.CheckOpenAndReadInfo(kProjectPathNumber, static_cast<unsigned>(number)) == 0) {
+      headers[number] = file.GetInfo();
+    }
+  }
+  compareAll(numbers, eFileType_Zeichnung, headers, rows, zeichnungStep);
+  return handBack(sets.applyZeichnungRecordChanges(rows), rows, records);
+}
+
+}  // namespace Quorvel::FileAccess
