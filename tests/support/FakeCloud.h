@@ -186,8 +186,10 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
     out = projects[team];
     return record("GetProjects", {team, std::to_wstring(kind)});
   }
-  CloudStatus DeleteProject(const std::wstring&) override { return 0; }
-  CloudStatus CreateModel(const std::wstring&, int, const std::wstring&, std::wstring&) override { return 0; }
+  CloudStatus DeleteProject(const std::wstring&) override { return record("DeleteProject", {}); }
+  CloudStatus CreateModel(const std::wstring& text, int number, const std::wstring& name, std::wstring&) override {
+    return record("CreateModel", {text, std::to_wstring(number), name});
+  }
   CloudStatus GetProjectLocks(const std::wstring&, const std::wstring&, std::vector<LockUser>&) override { return 0; }
   CloudStatus RemoveProjectLock(const std::wstring& team, const std::wstring&, const std::wstring& text,
                                 bool all) override {
@@ -202,10 +204,23 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
     takeFailedNames(failed);
     return record("DownloadQuorvelProjectBwsFiles", {full ? L"full" : L"light"});
   }
-  CloudStatus TriggerProjectItemChangedNotification(const std::wstring&, const std::wstring&) override { return 0; }
-  CloudStatus GetCORTeams(std::vector<SimpleCloudObject>& out) override {
-    out = containerTeams;
-    return record("GetCORTeams", {});
+  CloudStatus TriggerProjectItemChangedNotification(const std::wstring&, const std::wstring& name) override {
+    return record("TriggerProjectItemChangedNotification", {name});
+  }
+  CloudStatus GetCORTeams(std::vector<SimpleCloudObject>&) override { return 0; }
+  CloudStatus CreateSTD(const std::wstring&, const std::wstring&, std::wstring&) override { return 0; }
+  CloudStatus DeleteSTD(const std::wstring&) override { return 0; }
+  CloudStatus GetStdResContainers(std::map<std::wstring, StdResContainer>&) override { return 0; }
+  CloudStatus GetTeamUuidByCORUuid(const std::wstring&, std::wstring&) override { return 0; }
+  CloudStatus ConnectResourcesContainerWithLocalPath(const std::wstring&, const std::wstring&) override { return 0; }
+  CloudStatus CheckLockCOR(const std::wstring&, const std::wstring&, bool&) override { return 0; }
+  CloudStatus CanUnlockCOR(const std::wstring&, const std::wstring&, bool&) override { return 0; }
+  CloudStatus LockResourcesContainer(const std::wstring&, int) override { return 0; }
+  CloudStatus UnlockResourcesContainer(bool) override { return 0; }
+  CloudStatus ForceUnlockCOR(const std::wstring&) override { return 0; }
+  CloudStatus UploadResourcesContainer(const ContainerUploadRequest&) override { return 0; }
+  CloudStatus DownloadSTDResContainer(const std::wstring&, const std::wstring&, const CloudTransferOptions&) override {
+    return 0;
   }
   CloudStatus CreateSTD(const std::wstring& team, const std::wstring& name, std::wstring& made) override {
     made = createdContainer;
