@@ -18,15 +18,15 @@ constexpr int kProjectPathNumber = 1;
 /// The host's; what an update of rows asks for.
 constexpr int kUpdateQuery = 32776;
 
-template <typename Row>
-using RowsByNumber = std::map<int, Row*>;
+/// Positions in a list of rows, which may grow meanwhile.
+using RowsByNumber = std::map<int, std::size_t>;
 template <typename Header>
 using HeadersByNumber = std::map<int, Header>;
 
 template <typename Row>
-RowsByNumber<Row> vector2Map(std::vector<Row>& rows) {
-  RowsByNumber<Row> byNumber;
-  for (Row& row : rows) byNumber[row.number()] = &row;
+RowsByNumber vector2Map(const std::vector<Row>& rows) {
+  RowsByNumber byNumber;
+  for (std::size_t at = 0; at < rows.size(); ++at) byNumber[rows[at].number()] = at;
   return byNumber;
 }
 
@@ -34,12 +34,6 @@ template <typename Value>
 Value* findIn(std::map<int, Value>& values, int number) {
   const auto found = values.find(number);
   return found != values.end() ? &found->second : nullptr;
-}
-
-template <typename Row>
-Row* findRow(RowsByNumber<Row>& rows, int number) {
-  Row** row = findIn(rows, number);
-  return row != nullptr ? *row : nullptr;
 }
 
 /// The rows to work on: the caller's, or those of the range of numbers, so that a small update reads no whole table.
@@ -66,40 +60,34 @@ bool isOnServer(int number) {
   return getInetFileManager().existFile(transferObjectFileName(number, eFileType_Plan).c_str());
 }
 
+/// Adding a row is its caller's.
 template <typename Row, typename Header>
-void takeStep(RowStep step, int type, int number, const Header* header, std::vector<Row>& rows,
-              RowsByNumber<Row>& byNumber) {
-  Row* row = findRow(byNumber, number);
-  switch (step) {
-    case RowStep::CancelIfFileIsThere:
-      if (isFileThere(type, number)) row->restorePreviousState();
-      return;
-    case RowStep::CancelIfServerLacksIt:
-      if (!isOnServer(number)) row->restorePreviousState();
-      return;
-    case RowStep::Replace:
-      row->setNewRecord(*header);
-      return;
-    case RowStep::Add:
-      rows.emplace_back().setNewRecord(*header);
-      rows.back().setState(rows.back().state() | kRowNew);
-      byNumber = vector2Map(rows);
-      return;
-    case RowStep::None:
-      return;
-  }
+void takeStep(RowStep step, int type, int number, const Header* header, Row& row) {
+  const bool isCancelled = (step == RowStep::CancelIfFileIsThere && isFileThere(type, number)) ||
+                           (step == RowStep::CancelIfServerLacksIt && !isOnServer(number));
+  if (isCancelled) row.restorePreviousState();
+  if (step == RowStep::Replace && header != nullptr) row.setNewRecord(*header);
 }
 
 /// Holds all rows against the headers. @param stepOf  answers a RowStep for a row and a header, either may be null
 template <typename Row, typename Header, typename StepOf>
 void compareAll(const std::set<int>& numbers, int type, HeadersByNumber<Header>& headers, std::vector<Row>& rows,
                 StepOf stepOf) {
-  RowsByNumber<Row> byNumber = vector2Map(rows);
+  RowsByNumber byNumber = vector2Map(rows);
   for (const int number : numbers) {
     Header* header = findIn(headers, number);
     // An object is filed under its file's number, whatever its header says.
     if (header != nullptr) header->number = number;
-    takeStep(stepOf(findRow(byNumber, number), header), type, number, header, rows, byNumber);
+    const std::size_t* at = findIn(byNumber, number);
+    Row* row = at != nullptr ? &rows[*at] : nullptr;
+    const RowStep step = stepOf(row, header);
+    if (row != nullptr) {
+      takeStep(step, type, number, header, *row);
+    } else if (step == RowStep::Add && header != nullptr) {
+      byNumber[number] = rows.size();
+      rows.emplace_back().setNewRecord(*header);
+      rows.back().setState(rows.back().state() | kRowNew);
+    }
   }
 }
 

@@ -1,5 +1,6 @@
 // Descriptors of cloud projects on this workstation: made here, or fetched from the server.
 #include <ctime>
+#include <utility>
 
 #include "cloud/CloudCall.h"
 #include "cloud/ProjectInformation.h"
@@ -128,7 +129,7 @@ bool WGO_createNewShareProjectInfo(std::wstring teamUuid, std::wstring teamName,
       prj.GetOndrathProjectUuid() == projectUuid) {
     return true;
   }
-  describe(prj, OndrathPrj(teamName, teamUuid, projectName, projectUuid));
+  describe(prj, OndrathPrj(std::move(teamName), std::move(teamUuid), std::move(projectName), std::move(projectUuid)));
   return NetID_WritePrjInfo(kAdministrationPath, prj, 0) == 0;
 }
 
