@@ -1,6 +1,6 @@
 #include "background/BackgroundThread.h"
 
-#include <system_error>
+#include <exception>
 #include <thread>
 #include <utility>
 
@@ -28,7 +28,8 @@ bool runDetached(const std::wstring& name, std::atomic<std::size_t>& count, std:
       --count;
     }).detach();
     return true;
-  } catch (const std::system_error&) {
+  } catch (const std::exception&) {
+    // No thread, or no memory for one.
     --count;
     return false;
   }

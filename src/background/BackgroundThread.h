@@ -13,7 +13,7 @@ namespace Quorvel::FileAccess {
 /// Runs work on a thread that nobody waits for. An exception of the work ends at the error log.
 /// @param name   what debuggers show
 /// @param count  raised from before the thread starts until the work is done
-/// @return false when the system has no thread for it; nothing ran then
+/// @return false when the system has no thread or no memory for it; nothing ran then
 bool runDetached(const std::wstring& name, std::atomic<std::size_t>& count, std::function<void()> work);
 
 /// A trace line of background work.

@@ -18,7 +18,6 @@ namespace {
 
 constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::WGO_callbackManageChanges";
 constexpr const wchar_t* kFunctionForWG = L"Quorvel::FileAccess::WGO_callbackManageChangesCORForWG";
-constexpr const wchar_t* kNilUuid = L"00000000-0000-0000-0000-000000000000";
 constexpr int kSkippedAbove = 2;
 
 enum Action : unsigned long { kAdded = 1, kRemoved = 2, kModified = 3 };
@@ -26,9 +25,8 @@ enum class ContainerPart { None, Management, Content };
 
 /// What a path is to the open project's resource container.
 ContainerPart containerPartOf(const std::wstring& path) {
-  const std::wstring container = get_ActivePrjCorUuid();
-  if (container.empty() || container == kNilUuid) return ContainerPart::None;
-  const std::wstring cache = WGO_BuildCloudStdLocalCachePath(container);
+  // Empty without a container, and nothing lies below that.
+  const std::wstring cache = WGO_BuildCloudStdLocalCachePath(get_ActivePrjCorUuid());
   if (!liesBelow(path, cache)) return ContainerPart::None;
   const std::wstring management = cache + L"\\.cor";
   const bool isManagement = platform::equalsIgnoreCase(path, management) || liesBelow(path, management);

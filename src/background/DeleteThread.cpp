@@ -43,10 +43,20 @@ void deleteThreadProc(const BackgroundFile& file) {
   state.logs.of(file.projectDirectory).append(L"Delete", file.relativePath(), result);
 }
 
+/// The change stays somebody's, whatever happens.
+void runDeletion(const BackgroundFile& file) {
+  try {
+    deleteThreadProc(file);
+  } catch (...) {
+    refusedByException(kThread);
+    leaveToSynchronisation(file, kRemoved);
+  }
+}
+
 }  // namespace
 
 void startDeletion(const BackgroundFile& file) {
-  if (runDetached(L"Deleting: " + file.name, backgroundState().deletions, [file] { deleteThreadProc(file); })) {
+  if (runDetached(L"Deleting: " + file.name, backgroundState().deletions, [file] { runDeletion(file); })) {
     pacing().sleep(kStartPause, {});
   } else {
     leaveToSynchronisation(file, kRemoved);

@@ -20,6 +20,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr const wchar_t* kThread = L"Quorvel::FileAccess::uploadThreadProc";
+constexpr const wchar_t* kUploadEx = L"Quorvel::FileAccess::WGO_uploadFileEx";
 constexpr unsigned long kModified = 3;
 constexpr milliseconds kStartPause{100};
 constexpr milliseconds kSettlePause{50};
@@ -34,20 +35,25 @@ void settle(const UploadContext& context) {
   for (int pass = 0; pass < kSettlePasses && context.requestCount != 2; ++pass) pacing().sleep(kSettlePause, {});
 }
 
-/// Answers what WGO_uploadFileEx would, 13 when uploads are blocked. That one asks the transfer object, which belongs
-/// to the main thread and may be aimed at another server, and calls a file that it did not send for either reason a
-/// success; and it knows the open project only.
-std::uint32_t uploadOnce(const BackgroundFile& file) {
-  if (WGO_isBlockedUpload()) return ERROR_INVALID_DATA;
+/// Answers what WGO_uploadFileEx would, in its order, without its busy cursor. That one asks the transfer object, which
+/// belongs to the main thread and may be aimed at another server, and calls a file that it did not send for that reason
+/// a success; and it knows the open project only.
+/// @param isBlocked  set when uploads are blocked: the answer is 0 then, and nothing was sent
+std::uint32_t uploadOnce(const BackgroundFile& file, bool& isBlocked) {
+  isBlocked = WGO_isBlockedUpload();
+  if (isBlocked) return ERROR_SUCCESS;
   const std::wstring path = file.path();
-  if (_waccess(path.c_str(), 0) != 0) return ERROR_FILE_NOT_FOUND;
+  if (_waccess(path.c_str(), 0) != 0) {
+    lfperrC(L"%s: cannot access %s\n", kUploadEx, path);
+    return ERROR_FILE_NOT_FOUND;
+  }
   return statusCode(guardedCall(kThread, [&] { return CloudStatus{Ondrath_uploadFile(file.project, path) ? 0 : 1}; }));
 }
 
-std::uint32_t upload(const BackgroundFile& file) {
+std::uint32_t upload(const BackgroundFile& file, bool& isBlocked) {
   std::uint32_t result = 0;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    result = uploadOnce(file);
+    result = uploadOnce(file, isBlocked);
     if (result == 0) break;
   }
   return result;
@@ -59,6 +65,7 @@ void uploadThreadProc(const std::shared_ptr<UploadContext>& context) {
   state.uploadThreads.enter(context);
   traceBackground(L"%s: UploadThread started - waiting... File=\"%s\"\n", kThread, path);
   settle(*context);
+  bool isBlocked = false;
   {
     // The name is kept until it is this thread's turn: a file that is saved again and again while one upload of it goes
     // on gets one more thread, not one for each notice.
@@ -66,11 +73,12 @@ void uploadThreadProc(const std::shared_ptr<UploadContext>& context) {
     state.uploadThreads.freeName(*context);
     context->working = 1;
     traceBackground(L"%s: UploadThread - working... File=\"%s\"\n", kThread, path);
-    context->result = upload(context->file);
+    context->result = upload(context->file, isBlocked);
   }
   traceBackground(L"%s: UploadThread - finished! File=\"%s\" - result = 0x%08X\n", kThread, path, context->result);
+  if (isBlocked) traceBackground(L"%s: UploadThread - uploads are blocked! File=\"%s\"\n", kThread, path);
   const bool isMissing = context->result == ERROR_FILE_NOT_FOUND;
-  if (context->result != 0 && !isMissing) leaveToSynchronisation(context->file, kModified);
+  if (isBlocked || (context->result != 0 && !isMissing)) leaveToSynchronisation(context->file, kModified);
   const std::wstring list = state.uploadThreads.leave(*context);
   ConnectionLogger::AppendConnectionLog(platform::formatWide(L"%s\n\n", list).c_str());
   state.logs.of(context->file.projectDirectory).append(L"Upload", context->file.relativePath(), context->result);
