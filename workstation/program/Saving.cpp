@@ -63,7 +63,8 @@ Sending sendJudged(const ItemView& view) {
   const std::wstring project = get_ActivePrj().GetOndrathProjectUuid();
   const bool wasWaiting = existsEntryInNotUploadedFilesList(view.fileName.c_str());
   const bool isLocked = isLockedHere(view);
-  const ScopedTransferConditions scope(project, {{view.fileName, {}, view.revision, isLocked}});
+  const ScopedTransferConditions scope(
+      project, {{.name = view.fileName, .here = {}, .revision = view.revision, .needsOwnLock = isLocked}});
   Sending sending;
   sending.result = sendUnchanged(view, sending.sent);
   // The store is asked what it has: an upload that went through at a second try still answers the first try's failure,
