@@ -96,6 +96,12 @@ TEST_F(Leave, WithoutATrashOnlyWhoAsksForItLosesTheDirectoryForGood) {
 TEST_F(Leave, WhoJoinsAnewDeletesNothing) {
   settle("anna");
   const fs::path project = office_.project("anna");
+  // What a watch has left, one that was killed too.
+  for (const char* ending : {"", ".4711.part"}) {
+    std::ofstream(project / (std::string("OndrathBackgroundService.log.xml") + ending)) << "log";
+  }
+  const ProgramRun told = office_.run("anna", {"sync"});
+  EXPECT_THAT(told.out + told.err, Not(HasSubstr("never sent")));
   const ProgramRun removed = remove("anna");
   ASSERT_EQ(removed.exitCode, 0) << removed.out << removed.err;
   EXPECT_THAT(removed.out, AllOf(HasSubstr("tb1: unlocked"), HasSubstr("moved to the trash")));

@@ -195,7 +195,8 @@ std::wstring nameInCache(const std::string& relativePath) {
 
 bool isOwnInCache(const std::wstring& name) {
   const std::wstring lower = platform::toLower(name);
-  for (const wchar_t* const prefix : {L"quorvelprojectdb", L"notuploadedfiles.", L"project1.dat.xml"}) {
+  for (const wchar_t* const prefix :
+       {L"quorvelprojectdb", L"notuploadedfiles.", L"project1.dat.xml", L"ondrathbackgroundservice.log.xml"}) {
     if (lower.starts_with(prefix)) return true;
   }
   // The library makes the first two of them for itself wherever a project is entered.

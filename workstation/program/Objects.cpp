@@ -227,8 +227,8 @@ void completeAll(Views& views, const std::vector<StoredFile>& listed) {
 }
 
 bool isPrivateByStart(std::string_view key) {
-  constexpr std::array<std::string_view, 4> kStarts{"quorvelprojectdb", "notuploadedfiles.", "project1.dat.xml",
-                                                    "backup\\"};
+  constexpr std::array<std::string_view, 5> kStarts{"quorvelprojectdb", "notuploadedfiles.", "project1.dat.xml",
+                                                    "ondrathbackgroundservice.log.xml", "backup\\"};
   return std::any_of(kStarts.begin(), kStarts.end(), [&](std::string_view start) { return key.starts_with(start); });
 }
 
