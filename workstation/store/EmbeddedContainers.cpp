@@ -47,8 +47,9 @@ void downloadTo(CloudStore& store, const StoreActor& actor, const std::wstring& 
 
 void EmbeddedProjectService::noteContainer(const std::wstring& uuid, const std::wstring& path) {
   const std::lock_guard lock(containersMutex_);
-  lastContainer_ = uuid;
-  isCommitNamed_ = false;
+  ContainerWork& work = containerWork_[std::this_thread::get_id()];
+  work.last = uuid;
+  work.isCommitNamed = false;
   if (path.empty()) return;
   std::erase_if(containerCaches_, [&](const auto& known) { return platform::equalsIgnoreCase(known.second, path); });
   containerCaches_[uuid] = path;
@@ -64,14 +65,21 @@ std::wstring EmbeddedProjectService::cacheOfContainer(const std::wstring& uuid) 
   return path;
 }
 
-std::wstring EmbeddedProjectService::heldContainer(CloudStore& store, const StoreActor& actor) {
+std::wstring EmbeddedProjectService::heldContainer(CloudStore& store, const StoreActor& actor, bool rollback) {
   std::vector<std::wstring> held;
   requireOk(store.heldContainers(actor, held));
+  const auto isHeld = [&](const std::wstring& uuid) { return std::find(held.begin(), held.end(), uuid) != held.end(); };
   const std::lock_guard lock(containersMutex_);
-  if (std::find(held.begin(), held.end(), lastContainer_) != held.end()) return lastContainer_;
-  // Who commits unlocks next, also when the commit was refused since the lock is gone: that means no other container.
-  if (std::exchange(isCommitNamed_, false)) return {};
-  return held.empty() ? std::wstring() : held.front();
+  ContainerWork& work = containerWork_[std::this_thread::get_id()];
+  if (isHeld(work.last)) return work.last;
+  // Who commits gives the lock back next, also when the commit was refused since the lock is gone: that means no other
+  // container.
+  if (std::exchange(work.isCommitNamed, false)) return {};
+  if (isHeld(work.locked)) return work.locked;
+  const bool wasTakenAway = !std::exchange(work.locked, {}).empty();
+  // Which changes are undone has to be sure.
+  const bool isUnsure = rollback && (held.size() > 1 || !work.last.empty());
+  return wasTakenAway || isUnsure || held.empty() ? std::wstring() : held.front();
 }
 
 CloudStatus EmbeddedProjectService::GetCORTeams(std::vector<SimpleCloudObject>& teams) {
@@ -159,7 +167,10 @@ CloudStatus EmbeddedProjectService::CanUnlockCOR(const std::wstring& uuid, const
 CloudStatus EmbeddedProjectService::LockResourcesContainer(const std::wstring& uuid, int /*flag*/) {
   return run(L"LockResourcesContainer", [&](CloudStore& store, const StoreActor& actor) {
     const CloudStatus status = store.lockContainer(actor, uuid);
-    if (status == kStoreOk) noteContainer(uuid);
+    if (status != kStoreOk) return status;
+    noteContainer(uuid);
+    const std::lock_guard lock(containersMutex_);
+    containerWork_[std::this_thread::get_id()].locked = uuid;
     return status;
   });
 }
@@ -167,11 +178,11 @@ CloudStatus EmbeddedProjectService::LockResourcesContainer(const std::wstring& u
 CloudStatus EmbeddedProjectService::UnlockResourcesContainer(bool rollback) {
   return run(L"UnlockResourcesContainer", [&](CloudStore& store, const StoreActor& actor) {
     return answerOf([&] {
-      const std::wstring uuid = heldContainer(store, actor);
+      const std::wstring uuid = heldContainer(store, actor, rollback);
       if (uuid.empty() && rollback) {
         throw StoreError{kStoreNotLocked,
-                         L"no container is locked by this user at this workstation: nothing is rolled "
-                         L"back, what was changed here stays"};
+                         L"the container is not locked by this user at this workstation: nothing is rolled back, what "
+                         L"was changed here stays"};
       }
       // What is to be given back is given back already.
       if (uuid.empty()) return;
@@ -179,6 +190,9 @@ CloudStatus EmbeddedProjectService::UnlockResourcesContainer(bool rollback) {
       if (!path.empty() && platform::fileStatus(path).isDirectory)
         ContainerCache(store, actor, uuid, path).rollBack({});
       requireOk(store.unlockContainer(actor, uuid));
+      const std::lock_guard lock(containersMutex_);
+      std::wstring& locked = containerWork_[std::this_thread::get_id()].locked;
+      if (locked == uuid) locked.clear();
     });
   });
 }
@@ -209,7 +223,7 @@ CloudStatus EmbeddedProjectService::UploadResourcesContainer(const ContainerUplo
       noteContainer(request.uuid);
       {
         const std::lock_guard lock(containersMutex_);
-        isCommitNamed_ = true;
+        containerWork_[std::this_thread::get_id()].isCommitNamed = true;
       }
       const StoreContainer container = containerOf(store, actor, request.uuid);
       // Before everything is read.

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "host/Cloud.h"
@@ -102,19 +103,23 @@ class EmbeddedProjectService : public ICloudProjectService {
                            unsigned classes, bool news, const CloudTransferOptions& options,
                            std::vector<std::wstring>& failed);
 
-  /// Notes that this process works on a container, and, where it is told, in which directory.
+  /// Notes that this thread works on a container, and, where it is told, in which directory.
   void noteContainer(const std::wstring& uuid, const std::wstring& path = {});
   /// Directory of a container's cache: where it was connected or downloaded to, or the workstation's own place for it.
   std::wstring cacheOfContainer(const std::wstring& uuid);
-  /// The container whose lock is meant where none is named: of those that are held, the one worked on last. Empty for
-  /// none.
-  std::wstring heldContainer(CloudStore& store, const StoreActor& actor);
+  /// The container whose lock is meant where none is named; empty for none.
+  std::wstring heldContainer(CloudStore& store, const StoreActor& actor, bool rollback);
 
   EmbeddedSession& session_;
   std::mutex containersMutex_;
   std::map<std::wstring, std::wstring> containerCaches_;  // by uuid
-  std::wstring lastContainer_;
-  bool isCommitNamed_ = false;  // the last container was named by a commit
+  // What a thread has worked on: calls that name no container mean one of its own, never that of another thread.
+  struct ContainerWork {
+    std::wstring last;
+    std::wstring locked;         // until it is given back
+    bool isCommitNamed = false;  // the last one was named by a commit
+  };
+  std::map<std::thread::id, ContainerWork> containerWork_;
 };
 
 /// Classes of a kind of listing or bulk download; 0 for a kind that there is not.
