@@ -1,8 +1,9 @@
 #include "workstation/store/ContainerCache.h"
 
+#include <unistd.h>
+
 #include <atomic>
 #include <chrono>
-#include <filesystem>
 #include <thread>
 
 #include "host/Trace.h"
@@ -60,6 +61,16 @@ FileContent onDisk(const std::string& path) {
   return {static_cast<std::int64_t>(status.size), ticksOf(status.writeTime), {}};
 }
 
+/// Removes a directory in which there is no file.
+void removeIfEmpty(const std::string& directory) {
+  const auto status = diskStatus(directory);
+  if (!status || !status->isDirectory) return;
+  for (const DiskEntry& entry : listDirectory(directory)) {
+    if (entry.isDirectory) removeIfEmpty(directory + "/" + entry.name);
+  }
+  ::rmdir(directory.c_str());
+}
+
 std::string takenOutIn(const std::string& root, const std::string& name) {
   constexpr std::size_t kLongest = 200;
   return incomingOf(root) + "/~" + randomHex(8) + "." + (name.size() <= kLongest ? name : "file") + ".tmp";
@@ -94,6 +105,8 @@ void ContainerCache::clearLeftovers() {
     }
     keepTaken(path, replaced);
   }
+  // The same name may be kept once more.
+  kept_.clear();
 }
 
 void ContainerCache::connect() {
@@ -123,6 +136,7 @@ void ContainerCache::bringUpToDate(Verdict verdict, const StoreProgress& progres
     Plan plan = planOf(look, verdict);
     try {
       fetch(plan, progress);
+      announce(plan);
     } catch (const StoreError& error) {
       for (const Arrival& arrival : plan.arrivals) removeFile(arrival.from);
       StoreContainer now;
@@ -208,37 +222,36 @@ void ContainerCache::announce(const Plan& plan) {
 }
 
 void ContainerCache::apply(Plan& plan, std::int64_t revision) {
-  announce(plan);
   std::optional<StoreError> failure;
   const auto attempt = [&](const auto& work) {
-    try {
-      work();
-      return true;
-    } catch (const StoreError& error) {
-      lfperrC(L"container cache: %s\n", error.text);
-      if (!failure) failure = error;
-      return false;
-    }
+    const std::optional<StoreError> error = caughtFrom(work);
+    if (!error) return true;
+    lfperrC(L"container cache: %s\n", error->text);
+    if (!failure) failure = error;
+    return false;
   };
-  for (const Arrival& arrival : plan.arrivals) {
-    const bool isPlaced = attempt([&] { place(arrival); });
-    if (isPlaced) {
-      plan.settled.push_back({arrival.item.name, arrival.content, arrival.item.content.stored->revision});
-    } else {
-      removeFile(arrival.from);
-    }
-  }
+  // Before what comes: a directory may take the place of a file, or a file that of a directory.
   for (const CacheItem& item : plan.leaving) {
     if (attempt([&] { remove(item); })) plan.gone.push_back(item.name);
   }
   for (const CacheItem& item : plan.movedAway) {
     if (attempt([&] { keep(item, true); })) plan.gone.push_back(item.name);
   }
+  tree_ = LocalTree(root_);
+  for (const Arrival& arrival : plan.arrivals) {
+    if (attempt([&] { place(arrival); })) {
+      plan.settled.push_back({arrival.item.name, arrival.content, arrival.item.content.stored->revision});
+    } else {
+      removeFile(arrival.from);
+    }
+  }
   record_->settle(plan.settled, plan.gone, failure ? 0 : revision);
   if (failure) throw StoreError(*failure);
 }
 
 void ContainerCache::place(const Arrival& arrival) {
+  // Left by a download that was killed, or by the user.
+  removeIfEmpty(platform::systemPath(platform::joinPath(root_, arrival.item.name)));
   const LocalPlace place = tree_.place(arrival.item.name);
   if (arrival.isKept) keep(arrival.item, false);
   LocalTree::replace(arrival.from, place, arrival.item.content.here);
@@ -299,8 +312,7 @@ void ContainerCache::keep(const CacheItem& item, bool isMoved) {
 }
 
 void ContainerCache::removeEmptyDirectories(std::string directory) const {
-  std::error_code error;
-  while (directory.size() > systemRoot_.size() && std::filesystem::remove(directory, error)) {
+  while (directory.size() > systemRoot_.size() && ::rmdir(directory.c_str()) == 0) {
     directory = directory.substr(0, directory.rfind('/'));
   }
 }
@@ -322,44 +334,13 @@ std::wstring ContainerCache::keptDirectory() {
   throw StoreError{kStoreExists, L"\"" + all + L"\" has no room for another copy of this second"};
 }
 
-void ContainerCache::requireNoLinkAbove(const std::wstring& name) const {
-  for (std::wstring directory = platform::directoryOf(name); !directory.empty();
-       directory = platform::directoryOf(directory)) {
-    const std::wstring path = platform::joinPath(root_, directory);
-    const auto status = diskStatus(platform::systemPath(path));
-    if (!status || !status->isLink) continue;
-    throw StoreError{kStoreAccessDenied, L"\"" + path +
-                                             L"\" is a link: what lies behind it is no part of the "
-                                             L"container, and its files would count as deleted; expected a directory"};
-  }
-}
-
-/// Refuses what would damage the container without anybody having meant it.
-void ContainerCache::requireCommittable(const CacheLook& look) const {
-  if (isEmptied(look)) {
-    throw StoreError{kStoreInvalidData,
-                     L"\"" + root_ + L"\" has none of the files of the container \"" + look.container.name +
-                         L"\" any more. Download it again, or roll back. A container that is not needed is deleted; "
-                         L"one that stays keeps at least one of its files"};
-  }
-  if (!look.scan.passedOver.empty()) {
-    throw StoreError{kStoreInvalidName, L"\"" + platform::joinPath(root_, look.scan.passedOver.front()) +
-                                            L"\" has a name that not every workstation can hold: rename it"};
-  }
-  if (!look.twins.empty()) {
-    throw StoreError{kStoreInvalidName, L"\"" + platform::joinPath(root_, look.twins.front()) +
-                                            L"\" differs from another file in letter case alone: rename one of them"};
-  }
-  for (const auto& [key, item] : look.items) {
-    if (localChange(item.content) == LocalChange::Deleted) requireNoLinkAbove(item.name);
-  }
-}
-
 void ContainerCache::upload(const StoreProgress& progress) {
   record_->bind(container_);
   CacheLook look;
   lookAtCache(store_, actor_, container_, root_, record_->files(), look);
-  requireCommittable(look);
+  if (const std::vector<StoreError> obstacles = obstaclesToCommit(look, root_); !obstacles.empty()) {
+    throw StoreError(obstacles.front());
+  }
   std::vector<ContainerFileChange> changes;
   std::vector<SettledFile> settled;
   std::vector<std::wstring> gone;

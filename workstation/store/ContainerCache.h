@@ -55,8 +55,6 @@ class ContainerCache {
   void keepTaken(const std::string& taken, const std::string& name);
   void removeEmptyDirectories(std::string directory) const;
   void clearLeftovers();
-  void requireCommittable(const CacheLook& look) const;
-  void requireNoLinkAbove(const std::wstring& name) const;
   std::wstring keptDirectory();
 
   CloudStore& store_;

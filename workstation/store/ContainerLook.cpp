@@ -1,6 +1,7 @@
 #include "workstation/store/ContainerLook.h"
 
 #include <algorithm>
+#include <set>
 
 #include "host/System.h"
 #include "platform/Files.h"
@@ -9,7 +10,6 @@
 #include "workstation/store/Bodies.h"
 #include "workstation/store/DiskFiles.h"
 #include "workstation/store/LocalTree.h"
-#include "workstation/store/StoreError.h"
 
 namespace workstation {
 
@@ -31,11 +31,23 @@ bool isTemporary(std::string_view name) {
 void settleWay(SettledFile& row, CacheCase& file) {
   const bool isInStore = file.stored != nullptr && file.stored->sha256 == row.announced.sha256;
   const bool hasCome = row.way == FileWay::Coming && file.here.looksLike(row.announced);
-  const bool wasSent = row.way == FileWay::Sending && row.announced.isKnown() && isInStore;
+  // What is not here may also be one whose commit was given up, and that somebody else has committed since.
+  const bool wasSent = row.way == FileWay::Sending && row.announced.isKnown() && isInStore && file.here.isKnown();
   const bool wasDeleted = row.way == FileWay::Sending && !row.announced.isKnown() && file.stored == nullptr;
   if (hasCome || wasSent) row.content = row.announced;
   if ((hasCome && isInStore) || wasSent) row.revision = file.stored->revision;
   if (wasDeleted || !row.content.isKnown()) file.base = nullptr;
+}
+
+/// What stands in the way of a file that would count as deleted, without being one: a link that leads nowhere, a pipe;
+/// or the link behind which the file may be. Empty for nothing.
+std::wstring standsInPlaceOf(const std::wstring& root, const std::wstring& name) {
+  for (std::wstring part = name; !part.empty(); part = platform::directoryOf(part)) {
+    std::wstring path = platform::joinPath(root, part);
+    const auto status = diskStatus(platform::systemPath(path));
+    if (status && (status->isLink || (part == name && !status->isDirectory))) return path;
+  }
+  return {};
 }
 
 }  // namespace
@@ -81,6 +93,36 @@ bool isEmptied(const CacheLook& look) {
   }
   // The only file may have got another name.
   return known > 1 || (known == 1 && others == 0);
+}
+
+std::vector<StoreError> obstaclesToCommit(const CacheLook& look, const std::wstring& root) {
+  std::vector<StoreError> obstacles;
+  const auto pathOf = [&](const std::wstring& name) { return L"\"" + platform::joinPath(root, name) + L"\" "; };
+  if (isEmptied(look)) {
+    obstacles.push_back(
+        {kStoreInvalidData, L"\"" + root + L"\" has none of the files of the container \"" + look.container.name +
+                                L"\" any more. Download it again, or roll back. A container that is not needed is "
+                                L"deleted; one that stays keeps at least one of its files"});
+    return obstacles;
+  }
+  for (const std::wstring& name : look.scan.passedOver) {
+    obstacles.push_back(
+        {kStoreInvalidName, pathOf(name) + L"has a name that not every workstation can hold: rename it"});
+  }
+  for (const std::wstring& name : look.twins) {
+    obstacles.push_back(
+        {kStoreInvalidName, pathOf(name) + L"differs from another file in letter case alone: rename one of them"});
+  }
+  std::set<std::wstring> told;
+  for (const auto& [key, item] : look.items) {
+    if (localChange(item.content) != LocalChange::Deleted) continue;
+    const std::wstring inPlace = standsInPlaceOf(root, item.name);
+    if (inPlace.empty() || !told.insert(inPlace).second) continue;
+    obstacles.push_back({kStoreAccessDenied, L"\"" + inPlace +
+                                                 L"\" is a link or no plain file: it is no part of the container, "
+                                                 L"where its files would count as deleted"});
+  }
+  return obstacles;
 }
 
 std::wstring containerCachePath(const std::wstring& container) {

@@ -9,6 +9,7 @@
 #include "workstation/store/ContainerRecord.h"
 #include "workstation/store/ContainerVerdict.h"
 #include "workstation/store/DirectoryScan.h"
+#include "workstation/store/StoreError.h"
 
 namespace workstation {
 
@@ -32,6 +33,9 @@ void lookAtCache(CloudStore& store, const StoreActor& actor, const std::wstring&
                  SettledFiles settled, CacheLook& look);
 /// Whether somebody has emptied the directory, rather than deleted files.
 bool isEmptied(const CacheLook& look);
+/// What a commit is refused for, as it would damage the container, or leave something out, without anybody having
+/// meant it.
+std::vector<StoreError> obstaclesToCommit(const CacheLook& look, const std::wstring& root);
 
 /// Directory in which what a download or rollback replaces is kept, relative to a cache.
 constexpr const wchar_t* kKeptCopies = L".cor\\Backup";

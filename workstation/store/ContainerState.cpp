@@ -108,6 +108,7 @@ CloudStatus containerCacheState(CloudStore& store, const StoreActor& actor, cons
       if (change == LocalChange::None || isGoneOnBothSides || isSameContent(item.content)) continue;
       state.changes.push_back(changeOf(item, change));
     }
+    for (StoreError& obstacle : obstaclesToCommit(look, root)) state.obstacles.push_back(std::move(obstacle.text));
     const std::wstring kept = platform::joinPath(root, kKeptCopies);
     if (!diskStatus(platform::systemPath(kept))) return;
     const DirectoryScan copies = scanDirectory(platform::systemPath(kept), [](std::string_view) { return false; });

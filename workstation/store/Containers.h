@@ -24,6 +24,7 @@ struct ContainerCacheState {
   std::int64_t revision = 0;  ///< of the container when it was last brought or committed
   bool isNewerThere = false;  ///< the store's is another one
   std::vector<ContainerChange> changes;
+  std::vector<std::wstring> obstacles;   ///< why a commit is refused as it stands here
   std::vector<std::wstring> keptCopies;  ///< what a download or rollback replaced, relative to the cache
 };
 

@@ -18,6 +18,7 @@
 #include "tests/support/TestWorkstation.h"
 #include "tests/workstation/Fixtures.h"
 #include "tests/workstation/store/StoreWorld.h"
+#include "workstation/store/Bodies.h"
 #include "workstation/store/Containers.h"
 #include "workstation/store/EmbeddedController.h"
 #include "workstation/store/StoreStatus.h"
@@ -102,9 +103,10 @@ class Containers : public ::testing::Test {
     return status;
   }
   static std::string lastText() { return platform::toUtf8(CloudStore::lastText()); }
-  void sql(const std::string& statements) const {
+  void sql(const std::string& statements) const { sql(world.storePath + "/store.db", statements); }
+  static void sql(const fs::path& path, const std::string& statements) {
     sqlite3* database = nullptr;
-    ASSERT_EQ(sqlite3_open((world.storePath + "/store.db").c_str(), &database), SQLITE_OK);
+    ASSERT_EQ(sqlite3_open(path.c_str(), &database), SQLITE_OK);
     EXPECT_EQ(sqlite3_exec(database, statements.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
         << sqlite3_errmsg(database);
     sqlite3_close(database);
@@ -176,6 +178,48 @@ TEST_F(Containers, RollbackUndoesEverythingAndKeepsIt) {
   EXPECT_EQ(edda.all(), "a.txt=1 b.txt=1 sub/c.txt=1 ");
   EXPECT_EQ(edda.kept(), "a.txt=work sub/new.txt=created ");
   EXPECT_EQ(lock(boss), 0) << "the lock was given back";
+}
+
+TEST_F(Containers, FilesAndDirectoriesChangePlaces) {
+  const auto swap = [&] {
+    fs::remove(edda.root / "a.txt");
+    edda.write("a.txt/x", "x");
+    fs::remove_all(edda.root / "sub");
+    edda.write("sub", "file");
+    EXPECT_EQ(lock(edda), 0);
+  };
+  swap();
+  EXPECT_EQ(edda.service().UnlockResourcesContainer(true), 0) << lastText();
+  EXPECT_EQ(edda.all() + edda.kept(), "a.txt=1 b.txt=1 sub/c.txt=1 a.txt/x=x sub=file ");
+  swap();
+  ASSERT_EQ(commit(edda), 0) << lastText();
+  fs::remove(boss.root / "sub/c.txt");  // as a download does that is killed then
+  EXPECT_EQ(load(boss), 0) << lastText();
+  EXPECT_EQ(boss.all(), "a.txt/x=x b.txt=1 sub=file ");
+}
+
+TEST_F(Containers, WhatHappenedToAnotherContainerOrInAnotherThreadMeansNotThisOne) {
+  std::wstring second;
+  ASSERT_EQ(boss.service().CreateSTD(world.team, L"Second", second), 0);
+  ASSERT_EQ(edda.service().LockResourcesContainer(second, 0), 0);
+  ASSERT_EQ(lock(edda), 0);
+  ASSERT_EQ(boss.service().ForceUnlockCOR(boss.path()), 0);
+  EXPECT_EQ(edda.service().UnlockResourcesContainer(true), kStoreNotLocked) << "its lock was taken away";
+  ASSERT_EQ(edda.service().LockResourcesContainer(second, 0), 0);
+  std::thread([&] { EXPECT_EQ(lock(edda), 0); }).join();
+  EXPECT_EQ(edda.service().UnlockResourcesContainer(false), 0);
+  EXPECT_EQ(lock(boss), kStoreLocked);
+  EXPECT_EQ(boss.service().LockResourcesContainer(second, 0), 0);
+}
+
+TEST_F(Containers, ACommitGivenUpAndCommittedBySomebodyElseDeletesNothing) {
+  boss.write("new.txt", "same");
+  ASSERT_EQ(committed(boss), 0);
+  sql(edda.root / ".cor/record.db3",
+      "INSERT INTO files(key, name, next_size, next_modified, next_sha256, way) VALUES('new.txt', 'new.txt', 4, 1, '" +
+          sha256OfFile((boss.root / "new.txt").string()) + "', 3)");
+  EXPECT_EQ(load(edda), 0);
+  EXPECT_EQ(edda.read("new.txt"), "same");
 }
 
 TEST_F(Containers, LostRecordAndEmptiedCacheLoseNothing) {
@@ -282,6 +326,10 @@ TEST_F(Containers, HostileNamesAndLinksGoNowhere) {
   EXPECT_EQ(commit(boss), kStoreAccessDenied) << "what lies behind a link is not deleted";
   EXPECT_THAT(lastText(), HasSubstr("sub\" is a link"));
   fs::remove(boss.root / "sub");
+  fs::remove(boss.root / "b.txt");
+  fs::create_symlink("/nowhere", boss.root / "b.txt");
+  EXPECT_EQ(commit(boss), kStoreAccessDenied) << "a link to a disk that is not there deletes nothing";
+  fs::remove(boss.root / "b.txt");
   boss.write("con.txt", "no workstation of that system can hold it");
   EXPECT_EQ(commit(boss), kStoreInvalidName);
   fs::remove(boss.root / "con.txt");
