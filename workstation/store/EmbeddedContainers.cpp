@@ -6,9 +6,11 @@
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
+#include "workstation/store/Bodies.h"
 #include "workstation/store/ContainerCache.h"
 #include "workstation/store/ContainerLook.h"
 #include "workstation/store/Containers.h"
+#include "workstation/store/DiskFiles.h"
 #include "workstation/store/EmbeddedProjectService.h"
 #include "workstation/store/StoreContainers.h"
 #include "workstation/store/StoreError.h"
@@ -41,6 +43,28 @@ void downloadTo(CloudStore& store, const StoreActor& actor, const std::wstring& 
   // Before a directory is made for it.
   containerOf(store, actor, uuid);
   ContainerCache(store, actor, uuid, path).download(progress);
+}
+
+/// Whether the cache here has, or may have, what the store does not have.
+bool hasOwnWork(CloudStore& store, const StoreActor& actor, const std::wstring& uuid) {
+  ContainerCacheState state;
+  const bool isTold = containerCacheState(store, actor, uuid, state) == kStoreOk && state.exists;
+  return !isTold || !state.changes.empty() || !state.obstacles.empty() || !state.keptCopies.empty();
+}
+
+/// Takes the cache of a container that was deleted from where it will be removed.
+void bringToSafety(const std::wstring& cache) {
+  if (!platform::fileStatus(cache).isDirectory) return;
+  platform::TrashFailure failure;
+  std::string place;
+  if (platform::moveToTrash(cache, &failure, &place) != ERROR_SUCCESS) {
+    place = failure.place;
+    if (platform::fileStatus(cache).exists) {
+      place = platform::systemPath(cache + L".deleted-" + platform::fromUtf8(randomHex(4)));
+      renameReplacing(platform::systemPath(cache), place);
+    }
+  }
+  lfperrC(L"\"%s\" has what was never committed: it is kept as \"%s\"\n", cache, platform::fromUtf8(place));
 }
 
 }  // namespace
@@ -104,7 +128,9 @@ CloudStatus EmbeddedProjectService::CreateSTD(const std::wstring& team, const st
 CloudStatus EmbeddedProjectService::DeleteSTD(const std::wstring& uuid) {
   return run(L"DeleteSTD", [&](CloudStore& store, const StoreActor& actor) {
     return answerOf([&] {
+      const bool isWork = hasOwnWork(store, actor, uuid);
       requireOk(store.deleteContainer(actor, uuid));
+      if (isWork) bringToSafety(containerCachePath(uuid));
       if (subscribedContainer() == uuid) rememberSubscription({});
     });
   });
