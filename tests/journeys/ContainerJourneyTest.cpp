@@ -114,7 +114,7 @@ TEST_F(Containers, NobodyLosesAChangeThatWasNotCommitted) {
   EXPECT_EQ(contentOf(cache("ben") / "a.sty"), "ben's");
   office_.must("ben", {"std", "unsubscribe", "--force"});
   EXPECT_EQ(contentOf(cache("ben") / "a.sty"), "ben's");
-  office_.must("ben", {"std", "edit", "Styles"});
+  EXPECT_THAT(office_.must("ben", {"std", "edit", "Styles"}), HasSubstr("your change is kept: "));
   EXPECT_EQ(contentOf(cache("ben") / "a.sty"), "anna's");
   EXPECT_GE(status("ben")["keptCopies"], 1);
   EXPECT_EQ(run("anna", {"delete", "Styles"}).exitCode, 4);
@@ -123,8 +123,11 @@ TEST_F(Containers, NobodyLosesAChangeThatWasNotCommitted) {
   EXPECT_EQ(run("ben", {"--yes", "delete", "Styles"}).exitCode, 1) << "an editor";
   EXPECT_EQ(run("anna", {"--no", "delete", "Styles"}).exitCode, 1);
   const fs::path directory = cache("anna");
-  office_.must("anna", {"--yes", "std", "delete", "Styles"});
+  write(directory / "aux.sty", "left");
+  EXPECT_THAT(run("anna", {"commit"}).out, HasSubstr("aux.sty\" has a name that not every workstation can hold"));
+  EXPECT_THAT(office_.must("anna", {"--yes", "std", "delete", "Styles"}), HasSubstr("1 change here"));
   EXPECT_FALSE(fs::exists(directory));
+  EXPECT_EQ(contentOf(office_.path("anna-desktop") / "Trash/files" / directory.filename() / "aux.sty"), "left");
   EXPECT_EQ(run("ben", {"edit", "Styles"}).exitCode, 1);
 }
 

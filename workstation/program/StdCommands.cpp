@@ -1,6 +1,7 @@
 // std: standard resources that a team shares, in containers that one person changes at a time.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <set>
 
@@ -152,15 +153,26 @@ ExitCode copyContainer(Context& context, const Arguments& arguments) {
 }
 
 /// What everybody loses, and what only this workstation has.
-std::wstring lossOf(Context& context, const StoreContainer& container) {
+std::wstring lossOf(const StoreContainer& container, const ContainerCacheState& state) {
   std::wstring text = platform::formatWide(L"%s/%s, %s", container.teamName, container.name,
                                            counted(static_cast<std::uint64_t>(container.files), L"file", L"files"));
-  const ContainerCacheState state = readContainerCache(context, container);
-  if (!state.changes.empty())
-    text += L", and " + counted(state.changes.size(), L"change", L"changes") + L" here that were never committed";
+  if (const std::size_t changes = state.changes.size() + state.obstacles.size(); changes > 0)
+    text += L", and " + counted(changes, L"change", L"changes") + L" here that were never committed";
   if (!state.keptCopies.empty())
     text += L", and " + counted(state.keptCopies.size(), L"kept copy", L"kept copies") + L" here";
   return text;
+}
+
+/// Tells where the service has put a cache that has what the store never had.
+void tellWhereItIs(const Context& context, const StoreContainer& container) {
+  const std::filesystem::path cache = platform::toUtf8(shownCache(container));
+  std::wstring place = L"in the trash";
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(cache.parent_path(), error)) {
+    const std::string name = entry.path().filename().string();
+    if (name.starts_with(cache.filename().string() + ".")) place = platform::fromUtf8(entry.path().string());
+  }
+  context.output().message(L"the directory with what was only here is " + place);
 }
 
 ExitCode deleteContainer(Context& context, const Arguments& arguments) {
@@ -168,7 +180,8 @@ ExitCode deleteContainer(Context& context, const Arguments& arguments) {
   const StoreContainer container = findContainer(context, arguments.name);
   requireRole(container, StoreRole::Admin);
   if (container.lock && !isHeldHere(container)) return reportLocked(context, container);
-  const std::wstring loss = lossOf(context, container);
+  const ContainerCacheState state = readContainerCache(context, container);
+  const std::wstring loss = lossOf(container, state);
   if (context.options().dryRun) {
     reportContainer(context, container, L"would be deleted", loss);
     return ExitCode::Done;
@@ -181,6 +194,8 @@ ExitCode deleteContainer(Context& context, const Arguments& arguments) {
   const bool wasSubscribed = subscribedContainer() == container.uuid;
   if (!WGO_DeleteSTD(container.uuid)) throwRefused(container.name + L" was not deleted");
   reportContainer(context, container, L"deleted", loss);
+  if (!state.changes.empty() || !state.obstacles.empty() || !state.keptCopies.empty())
+    tellWhereItIs(context, container);
   if (!wasSubscribed) return ExitCode::Done;
   if (!subscribedContainer().empty() && !WGO_UnsubscribeCOR()) throwRefused(L"the subscription can't be ended");
   useLocalStandardResources();

@@ -1,7 +1,6 @@
 #include "workstation/program/StdEditing.h"
 
 #include <algorithm>
-#include <set>
 
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -22,7 +21,7 @@ constexpr ChangeWords kWouldBeSent = {L"would be created", L"would be changed", 
 constexpr ChangeWords kUndone = {L"taken away", L"put back", L"put back"};
 constexpr ChangeWords kWouldBeUndone = {L"would be taken away", L"would be put back", L"would be put back"};
 
-/// The service gives a lock back without being told of which container: one at a time.
+/// One at a time: the service may give a lock back without being told of which container.
 void requireNoOtherHeld(Context& context, const StoreContainer& container) {
   for (const StoreContainer& other : readContainers(context)) {
     if (other.uuid == container.uuid || !isHeldHere(other)) continue;
@@ -31,20 +30,25 @@ void requireNoOtherHeld(Context& context, const StoreContainer& container) {
   }
 }
 
-/// For a change that was made without `edit`. @return false when somebody else was faster
+/// Also where the lock is held: the service is told which container the next calls mean. @return false when somebody
+/// else was faster
 bool lockToFinish(Context& context, StoreContainer& container) {
-  if (isHeldHere(container)) return true;
-  if (!container.lock && WGO_LockResourcesContainer(container.uuid, kNoFlag, true)) return true;
-  const std::wstring reason = container.lock ? std::wstring() : CloudStore::lastText();
+  const bool isFree = !container.lock || isHeldHere(container);
+  if (isFree && WGO_LockResourcesContainer(container.uuid, kNoFlag, true)) return true;
+  const std::wstring reason = CloudStore::lastText();
   container = readAgain(context, container);
   if (container.lock) return isHeldHere(container);
   throw CommandFailure{ExitCode::Failure, L"the container " + container.name + L" can't be locked: " + reason};
 }
 
-ExitCode finishWithoutChanges(Context& context, const StoreContainer& container) {
+bool giveLockBack(Context& context, StoreContainer& container) {
+  return lockToFinish(context, container) && WGO_UnlockResourcesContainer(false, context.options().quiet);
+}
+
+ExitCode finishWithoutChanges(Context& context, StoreContainer container) {
   const bool dryRun = context.options().dryRun;
   const bool isHeld = isHeldHere(container);
-  if (isHeld && !dryRun && !WGO_UnlockResourcesContainer(false, context.options().quiet))
+  if (isHeld && !dryRun && !giveLockBack(context, container))
     throwRefused(container.name + L": nothing is changed here, and the lock can't be given back");
   const wchar_t* const lock = !isHeld ? L"" : dryRun ? L"the lock would be given back" : L"the lock was given back";
   reportContainer(context, container, L"nothing is changed here", lock);
@@ -75,8 +79,10 @@ ExitCode editContainer(Context& context, const std::string& name) {
     return ExitCode::Done;
   }
   const bool quiet = context.options().quiet;
+  const KeptCopies kept(context, container);
   if (!WGO_DownloadAndLockCORForResourceUpload(container.uuid, kNoFlag, quiet)) {
     const CommandFailure refused{ExitCode::Failure, container.name + L" can't be changed: " + CloudStore::lastText()};
+    kept.reportNew();
     container = readAgain(context, container);
     if (container.lock && !isHeldHere(container)) return reportLocked(context, container);
     throw refused;
@@ -86,6 +92,7 @@ ExitCode editContainer(Context& context, const std::string& name) {
       !WGO_DownloadSTDResContainer(container.uuid, kNoFlag, quiet)) {
     throwRefused(container.name + L" is locked, but it is not up to date here");
   }
+  kept.reportNew();
   reportContainer(context, container, L"locked", directory, {{"directory", directory}});
   context.output().message(L"change the files there, then: zephor std commit, or zephor std rollback");
   return ExitCode::Done;
@@ -95,9 +102,13 @@ ExitCode commitContainer(Context& context, const std::string& name) {
   context.startOnline();
   StoreContainer container = findContainer(context, name);
   requireRole(container, StoreRole::Editor);
-  requireNoOtherHeld(context, container);
   if (container.lock && !isHeldHere(container)) return reportLocked(context, container);
   const ContainerCacheState state = readContainerCache(context, container);
+  reportObstacles(context, container, state);
+  if (!state.obstacles.empty()) {
+    context.output().error(L"zephor: nothing was committed, and the lock stays as it is");
+    return ExitCode::PartlyDone;
+  }
   if (state.changes.empty()) return finishWithoutChanges(context, container);
   const auto isInConflict = [](const ContainerChange& change) { return change.isInConflict; };
   if (std::any_of(state.changes.begin(), state.changes.end(), isInConflict))
@@ -107,18 +118,23 @@ ExitCode commitContainer(Context& context, const std::string& name) {
     return ExitCode::Done;
   }
   if (!lockToFinish(context, container)) return reportLocked(context, container);
-  const bool isCommitted = WGO_CommitAndUnlockCOR(container.uuid, kNoFlag, context.options().quiet);
-  const std::wstring reason = CloudStore::lastText();
-  const StoreContainer now = readAgain(context, container);
-  if (!isCommitted && now.revision == container.revision) {
-    throw CommandFailure{ExitCode::Failure, platform::formatWide(L"%s was not committed: %s. Your changes stay in %s%s",
-                                                                 container.name, reason, shownCache(container),
-                                                                 isHeldHere(now) ? L"" : L"; the lock was given back")};
+  const bool quiet = context.options().quiet;
+  const bool isCommitted = WGO_UploadResourcesContainer(container.uuid, kNoFlag, quiet);
+  std::wstring reason = CloudStore::lastText();
+  // Nobody else shall wait for one that the store can't take.
+  const bool isUnlocked = WGO_UnlockResourcesContainer(false, quiet);
+  if (!isCommitted) {
+    throw CommandFailure{
+        ExitCode::Failure,
+        platform::formatWide(L"%s was not committed: %s. Your changes stay in %s; the lock %s", container.name, reason,
+                             shownCache(container), isUnlocked ? L"was given back" : L"is still yours")};
   }
+  if (!isUnlocked) reason = CloudStore::lastText();
   reportChanges(context, container, state.changes, kSent);
+  const StoreContainer now = readAgain(context, container);
   reportContainer(context, now, L"committed", counted(state.changes.size(), L"file", L"files"),
                   {{"revision", now.revision}});
-  if (isCommitted) return ExitCode::Done;
+  if (isUnlocked) return ExitCode::Done;
   context.output().error(L"zephor: " + container.name + L" is still locked by you: " + reason);
   return ExitCode::PartlyDone;
 }
@@ -126,7 +142,6 @@ ExitCode commitContainer(Context& context, const std::string& name) {
 ExitCode rollBackContainer(Context& context, const std::string& name) {
   context.startOnline();
   StoreContainer container = findContainer(context, name);
-  requireNoOtherHeld(context, container);
   if (container.lock && !isHeldHere(container)) return reportLocked(context, container);
   const ContainerCacheState before = readContainerCache(context, container);
   if (before.changes.empty()) return finishWithoutChanges(context, container);
@@ -135,31 +150,25 @@ ExitCode rollBackContainer(Context& context, const std::string& name) {
     return ExitCode::Done;
   }
   if (!lockToFinish(context, container)) return reportLocked(context, container);
-  if (!WGO_RollbackAndUnlockCOR(container.uuid, context.options().quiet))
-    throwRefused(container.name + L" was not rolled back");
+  const KeptCopies kept(context, container, before);
+  const bool isUndone = WGO_RollbackAndUnlockCOR(container.uuid, context.options().quiet);
+  const std::wstring reason = CloudStore::lastText();
+  kept.reportNew();
+  if (!isUndone) throw CommandFailure{ExitCode::Failure, container.name + L" was not rolled back: " + reason};
   reportChanges(context, container, before.changes, kUndone);
-  const std::set<std::wstring> known(before.keptCopies.begin(), before.keptCopies.end());
-  const std::wstring cache = WGO_BuildCloudStdLocalCachePath(container.uuid);
-  for (const std::wstring& copy : readContainerCache(context, container).keptCopies) {
-    if (known.contains(copy)) continue;
-    const std::wstring place = platform::fromUtf8(platform::systemPath(platform::joinPath(cache, copy)));
-    context.output().result(L"your change is kept: " + place,
-                            {{"container", container.name}, {"outcome", std::wstring(L"kept")}, {"file", place}});
-  }
   reportContainer(context, container, L"rolled back", counted(before.changes.size(), L"file", L"files"));
   return ExitCode::Done;
 }
 
 ExitCode unlockContainer(Context& context, const std::string& name, bool force) {
   context.startOnline();
-  const StoreContainer container = findContainer(context, name);
+  StoreContainer container = findContainer(context, name);
   if (!container.lock) {
     reportContainer(context, container, L"not locked");
     return ExitCode::Done;
   }
   const bool isHeld = isHeldHere(container);
   const bool dryRun = context.options().dryRun;
-  if (isHeld) requireNoOtherHeld(context, container);
   bool mayTake = isHeld;
   if (!isHeld && force && !WGO_CanUnlockCOR(container.uuid, mayTake))
     throwRefused(L"it can't be told whether the lock may be taken away");
@@ -168,11 +177,10 @@ ExitCode unlockContainer(Context& context, const std::string& name, bool force) 
                                    : L"zephor std unlock --force takes it away, where owners and admins ask for it");
     return reportLocked(context, container);
   }
-  const bool isDone = dryRun || (isHeld ? WGO_UnlockResourcesContainer(false, context.options().quiet)
-                                        : WGO_ForceUnlockCOR(container.uuid));
+  const std::wstring before = isHeld ? std::wstring() : L"it was locked by " + holderOf(container);
+  const bool isDone = dryRun || (isHeld ? giveLockBack(context, container) : WGO_ForceUnlockCOR(container.uuid));
   if (!isDone) throwRefused(container.name + L" can't be unlocked");
-  reportContainer(context, container, dryRun ? L"would be unlocked" : L"unlocked",
-                  isHeld ? std::wstring() : L"it was locked by " + holderOf(container));
+  reportContainer(context, container, dryRun ? L"would be unlocked" : L"unlocked", before);
   if (const auto changes = readContainerCache(context, container).changes.size(); isHeld && changes > 0) {
     context.output().message(counted(changes, L"change", L"changes") +
                              L" here that were not committed: zephor std commit, or zephor std rollback");

@@ -1,5 +1,7 @@
 #include "workstation/program/StdState.h"
 
+#include <algorithm>
+
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "workstation/Session.h"
@@ -35,12 +37,21 @@ StoreContainer findContainer(Context& context, const std::string& argument) {
     throw CommandFailure{ExitCode::Failure,
                          L"this workstation is subscribed to no container; name one (zephor std list)"};
   }
+  const auto missing = [&] {
+    if (!argument.empty()) return CommandFailure{ExitCode::Failure, L"your teams have no container " + wanted};
+    StoreContainer gone;
+    gone.uuid = wanted;
+    return CommandFailure{ExitCode::Failure,
+                          L"the container that this workstation is subscribed to was deleted, or you "
+                          L"are no member of its team any more. Its directory stays: " +
+                              shownCache(gone) + L"; zephor std unsubscribe ends the subscription"};
+  };
   std::vector<StoreContainer> hits;
   for (StoreContainer& container : readContainers(context)) {
     if (isCalled(container, wanted)) hits.push_back(std::move(container));
   }
   if (hits.size() == 1) return hits.front();
-  if (hits.empty()) throw CommandFailure{ExitCode::Failure, L"your teams have no container " + wanted};
+  if (hits.empty()) throw missing();
   throw CommandFailure{ExitCode::Failure, L"several containers are called " + wanted +
                                               L"; name it TEAM/NAME or by its UUID (zephor std list)"};
 }
@@ -114,6 +125,31 @@ void reportChanges(const Context& context, const StoreContainer& container, cons
                              {"outcome", outcome},
                              {"conflict", change.isInConflict}});
   }
+}
+
+void reportObstacles(const Context& context, const StoreContainer& container, const ContainerCacheState& state) {
+  for (const std::wstring& obstacle : state.obstacles) {
+    context.output().result(
+        L"can't be committed: " + obstacle,
+        {{"container", container.name}, {"outcome", std::wstring(L"can't be committed")}, {"detail", obstacle}});
+  }
+}
+
+void reportKept(const Context& context, const StoreContainer& container, const ContainerCacheState& state,
+                const std::vector<std::wstring>& known, const std::wstring& begin) {
+  const std::wstring cache = Quorvel::FileAccess::WGO_BuildCloudStdLocalCachePath(container.uuid);
+  for (const std::wstring& copy : state.keptCopies) {
+    if (std::find(known.begin(), known.end(), copy) != known.end()) continue;
+    const std::wstring place = platform::fromUtf8(platform::systemPath(platform::joinPath(cache, copy)));
+    context.output().result(begin + place,
+                            {{"container", container.name}, {"outcome", std::wstring(L"kept")}, {"file", place}});
+  }
+}
+
+void KeptCopies::reportNew() const {
+  ContainerCacheState now;
+  if (containerCacheState(context_.store(), context_.actor(), container_.uuid, now) != kStoreOk) return;
+  reportKept(context_, container_, now, known_, L"your change is kept: ");
 }
 
 void throwRefused(const std::wstring& begin) {

@@ -47,6 +47,27 @@ struct ChangeWords {
 void reportChanges(const Context& context, const StoreContainer& container, const std::vector<ContainerChange>& changes,
                    const ChangeWords& words);
 
+/// What stands in the way of a commit.
+void reportObstacles(const Context& context, const StoreContainer& container, const ContainerCacheState& state);
+/// A result for each kept copy but the `known` ones.
+void reportKept(const Context& context, const StoreContainer& container, const ContainerCacheState& state,
+                const std::vector<std::wstring>& known, const std::wstring& begin);
+
+/// The copies of changes that a command finds; what it adds to them is told where it ends.
+class KeptCopies {
+ public:
+  KeptCopies(Context& context, const StoreContainer& container)
+      : KeptCopies(context, container, readContainerCache(context, container)) {}
+  KeptCopies(Context& context, const StoreContainer& container, const ContainerCacheState& before)
+      : context_(context), container_(container), known_(before.keptCopies) {}
+  void reportNew() const;
+
+ private:
+  Context& context_;
+  const StoreContainer container_;
+  const std::vector<std::wstring> known_;
+};
+
 /// Why the service refused what this thread asked for last, as a failure to throw.
 [[noreturn]] void throwRefused(const std::wstring& begin);
 

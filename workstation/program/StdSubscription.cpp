@@ -34,6 +34,7 @@ std::vector<Field> fieldsOf(const StoreContainer& container, const ContainerCach
                                {"storeRevision", container.revision},
                                {"newerInStore", state.isNewerThere},
                                {"changes", static_cast<std::int64_t>(state.changes.size())},
+                               {"obstacles", static_cast<std::int64_t>(state.obstacles.size())},
                                {"keptCopies", static_cast<std::int64_t>(state.keptCopies.size())}};
   Value holder = std::monostate();
   Value workstation = std::monostate();
@@ -67,9 +68,12 @@ ExitCode subscribeToContainer(Context& context, const std::string& name) {
     reportContainer(context, container, L"would be subscribed to", directory, {{"directory", directory}});
     return ExitCode::Done;
   }
+  const KeptCopies kept(context, container);
   // First of all: without its content a subscription would leave the workstation with no resources.
-  if (!WGO_DownloadSTDResContainer(container.uuid, kNoFlag, context.options().quiet))
-    throwRefused(container.name + L" can't be brought here");
+  const bool isHere = WGO_DownloadSTDResContainer(container.uuid, kNoFlag, context.options().quiet);
+  const std::wstring reason = CloudStore::lastText();
+  kept.reportNew();
+  if (!isHere) throw CommandFailure{ExitCode::Failure, container.name + L" can't be brought here: " + reason};
   if (before != container.uuid && !WGO_SubscribeCOR(container.uuid))
     throwRefused(container.name + L" can't be subscribed to");
   if (!WGO_SwitchSTDPathsToCORCachePath(container.uuid))
@@ -122,12 +126,8 @@ ExitCode tellContainer(Context& context, const std::string& name) {
   reportContainer(context, container, subscribedContainer() == container.uuid ? L"subscribed" : L"not subscribed",
                   stateText(container, state), fieldsOf(container, state));
   reportChanges(context, container, state.changes, kHere);
-  const std::wstring cache = WGO_BuildCloudStdLocalCachePath(container.uuid);
-  for (const std::wstring& copy : state.keptCopies) {
-    const std::wstring place = platform::fromUtf8(platform::systemPath(platform::joinPath(cache, copy)));
-    context.output().result(L"kept copy: " + place,
-                            {{"container", container.name}, {"outcome", std::wstring(L"kept")}, {"file", place}});
-  }
+  reportObstacles(context, container, state);
+  reportKept(context, container, state, {}, L"kept copy: ");
   return ExitCode::Done;
 }
 
