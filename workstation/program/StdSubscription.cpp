@@ -51,8 +51,10 @@ std::vector<Field> fieldsOf(const StoreContainer& container, const ContainerCach
 std::wstring stateText(const StoreContainer& container, const ContainerCacheState& state) {
   std::wstring text = L"not locked";
   if (container.lock) text = isHeldHere(container) ? L"locked by you" : L"locked by " + holderOf(container);
-  if (!state.exists) return text + L", not on this workstation";
-  text += state.isNewerThere ? L", newer in the store" : L", up to date";
+  if (!state.exists && state.changes.empty()) return text + L", not on this workstation";
+  text += !state.exists        ? L", not known what was brought here"
+          : state.isNewerThere ? L", newer in the store"
+                               : L", up to date";
   if (!state.changes.empty()) text += L", " + counted(state.changes.size(), L"change", L"changes") + L" here";
   return text + L", " + shownCache(container);
 }

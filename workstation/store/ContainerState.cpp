@@ -94,14 +94,20 @@ CloudStatus containerCacheState(CloudStore& store, const StoreActor& actor, cons
     if (status != kStoreOk) throw StoreError{status, CloudStore::lastText()};
     const std::wstring root = containerCachePath(container);
     const std::string path = platform::systemPath(root);
-    if (path.empty() || !diskStatus(containerRecordPath(path))) return;
-    ContainerRecord record(path);
-    if (record.container() != container) return;
+    if (root.empty() || !platform::fileStatus(root).isDirectory) return;
+    SettledFiles settled;
+    if (diskStatus(containerRecordPath(path))) {
+      ContainerRecord record(path);
+      state.exists = record.container() == container;
+      if (state.exists) {
+        settled = record.files();
+        state.revision = record.revision();
+      }
+    }
+    // Without a record of its own what is here is unknown, and may be somebody's work all the same.
     CacheLook look;
-    lookAtCache(store, actor, container, root, record.files(), look);
-    state.exists = true;
-    state.revision = record.revision();
-    state.isNewerThere = state.revision != look.container.revision;
+    lookAtCache(store, actor, container, root, std::move(settled), look);
+    state.isNewerThere = state.exists && state.revision != look.container.revision;
     for (const auto& [key, item] : look.items) {
       const LocalChange change = localChange(item.content);
       const bool isGoneOnBothSides = change == LocalChange::Deleted && item.content.stored == nullptr;

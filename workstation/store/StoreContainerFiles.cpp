@@ -66,7 +66,7 @@ void requireFileRevision(Connection& connection, const StoreContainer& container
   throw StoreError{
       kStoreChanged,
       platform::formatWide(L"\"%s\" was %s in the container \"%s\" meanwhile (the last commit is of %s, "
-                           L"%s): bring the container up to date and commit again",
+                           L"%s UTC): bring the container up to date and commit again",
                            name, what, container.name, container.changerName, storeDateText(container.changed))};
 }
 

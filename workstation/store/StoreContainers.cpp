@@ -66,7 +66,7 @@ void throwLockedContainer(const StoreContainer& container) {
                      L"the container \"" + container.name + L"\" is not locked here: lock it before it is changed"};
   }
   throw StoreError{kStoreLocked,
-                   platform::formatWide(L"the container \"%s\" is locked by %s at \"%s\" since %s", container.name,
+                   platform::formatWide(L"the container \"%s\" is locked by %s at \"%s\" since %s UTC", container.name,
                                         container.lock->holder.name, container.lock->workstationName,
                                         storeDateText(container.lock->since))};
 }

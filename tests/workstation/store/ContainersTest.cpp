@@ -479,6 +479,11 @@ TEST(ContainersAtAWorkstation, StateStepsAndSubscription) {
   EXPECT_TRUE(state.changes.empty());
   EXPECT_EQ(state.keptCopies.size(), 2U);
   for (const wchar_t* name : {L"\\a.txt", L"\\b.txt", L"\\new.txt"}) EXPECT_TRUE(isContainerFileInStep(path + name));
+  fs::remove(platform::systemPath(path + L"\\.cor\\record.db3"));
+  desk.writeFile(path + L"\\b.txt", "22");
+  ASSERT_EQ(containerCacheState(desk.store(), desk.actor(), uuid, state), 0);
+  ASSERT_FALSE(state.exists || state.changes.empty()) << "a lost record hides no work";
+  EXPECT_TRUE(state.changes[0].isInConflict);
   EXPECT_EQ(subscribedContainer(), L"");
   ASSERT_EQ(service.SubscribeCOR(uuid, path), 0);
   desk.restart();
