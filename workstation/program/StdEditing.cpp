@@ -126,8 +126,8 @@ ExitCode commitContainer(Context& context, const std::string& name) {
   if (!isCommitted) {
     throw CommandFailure{
         ExitCode::Failure,
-        platform::formatWide(L"%s was not committed: %s. Your changes stay in %s; the lock %s", container.name, reason,
-                             shownCache(container), isUnlocked ? L"was given back" : L"is still yours")};
+        platform::formatWide(L"%s was not committed: %s. Your changes stay in %s, and %s", container.name, reason,
+                             shownCache(container), isUnlocked ? L"you hold no lock now" : L"the lock is still yours")};
   }
   if (!isUnlocked) reason = CloudStore::lastText();
   reportChanges(context, container, state.changes, kSent);
