@@ -133,6 +133,9 @@ TEST_F(Containers, NobodyLosesAChangeThatWasNotCommitted) {
 
 TEST_F(Containers, CopiesTakeAWorkstationsFolderOrAnotherContainer) {
   share();
+  fs::create_symlink("/nowhere", office_.path("source/dead"));
+  EXPECT_THAT(run("anna", {"create", "Odd", "--team", "Office", "--from", office_.path("source").string()}).err,
+              HasSubstr("dead is no file"));
   const fs::path local = cache("anna").parent_path().parent_path() / "Std";
   write(local / "own.sty", "own");
   office_.must("anna", {"std", "copy", "local", "Own", "--team", "Office"});

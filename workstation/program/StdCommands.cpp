@@ -63,6 +63,12 @@ ExitCode listContainers(Context& context) {
   return ExitCode::Done;
 }
 
+/// What a command has begun to make. Its cache has copies alone, which nobody misses.
+bool takeBack(const std::wstring& container) {
+  ldirrmc(WGO_BuildCloudStdLocalCachePath(container));
+  return WGO_DeleteSTD(container);
+}
+
 /// What a command makes: takes itself back when not all of it came about.
 class NewContainer {
  public:
@@ -98,7 +104,7 @@ class NewContainer {
     }
     // One that somebody else has made in the same moment, or begun to change, stays.
     const bool isOwn = made != containers.end() && made->changerName == identity().user.name;
-    const bool isLeft = isOwn && made->revision == 0 && !made->lock && !WGO_DeleteSTD(made->uuid);
+    const bool isLeft = isOwn && made->revision == 0 && !made->lock && !takeBack(made->uuid);
     throw CommandFailure{ExitCode::Failure,
                          L"the container " + name_ + L" was not made: " + reason +
                              (isLeft ? L"; an empty one is left: zephor std delete " + name_ : std::wstring())};
@@ -120,7 +126,7 @@ bool makeFrom(const NewContainer& container, const std::wstring& directory, bool
   if (uuid == kLocalResources || directory.empty()) return uuid != kLocalResources;
   const std::wstring cache = WGO_BuildCloudStdLocalCachePath(uuid);
   if (const int error = ldircpRAW(directory, cache, 0); error != 0) {
-    WGO_DeleteSTD(uuid);
+    takeBack(uuid);
     throw CommandFailure{ExitCode::Failure, platform::formatWide(L"the container %s was not made: %s can't be copied "
                                                                  L"to %s (error %d)",
                                                                  container.name(), directory, cache, error)};
@@ -135,9 +141,31 @@ std::wstring directoryArgument(const std::string& argument) {
   throw CommandFailure{ExitCode::Usage, wide(argument) + L" is no directory"};
 }
 
+/// All that is below a directory would come into the container, or be missed there in silence.
+void requireFilesAlone(const std::filesystem::path& directory) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  auto entry = fs::recursive_directory_iterator(directory, error);
+  for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+    std::error_code unknown;
+    const bool isPlain = entry->is_regular_file(unknown) || (entry->is_directory(unknown) && !entry->is_symlink());
+    const std::wstring name = platform::fromUtf8(entry->path().lexically_relative(directory).string());
+    const bool isNameGood = name.find(L'\\') == std::wstring::npos && platform::isSafeRelativeName(name);
+    if (isPlain && isNameGood) continue;
+    const wchar_t* const why = isPlain ? L" has a name that not every workstation can hold"
+                                       : L" is no file: a container has plain files and directories alone";
+    throw CommandFailure{ExitCode::Failure, platform::fromUtf8(entry->path().string()) + why};
+  }
+  if (error) {
+    throw CommandFailure{ExitCode::Failure, platform::fromUtf8(directory.string()) + L" can't be read: " +
+                                                platform::fromUtf8(error.message())};
+  }
+}
+
 ExitCode createContainer(Context& context, const Arguments& arguments) {
   context.startOnline();
   const std::wstring directory = directoryArgument(arguments.from);
+  if (!directory.empty()) requireFilesAlone(platform::systemPath(directory));
   const NewContainer container(context, arguments.name, arguments.team);
   if (context.options().dryRun) return container.wouldBeMade();
   return container.finish(arguments.fromLocal ? WGO_CopySTD(kLocalResources, container.team().uuid, container.name())

@@ -17,6 +17,18 @@ using namespace Quorvel::FileAccess;
 constexpr int kNoFlag = 0;
 constexpr ChangeWords kHere = {L"created here", L"changed here", L"deleted here"};
 
+/// Changes in the container that the workstation has turned away from.
+void tellWhatStays(Context& context, const std::wstring& uuid) {
+  StoreContainer container;
+  ContainerCacheState state;
+  if (context.store().container(context.actor(), uuid, container) != kStoreOk ||
+      containerCacheState(context.store(), context.actor(), uuid, state) != kStoreOk || state.changes.empty())
+    return;
+  context.output().message(L"not committed, and staying in " + container.name + L": " +
+                           counted(state.changes.size(), L"change", L"changes") + L" (zephor std commit " +
+                           container.name + L")");
+}
+
 /// The container of the subscription, also one that the store shows this user no more.
 StoreContainer subscribed(Context& context, const std::wstring& uuid) {
   StoreContainer container;
@@ -82,6 +94,7 @@ ExitCode subscribeToContainer(Context& context, const std::string& name) {
     throw CommandFailure{ExitCode::Failure, L"there is no local data directory for " + container.name};
   reportContainer(context, container, before == container.uuid ? L"up to date" : L"subscribed", directory,
                   {{"directory", directory}});
+  if (!before.empty() && before != container.uuid) tellWhatStays(context, before);
   return ExitCode::Done;
 }
 
