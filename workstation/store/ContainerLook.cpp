@@ -79,6 +79,7 @@ void lookAtCache(CloudStore& store, const StoreActor& actor, const std::wstring&
   for (auto& [key, item] : look.items) {
     if (const auto row = look.settled.find(key); row != look.settled.end()) settleWay(row->second, item.content);
     if (!needsHash(item.content)) continue;
+    waitForLaterTime(item.content.here.modified);
     item.content.here.sha256 = sha256OfFile(platform::systemPath(platform::joinPath(root, item.name)));
   }
 }

@@ -7,11 +7,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <memory>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "platform/Text.h"
@@ -261,6 +263,20 @@ void syncFileSystem(const std::string& path) {
   ::close(descriptor);
   errno = code;
   if (!synced) fail(path, "can't be synced");
+}
+
+void waitForLaterTime(std::int64_t modifiedTicks) {
+  constexpr int kMostTries = 20;
+  constexpr std::int64_t kMostAhead = 200'000;
+  for (int i = 0; i < kMostTries; ++i) {
+    timespec now{};
+    // The clock that dates files, which stands still for some milliseconds.
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    const auto ticks = static_cast<std::int64_t>(platform::toTicks(platform::fromUnixTime(now.tv_sec, now.tv_nsec)));
+    // A time that lies further ahead was set by hand.
+    if (modifiedTicks < ticks || modifiedTicks - ticks > kMostAhead) return;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
 }
 
 std::int64_t nowSeconds() {

@@ -100,5 +100,9 @@ void syncPath(const std::string& path);
 /// The same for all that was written to the file system of `path`.
 void syncFileSystem(const std::string& path);
 std::int64_t nowSeconds();
+/// Waits, some milliseconds at most, until whoever writes a file of that time gives it another one. What is read of the
+/// file behind that belongs to its time.
+/// @param modifiedTicks  100 ns since 1601, UTC
+void waitForLaterTime(std::int64_t modifiedTicks);
 
 }  // namespace workstation

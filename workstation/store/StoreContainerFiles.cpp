@@ -37,6 +37,7 @@ Received receive(const Bodies& bodies, const ContainerFileChange& change) {
   if (change.path.empty()) return received;
   for (int tries = 0; tries < 2; ++tries) {
     const FileContent before = stateOf(change.path);
+    waitForLaterTime(before.modified);
     std::optional<DiskFile> file = DiskFile::openToRead(platform::systemPath(change.path));
     if (!file || !before.isKnown()) {
       throw StoreError{kStoreChanged, L"\"" + change.path + L"\" went away while it was committed"};

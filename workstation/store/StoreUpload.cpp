@@ -107,6 +107,7 @@ void readContent(const Bodies& bodies, const FilePut& put, Arrival& arrival) {
   for (int tries = 0; tries < 2; ++tries) {
     if (tries > 0) source.rewind();
     arrival.state = source.state();
+    waitForLaterTime(ticksOf(arrival.state.modified));
     arrival.body = bodies.take([&](std::uint8_t* buffer, std::size_t size) { return source.read(buffer, size); });
     if (arrival.state != source.state() || arrival.state.size != arrival.body.size) continue;
     const FileContent read{static_cast<std::int64_t>(arrival.state.size), ticksOf(arrival.state.modified), {}};
