@@ -22,7 +22,12 @@ std::wstring findText(DWORD flags, HMODULE module, DWORD code) {
   std::wstring_view text;
   std::span<const MessageText> texts;
   if ((flags & FORMAT_MESSAGE_FROM_HMODULE) != 0 && messageTextsOf(module, texts)) text = findMessageText(texts, code);
-  if (text.empty() && (flags & FORMAT_MESSAGE_FROM_SYSTEM) != 0) text = findMessageText(systemMessageTexts(), code);
+  if (text.empty() && (flags & FORMAT_MESSAGE_FROM_SYSTEM) != 0) {
+    text = findMessageText(systemMessageTexts(), code);
+    // A status that carries an error code.
+    constexpr DWORD kOfSystem = 0x80070000U;
+    if (text.empty() && (code & 0xFFFF0000U) == kOfSystem) text = findMessageText(systemMessageTexts(), code & 0xFFFFU);
+  }
   if (text.empty()) return {};
   return std::wstring(text) + std::wstring(kLineEnd);
 }
