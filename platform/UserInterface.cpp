@@ -30,6 +30,10 @@ std::atomic<IUserInterface*>& current() {
 
 }  // namespace
 
+int IUserInterface::showDialog(Dialog& /*dialog*/) {
+  return IDCANCEL;
+}
+
 IUserInterface& userInterface() {
   return *current();
 }

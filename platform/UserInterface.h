@@ -1,4 +1,4 @@
-// The one seam between the system and a person: boxes, progress windows, cursor, opener.
+// The one seam between the system and a person: boxes, dialogs, progress windows, cursor, opener.
 //
 // Exactly one implementation is in place at a time. Terminal, desktop and the scripted one of the tests are built
 // above; until a host sets one, the silent one stands, which shows nothing and gives every question its denying answer.
@@ -33,6 +33,14 @@ struct MessageBoxRequest {
   std::wstring checkBox{};      ///< label of a check box, which only a person ticks; empty for none
 };
 
+/// The question for the name of a file that is going to be written.
+struct FileNameRequest {
+  HWND owner = nullptr;
+  std::wstring filter;  ///< kinds of files, as "ZIP (*.zip)"
+};
+
+class Dialog;
+
 /// A progress window that its creator drives and that is hidden until `show`.
 class PLATFORM_API IProgressWindow {
  public:
@@ -55,6 +63,12 @@ class PLATFORM_API IUserInterface {
   /// @return the IDxxx value of the button, never one that the style does not offer; kBoxChecked with it when the check
   /// box was ticked
   virtual int messageBox(const MessageBoxRequest& request) = 0;
+  /// @return a library path; empty when the person gave none. Nothing is asked about a file that is there: the caller
+  /// does
+  virtual std::wstring askFileName(const FileNameRequest& /*request*/) { return {}; }
+  /// Shows a dialog and lets the person work on its controls, through its own operations.
+  /// @return the number of the button that ended it; IDCANCEL, with nothing shown, when no person can be asked
+  virtual int showDialog(Dialog& dialog);
   /// A floating progress window of that size in pixels at the lower right corner of the work area.
   /// @return null when there is no display for it; work goes on without
   virtual std::unique_ptr<IProgressWindow> createProgressWindow(const std::wstring& title, int width, int height) = 0;

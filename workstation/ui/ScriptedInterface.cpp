@@ -74,6 +74,40 @@ int ScriptedInterface::messageBox(const platform::MessageBoxRequest& request) {
   return box.answer;
 }
 
+void ScriptedInterface::answerWithFileName(std::wstring path) {
+  const std::lock_guard lock(mutex_);
+  fileNames_.push_back(std::move(path));
+}
+
+std::wstring ScriptedInterface::askFileName(const platform::FileNameRequest& request) {
+  const std::lock_guard lock(mutex_);
+  std::wstring path;
+  if (!fileNames_.empty()) {
+    path = fileNames_.front();
+    fileNames_.pop_front();
+  }
+  Box& box = boxes_.emplace_back();
+  box.caption = path;
+  box.text = request.filter;
+  return path;
+}
+
+void ScriptedInterface::workOnDialog(std::function<int(platform::Dialog&)> person) {
+  const std::lock_guard lock(mutex_);
+  people_.push_back(std::move(person));
+}
+
+int ScriptedInterface::showDialog(platform::Dialog& dialog) {
+  std::function<int(platform::Dialog&)> person;
+  {
+    const std::lock_guard lock(mutex_);
+    if (people_.empty()) return IDCANCEL;
+    person = std::move(people_.front());
+    people_.pop_front();
+  }
+  return person(dialog);
+}
+
 std::vector<ScriptedInterface::Box> ScriptedInterface::boxes() const {
   const std::lock_guard lock(mutex_);
   return boxes_;

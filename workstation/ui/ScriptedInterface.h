@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/Dialog.h"
 #include "platform/UserInterface.h"
 #include "workstation/Export.h"
 
@@ -37,6 +38,11 @@ class WORKSTATION_API ScriptedInterface final : public platform::IUserInterface 
   /// Is asked for boxes for which no answer waits. It runs while no lock is held.
   void setResponder(std::function<int(const Box&)> responder);
 
+  /// Name of the file that the next question for one gets; without it there is none.
+  void answerWithFileName(std::wstring path);
+  /// What the person does to the next dialog. @param person  works on the controls and answers the number of a button
+  void workOnDialog(std::function<int(platform::Dialog&)> person);
+
   std::vector<Box> boxes() const;
   std::size_t waitingAnswers() const;
   /// Texts of the boxes that were given an answer that they do not offer.
@@ -55,6 +61,10 @@ class WORKSTATION_API ScriptedInterface final : public platform::IUserInterface 
   void setOpenResult(int result);
 
   int messageBox(const platform::MessageBoxRequest& request) override;
+  /// The filter goes to boxes() as its text, with the name as its caption.
+  std::wstring askFileName(const platform::FileNameRequest& request) override;
+  /// Without a person at it: IDCANCEL.
+  int showDialog(platform::Dialog& dialog) override;
   std::unique_ptr<platform::IProgressWindow> createProgressWindow(const std::wstring& title, int width,
                                                                   int height) override;
   int pixelDensity() const override;
@@ -68,6 +78,8 @@ class WORKSTATION_API ScriptedInterface final : public platform::IUserInterface 
   mutable std::mutex mutex_;
   std::deque<int> answers_;
   std::function<int(const Box&)> responder_;
+  std::deque<std::wstring> fileNames_;
+  std::deque<std::function<int(platform::Dialog&)>> people_;
   std::vector<Box> boxes_;
   std::vector<std::wstring> unusableAnswers_;
   std::vector<std::wstring> progressCalls_;

@@ -3,12 +3,14 @@
 #include <poll.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX signal sets
 #include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <ctime>
 #include <string_view>
 
+#include "platform/SecureMemory.h"
 #include "platform/Text.h"
 #include "workstation/ui/LogText.h"
 
@@ -48,6 +50,42 @@ class SuspendedBrokenPipe {
   sigset_t before_{};
   bool wasPending_ = false;
 };
+
+/// Keeps the terminal from showing what is typed while it lives.
+class SuspendedEcho {
+ public:
+  explicit SuspendedEcho(int terminal) : terminal_(terminal) {
+    if (::tcgetattr(terminal_, &before_) != 0) return;
+    termios silent = before_;
+    // The program must not be ended while nothing is shown: the interrupt arrives as the end of a line.
+    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO | ISIG);
+    silent.c_cc[VEOL] = before_.c_cc[VINTR];
+    isSilent_ = ::tcsetattr(terminal_, TCSAFLUSH, &silent) == 0;
+  }
+  ~SuspendedEcho() {
+    if (isSilent_) ::tcsetattr(terminal_, TCSANOW, &before_);
+  }
+  SuspendedEcho(const SuspendedEcho&) = delete;
+  SuspendedEcho& operator=(const SuspendedEcho&) = delete;
+  bool isSilent() const { return isSilent_; }
+  char interrupt() const { return static_cast<char>(before_.c_cc[VINTR]); }
+
+ private:
+  int terminal_;
+  termios before_{};
+  bool isSilent_ = false;
+};
+
+/// The bytes of a line. Byte by byte: what follows the line belongs to whoever reads the input next.
+/// @param interrupt  ends it without a line; 0 for none
+bool readBytes(int input, std::string& bytes, char interrupt = '\0') {
+  for (;;) {
+    char byte = '\0';
+    if (::read(input, &byte, 1) <= 0 || (interrupt != '\0' && byte == interrupt)) return false;
+    if (byte == '\n') return true;
+    if (bytes.size() < kLongestLine) bytes += byte;
+  }
+}
 
 void writeAll(int output, std::string_view text) {
   const SuspendedBrokenPipe guard;
@@ -115,16 +153,24 @@ void Terminal::clearLine() {
 
 bool Terminal::readLine(std::wstring& line) {
   std::string bytes;
-  for (;;) {
-    char byte = '\0';
-    // Byte by byte: what follows the line belongs to whoever reads the input next.
-    const ssize_t got = ::read(input_, &byte, 1);
-    if (got <= 0) return false;
-    if (byte == '\n') break;
-    if (bytes.size() < kLongestLine) bytes += byte;
-  }
+  if (!readBytes(input_, bytes)) return false;
   line = platform::fromUtf8(bytes);
   return true;
+}
+
+bool Terminal::readSecret(const std::wstring& prompt, std::wstring& line) {
+  const SuspendedEcho silence(input_);
+  if (!silence.isSilent()) return false;
+  write(prompt);
+  std::string bytes;
+  bytes.reserve(kLongestLine);
+  const bool isRead = readBytes(input_, bytes, silence.interrupt());
+  std::wstring text = platform::fromUtf8(bytes);
+  line.assign(text, 0, line.capacity());
+  platform::wipe(bytes);
+  platform::wipe(text);
+  write(L"\n");
+  return isRead;
 }
 
 Terminal& standardTerminal() {

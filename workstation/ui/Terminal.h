@@ -34,6 +34,11 @@ class WORKSTATION_API Terminal {
   /// Waits for a line, which comes without its line feed. One thread at a time.
   /// @return false at the end of the input, or when a signal broke the wait off
   bool readLine(std::wstring& line);
+  /// Writes the prompt and waits for a line that the terminal does not show while it is typed. Only where a person can
+  /// be asked.
+  /// @param line  cut to the room that is reserved in it; nothing of the line is left elsewhere
+  /// @return false at the end of the input too, and when the person interrupts
+  bool readSecret(const std::wstring& prompt, std::wstring& line);
 
  private:
   std::size_t width() const;

@@ -1,7 +1,11 @@
 #include "workstation/ui/TerminalInterface.h"
 
+#include <algorithm>
+
+#include "platform/Dialog.h"
 #include "workstation/ui/BoxButtons.h"
 #include "workstation/ui/Terminal.h"
+#include "workstation/ui/TerminalDialog.h"
 #include "workstation/ui/TerminalProgress.h"
 #include "workstation/ui/TextTable.h"
 #include "workstation/ui/Texts.h"
@@ -57,6 +61,35 @@ int TerminalInterface::answerOf(const platform::MessageBoxRequest& request) {
 
 bool TerminalInterface::isPersonThere() const {
   return !options_.assumeYes && !options_.assumeNo && terminal_.canAsk();
+}
+
+bool TerminalInterface::isPersonThereFor(const std::wstring& question) {
+  if (isPersonThere()) return true;
+  const std::wstring answer = labelOf(MB_OKCANCEL, IDCANCEL);
+  const int reason = options_.assumeNo || options_.assumeYes ? kTextAnswered : kTextNobodyToAsk;
+  terminal_.write(question + L'\n' + withParameters(languageText(reason), {answer}) + L'\n');
+  return false;
+}
+
+std::wstring TerminalInterface::askFileName(const platform::FileNameRequest& request) {
+  const std::lock_guard lock(questions_);
+  if (!isPersonThereFor(request.filter)) return {};
+  asking_ = true;
+  terminal_.write(request.filter + L": ");
+  std::wstring path;
+  if (!terminal_.readLine(path)) terminal_.write(L"\n");
+  asking_ = false;
+  std::replace(path.begin(), path.end(), L'/', L'\\');
+  return path;
+}
+
+int TerminalInterface::showDialog(platform::Dialog& dialog) {
+  const std::lock_guard lock(questions_);
+  if (!isPersonThereFor(dialog.title)) return IDCANCEL;
+  asking_ = true;
+  const int button = askThrough(dialog, terminal_);
+  asking_ = false;
+  return button;
 }
 
 /// What nobody has read is not ticked off: an unattended run leaves the check box empty.

@@ -36,6 +36,10 @@ class WORKSTATION_API TerminalInterface final : public platform::IUserInterface 
   ~TerminalInterface() override;
 
   int messageBox(const platform::MessageBoxRequest& request) override;
+  /// The name is typed as a path, from the directory of the process on.
+  std::wstring askFileName(const platform::FileNameRequest& request) override;
+  /// Asks for one control after the other; the end of the input cancels.
+  int showDialog(platform::Dialog& dialog) override;
   /// On a terminal one line that is redrawn at most ten times a second, elsewhere a line at most every five seconds.
   std::unique_ptr<platform::IProgressWindow> createProgressWindow(const std::wstring& title, int width,
                                                                   int height) override;
@@ -54,6 +58,8 @@ class WORKSTATION_API TerminalInterface final : public platform::IUserInterface 
   int askUntilUnderstood(const platform::MessageBoxRequest& request);
   bool isTicked(const platform::MessageBoxRequest& request);
   bool isPersonThere() const;
+  /// @return false, once the person was told, when nobody can be asked
+  bool isPersonThereFor(const std::wstring& question);
   int answerWithoutAsking(const platform::MessageBoxRequest& request);
   /// Draws a progress or status line unless a question stands on the terminal.
   void draw(const std::wstring& text);
