@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -113,6 +114,12 @@ DWORD removeSystemTree(const std::string& path) {
   const bool removed = ::rmdir(path.c_str()) == 0;
   if (contentError != 0) return fromErrno(contentError);
   return removed ? ERROR_SUCCESS : fromErrno(errno);
+}
+
+std::optional<std::uint64_t> freeSpace(const std::wstring& directory) {
+  struct statvfs volume {};
+  if (::statvfs(systemPath(directory).c_str(), &volume) != 0) return std::nullopt;
+  return std::uint64_t{volume.f_bavail} * volume.f_frsize;
 }
 
 DWORD removeTree(const std::wstring& path) {

@@ -96,6 +96,7 @@ PLATFORM_API int _wunlink(const wchar_t* path);            // NOLINT(bugprone-re
 #endif
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -129,6 +130,9 @@ struct TrashFailure {
   std::string place;              ///< where the original lies now, as a system path; empty where it always was
   std::vector<std::string> left;  ///< relative to it
 };
+
+/// Bytes that this user may still write below a directory; nothing when the system does not tell.
+PLATFORM_API std::optional<std::uint64_t> freeSpace(const std::wstring& directory);
 
 /// Moves a file or directory into the user's trash (freedesktop.org Trash 1.0). Never deletes: without a trash that
 /// takes it, it stays. To another volume it is copied, under a name beside its own so that nobody finds it by its path

@@ -15,6 +15,7 @@
 
 #include "platform/DirectoryStream.h"
 #include "platform/Errors.h"
+#include "platform/ExactNames.h"
 #include "platform/PathLookup.h"
 #include "platform/Text.h"
 
@@ -49,9 +50,13 @@ bool isAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
+/// System path of the directory that ScopedExactNames names on this thread; empty for none.
+thread_local std::string exactDirectory;
+
 /// The entry of `directory` that equals `wanted` without regard to case, the first in byte order; empty when there is
 /// none. What was found before a failure to read on is an entry all the same.
 std::string findEntry(const std::string& directory, const std::string& wanted) {
+  if (directory == exactDirectory) return {};
   DirectoryStream stream(directory);
   if (!stream) return {};
   const std::wstring wide = fromUtf8(wanted);
@@ -162,6 +167,14 @@ std::wstring withBackslashes(const std::string& path) {
 }
 
 }  // namespace
+
+ScopedExactNames::ScopedExactNames(const std::wstring& directory) {
+  exactDirectory = systemPath(directory);
+}
+
+ScopedExactNames::~ScopedExactNames() {
+  exactDirectory.clear();
+}
 
 bool setDrive(wchar_t letter, const std::string& systemDirectory) {
   if (letter >= L'a' && letter <= L'y') letter = static_cast<wchar_t>(letter - L'a' + L'A');

@@ -176,6 +176,16 @@ bool ClsZip::extract(const wchar_t* directory) {
   return extraction.run(callback_, reason) || fail(reason);
 }
 
+bool ClsZip::checkContent() {
+  const ZipContent content = this->content();
+  for (const auto& [id, entry] : entries_.all()) {
+    if (entry.isDirectory()) continue;
+    const std::wstring reason = content.read(entry, [](const void*, std::size_t) { return true; });
+    if (!reason.empty()) return failEntry(entry, reason);
+  }
+  return true;
+}
+
 std::wstring ClsZip::writeTo(IZipOutput& output) {
   std::uint64_t total = 0;
   for (const auto& [id, entry] : entries_.all()) total += entry.size;

@@ -37,6 +37,7 @@ class ClsZip {
   bool remove(std::uint64_t id);
   std::int32_t count() const;
   bool extract(const wchar_t* directory);
+  bool checkContent();
   bool write();
   bool write(CkByteData& out);
 

@@ -1,10 +1,14 @@
 #include "toolkit/ZipExtraction.h"
 
 #include <algorithm>
+#include <optional>
 
+#include "platform/ExactNames.h"
+#include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "platform/Time.h"
+#include "toolkit/DirectoryListing.h"
 
 namespace Quorvel::FileAccess {
 
@@ -59,8 +63,15 @@ bool ZipExtraction::prepare(std::wstring& reason) {
     return false;
   }
   const DWORD error = makeDirectory(directory_);
+  std::vector<DirectoryEntry> found;
+  isFresh_ = listDirectory(directory_, L"*", Arriving::Shown, found) == ERROR_SUCCESS && found.empty();
   if (error != ERROR_SUCCESS) reason = L"directory \"" + directory_ + L"\" can't be made: " + systemReason(error);
-  return error == ERROR_SUCCESS;
+  if (!reason.empty()) return false;
+  const std::optional<std::uint64_t> room = platform::freeSpace(directory_);
+  if (!room || total_ <= *room) return true;
+  reason = platform::formatWide(L"directory \"%s\" has room for %llu bytes, the content has %llu", directory_, *room,
+                                total_);
+  return false;
 }
 
 bool ZipExtraction::run(CkZipProgressW* callback, std::wstring& reason) {
@@ -85,6 +96,8 @@ std::wstring ZipExtraction::extract(const Item& item, ZipMeter& meter) const {
 }
 
 std::wstring ZipExtraction::writeFile(const Item& item, ZipMeter& meter) const {
+  std::optional<platform::ScopedExactNames> exact;
+  if (isFresh_) exact.emplace(platform::directoryOf(item.path));
   ArrivingFile file(item.path);
   std::wstring failure;
   const auto failed = [&item] {

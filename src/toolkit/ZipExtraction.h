@@ -42,6 +42,7 @@ class ZipExtraction {
   ZipNameClashes clashes_;
   std::vector<Item> items_;
   std::uint64_t total_ = 0;
+  bool isFresh_ = false;  // the directory was empty: nothing but these entries is in it
 };
 
 }  // namespace Quorvel::FileAccess

@@ -171,6 +171,10 @@ bool CkZipW::Extract(const wchar_t* directory) {
   return attempt(archive_, [&](ClsZip& zip) { return zip.extract(directory); });
 }
 
+bool CkZipW::CheckContent() {
+  return attempt(archive_, [](ClsZip& zip) { return zip.checkContent(); });
+}
+
 bool CkZipW::WriteZipAndClose() {
   return attempt(archive_, [&](ClsZip& zip) { return zip.write(); });
 }

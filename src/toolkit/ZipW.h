@@ -104,6 +104,9 @@ class CkZipW : public CkObject {
   /// Extracts everything below a directory (library path). What would leave it, a link, a device name and an entry
   /// whose size or CRC-32 is not what it claims end the operation; each file appears whole or not at all.
   bool Extract(const wchar_t* directory);
+  /// Reads all content and writes nothing. @return false when an entry's size or CRC-32 is not what it claims, or the
+  /// entry can't be read
+  bool CheckContent();
   /// The archive appears whole at its path, or what was there stays. The object is empty afterwards on success.
   bool WriteZipAndClose();
   /// Replaces `out`, which is untouched on a failure.
