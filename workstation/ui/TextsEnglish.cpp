@@ -78,6 +78,11 @@ constexpr LanguageText kEnglish[] = {
     {1800533, 0, "Do not show this message again"},
     {2500124, 0, "Files that were not uploaded, project"},
     {2500481, 0, "Please wait. The project's files are being checked"},
+    {2500482, 0, "Packing"},
+    {2500483, 0, "Unpacking"},
+    {2500484, 0, "files"},
+    {2500485, 0, "The archive holds a link to a project of another user:"},
+    {2500486, 0, "Two of the files have the same name. They can't go into one archive."},
     {3201973, 0, "Do you want to try again?"},
 };
 

@@ -81,6 +81,11 @@ constexpr LanguageText kGerman[] = {
     {1800533, 0, "Diese Meldung nicht mehr anzeigen"},
     {2500124, 0, "Nicht hochgeladene Dateien, Projekt"},
     {2500481, 0, "Bitte warten. Die Dateien des Projekts werden geprüft"},
+    {2500482, 0, "Packen"},
+    {2500483, 0, "Entpacken"},
+    {2500484, 0, "Dateien"},
+    {2500485, 0, "Das Archiv enthält eine Verknüpfung zum Projekt eines anderen Benutzers:"},
+    {2500486, 0, "Zwei der Dateien haben denselben Namen. Sie können nicht in ein Archiv."},
     {3201973, 0, "Möchten Sie es erneut versuchen?"},
 };
 
