@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/Dialog.h"
 #include "workstation/ui/HostInterface.h"
 #include "workstation/ui/Terminal.h"
 #include "workstation/ui/TerminalInterface.h"
@@ -124,6 +125,49 @@ TEST_F(TerminalTest, OnlyAPersonTicksACheckBox) {
   EXPECT_EQ(ask(notice, {.assumeYes = true}).get(), IDOK);
 }
 
+/// A user name, a password and whether to keep them.
+struct Login : platform::Dialog {
+  using Kind = platform::DialogControl::Kind;
+  Login() {
+    title = L"Log in";
+    controls = {{1, Kind::Label, L"Name"},     {2, Kind::Edit, L"ada", 8},
+                {3, Kind::Label, L"Password"}, {4, Kind::Password, L"stored", 15},
+                {5, Kind::CheckBox, L"Keep"},  {6, Kind::CheckBox, L"Grey", 0, false, false}};
+  }
+};
+
+TEST_F(TerminalTest, DialogAsksForEachControlAndShowsNoPassword) {
+  Login dialog;
+  const auto show = [&] {
+    return std::async(std::launch::async, [&] {
+      Terminal terminal(screen_.program(), screen_.program());
+      return TerminalInterface(terminal, {}).showDialog(dialog);
+    });
+  };
+  auto button = show();
+  screen_.screenWith("Name [ada]: ");
+  screen_.type("grace hopper\n");
+  screen_.screenWith("Password: ");
+  screen_.type("se;cret\n");
+  screen_.screenWith("Keep [Y]es/<[N]o>? ");
+  screen_.type("y\n");
+  EXPECT_EQ(button.get(), IDOK);
+  EXPECT_EQ(dialog.control(2).text, L"grace ho");
+  EXPECT_EQ(dialog.control(4).text, L"se;cret");
+  EXPECT_TRUE(dialog.control(5).isChecked);
+
+  button = show();
+  screen_.screenWith("Name [grace ho]: ");
+  screen_.type("\n");
+  screen_.screenWith("Name [grace ho]: \r\nPassword: ");
+  screen_.type("half\x03");
+  EXPECT_EQ(button.get(), IDCANCEL) << "interrupted";
+  const std::string shown = screen_.screenWith("Password: \r\n\r\n");
+  for (const char* secret : {"secret", "cret", "stored", "half", "Grey"})
+    EXPECT_FALSE(contains(shown, secret)) << secret;
+  EXPECT_EQ(dialog.control(4).text, L"se;cret");
+}
+
 TEST(TerminalWithoutPerson, DeniesAndSaysSo) {
   workstation::setLanguage("en");
   const Output output;
@@ -131,6 +175,9 @@ TEST(TerminalWithoutPerson, DeniesAndSaysSo) {
   TerminalInterface ui(terminal, {});
   EXPECT_EQ(ui.messageBox(box(MB_YESNO)), IDNO);
   EXPECT_EQ(ui.messageBox(box(MB_RETRYCANCEL)), IDCANCEL);
+  Login dialog;
+  EXPECT_EQ(ui.showDialog(dialog), IDCANCEL);
+  EXPECT_EQ(ui.askFileName({nullptr, L"ZIP (*.zip)"}), L"");
   const std::string text = output.everything();
   EXPECT_TRUE(contains(text, "Quorvel: Failed to get files\\x1b[2J\n"));
   EXPECT_TRUE(contains(text, "There is no terminal to ask on. Answered: No\n"));
