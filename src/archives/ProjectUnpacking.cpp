@@ -25,7 +25,7 @@ constexpr int kForeignOwnerTextId = 2500485;
 /// The name that the user sees if a directory can have it, otherwise that of the directory which was packed. Empty when
 /// neither is one: what an archive says must not lead anywhere.
 std::wstring nameOf(const PRJ& info) {
-  for (const std::wstring name : {info.GetProjectName(), info.GetDirectoryName()}) {
+  for (const wchar_t* name : {info.GetProjectName(), info.GetDirectoryName()}) {
     if (isProjectName(name)) return name;
   }
   return {};

@@ -248,8 +248,11 @@ TEST_F(ProjectArchives, HostileArchivesLeaveNothing) {
 
 TEST_F(ProjectArchives, ShareProjectIsToldByItsContent) {
   desk.writeFile(path(L"shared\\Link4\\Resource\\tb000002.zdw"), "drawing");
-  fs::copy_file(platform::systemPath(path(L"House\\Project1.Dat.xml")),
-                platform::systemPath(path(L"shared\\Link4\\Resource\\Project1.Dat.xml")));
+  PRJ linked;
+  NetID_ReadPrjInfoByPath(path(L"House"), linked);
+  linked.link = true;
+  linked.owner = 77;
+  NetID_WritePrjInfoByPath(path(L"shared\\Link4\\Resource"), linked, 0);
   ASSERT_TRUE(WGO_zipFolder(path(L"shared").c_str(), path(L"s.zip").c_str(), {}, true));
   ASSERT_TRUE(WGO_zipFolder(path(L"House").c_str(), path(L"plain.zip").c_str(), {L"LCK", L"BIM"}, true));
   EXPECT_TRUE(WGO_isShareProjectZipFile(path(L"s.zip").c_str()));
@@ -258,6 +261,8 @@ TEST_F(ProjectArchives, ShareProjectIsToldByItsContent) {
   EXPECT_FALSE(WGO_isShareProjectZipFile(nullptr));
   EXPECT_EQ(std::wstring(inspect(L"s.zip").GetProjectName()), L"House");
   ASSERT_TRUE(unpack(L"s.zip"));
+  EXPECT_EQ(boxes(), std::vector<std::wstring>{path(L"s.zip") + L"\n\nThe archive holds a link to a project of another "
+                                                                L"user:\n\n#77"});
   EXPECT_EQ(tree(path(L"out")),
             ". House.prj House.prj/Link4 House.prj/Link4/Resource House.prj/Link4/Resource/Project1.Dat.xml "
             "House.prj/Link4/Resource/tb000002.zdw");

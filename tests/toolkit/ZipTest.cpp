@@ -137,6 +137,13 @@ TEST_F(Zip, ReadsWhatOtherToolsWrite) {
   }
 }
 
+TEST_F(Zip, DirectoriesThatDifferInLetterCaseBecomeOne) {
+  write("c.zip", handmade({{"A/x", "1"}, {"a/y", "2"}, {"a/B/q", "3"}, {"A/b/r", "4"}}));
+  ASSERT_TRUE(open(L"c.zip") && zip.CheckContent() && extract(L"new")) << error();
+  EXPECT_FALSE(exists("new/a"));
+  EXPECT_EQ(read("new/A/x") + read("new/A/y") + read("new/A/B/q") + read("new/A/B/r"), "1234");
+}
+
 TEST_F(Zip, LivesInMemory) {
   CkByteData archive;
   std::vector<std::size_t> sizes;
