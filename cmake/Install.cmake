@@ -18,7 +18,7 @@ install(FILES workstation/program/zephor.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/m
 install(DIRECTORY include/zephor DESTINATION ${ZEPHOR_HEADER_DIR} FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY host DESTINATION ${ZEPHOR_HEADER_DIR} FILES_MATCHING PATTERN "*.h")
 # The platform's other headers are for itself.
-foreach(header Export Files Messages Paths Synchronisation Text Time UserInterface WindowsTypes)
+foreach(header Dialog Export Files Messages Paths SecureMemory Synchronisation Text Time UserInterface WindowsTypes)
   install(FILES platform/${header}.h DESTINATION ${ZEPHOR_HEADER_DIR}/platform)
 endforeach()
 install(FILES workstation/Session.h workstation/Export.h DESTINATION ${ZEPHOR_HEADER_DIR}/workstation)

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <cwchar>
 #include <functional>
+#include <tuple>
 
 #include "tests/diagnostics/DiagnosticsFixture.h"
 
@@ -19,13 +20,6 @@ class LoginDialog : public DiagnosticsTest {
   int show(std::function<int(platform::Dialog&)> person) {
     user.workOnDialog(std::move(person));
     return WGO_showLoginDialog(nullptr, L"Office", L"ftp.example.org", data);
-  }
-  int cancel(int& focus, std::wstring& reason) {
-    return show([&](platform::Dialog& dialog) {
-      focus = dialog.focus;
-      reason = dialog.control(kLoginReason).text;
-      return IDCANCEL;
-    });
   }
 
   LoginData data{L"ada", L"secret", 0, 1, 0};
@@ -84,13 +78,7 @@ TEST_F(LoginDialog, SavedPasswordNeedsSavedUser) {
 }
 
 TEST_F(LoginDialog, FocusFollowsWhatIsMissingOrWasRefused) {
-  struct Row {
-    const wchar_t* user;
-    const wchar_t* password;
-    int reason;
-    int focus;
-    const wchar_t* text;
-  };
+  using Row = std::tuple<const wchar_t*, const wchar_t*, int, int, std::wstring>;
   const Row rows[] = {
       {L"ada", L"secret", 0, kLoginUser, L""},
       {L"", L"", 0, kLoginUser, L""},
@@ -99,15 +87,15 @@ TEST_F(LoginDialog, FocusFollowsWhatIsMissingOrWasRefused) {
       {L"ada", L"", 2, kLoginUser, L"The server did not accept the user name."},
       {L"ada", L"secret", 3, kLoginPassword, L"The server did not accept the password."},
   };
-  for (const Row& row : rows) {
-    data = {{}, {}, row.reason, 0, 0};
-    std::wcscpy(data.userName, row.user);
-    std::wcscpy(data.password, row.password);
-    int focus = 0;
-    std::wstring reason;
-    EXPECT_EQ(cancel(focus, reason), IDCANCEL);
-    EXPECT_EQ(focus, row.focus);
-    EXPECT_EQ(reason, row.text);
+  for (const auto& [name, password, reason, focus, text] : rows) {
+    data = {{}, {}, reason, 0, 0};
+    std::wcscpy(data.userName, name);
+    std::wcscpy(data.password, password);
+    show([&focus = focus, &text = text](platform::Dialog& dialog) {
+      EXPECT_EQ(dialog.focus, focus);
+      EXPECT_EQ(dialog.control(kLoginReason).text, text);
+      return IDCANCEL;
+    });
   }
 }
 
