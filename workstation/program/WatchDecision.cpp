@@ -7,11 +7,12 @@ namespace workstation::program {
 UploadStep decideUpload(const UploadFacts& facts) {
   // What was deleted by this workstation has no base: a file that is made anew is new.
   if (!facts.stored) return facts.base ? UploadStep::DeletedThere : UploadStep::Send;
-  if (facts.here.looksLike(*facts.stored)) return UploadStep::AlreadyThere;
   const bool isSettled = facts.settled && facts.settled->isKnown() && facts.settled->size == facts.stored->size &&
                          facts.settled->sha256 == facts.stored->sha256;
-  if (isSettled || (facts.base && *facts.base == facts.store)) return UploadStep::Send;
-  return facts.hasStoredContent() ? UploadStep::AlreadyThere : UploadStep::ChangedThere;
+  // Size and time alone prove nothing about content that no transfer has moved: archives and copies keep times.
+  if ((isSettled && facts.here.looksLike(*facts.settled)) || facts.hasStoredContent()) return UploadStep::AlreadyThere;
+  const bool isKnown = facts.isOwn || isSettled || (facts.base && *facts.base == facts.store);
+  return isKnown ? UploadStep::Send : UploadStep::ChangedThere;
 }
 
 bool looksLikeAccident(std::size_t vanished, std::size_t served) {

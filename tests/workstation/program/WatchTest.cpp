@@ -30,7 +30,10 @@ TEST(WatchDecision, AnUploadGoesOnlyOntoWhatWasLastInStep) {
       {{mine, old, first, theirs, second, other}, UploadStep::ChangedThere},
       {{mine, {}, {}, theirs, second, other}, UploadStep::ChangedThere},
       {{mine, {}, {}, theirs, second, equal}, UploadStep::AlreadyThere},
-      {{theirs, old, first, theirs, second, other}, UploadStep::AlreadyThere},
+      {{mine, old, first, theirs, second, other, true}, UploadStep::Send},
+      {{theirs, old, first, theirs, second, other}, UploadStep::ChangedThere},
+      {{theirs, theirs, first, theirs, second, other}, UploadStep::AlreadyThere},
+      {{mine, old, first, old, first, equal}, UploadStep::AlreadyThere},
       {{mine, FileContent{}, {}, FileContent{0, 1, ""}, second, other}, UploadStep::ChangedThere},
   };
   for (std::size_t i = 0; i < std::size(cases); ++i) EXPECT_EQ(decideUpload(cases[i].facts), cases[i].step) << i;
