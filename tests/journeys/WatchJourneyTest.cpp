@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "tests/journeys/Program.h"
@@ -215,6 +216,89 @@ TEST(Watch, ASecondInterruptEndsAtOnceAndTheNextWatchTakesUpTheRest) {
     if (!waitUntilHere(*bens, office.project("ben") / "design" / std::to_string(i), std::to_string(i))) break;
   }
   EXPECT_EQ(stop(*again).exitCode, 0);
+}
+
+TEST(Watch, WhatIsOfOneSizeAndTimeOrNameIsStillTwoFiles) {
+  Office office;
+  office.found({"anna", "ben"});
+  const auto anna = office.project("anna");
+  const auto ben = office.project("ben");
+  const auto time = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+  write(ben / "same.zra", "ben's");
+  write(anna / "same.zra", "anna'");
+  for (const auto& place : {anna, ben}) std::filesystem::last_write_time(place / "same.zra", time);
+  office.must("ben", {"sync"});
+  for (const std::string option : {"--send-only", "--json"}) {
+    const Watching annas = watch(office, "anna", {option});
+    EXPECT_TRUE(annas->waitFor("kept")) << option;
+    EXPECT_EQ(stop(*annas).exitCode, 3);
+  }
+  const Watching annas = watch(office, "anna");
+  write(anna / "twin.zra", "one");
+  EXPECT_TRUE(annas->waitFor("twin.zra: sent"));
+  write(anna / "TWIN.zra", "two");
+  write(anna / "aux.zra", "the name of a device");
+  EXPECT_TRUE(annas->waitFor("TWIN.zra: kept"));
+  EXPECT_TRUE(annas->waitFor("aux.zra: kept"));
+  EXPECT_THAT(annas->soFar().out, Not(HasSubstr("failed")));
+}
+
+TEST(Watch, AStoreThatIsRestoredFromABackupEndsIt) {
+  Office office;
+  office.found({"anna"});
+  const auto anna = office.project("anna");
+  const Watching annas = watch(office, "anna");
+  std::filesystem::copy(office.store(), office.path("backup"), std::filesystem::copy_options::recursive);
+  write(anna / "a.zra", "sent to the one that is lost");
+  EXPECT_TRUE(annas->waitFor("a.zra: sent"));
+  std::filesystem::rename(office.store(), office.path("lost"));
+  std::filesystem::rename(office.path("backup"), office.store());
+  write(anna / "b.zra", "saved behind");
+  const ProgramRun run = annas->end();
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.err, HasSubstr("another store"));
+  EXPECT_THAT(run.out, Not(HasSubstr("b.zra: sent")));
+  const Watching again = watch(office, "anna");
+  EXPECT_TRUE(again->waitFor("b.zra: sent"));
+  EXPECT_TRUE(again->waitFor("a.zra: kept"));
+}
+
+TEST(Watch, FourChangesInTheContainersCacheReachTheColleague) {
+  Office office;
+  office.found({"anna", "ben"});
+  std::filesystem::create_directories(office.path("source"));
+  office.writeFile("source/a.sty", "a1");
+  office.must("anna", {"std", "create", "Styles", "--team", "Office", "--from", office.path("source").string()});
+  std::map<std::string, std::filesystem::path> cache;
+  for (const std::string user : {"anna", "ben"}) {
+    office.must(user, {"std", "subscribe", "Styles"});
+    const std::string out = office.must(user, {"--json", "std", "status", "Styles"});
+    cache[user] = std::string(nlohmann::json::parse(out.substr(0, out.find('\n')))["directory"]);
+  }
+  const Watching annas = watch(office, "anna");
+  const Watching bens = watch(office, "ben");
+  const auto change = [&](const std::string& content) {
+    for (const char* const name : {"a.sty", "sub/b.sty", "c.sty", "d.sty"}) write(cache["anna"] / name, content);
+  };
+  const auto arrives = [&](const std::string& content) {
+    for (const char* const name : {"a.sty", "sub/b.sty", "c.sty", "d.sty"}) {
+      EXPECT_TRUE(waitUntilHere(*bens, cache["ben"] / name, content)) << name;
+    }
+  };
+  change("a2");
+  arrives("a2");
+  const auto incoming = office.store() / "incoming";
+  std::filesystem::rename(incoming, office.path("away"));
+  office.writeFile("store/incoming", "in the way");
+  change("saved while nothing could be committed");
+  std::this_thread::sleep_for(std::chrono::seconds(2));
+  std::filesystem::remove(incoming);
+  std::filesystem::rename(office.path("away"), incoming);
+  arrives("saved while nothing could be committed");
+  const ProgramRun run = stop(*annas);
+  EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+  EXPECT_EQ(countOf(run.out, ": committed"), 8U) << run.out;
+  EXPECT_EQ(stop(*bens).exitCode, 0);
 }
 
 }  // namespace

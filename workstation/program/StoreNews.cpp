@@ -43,6 +43,7 @@ bool StoreNews::hasCome() {
   if (isWaiting ? Clock::now() < nextListing_ : !isWritten()) return false;
   StoreProject project;
   if (context_.store().project(context_.actor(), project_, project) != kStoreOk) {
+    nextQuestion_ = {};  // until it answers
     throw CommandFailure{ExitCode::Failure, CloudStore::lastText()};
   }
   if (project.changeCounter == counter_) return false;

@@ -36,7 +36,9 @@ void say(std::string_view text) {
 }
 
 /// What a signal handler may do: the loop looks at the count.
-void onStop(int /*signal*/) {
+void onStop(int signal) {
+  // The terminal is closed, and nobody is there to ask twice.
+  if (signal == SIGHUP && stops() > 0) return;
   if (stops().fetch_add(1) == 0) return say("zephor: ends when what runs is done; once more ends at once\n");
   say("zephor: ended; the next watch or sync takes up what was not sent\n");
   ::_exit(kEndedAtOnce);
@@ -50,6 +52,9 @@ void listenForStop() {
   action.sa_flags = SA_RESTART;
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
+  struct sigaction before = {};
+  sigaction(SIGHUP, nullptr, &before);
+  if (before.sa_handler != SIG_IGN) sigaction(SIGHUP, &action, nullptr);
 }
 
 ExitCode watch(Context& context, bool sendOnly) {

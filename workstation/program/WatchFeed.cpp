@@ -138,6 +138,9 @@ void WatchFeed::takeOfContainer(const WatchNotice& notice) {
 }
 
 void WatchFeed::send(const std::wstring& name) {
+  if (!platform::isSafeRelativeName(name)) {
+    return events_.outcome({name, false, kStoreInvalidName, {}, L"no other workstation can hold a file of this name"});
+  }
   const std::wstring path = platform::joinPath(places_.project, name);
   pool_.post(platform::toLower(path), [this, name, path] {
     const FileContent here = contentOnDisk(path);

@@ -1,5 +1,7 @@
 #include "workstation/program/WatchJudge.h"
 
+#include <sys/stat.h>
+
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Time.h"
@@ -9,15 +11,27 @@
 
 namespace workstation::program {
 
+namespace {
+
+std::optional<std::pair<std::uint64_t, std::uint64_t>> numberOf(const std::string& path) {
+  struct stat status = {};
+  if (::stat(path.c_str(), &status) != 0) return std::nullopt;
+  return std::pair<std::uint64_t, std::uint64_t>{status.st_dev, status.st_ino};
+}
+
+}  // namespace
+
 FileContent contentOnDisk(const std::wstring& path) {
   const platform::FileStatus status = platform::fileStatus(path);
   if (!status.exists || status.isDirectory) return {};
   return {static_cast<std::int64_t>(status.size), static_cast<std::int64_t>(platform::toTicks(status.writeTime)), {}};
 }
 
-WatchJudge::WatchJudge(const std::wstring& project, std::wstring directory,
+WatchJudge::WatchJudge(const std::string& store, const std::wstring& project, std::wstring directory,
                        std::function<bool(const std::wstring&)> isServed, Listener listener)
-    : project_(project),
+    : database_(store + "/store.db"),
+      number_(numberOf(database_).value_or(std::pair<std::uint64_t, std::uint64_t>{})),
+      project_(project),
       directory_(std::move(directory)),
       isServed_(std::move(isServed)),
       listener_(std::move(listener)),
@@ -39,6 +53,11 @@ UploadStep WatchJudge::judge(CloudStore& store, const StoreActor& actor, const F
   // A store that does not answer refuses the upload itself, with the reason.
   if (status != kStoreOk && status != kStoreNotFound) return UploadStep::Send;
   if (status == kStoreOk) {
+    // Two files here that differ in letter case are one in the store: the second would take the first one's place.
+    const std::wstring path = platform::joinPath(directory_, stored.name);
+    if (stored.name != put.name && platform::systemPath(path) != platform::systemPath(put.path)) {
+      return UploadStep::ChangedThere;
+    }
     revision = stored.revision;
     facts.stored = contentOf(stored);
     facts.store = stampOfStored(stored.revision, stored.size, facts.stored->modified);
@@ -54,7 +73,12 @@ UploadStep WatchJudge::judge(CloudStore& store, const StoreActor& actor, const F
   return decideUpload(facts);
 }
 
+bool WatchJudge::isSameStore() const {
+  return numberOf(database_).value_or(number_) == number_;
+}
+
 TransferVerdict WatchJudge::judgeUpload(CloudStore& store, const StoreActor& actor, const FilePut& put) {
+  if (!isSameStore()) return {kNoSuchRevision, false};
   TransferVerdict verdict;
   switch (judge(store, actor, put, verdict.revision)) {
     case UploadStep::Send:
@@ -72,7 +96,7 @@ TransferVerdict WatchJudge::judgeDeletion(CloudStore& store, const StoreActor& a
   StoredFile stored;
   if (store.findFile(actor, project_, name, stored) != kStoreOk) return {};
   // Made anew meanwhile: its own notice sends it.
-  if (contentOnDisk(platform::joinPath(directory_, name)).isKnown()) return {kNoSuchRevision, false};
+  if (!isSameStore() || contentOnDisk(platform::joinPath(directory_, name)).isKnown()) return {kNoSuchRevision, false};
   const std::lock_guard guard(mutex_);
   const std::optional<SeenFile> seen = record_ ? record_->ask(name) : std::nullopt;
   const std::optional<SyncPoint> base = base_.get(name);

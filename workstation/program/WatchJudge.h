@@ -28,9 +28,10 @@ class WatchJudge : public TransferJudge {
  public:
   using Listener = std::function<void(TransferOutcome outcome)>;
 
+  /// @param store     the store's directory
   /// @param isServed  asked with names relative to the project, on the transferring threads like the listener
-  WatchJudge(const std::wstring& project, std::wstring directory, std::function<bool(const std::wstring&)> isServed,
-             Listener listener);
+  WatchJudge(const std::string& store, const std::wstring& project, std::wstring directory,
+             std::function<bool(const std::wstring&)> isServed, Listener listener);
 
   bool isAskedFor(const std::wstring& name) const override { return isServed_(name); }
   TransferVerdict judgeUpload(CloudStore& store, const StoreActor& actor, const FilePut& put) override;
@@ -44,12 +45,17 @@ class WatchJudge : public TransferJudge {
   bool wasInStep(const std::wstring& name);
   /// Notes in the base what these outcomes left on both sides.
   void note(const std::vector<TransferOutcome>& outcomes);
+  /// False when another one lies in the store's place: what is open here then leads to a database that nobody reads any
+  /// more. A store that is away is the same.
+  bool isSameStore() const;
   /// Keys of all files that were in step once.
   std::vector<std::string> known();
 
  private:
   UploadStep judge(CloudStore& store, const StoreActor& actor, const FilePut& put, std::int64_t& revision);
 
+  const std::string database_;
+  const std::pair<std::uint64_t, std::uint64_t> number_;  // device and inode of the database
   const std::wstring project_;
   const std::wstring directory_;
   const std::function<bool(const std::wstring&)> isServed_;

@@ -58,7 +58,8 @@ WatchRun::WatchRun(Context& context, bool receives)
   while (!places_.project.empty() && places_.project.back() == L'\\') places_.project.pop_back();
   born_ = bornOf(places_.project);
   judge_ = std::make_shared<WatchJudge>(
-      project_, places_.project, [this](const std::wstring& name) { return served_.contain(name); },
+      context_.store().directory(), project_, places_.project,
+      [this](const std::wstring& name) { return served_.contain(name); },
       [this](TransferOutcome outcome) { events_.outcome(std::move(outcome)); });
 }
 
@@ -83,8 +84,8 @@ ExitCode WatchRun::run(const std::atomic<int>& stops) {
     receive();
     context_.output().message(L"watching " + get_ActivePrj().GetProjectDisplayName() + L"; Ctrl-C ends");
     while (stops == 0) turn(pending_.empty() ? kTurn : kBusyTurn, true);
-  } catch (const CommandFailure&) {
-    finish();
+  } catch (...) {
+    finish();  // uploads tell this run of their end
     throw;
   }
   finish();
@@ -106,7 +107,7 @@ void WatchRun::turn(std::chrono::milliseconds limit, bool retries) {
   container_.tellCommitted();
   if (unnoted_.size() > 500 || !isBusy()) flush();
   if (!retries) return;
-  checkDirectory();
+  checkPlaces();
   handRemovalsOver(false);
   retry();
   receive();
@@ -124,10 +125,11 @@ void WatchRun::takeOutcome(const TransferOutcome& outcome) {
   if (outcome.isDeletion && outcome.status == kStoreNotFound) return;
   if (outcome.status != kStoreOk) {
     const bool isConflict = outcome.status == kStoreChanged;
-    noteFailure(outcome, isConflict);
+    const bool isKept = outcome.status == kStoreInvalidName || (isConflict && !receives_);
+    if (!isKept) noteFailure(outcome, isConflict);
     // A look at both sides tells what has happened there.
-    if (isConflict && receives_) isPassDue_ = true;
-    if (!isConflict || receives_) return;
+    if (isConflict && receives_) hurryPass();
+    if (!isKept) return;
     failing_.erase(outcome.name);
     if (kept_.insert(outcome.name).second) report(context_, outcome.name, L"kept", outcome.reason);
     return;
@@ -221,7 +223,10 @@ void WatchRun::handRemovalsOver(bool all) {
   if (removals.empty()) return;
   if (bornOf(places_.project) != born_) return;
   std::erase_if(removals, [this](const std::wstring& name) {
-    return contentOnDisk(platform::joinPath(places_.project, name)).isKnown() || isGoneThere(name);
+    if (contentOnDisk(platform::joinPath(places_.project, name)).isKnown()) return true;
+    if (platform::isSafeRelativeName(name) && !isGoneThere(name)) return false;
+    kept_.erase(name);
+    return true;
   });
   flush();
   std::size_t served = 0;
@@ -288,17 +293,28 @@ void WatchRun::receive() {
 
 /// Brings what is new, when something is; the first look also finds what was changed here while nobody watched.
 void WatchRun::look() {
-  if (receives_ && news_.hasCome()) isPassDue_ = true;
+  if (receives_ && news_.hasCome()) hurryPass();
   if (isPassDue_ && WatchClock::now() >= nextPass_) {
     receives_ ? pass() : sendWhatDiffers();
   }
   if (receives_) container_.receive();
 }
 
+void WatchRun::hurryPass() {
+  isPassDue_ = true;
+  passPause_ = {};
+  nextPass_ = std::min(nextPass_, WatchClock::now() + kBetweenPasses);
+}
+
 /// Where nothing is brought, two sides that differ are told apart by the judge alone.
 void WatchRun::sendWhatDiffers() {
   flush();
-  for (const ComparedFile& file : compareProject(context_).differing) {
+  ProjectComparison comparison = compareProject(context_);
+  // The same size and time are not the same content.
+  for (ComparedFile& file : recordInStep(context_, comparison.unrecorded)) {
+    comparison.differing.push_back(std::move(file));
+  }
+  for (const ComparedFile& file : comparison.differing) {
     if (file.here.isKnown() && served_.contain(file.name) && !failing_.contains(file.name)) feed_->send(file.name);
   }
   nextPass_ = WatchClock::now() + kBetweenPasses;
@@ -330,7 +346,9 @@ void WatchRun::pass() {
   std::erase_if(kept_, [&](const std::wstring& item) { return item != L"?" && !sync.kept().contains(item); });
   std::erase_if(failing_, [](const auto& entry) { return entry.second.isConflict; });
   for (const ItemView& view : sync.left()) takeLeft(view);
-  nextPass_ = WatchClock::now() + kBetweenPasses;
+  // What could not be brought is tried again, and not all the time: the disk may be full.
+  if (!isPassDue_) passPause_ = {};
+  nextPass_ = WatchClock::now() + (isPassDue_ ? passPause_.next() : kBetweenPasses);
 }
 
 void WatchRun::takeLeft(const ItemView& view) {
@@ -340,7 +358,12 @@ void WatchRun::takeLeft(const ItemView& view) {
   if (view.here && !pending_.contains(view.fileName) && !failing_.contains(view.fileName)) feed_->send(view.fileName);
 }
 
-void WatchRun::checkDirectory() {
+void WatchRun::checkPlaces() {
+  if (!judge_->isSameStore()) {
+    throw CommandFailure{ExitCode::Failure,
+                         L"another store lies in the place of the one that was watched: was it "
+                         L"restored from a backup? zephor watch or sync goes on with it"};
+  }
   if (WatchClock::now() < nextCheck_) return;
   nextCheck_ = WatchClock::now() + kBetweenChecks;
   if (bornOf(places_.project) == born_) return;
@@ -352,7 +375,7 @@ void WatchRun::noteStore(const std::wstring* problem) {
   if (problem == nullptr) {
     if (!isStoreAway_) return;
     isStoreAway_ = false;
-    isPassDue_ = true;
+    hurryPass();
     storePause_ = {};
     wakeFailing();
     context_.output().message(L"the store is back");

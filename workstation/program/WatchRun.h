@@ -66,9 +66,10 @@ class WatchRun {
   void receive();
   void look();
   void sendWhatDiffers();
+  void hurryPass();
   void pass();
   void takeLeft(const ItemView& view);
-  void checkDirectory();
+  void checkPlaces();
   void noteStore(const std::wstring* problem);
   void flush();
   void finish();
@@ -96,6 +97,7 @@ class WatchRun {
   std::set<std::wstring> kept_;
   bool isPassDue_ = true;
   WatchClock::time_point nextPass_;
+  Backoff passPause_;
   WatchClock::time_point nextQuestion_;
   WatchClock::time_point nextCheck_;
   bool isStoreAway_ = false;
