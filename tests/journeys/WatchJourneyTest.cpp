@@ -155,6 +155,7 @@ TEST(Watch, ABurstArrivesWhole) {
   const ProgramRun run = stop(*annas);
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(countOf(run.out, ": sent"), static_cast<std::size_t>(count));
+  EXPECT_THAT(run.out, AllOf(Not(HasSubstr("fetched")), Not(HasSubstr("kept")))) << "its own were taken for others'";
   EXPECT_EQ(stop(*bens).exitCode, 0);
 }
 

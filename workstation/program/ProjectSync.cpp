@@ -84,11 +84,12 @@ std::wstring fileCount(std::uint64_t files) {
 
 }  // namespace
 
-ProjectSync::ProjectSync(Context& context, SyncMode mode, KeptFilter isNews)
+ProjectSync::ProjectSync(Context& context, SyncMode mode, KeptFilter isNews, SendingFilter isOnItsWay)
     : context_(context),
       dryRun_(context.options().dryRun),
       receives_(mode == SyncMode::Receive),
-      isNews_(std::move(isNews)) {}
+      isNews_(std::move(isNews)),
+      isOnItsWay_(std::move(isOnItsWay)) {}
 
 ExitCode ProjectSync::run() {
   if (!receives_) tellSwitchedOff();
@@ -197,6 +198,11 @@ void ProjectSync::judge() {
 
 /// A removal here may be on its way to the store: bringing the file back would undo it.
 void ProjectSync::leave(Item& item) {
+  if (isOnItsWay_ && isOnItsWay_(item.file.name)) {
+    item.decision = {SyncStep::Nothing, {}};
+    hasPassedOver_ = true;
+    return;
+  }
   const bool isRemovedHere = item.view.state == ObjectState::RemovedHere;
   if (item.decision.step != SyncStep::Send && !isRemovedHere) return;
   item.decision = {SyncStep::Nothing, {}};
@@ -426,7 +432,8 @@ void ProjectSync::clearWaiting(const std::set<std::wstring>& differing) const {
 void ProjectSync::tellOthersFetched(const std::vector<ComparedFile>& same, const std::set<std::wstring>& differing) {
   for (const ComparedFile& file : same) {
     const std::wstring key = itemKey(file.name);
-    if (!told_.contains(key) && !differing.contains(key)) tellFetched(itemOf(file));
+    if (told_.contains(key) || differing.contains(key) || (isOnItsWay_ && isOnItsWay_(file.name))) continue;
+    tellFetched(itemOf(file));
   }
 }
 

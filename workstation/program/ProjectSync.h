@@ -33,7 +33,11 @@ class ProjectSync {
   /// Asked in a receiving run for each item that stays, whether its line is still to be told.
   using KeptFilter = std::function<bool(const std::wstring& item, const std::wstring& reason)>;
 
-  explicit ProjectSync(Context& context, SyncMode mode = SyncMode::Both, KeptFilter isNews = {});
+  /// Asked in a receiving run: whether this process is sending an item, so that the store's may be its own.
+  using SendingFilter = std::function<bool(const std::wstring& name)>;
+
+  explicit ProjectSync(Context& context, SyncMode mode = SyncMode::Both, KeptFilter isNews = {},
+                       SendingFilter isOnItsWay = {});
   ExitCode run();
 
   /// What a receiving run left to be sent, and what was removed here.
@@ -42,6 +46,8 @@ class ProjectSync {
   const std::set<std::wstring>& kept() const { return keptLabels_; }
   /// Whether something that was to come did not: another run may bring it.
   bool isIncomplete() const { return isIncomplete_; }
+  /// Whether something was not looked at, as this process was sending it.
+  bool hasPassedOver() const { return hasPassedOver_; }
   std::size_t fetched() const { return fetched_; }
 
  private:
@@ -89,9 +95,11 @@ class ProjectSync {
   const bool dryRun_;
   const bool receives_;
   const KeptFilter isNews_;
+  const SendingFilter isOnItsWay_;
   std::vector<ItemView> left_;
   std::set<std::wstring> keptLabels_;
   bool isIncomplete_ = false;
+  bool hasPassedOver_ = false;
   bool areUsersDue_ = false;  ///< the list of users is to be brought in step
   ProjectComparison comparison_;
   std::vector<Item> items_;

@@ -4,6 +4,7 @@
 
 #include "platform/Files.h"
 #include "platform/Paths.h"
+#include "platform/Text.h"
 #include "platform/Time.h"
 #include "workstation/program/ItemStamps.h"
 #include "workstation/store/Bodies.h"
@@ -47,6 +48,8 @@ UploadStep WatchJudge::judge(CloudStore& store, const StoreActor& actor, const F
     if (seen) facts.settled = seen->settled;
     const std::optional<SyncPoint> base = base_.get(put.name);
     if (base) facts.base = base->store;
+    const auto sent = own_.find(platform::toLower(put.name));
+    if (sent != own_.end()) own = sent->second;
   }
   StoredFile stored;
   const CloudStatus status = store.findFile(actor, project_, put.name, stored);
@@ -79,6 +82,10 @@ bool WatchJudge::isSameStore() const {
 
 TransferVerdict WatchJudge::judgeUpload(CloudStore& store, const StoreActor& actor, const FilePut& put) {
   if (!isSameStore()) return {kNoSuchRevision, false};
+  {
+    const std::lock_guard guard(mutex_);
+    moving_.insert(platform::toLower(put.name));
+  }
   TransferVerdict verdict;
   switch (judge(store, actor, put, verdict.revision)) {
     case UploadStep::Send:
@@ -105,8 +112,14 @@ TransferVerdict WatchJudge::judgeDeletion(CloudStore& store, const StoreActor& a
   return {isSettled || isBase ? stored.revision : kNoSuchRevision, false};
 }
 
-void WatchJudge::uploaded(const std::wstring& name, CloudStatus status, std::int64_t revision) {
-  listener_({name, false, status, revision, status == kStoreOk ? std::wstring() : CloudStore::lastText()});
+void WatchJudge::uploaded(const std::wstring& name, CloudStatus status, const StoredFile& stored) {
+  {
+    const std::wstring key = platform::toLower(name);
+    const std::lock_guard guard(mutex_);
+    if (status == kStoreOk && stored.revision > 0) own_[key] = stored.revision;
+    moving_.erase(key);
+  }
+  listener_({name, false, status, stored, status == kStoreOk ? std::wstring() : CloudStore::lastText()});
 }
 
 void WatchJudge::deleted(const std::wstring& name, CloudStatus status) {
@@ -126,6 +139,17 @@ bool WatchJudge::wasInStep(const std::wstring& name) {
   return seen && seen->settled.isKnown();
 }
 
+bool WatchJudge::isOnItsWay(const std::wstring& name) {
+  const std::wstring key = platform::toLower(name);
+  const std::lock_guard guard(mutex_);
+  return moving_.contains(key) || own_.contains(key);
+}
+
+void WatchJudge::forgetMoving() {
+  const std::lock_guard guard(mutex_);
+  moving_.clear();
+}
+
 void WatchJudge::note(const std::vector<TransferOutcome>& outcomes) {
   std::vector<std::pair<std::wstring, SyncPoint>> points;
   std::vector<std::wstring> gone;
@@ -142,7 +166,9 @@ void WatchJudge::note(const std::vector<TransferOutcome>& outcomes) {
     if (outcome.revision == 0 || !seen || !seen->settled.isKnown()) continue;
     const FileContent& both = seen->settled;
     points.emplace_back(outcome.name,
-                        SyncPoint{stampOf(both), stampOfStored(outcome.revision, both.size, both.modified)});
+                        SyncPoint{stampOf(both), stampOfStored(outcome.stored.revision, both.size, both.modified)});
+    const auto own = own_.find(platform::toLower(outcome.name));
+    if (own != own_.end() && own->second == outcome.stored.revision) own_.erase(own);
   }
   base_.put(points);
   if (record_) record_->forget(gone);

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,10 @@ class WatchJudge : public TransferJudge {
   bool isInStep(const std::wstring& name, const FileContent& here);
   /// Whether a file that is gone here was in step once.
   bool wasInStep(const std::wstring& name);
+  /// Whether this process sends a file, or has sent it and not noted that yet: what the store has of it may be its own.
+  bool isOnItsWay(const std::wstring& name);
+  /// While no upload runs: an upload that was told no end is not on its way.
+  void forgetMoving();
   /// Notes in the base what these outcomes left on both sides.
   void note(const std::vector<TransferOutcome>& outcomes);
   /// False when another one lies in the store's place: what is open here then leads to a database that nobody reads any
@@ -60,9 +65,11 @@ class WatchJudge : public TransferJudge {
   const std::wstring directory_;
   const std::function<bool(const std::wstring&)> isServed_;
   const Listener listener_;
-  std::mutex mutex_;  // for the two below
+  std::mutex mutex_;  // for those below
   std::unique_ptr<CacheRecord> record_;
   SyncBase base_;
+  std::map<std::wstring, std::int64_t> own_;  // revisions that this process has sent, until they are noted, by key
+  std::set<std::wstring> moving_;             // keys of what is being sent
 };
 
 /// Size and time of a file on the disk; not known when there is none.

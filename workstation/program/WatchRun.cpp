@@ -332,9 +332,11 @@ void WatchRun::pass() {
   nextPass_ = WatchClock::now() + kBetweenPasses;
   isPassDue_ = false;
   const NotUploadedList unsent;
-  ProjectSync sync(context_, SyncMode::Receive, [this](const std::wstring& item, const std::wstring& /*reason*/) {
-    return kept_.insert(item).second;
-  });
+  if (!isBusy()) judge_->forgetMoving();
+  ProjectSync sync(
+      context_, SyncMode::Receive,
+      [this](const std::wstring& item, const std::wstring& /*reason*/) { return kept_.insert(item).second; },
+      [this](const std::wstring& name) { return judge_->isOnItsWay(name); });
   try {
     sync.run();
   } catch (const CommandFailure&) {
@@ -342,13 +344,13 @@ void WatchRun::pass() {
     throw;
   }
   fetched_ += sync.fetched();
-  isPassDue_ = sync.isIncomplete();
+  isPassDue_ = sync.isIncomplete() || sync.hasPassedOver();
   std::erase_if(kept_, [&](const std::wstring& item) { return item != L"?" && !sync.kept().contains(item); });
   std::erase_if(failing_, [](const auto& entry) { return entry.second.isConflict; });
   for (const ItemView& view : sync.left()) takeLeft(view);
   // What could not be brought is tried again, and not all the time: the disk may be full.
-  if (!isPassDue_) passPause_ = {};
-  nextPass_ = WatchClock::now() + (isPassDue_ ? passPause_.next() : kBetweenPasses);
+  if (!sync.isIncomplete()) passPause_ = {};
+  nextPass_ = WatchClock::now() + (sync.isIncomplete() ? passPause_.next() : kBetweenPasses);
 }
 
 void WatchRun::takeLeft(const ItemView& view) {
