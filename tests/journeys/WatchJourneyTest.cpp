@@ -195,8 +195,11 @@ TEST(Watch, AnEmptiedDirectoryEmptiesNoStore) {
   const std::int64_t counter = changeCounter(office);
   std::filesystem::remove_all(anna / "design");
   EXPECT_TRUE(annas->waitFor("60 files: kept"));
+  EXPECT_EQ(stop(*annas).exitCode, 3);
+  const Watching again = watch(office, "anna");
+  EXPECT_TRUE(again->waitFor("59: waits (it was removed here"));
   std::filesystem::remove_all(anna);
-  const ProgramRun run = annas->end();
+  const ProgramRun run = again->end();
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.err, HasSubstr("nothing was deleted in the store"));
   EXPECT_EQ(changeCounter(office), counter);

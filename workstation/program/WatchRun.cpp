@@ -34,6 +34,9 @@ constexpr auto kCandidatesQuiet = 500ms;
 constexpr int kTriesOfBusyFile = 3;
 
 constexpr const wchar_t* kNotAsked = L"it could not be read, or the service was not asked";
+constexpr const wchar_t* kForSync = L"for the next sync";
+constexpr const wchar_t* kRemovedHere =
+    L"it was removed here; zephor sync brings it back, zephor push --delete deletes it in the store";
 constexpr const wchar_t* kNextOne = L"the next watch or sync takes it up";
 
 std::int64_t bornOf(const std::wstring& directory) {
@@ -275,7 +278,7 @@ void WatchRun::tellWaiting(const ItemView& view) {
     return;
   }
   if (!waiting_.emplace(view.label(), ItemName{view.object, view.fileName}).second) return;
-  report(context_, view.label(), L"waits", L"for the next sync", &view);
+  report(context_, view.label(), L"waits", view.here ? kForSync : kRemovedHere, &view);
 }
 
 void WatchRun::receive() {
@@ -348,6 +351,7 @@ void WatchRun::pass() {
   std::erase_if(kept_, [&](const std::wstring& item) { return item != L"?" && !sync.kept().contains(item); });
   std::erase_if(failing_, [](const auto& entry) { return entry.second.isConflict; });
   for (const ItemView& view : sync.left()) takeLeft(view);
+  hasPassed_ = true;
   // What could not be brought is tried again, and not all the time: the disk may be full.
   if (!sync.isIncomplete()) passPause_ = {};
   nextPass_ = WatchClock::now() + (sync.isIncomplete() ? passPause_.next() : kBetweenPasses);
@@ -355,8 +359,8 @@ void WatchRun::pass() {
 
 void WatchRun::takeLeft(const ItemView& view) {
   const bool isServed = !view.object && served_.contain(view.fileName);
-  if (!isServed) return tellWaiting(view);
-  // A removal that was noticed is on its way.
+  // A removal that was noticed is on its way. What was removed while nobody watched is what the first pass finds.
+  if (!isServed || (!view.here && !hasPassed_)) return tellWaiting(view);
   if (view.here && !pending_.contains(view.fileName) && !failing_.contains(view.fileName)) feed_->send(view.fileName);
 }
 

@@ -96,6 +96,7 @@ class WatchRun {
   std::map<std::wstring, ItemName> waiting_;  // told to wait for the next sync, by label
   std::set<std::wstring> kept_;
   bool isPassDue_ = true;
+  bool hasPassed_ = false;
   WatchClock::time_point nextPass_;
   Backoff passPause_;
   WatchClock::time_point nextQuestion_;
