@@ -1,5 +1,7 @@
 #include "workstation/program/WatchContainer.h"
 
+#include <algorithm>
+
 #include "platform/Paths.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/Saving.h"
@@ -27,14 +29,55 @@ void WatchContainer::await(const std::vector<std::wstring>& files) {
   waiting_.insert(files.begin(), files.end());
 }
 
-void WatchContainer::tellCommitted() {
-  if (waiting_.empty() || WatchClock::now() < nextLook_) return;
+void WatchContainer::begin() {
+  ContainerCacheState state;
+  if (!isThere() || containerCacheState(context_.store(), context_.actor(), uuid_, state) != kStoreOk) return;
+  copies_ = {state.keptCopies.begin(), state.keptCopies.end()};
+  for (const ContainerChange& change : state.changes) {
+    waiting_.insert(platform::joinPath(cache_, change.name));
+    report(context_, change.name, L"waits", L"changed here while nobody watched: for zephor std commit");
+  }
+}
+
+void WatchContainer::tellCommitted(bool atOnce) {
+  if (waiting_.empty() || (!atOnce && WatchClock::now() < nextLook_)) return;
   nextLook_ = WatchClock::now() + kBetweenLooks;
-  std::erase_if(waiting_, [this](const std::wstring& path) {
+  std::vector<std::wstring> done;
+  std::erase_if(waiting_, [&](const std::wstring& path) {
     if (!isContainerFileInStep(path)) return false;
-    report(context_, path.substr(cache_.size() + 1), L"committed", L"to the container");
+    done.push_back(path.substr(cache_.size() + 1));
     return true;
   });
+  if (done.empty()) return;
+  const std::vector<std::wstring> copies = newCopies();
+  for (const std::wstring& name : done) {
+    const auto copy = std::find_if(copies.begin(), copies.end(),
+                                   [&](const std::wstring& one) { return one.ends_with(L"\\" + name); });
+    if (copy == copies.end()) {
+      report(context_, name, L"committed", L"to the container");
+    } else {
+      ++kept_;
+      report(context_, name, L"kept", L"a colleague committed it, too, which is here now; yours is " + *copy);
+    }
+  }
+}
+
+/// What downloads have set aside since the last call.
+std::vector<std::wstring> WatchContainer::newCopies() {
+  std::vector<std::wstring> fresh;
+  ContainerCacheState state;
+  if (containerCacheState(context_.store(), context_.actor(), uuid_, state) != kStoreOk) return fresh;
+  for (const std::wstring& copy : state.keptCopies) {
+    if (copies_.insert(copy).second) fresh.push_back(copy);
+  }
+  return fresh;
+}
+
+std::size_t WatchContainer::tellStaying() const {
+  for (const std::wstring& path : waiting_) {
+    report(context_, path.substr(cache_.size() + 1), L"stays", L"not committed; zephor std status tells more");
+  }
+  return waiting_.size() + kept_;
 }
 
 void WatchContainer::receive() {

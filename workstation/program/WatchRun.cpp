@@ -82,6 +82,7 @@ ExitCode WatchRun::run(const std::atomic<int>& stops) {
   standing_.emplace(project_, judge_);
   Quorvel::FileAccess::WGO_SetBackgroundChangesManagerRunning(true, container_.isThere());
   takeDirectoryChanges();
+  container_.begin();
   feed_ = std::make_unique<WatchFeed>(places_, served_, *judge_, events_);
   try {
     receive();
@@ -107,7 +108,7 @@ void WatchRun::turn(std::chrono::milliseconds limit, bool retries) {
   }
   noteSilent();
   tellFailures();
-  container_.tellCommitted();
+  container_.tellCommitted(false);
   if (unnoted_.size() > 500 || !isBusy()) flush();
   if (!retries) return;
   checkPlaces();
@@ -407,7 +408,7 @@ void WatchRun::finish() {
   feed_.reset();
   take(events_.take(0ms));
   flush();
-  container_.tellCommitted();
+  container_.tellCommitted(true);
   for (const auto& [name, handedOver] : pending_) {
     if (isStillToSend(name)) noteFailure({name, false, kStoreFailure, 0, kNotAsked}, false);
   }
@@ -432,7 +433,7 @@ ExitCode WatchRun::result() {
                       : platform::formatWide(L", %llu %s", static_cast<unsigned long long>(count), what);
   };
   const std::size_t stays =
-      kept_.size() + failing_.size() + waiting_.size() + candidates_.size() + container_.waiting();
+      kept_.size() + failing_.size() + waiting_.size() + candidates_.size() + container_.tellStaying();
   const std::wstring parts = part(sent_, L"sent") + part(fetched_, L"fetched") + part(stays, L"not in step");
   context_.output().message(L"watched " + get_ActivePrj().GetProjectDisplayName() + parts);
   return stays == 0 ? ExitCode::Done : ExitCode::PartlyDone;
