@@ -17,9 +17,12 @@ using Action = std::function<ExitCode(Context&)>;
 
 void addSetupCommands(CLI::App& app, Action& selected);
 void addTeamCommands(CLI::App& app, Action& selected);
+/// Behind addTeamCommands: adds to its group.
+void addTeamFilterCommand(CLI::App& app, Action& selected);
 void addProjectCommands(CLI::App& app, Action& selected);
-/// Behind addProjectCommands: adds to its group.
+/// Behind addProjectCommands: both add to its group.
 void addProjectLockCommands(CLI::App& app, Action& selected);
+void addProjectDeletion(CLI::App& app, Action& selected);
 void addOpenCommand(CLI::App& app, Action& selected);
 void addUsersCommand(CLI::App& app, Action& selected);
 void addObjectCommands(CLI::App& app, Action& selected);
@@ -40,6 +43,10 @@ void addDeletedCommand(CLI::App& app, Action& selected);
 void addNotUploadedCommands(CLI::App& app, Action& selected);
 void addFilterCommands(CLI::App& app, Action& selected);
 void addStdCommands(CLI::App& app, Action& selected);
+void addDatabaseCommands(CLI::App& app, Action& selected);
+void addPortalCommand(CLI::App& app, Action& selected);
+void addLoginCommand(CLI::App& app, Action& selected);
+void addDoctorCommand(CLI::App& app, Action& selected);
 void addCompletionCommand(CLI::App& app, Action& selected);
 
 }  // namespace workstation::program

@@ -1,5 +1,6 @@
 // project create|list|members|add|remove|set, close.
 #include <CLI/CLI.hpp>
+#include <map>
 #include <memory>
 
 #include "host/Project.h"
@@ -11,6 +12,7 @@
 #include "workstation/program/LeavingProject.h"
 #include "workstation/program/People.h"
 #include "workstation/store/CloudStore.h"
+#include "zephor/Portal.h"
 
 namespace workstation::program {
 
@@ -28,14 +30,22 @@ ExitCode createProject(Context& context, const std::string& nameArgument, const 
   return ExitCode::Done;
 }
 
-ExitCode listProjects(Context& context) {
+ExitCode listProjects(Context& context, bool all) {
   context.startOnline();
   std::vector<StoreProject> projects;
   check(context.store().projects(context.actor(), L"", false, projects));
+  std::map<std::wstring, std::wstring> filter;
+  if (!all) Quorvel::FileAccess::WGO_ReadOndrathTeamFilter(filter);
+  const std::size_t hidden =
+      filter.empty() ? 0
+                     : std::erase_if(projects, [&](const auto& project) { return !filter.contains(project.teamUuid); });
   Table table({{"project", L"PROJECT"}, {"team", L"TEAM"}, {"role", L"ROLE"}, {"uuid", L"UUID"}});
   for (const auto& project : projects)
     table.row({project.name, project.teamName, roleName(project.role), project.uuid});
   table.print(context.output());
+  if (hidden > 0)
+    context.output().message(counted(hidden, L"project", L"projects") +
+                             L" of other teams not shown (project list --all, team filter)");
   return ExitCode::Done;
 }
 
@@ -132,6 +142,7 @@ void addProjectCommands(CLI::App& app, Action& selected) {
     std::string person;
     std::string role = "editor";
     std::string compressed;
+    bool all = false;
   };
   auto arguments = std::make_shared<Arguments>();
 
@@ -141,7 +152,11 @@ void addProjectCommands(CLI::App& app, Action& selected) {
   create->callback([&selected, arguments] {
     selected = [arguments](Context& context) { return createProject(context, arguments->name, arguments->team); };
   });
-  project->add_subcommand("list", "List this user's projects")->callback([&selected] { selected = listProjects; });
+  auto* list = project->add_subcommand("list", "List this user's projects");
+  list->add_flag("--all", arguments->all, "Whatever the filter of teams says");
+  list->callback([&selected, arguments] {
+    selected = [arguments](Context& context) { return listProjects(context, arguments->all); };
+  });
   project->add_subcommand("members", "List the members of the project")->callback([&selected] {
     selected = listMembers;
   });

@@ -53,8 +53,10 @@ int run(int argc, char** argv) {
   Action selected;
   workstation::program::addSetupCommands(app, selected);
   workstation::program::addTeamCommands(app, selected);
+  workstation::program::addTeamFilterCommand(app, selected);
   workstation::program::addProjectCommands(app, selected);
   workstation::program::addProjectLockCommands(app, selected);
+  workstation::program::addProjectDeletion(app, selected);
   workstation::program::addOpenCommand(app, selected);
   workstation::program::addUsersCommand(app, selected);
   workstation::program::addObjectCommands(app, selected);
@@ -75,6 +77,10 @@ int run(int argc, char** argv) {
   workstation::program::addNotUploadedCommands(app, selected);
   workstation::program::addFilterCommands(app, selected);
   workstation::program::addStdCommands(app, selected);
+  workstation::program::addDatabaseCommands(app, selected);
+  workstation::program::addPortalCommand(app, selected);
+  workstation::program::addLoginCommand(app, selected);
+  workstation::program::addDoctorCommand(app, selected);
   workstation::program::addCompletionCommand(app, selected);
 
   try {
