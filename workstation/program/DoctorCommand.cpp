@@ -69,7 +69,7 @@ ExitCode doctor(Context& context, bool withServers) {
   const Findings findings = examine(context, withServers);
   for (const Finding& finding : findings) {
     const std::wstring state = nameOf(finding.health);
-    const std::wstring remedy = finding.remedy.empty() ? L"" : L"\n         do: " + finding.remedy;
+    const std::wstring remedy = finding.remedy.empty() ? L"" : L"; to do: " + finding.remedy;
     context.output().result(
         platform::formatWide(L"%-8s %s: %s%s", state, finding.check, finding.detail, remedy),
         {{"check", finding.check}, {"state", state}, {"detail", finding.detail}, {"remedy", finding.remedy}});

@@ -87,12 +87,12 @@ void tellLoss(const Context& context, const Loss& loss) {
            L"by " + lock.holder.name + L" at " + lock.workstationName + L", who may have work on it that was not sent");
 }
 
-std::wstring placesOf(const Loss& loss) {
+std::wstring placesOf(const Loss& loss, bool isDone) {
   std::wstring text = platform::formatWide(L"the store keeps its %s out of everybody's sight for %lld days",
                                            counted(loss.files, L"file", L"files"), static_cast<long long>(loss.days));
   if (!loss.isHere) return text + L"; nothing of it is on this workstation";
-  text +=
-      L"; " + shownDirectory(loss.here) + L" goes to the trash, with " + counted(loss.here.files, L"file", L"files");
+  text += L"; " + shownDirectory(loss.here) + (isDone ? L" is in the trash, with " : L" goes to the trash, with ") +
+          counted(loss.here.files, L"file", L"files");
   if (!loss.here.unsent.empty())
     text += L", " + std::to_wstring(loss.here.unsent.size()) + L" of them not in the store";
   return text;
@@ -158,7 +158,7 @@ ExitCode deleteProject(Context& context, const std::wstring& name, bool force) {
     refuseLink(loss.here);
   }
   tellLoss(context, loss);
-  const std::wstring places = placesOf(loss);
+  const std::wstring places = placesOf(loss, false);
   if (context.options().dryRun) {
     reportDeletion(context, loss, L"would be deleted", places);
     return ExitCode::Done;
@@ -168,7 +168,7 @@ ExitCode deleteProject(Context& context, const std::wstring& name, bool force) {
     return ExitCode::Failure;
   }
   deleteEverywhere(context, loss);
-  reportDeletion(context, loss, L"deleted", places);
+  reportDeletion(context, loss, L"deleted", placesOf(loss, true));
   return ExitCode::Done;
 }
 
