@@ -57,7 +57,7 @@ ExitCode changeMember(Context& context, const std::string& teamArgument, const s
 }  // namespace
 
 void addTeamCommands(CLI::App& app, Action& selected) {
-  auto* team = app.add_subcommand("team", "Teams and their members")->require_subcommand(1);
+  auto* team = app.add_subcommand("team", "Teams and their members")->alias("teams")->require_subcommand(1);
   struct Arguments {
     std::string team;
     std::string person;
