@@ -145,7 +145,7 @@ class Journey {
       const std::string outcome = line.value("outcome", "");
       const bool isSent = outcome == "saved" || outcome == "sent";
       if (isSent) checkLocks(command.user, file, before);
-      if (isSent || (outcome == "in step" && !removed_.contains(file))) acknowledge(command, file, isSent);
+      if (isSent || (outcome == "in step" && !removed_.contains(file))) acknowledge(command, file, isSent, before);
       if (outcome == "locked") held_[file] = command.user;
       if (outcome == "unlocked") held_.erase(file);
       if (command.has("locks") && view_.holders[file] != line["user"]) throw Fault("another holder of " + file);
@@ -160,7 +160,7 @@ class Journey {
     if (!projectHolder_.empty() && projectHolder_ != user) throw Fault(file + " went past the lock of the project");
   }
 
-  void acknowledge(const Command& command, const std::string& file, bool isSent) {
+  void acknowledge(const Command& command, const std::string& file, bool isSent, const StoreView& before) {
     if (!command.here.contains(file))
       throw Fault(file + " was not here, and is told as " + (isSent ? "sent" : "in step"));
     const Lines lines = linesOf(file, command.here.at(file));
@@ -171,6 +171,12 @@ class Journey {
       if (!isSent || !command.has("--force") || owedFile != file || lines.contains(line)) continue;
       if (!office_.hasBackup(command.user, line)) throw Fault("a forced save kept no copy of " + line);
       giveUp(line);
+    }
+    // What a killed command had brought to the store without telling is as knowingly replaced by a forced save.
+    if (isSent && command.has("--force") && before.contents.contains(file)) {
+      for (const std::string& line : linesOf(file, before.contents.at(file))) {
+        if (!lines.contains(line) && office_.hasBackup(command.user, line)) giveUp(line);
+      }
     }
     for (const std::string& line : lines) {
       owed_[line] = file;
