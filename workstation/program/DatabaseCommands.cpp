@@ -2,7 +2,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
-#include <optional>
 #include <set>
 
 #include "host/Headers.h"
@@ -33,6 +32,7 @@ enum class Difference : std::uint8_t {
   Outdated,    ///< a row that an update removes
   NoObject,    ///< a row that an update leaves: its object may come yet
   Unreadable,  ///< an object whose header can't be read, which changes no row
+  None,
 };
 
 struct Finding {
@@ -56,9 +56,11 @@ std::wstring textOf(Difference difference) {
     case Difference::NoObject:
       return L"row without object";
     case Difference::Unreadable:
+      return L"can't be read";
+    case Difference::None:
       break;
   }
-  return L"can't be read";
+  return {};
 }
 
 /// What the three kinds of objects have of their own.
@@ -160,13 +162,12 @@ std::map<int, typename Kind::Row> readRows() {
 
 /// @param lacking  for a number without a header
 template <typename Kind>
-std::optional<Difference> compare(const typename Kind::Row* row, typename Kind::Header* header,
-                                  std::optional<Difference> lacking) {
+Difference compare(const typename Kind::Row* row, typename Kind::Header* header, Difference lacking) {
   if (header == nullptr) return lacking;
   if (row == nullptr) return Difference::NoRow;
   // One member of a Plan is the database's own.
   if constexpr (Kind::kType == eFileType_Plan) header->hostMember = row->header().hostMember;
-  return row->isEqual(*header) ? std::nullopt : std::optional(Difference::Differs);
+  return row->isEqual(*header) ? Difference::None : Difference::Differs;
 }
 
 /// @param numbers  all that there are on either side
@@ -184,15 +185,15 @@ void inspect(std::vector<Finding>& findings, std::set<int>& numbers) {
     const auto header = headers.find(number);
     // An object is filed under its file's number, whatever its header says.
     if (header != headers.end()) header->second.number = number;
-    std::optional<Difference> lacking = Difference::Unreadable;
+    Difference lacking = Difference::Unreadable;
     if (!described.contains(number)) {
       lacking = Kind::kType == eFileType_Zeichnung ? Difference::Outdated : Difference::NoObject;
       // A Plan that was never sent has nothing to be held against.
-      if (here.contains(number)) lacking.reset();
+      if (here.contains(number)) lacking = Difference::None;
     }
-    const auto difference = compare<Kind>(row == rows.end() ? nullptr : &row->second,
-                                          header == headers.end() ? nullptr : &header->second, lacking);
-    if (difference) findings.push_back({{Kind::kType, number}, *difference});
+    const Difference difference = compare<Kind>(row == rows.end() ? nullptr : &row->second,
+                                                header == headers.end() ? nullptr : &header->second, lacking);
+    if (difference != Difference::None) findings.push_back({{Kind::kType, number}, difference});
   }
 }
 
