@@ -139,7 +139,11 @@ void WatchFeed::takeOfContainer(const WatchNotice& notice) {
 
 void WatchFeed::send(const std::wstring& name) {
   if (!platform::isSafeRelativeName(name)) {
-    return events_.outcome({name, false, kStoreInvalidName, {}, L"no other workstation can hold a file of this name"});
+    TransferOutcome refused;
+    refused.name = name;
+    refused.status = kStoreInvalidName;
+    refused.reason = L"no other workstation can hold a file of this name";
+    return events_.outcome(std::move(refused));
   }
   const std::wstring path = platform::joinPath(places_.project, name);
   pool_.post(platform::toLower(path), [this, name, path] {
