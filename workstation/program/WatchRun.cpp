@@ -1,5 +1,7 @@
 #include "workstation/program/WatchRun.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 
 #include "host/Project.h"
@@ -356,6 +358,8 @@ void WatchRun::pass() {
   // What could not be brought is tried again, and not all the time: the disk may be full.
   if (!sync.isIncomplete()) passPause_ = {};
   nextPass_ = WatchClock::now() + (sync.isIncomplete() ? passPause_.next() : kBetweenPasses);
+  // A look at a large project takes megabytes that nothing needs until the next one.
+  malloc_trim(0);
 }
 
 void WatchRun::takeLeft(const ItemView& view) {
