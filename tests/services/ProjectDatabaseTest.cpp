@@ -49,6 +49,20 @@ TEST_F(ProjectDatabase, GivenRowsAreWorkedOnAndHandedBack) {
   EXPECT_TRUE(numbers().contains(6) && !numbers().contains(5)) << "the change of an unreadable file is cancelled";
 }
 
+TEST_F(ProjectDatabase, PlansTakeTheServersHeadersButForWhatItLacks) {
+  ZP_ProjectDBPlanSets plans(kgunit());
+  PlanHeader found = header<PlanHeader>(5, 1);
+  found.hostMember = 7;
+  plans.setPlanRecord(5, found);
+  for (const int number : {5, 6})
+    storeHeader(L"pb00000" + std::to_wstring(number) + L".zpl", header<PlanHeader>(number, 2));
+  const std::set<int> limit{5, 9};
+  EXPECT_EQ(WGO_UpdatePlanSetsDBFromServer({5, 6}, plans, nullptr, &limit), 1);
+  EXPECT_EQ(cloud.calls().size(), 1U);
+  EXPECT_EQ(plans.getPlanRecord(5, found), 1);
+  EXPECT_TRUE(found.versionCounter == 2 && found.hostMember == 7);
+}
+
 TEST_F(ProjectDatabase, SetsOfAnotherProjectAreNeverTouched) {
   makeObject(eFileType_Zeichnung, 1);
   ZP_ProjectDBZeichnungSets drawings(kgunit());

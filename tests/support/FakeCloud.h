@@ -207,20 +207,9 @@ class FakeCloud final : public ICloudController, public ICloudProjectService {
   CloudStatus TriggerProjectItemChangedNotification(const std::wstring&, const std::wstring& name) override {
     return record("TriggerProjectItemChangedNotification", {name});
   }
-  CloudStatus GetCORTeams(std::vector<SimpleCloudObject>&) override { return 0; }
-  CloudStatus CreateSTD(const std::wstring&, const std::wstring&, std::wstring&) override { return 0; }
-  CloudStatus DeleteSTD(const std::wstring&) override { return 0; }
-  CloudStatus GetStdResContainers(std::map<std::wstring, StdResContainer>&) override { return 0; }
-  CloudStatus GetTeamUuidByCORUuid(const std::wstring&, std::wstring&) override { return 0; }
-  CloudStatus ConnectResourcesContainerWithLocalPath(const std::wstring&, const std::wstring&) override { return 0; }
-  CloudStatus CheckLockCOR(const std::wstring&, const std::wstring&, bool&) override { return 0; }
-  CloudStatus CanUnlockCOR(const std::wstring&, const std::wstring&, bool&) override { return 0; }
-  CloudStatus LockResourcesContainer(const std::wstring&, int) override { return 0; }
-  CloudStatus UnlockResourcesContainer(bool) override { return 0; }
-  CloudStatus ForceUnlockCOR(const std::wstring&) override { return 0; }
-  CloudStatus UploadResourcesContainer(const ContainerUploadRequest&) override { return 0; }
-  CloudStatus DownloadSTDResContainer(const std::wstring&, const std::wstring&, const CloudTransferOptions&) override {
-    return 0;
+  CloudStatus GetCORTeams(std::vector<SimpleCloudObject>& out) override {
+    out = containerTeams;
+    return record("GetCORTeams", {});
   }
   CloudStatus CreateSTD(const std::wstring& team, const std::wstring& name, std::wstring& made) override {
     made = createdContainer;

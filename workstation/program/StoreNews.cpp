@@ -84,8 +84,8 @@ bool StoreNews::differsFromOwn() {
 }
 
 void StoreNews::noteOwn(const TransferOutcome& outcome) {
-  if (outcome.status != kStoreOk || (outcome.revision == 0 && !outcome.isDeletion)) return;
-  own_[keyOf(outcome.name)] = outcome.revision;
+  if (outcome.status != kStoreOk || (outcome.stored.revision == 0 && !outcome.isDeletion)) return;
+  own_[keyOf(outcome.name)] = outcome.stored.revision;
 }
 
 }  // namespace workstation::program

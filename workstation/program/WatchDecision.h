@@ -19,6 +19,7 @@ struct UploadFacts {
   std::optional<FileContent> stored;       ///< what the store has now; nothing when it has none
   VersionStamp store;                      ///< the same as the base keeps it
   std::function<bool()> hasStoredContent;  ///< reads the file here
+  bool isOwn = false;                      ///< the store's is what this process sent last
 };
 
 enum class UploadStep : std::uint8_t {

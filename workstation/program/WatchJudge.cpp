@@ -41,6 +41,7 @@ WatchJudge::WatchJudge(const std::string& store, const std::wstring& project, st
 
 UploadStep WatchJudge::judge(CloudStore& store, const StoreActor& actor, const FilePut& put, std::int64_t& revision) {
   UploadFacts facts;
+  std::int64_t own = 0;
   facts.here = contentOnDisk(put.path);
   {
     const std::lock_guard guard(mutex_);
@@ -62,6 +63,7 @@ UploadStep WatchJudge::judge(CloudStore& store, const StoreActor& actor, const F
       return UploadStep::ChangedThere;
     }
     revision = stored.revision;
+    facts.isOwn = stored.revision == own;
     facts.stored = contentOf(stored);
     facts.store = stampOfStored(stored.revision, stored.size, facts.stored->modified);
   }
@@ -123,7 +125,7 @@ void WatchJudge::uploaded(const std::wstring& name, CloudStatus status, const St
 }
 
 void WatchJudge::deleted(const std::wstring& name, CloudStatus status) {
-  listener_({name, true, status, 0, status == kStoreOk ? std::wstring() : CloudStore::lastText()});
+  listener_({name, true, status, {}, status == kStoreOk ? std::wstring() : CloudStore::lastText()});
 }
 
 bool WatchJudge::isInStep(const std::wstring& name, const FileContent& here) {
@@ -162,9 +164,8 @@ void WatchJudge::note(const std::vector<TransferOutcome>& outcomes) {
       continue;
     }
     std::erase(gone, outcome.name);
-    const std::optional<SeenFile> seen = record_ ? record_->ask(outcome.name) : std::nullopt;
-    if (outcome.revision == 0 || !seen || !seen->settled.isKnown()) continue;
-    const FileContent& both = seen->settled;
+    if (outcome.stored.revision == 0) continue;
+    const FileContent both = contentOf(outcome.stored);
     points.emplace_back(outcome.name,
                         SyncPoint{stampOf(both), stampOfStored(outcome.stored.revision, both.size, both.modified)});
     const auto own = own_.find(platform::toLower(outcome.name));

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -20,8 +21,8 @@ struct TransferOutcome {
   std::wstring name;  ///< relative to the project
   bool isDeletion = false;
   CloudStatus status = 0;
-  std::int64_t revision = 0;  ///< 0: nothing moved
-  std::wstring reason;        ///< why it failed
+  StoredFile stored = {};    ///< what went up; revision 0: nothing moved
+  std::wstring reason = {};  ///< why it failed
 };
 
 /// From any thread.
@@ -37,7 +38,7 @@ class WatchJudge : public TransferJudge {
   bool isAskedFor(const std::wstring& name) const override { return isServed_(name); }
   TransferVerdict judgeUpload(CloudStore& store, const StoreActor& actor, const FilePut& put) override;
   TransferVerdict judgeDeletion(CloudStore& store, const StoreActor& actor, const std::wstring& name) override;
-  void uploaded(const std::wstring& name, CloudStatus status, std::int64_t revision) override;
+  void uploaded(const std::wstring& name, CloudStatus status, const StoredFile& stored) override;
   void deleted(const std::wstring& name, CloudStatus status) override;
 
   /// Whether a file here is what both sides had when it last moved, or what was on its way here.

@@ -145,7 +145,7 @@ void WatchRun::takeOutcome(const TransferOutcome& outcome) {
   unnoted_.push_back(outcome);
   if (outcome.isDeletion) {
     report(context_, outcome.name, L"deleted there", L"");
-  } else if (outcome.revision > 0) {
+  } else if (outcome.stored.revision > 0) {
     report(context_, outcome.name, L"sent", L"");
     ++sent_;
   }
@@ -178,7 +178,7 @@ void WatchRun::noteSilent() {
   const auto longAgo = WatchClock::now() - kSilence;
   std::erase_if(pending_, [&](const auto& entry) {
     if (entry.second > longAgo) return false;
-    if (isStillToSend(entry.first)) noteFailure({entry.first, false, kStoreFailure, 0, kNotAsked}, false);
+    if (isStillToSend(entry.first)) noteFailure({entry.first, false, kStoreFailure, {}, kNotAsked}, false);
     return true;
   });
 }
@@ -414,7 +414,7 @@ void WatchRun::finish() {
   flush();
   container_.tellCommitted(true);
   for (const auto& [name, handedOver] : pending_) {
-    if (isStillToSend(name)) noteFailure({name, false, kStoreFailure, 0, kNotAsked}, false);
+    if (isStillToSend(name)) noteFailure({name, false, kStoreFailure, {}, kNotAsked}, false);
   }
 }
 

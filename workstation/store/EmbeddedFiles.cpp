@@ -89,6 +89,7 @@ CloudStatus EmbeddedProjectService::GetAllFileHeaders(const std::wstring& projec
 
 CloudStatus EmbeddedProjectService::DeleteFile(const std::wstring& project, const std::wstring& name) {
   return run(L"DeleteFile", [&](CloudStore& store, const StoreActor& actor) {
+    const TransferTurn turn(project, {name});
     std::optional<std::int64_t> expected;
     const std::shared_ptr<TransferJudge> judge = transferJudge(project, name);
     if (judge) {

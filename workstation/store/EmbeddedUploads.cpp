@@ -62,24 +62,29 @@ bool layDown(CloudStore& store, const StoreActor& actor, const std::wstring& pro
 }
 
 void tellJudge(const std::wstring& project, const std::vector<FilePut>& puts, const std::vector<CloudStatus>& statuses,
-               const std::vector<std::int64_t>& revisions) {
+               const std::vector<StoredFile>& stored) {
   for (std::size_t i = 0; i < puts.size() && i < statuses.size(); ++i) {
     const auto judge = transferJudge(project, puts[i].name);
-    if (judge) judge->uploaded(puts[i].name, statuses[i], revisions[i]);
+    if (judge) judge->uploaded(puts[i].name, statuses[i], stored[i]);
   }
 }
 
 /// Sends a group and notes what is now the same on both sides.
 CloudStatus send(CloudStore& store, const StoreActor& actor, const std::wstring& project, const std::wstring& directory,
                  std::vector<FilePut> puts, std::vector<CloudStatus>& statuses, const StoreProgress& progress) {
+  std::vector<std::wstring> names;
+  names.reserve(puts.size());
+  for (const FilePut& put : puts) names.push_back(put.name);
+  const TransferTurn turn(project, names);
   bool isThereAlready = !puts.empty();
   for (FilePut& put : puts) isThereAlready = layDown(store, actor, project, put) && isThereAlready;
+  std::vector<StoredFile> stored;
   if (isThereAlready) {
     statuses.assign(puts.size(), kStoreOk);
-    tellJudge(project, puts, statuses, std::vector<std::int64_t>(puts.size(), 0));
+    stored.resize(puts.size());
+    tellJudge(project, puts, statuses, stored);
     return kStoreOk;
   }
-  std::vector<StoredFile> stored;
   const CloudStatus status = store.putFiles(actor, project, puts, statuses, progress, &stored);
   std::vector<StoredFile> same;
   for (std::size_t i = 0; i < puts.size() && i < statuses.size(); ++i) {
@@ -93,7 +98,7 @@ CloudStatus send(CloudStore& store, const StoreActor& actor, const std::wstring&
   const std::wstring reason = CloudStore::lastText();
   noteSettled(project, directory, same);
   setLastStoreText(reason);
-  tellJudge(project, puts, statuses, revisions);
+  tellJudge(project, puts, statuses, stored);
   return status;
 }
 

@@ -63,8 +63,8 @@ class TransferJudge {
   virtual TransferVerdict judgeUpload(CloudStore& store, const StoreActor& actor, const FilePut& put) = 0;
   virtual TransferVerdict judgeDeletion(CloudStore& store, const StoreActor& actor, const std::wstring& name) = 0;
   /// How it ended, behind all that the service notes of it; the reason is in CloudStore::lastText().
-  /// @param revision  of the file in the store then, 0 where nothing moved
-  virtual void uploaded(const std::wstring& name, CloudStatus status, std::int64_t revision) = 0;
+  /// @param stored  what went up, which the file here may have left behind since; revision 0 where nothing moved
+  virtual void uploaded(const std::wstring& name, CloudStatus status, const StoredFile& stored) = 0;
   virtual void deleted(const std::wstring& name, CloudStatus status) = 0;
 };
 

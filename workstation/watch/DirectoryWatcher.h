@@ -42,7 +42,7 @@ struct WatchOptions {
   std::chrono::milliseconds poll{2000};    ///< between two walks where nothing is told
   bool alwaysPoll = false;
   std::size_t watchLimit = 0;  ///< most watches to take from the system, one a directory; 0: as it gives
-  std::size_t queueLimit = 64UL * 1024 * 1024;  ///< bytes of events that may wait for a slow receiver
+  std::size_t queueLimit = std::size_t{64} * 1024 * 1024;  ///< bytes of events that may wait for a slow receiver
 };
 
 class WORKSTATION_API DirectoryWatcher {
