@@ -47,6 +47,9 @@ void addDatabaseCommands(CLI::App& app, Action& selected);
 void addPortalCommand(CLI::App& app, Action& selected);
 void addLoginCommand(CLI::App& app, Action& selected);
 void addDoctorCommand(CLI::App& app, Action& selected);
+void addDesktopCommand(CLI::App& app, Action& selected);
+/// `pack`, `unpack`, `inspect`.
+void addArchiveCommands(CLI::App& app, Action& selected);
 void addCompletionCommand(CLI::App& app, Action& selected);
 
 }  // namespace workstation::program

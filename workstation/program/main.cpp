@@ -81,6 +81,8 @@ int run(int argc, char** argv) {
   workstation::program::addPortalCommand(app, selected);
   workstation::program::addLoginCommand(app, selected);
   workstation::program::addDoctorCommand(app, selected);
+  workstation::program::addDesktopCommand(app, selected);
+  workstation::program::addArchiveCommands(app, selected);
   workstation::program::addCompletionCommand(app, selected);
 
   try {

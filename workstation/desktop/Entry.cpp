@@ -1,0 +1,11 @@
+#include "workstation/desktop/Desktop.h"
+#include "workstation/desktop/DesktopInterface.h"
+#include "workstation/desktop/window/MainWindow.h"
+
+platform::IUserInterface* zephor_desktop_interface(std::string& error) {
+  return workstation::startDesktopInterface(error);
+}
+
+int zephor_desktop_window(const workstation::DesktopWindowOptions& options, std::string& error) {
+  return workstation::runDesktopWindow(options, error);
+}
