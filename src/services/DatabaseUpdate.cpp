@@ -69,6 +69,17 @@ void takeStep(RowStep step, int type, int number, const Header* header, Row& row
   if (step == RowStep::Replace && header != nullptr) row.setNewRecord(*header);
 }
 
+template <typename Header>
+void addRow(const Header& header, std::vector<ProjectRow<Header>>& rows) {
+  ProjectRow<Header>& row = rows.emplace_back(header);
+  row.setState(row.state() | kRowNew);
+}
+
+/// The row of a Plan that is new is marked as changed, which the host writes as well.
+void addRow(const PlanHeader& header, std::vector<ZP_PrjDBPlanRecordData>& rows) {
+  rows.emplace_back().setNewRecord(header);
+}
+
 /// Holds all rows against the headers. @param stepOf  answers a RowStep for a row and a header, either may be null
 template <typename Row, typename Header, typename StepOf>
 void compareAll(const std::set<int>& numbers, int type, HeadersByNumber<Header>& headers, std::vector<Row>& rows,
@@ -85,8 +96,7 @@ void compareAll(const std::set<int>& numbers, int type, HeadersByNumber<Header>&
       takeStep(step, type, number, header, *row);
     } else if (step == RowStep::Add && header != nullptr) {
       byNumber[number] = rows.size();
-      rows.emplace_back().setNewRecord(*header);
-      rows.back().setState(rows.back().state() | kRowNew);
+      addRow(*header, rows);
     }
   }
 }
