@@ -38,7 +38,6 @@ enum class Difference : std::uint8_t {
 struct Finding {
   ObjectName object;
   Difference difference = Difference::NoRow;
-  bool operator==(const Finding&) const = default;
 };
 
 bool isForUpdate(const Finding& finding) {
@@ -124,8 +123,9 @@ struct ZeichnungKind {
 };
 
 [[noreturn]] void refuse() {
-  throw CommandFailure{ExitCode::Failure, L"the project database " + platform::joinPath(get_ActPrjPath(), kDatabase) +
-                                              L" can't be used, or is switched off in the settings"};
+  throw CommandFailure{ExitCode::Failure,
+                       L"the project database " + platform::joinPath(get_ActPrjPath(), kDatabase) +
+                           L" can't be used, or is switched off in the settings; zephor doctor tells what to do"};
 }
 
 /// Numbers of the objects that are here.
@@ -254,20 +254,24 @@ ExitCode updateDatabase(Context& context) {
     after = inspectAll();
   }
   Tally tally;
+  // What differs now counts, also where something else differed before, or nothing: others may have been at work.
+  for (const Finding& finding : after.findings) {
+    const bool isLeft = isForUpdate(finding);
+    report(context, finding.object.shortName(), isLeft ? L"not updated" : L"kept", textOf(finding.difference));
+    if (isLeft) tally.failed();
+  }
   for (const Finding& finding : before.findings) {
-    const std::wstring name = finding.object.shortName();
-    const bool stays = std::find(after.findings.begin(), after.findings.end(), finding) != after.findings.end();
-    if (!isForUpdate(finding)) {
-      report(context, name, L"kept", textOf(finding.difference));
-    } else if (stays) {
-      report(context, name, L"not updated", textOf(finding.difference));
-      tally.failed();
-    } else {
-      report(context, name, outcomeOf(finding.difference, dryRun), L"");
+    const bool isTold = std::any_of(after.findings.begin(), after.findings.end(),
+                                    [&](const Finding& left) { return left.object == finding.object; });
+    if (isTold) continue;
+    if (isForUpdate(finding)) {
+      report(context, finding.object.shortName(), outcomeOf(finding.difference, dryRun), L"");
       tally.done();
+    } else if (dryRun) {
+      report(context, finding.object.shortName(), L"kept", textOf(finding.difference));
     }
   }
-  tellCount(context, before.findings);
+  if (after.findings.empty()) tellCount(context, before.findings);
   return tally.exitCode();
 }
 
