@@ -22,7 +22,6 @@
 #include "workstation/Servers.h"
 #include "workstation/program/CacheContent.h"
 #include "workstation/program/Objects.h"
-#include "workstation/program/ProjectRecord.h"
 #include "workstation/store/DirectoryScan.h"
 #include "workstation/store/LocalTree.h"
 #include "zephor/NotUploadedFiles.h"
@@ -33,7 +32,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const wchar_t* kStateDirectory = L"C:\\State";
 constexpr const wchar_t* kDataDirectory = L"C:\\Data";
 constexpr const wchar_t* kDatabase = L"QuorvelProjectDB.db3";
 constexpr std::int64_t kNanoseconds = 1'000'000'000;
@@ -101,44 +99,6 @@ void checkOpener(Findings& findings) {
   }
   findings.push_back({L"desktop", Health::Warning, L"there is no xdg-open: links and documents are not opened",
                       L"install xdg-utils, or use zephor portal --print"});
-}
-
-/// @return empty for a database in order
-std::string damageOf(const std::string& path) {
-  constexpr int kBusyMilliseconds = 10'000;
-  sqlite3* raw = nullptr;
-  const int result = sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr);
-  const Database database(raw);
-  if (result != SQLITE_OK) return raw != nullptr ? sqlite3_errmsg(raw) : "out of memory";
-  sqlite3_busy_timeout(raw, kBusyMilliseconds);
-  sqlite3_stmt* query = nullptr;
-  if (sqlite3_prepare_v2(raw, "PRAGMA quick_check(1)", -1, &query, nullptr) != SQLITE_OK) return sqlite3_errmsg(raw);
-  const Statement statement(query);
-  if (sqlite3_step(query) != SQLITE_ROW) return sqlite3_errmsg(raw);
-  const std::string answer = reinterpret_cast<const char*>(sqlite3_column_text(query, 0));
-  return answer == "ok" ? "" : answer;
-}
-
-void checkRecords(Findings& findings) {
-  std::error_code none;
-  std::size_t good = 0;
-  for (const auto& entry : fs::directory_iterator(platform::systemPath(kStateDirectory), none)) {
-    if (entry.path().extension() == ".aside") {
-      findings.push_back({L"records", Health::Warning,
-                          platform::fromUtf8(entry.path().string()) + L" was set aside by a removal that was killed",
-                          L"delete it when no removal is running"});
-    }
-    if (entry.path().extension() != ".db3") continue;
-    const std::string damage = damageOf(entry.path().string());
-    if (damage.empty()) {
-      ++good;
-    } else {
-      findings.push_back({L"records", Health::Problem,
-                          platform::fromUtf8(entry.path().string()) + L" is damaged: " + platform::fromUtf8(damage),
-                          L"delete it; no work is in it, and the next sync compares everything anew"});
-    }
-  }
-  findings.push_back({L"records", Health::Ok, counted(good, L"record", L"records") + L" in order"});
 }
 
 void checkSettings(Findings& findings) {
@@ -273,14 +233,8 @@ void checkProject(Findings& findings) {
   checkFiles(findings, directory);
   checkWatches(findings, directory);
   const std::string database = platform::systemPath(platform::joinPath(path, kDatabase));
-  if (::access(database.c_str(), F_OK) != 0) return;
-  if (const std::string damage = damageOf(database); damage.empty()) {
-    findings.push_back({L"project database", Health::Ok, L"in order"});
-  } else {
-    findings.push_back({L"project database", Health::Problem,
-                        platform::fromUtf8(database) + L" is damaged: " + platform::fromUtf8(damage),
-                        L"move it away, then zephor db update makes it anew from the objects"});
-  }
+  checkDatabase(findings, L"project database", database,
+                L"move it away with its -wal and -shm, then zephor db update makes it anew from the objects");
 }
 
 }  // namespace workstation::program

@@ -22,6 +22,13 @@ using Findings = std::vector<Finding>;
 /// Directories, space, trash, opener, settings and records. After Context::startWorkstation().
 /// @param mayProbe  a small file may be made and removed again
 void checkWorkstation(Findings& findings, bool mayProbe);
+/// The records of this workstation's projects.
+void checkRecords(Findings& findings);
+/// A database file (a path of the system), if it is there: looked at for some seconds at most, and never written.
+/// @param remedy  for a damaged one; others are never told to take it away
+void checkDatabase(Findings& findings, const std::wstring& check, const std::string& path, const std::wstring& remedy);
+/// The records of the store in `directory` (a path of the system), whether it can be used or not.
+void checkStoreDatabase(Findings& findings, const std::string& directory);
 /// The project that is open in this process.
 void checkProject(Findings& findings);
 /// After Context::startOnline().

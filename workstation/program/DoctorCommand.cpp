@@ -55,10 +55,12 @@ Findings examine(Context& context, bool withServers) {
   if (storeContextDirectory().empty()) {
     findings.push_back({L"store", Health::Ok, L"none: this workstation works with servers alone"});
   } else {
-    isOnline = attempt(findings, L"store", L"mount its disk; zephor init --replace names another store", [&] {
-      context.startOnline();
-      checkStore(context, findings, mayProbe);
-    });
+    isOnline = attempt(findings, L"store",
+                       L"mount its disk, or repair what is named; zephor init --replace names another store", [&] {
+                         context.startOnline();
+                         checkStore(context, findings, mayProbe);
+                       });
+    checkStoreDatabase(findings, storeContextDirectory());
     checkOpenProject(context, isOnline, findings);
   }
   if (withServers) checkServers(findings);
