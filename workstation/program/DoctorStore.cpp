@@ -96,7 +96,7 @@ void checkLocks(Context& context, Findings& findings) {
       findings.push_back({L"locks", Health::Warning,
                           project.name + L": you hold " + nameOf(lock) + L" from " + lock.workstationName + L" since " +
                               storeDateText(lock.since) + L" UTC",
-                          L"save and unlock there"});
+                          L"save and unlock there; zephor unlock --force where that workstation is lost"});
     }
   }
   findings.push_back({L"locks", Health::Ok, counted(own, L"lock", L"locks") + L" held from here"});

@@ -243,9 +243,11 @@ class WORKSTATION_API CloudStore {
   /// Takes the lock. The holder on the same workstation gets it again; anybody else, and the holder on another
   /// workstation, is refused with kStoreLocked.
   CloudStatus lockObject(const StoreActor& actor, const std::wstring& project, int objectType, int number);
-  /// Gives it back; an object without lock is success. With `force` an owner or admin breaks another's lock.
-  CloudStatus unlockObject(const StoreActor& actor, const std::wstring& project, int objectType, int number,
-                           bool force = false);
+  /// Gives it back; an object without lock is success.
+  CloudStatus unlockObject(const StoreActor& actor, const std::wstring& project, int objectType, int number);
+  /// Takes a lock away, which its holder may from any workstation, and an owner or admin. Whoever holds the object by
+  /// now in the place of `seen` keeps it (kStoreLocked); an object without lock is success.
+  CloudStatus breakLock(const StoreActor& actor, const std::wstring& project, const ObjectLock& seen);
   CloudStatus lockOf(const StoreActor& actor, const std::wstring& project, int objectType, int number,
                      std::optional<ObjectLock>& out);
   CloudStatus locks(const StoreActor& actor, const std::wstring& project, std::vector<ObjectLock>& out);

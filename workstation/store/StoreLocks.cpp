@@ -1,5 +1,6 @@
 // Locks of objects and of projects.
 #include "platform/Text.h"
+#include "platform/Time.h"
 #include "workstation/store/StoreImpl.h"
 
 namespace workstation {
@@ -37,6 +38,16 @@ bool isOwn(const StoreActor& actor, const std::wstring& user, const std::wstring
   return user == actor.user.uuid && workstation == actor.workstationId;
 }
 
+[[noreturn]] void throwLocked(const ObjectLock& lock) {
+  throw StoreError{kStoreLocked, platform::formatWide(L"object %d is locked by %s at \"%s\"", lock.number,
+                                                      lock.holder.name, lock.workstationName)};
+}
+
+void removeLock(Connection& connection, const std::wstring& project, const ObjectLock& lock) {
+  Statement remove(connection, "DELETE FROM object_locks WHERE project=? AND type=? AND number=?");
+  (remove << project << lock.objectType << lock.number).run();
+}
+
 void requireObject(int objectType, int number) {
   if (objectType < 0 || number <= 0) {
     throw StoreError{kStoreInvalidParameter,
@@ -61,8 +72,7 @@ CloudStatus CloudStore::lockObject(const StoreActor& actor, const std::wstring& 
     if (!held.empty()) {
       const ObjectLock& lock = held.front();
       if (isOwn(actor, lock.holder.uuid, lock.workstationId)) return;
-      throw StoreError{kStoreLocked, platform::formatWide(L"object %d is locked by %s at \"%s\"", number,
-                                                          lock.holder.name, lock.workstationName)};
+      throwLocked(lock);
     }
     Statement put(*lease,
                   "INSERT INTO object_locks(project, type, number, user, workstation_id, workstation, since) "
@@ -74,23 +84,36 @@ CloudStatus CloudStore::lockObject(const StoreActor& actor, const std::wstring& 
   });
 }
 
-CloudStatus CloudStore::unlockObject(const StoreActor& actor, const std::wstring& project, int objectType, int number,
-                                     bool force) {
+CloudStatus CloudStore::unlockObject(const StoreActor& actor, const std::wstring& project, int objectType, int number) {
   return answerOf([&] {
     requireObject(objectType, number);
     const ConnectionPool::Lease lease = impl_->pool.take();
     WriteTransaction transaction(*lease);
     // Not Editor: who has become a viewer, and who finds the project archived, still gives back what they hold.
-    requireRole(*lease, actor, project, force ? StoreRole::Admin : StoreRole::Viewer);
+    requireRole(*lease, actor, project, StoreRole::Viewer);
     const std::vector<ObjectLock> held = readLocks(*lease, project, objectType, number);
     if (held.empty()) return;
     const ObjectLock& lock = held.front();
-    if (!force && !isOwn(actor, lock.holder.uuid, lock.workstationId)) {
-      throw StoreError{kStoreLocked, platform::formatWide(L"object %d is locked by %s at \"%s\"", number,
-                                                          lock.holder.name, lock.workstationName)};
-    }
-    Statement remove(*lease, "DELETE FROM object_locks WHERE project=? AND type=? AND number=?");
-    (remove << project << objectType << number).run();
+    if (!isOwn(actor, lock.holder.uuid, lock.workstationId)) throwLocked(lock);
+    removeLock(*lease, project, lock);
+    transaction.commit();
+  });
+}
+
+CloudStatus CloudStore::breakLock(const StoreActor& actor, const std::wstring& project, const ObjectLock& seen) {
+  return answerOf([&] {
+    requireObject(seen.objectType, seen.number);
+    const ConnectionPool::Lease lease = impl_->pool.take();
+    WriteTransaction transaction(*lease);
+    // An admin's right, but for one's own; weaker members are told so.
+    requireRole(*lease, actor, project, seen.holder.uuid == actor.user.uuid ? StoreRole::Viewer : StoreRole::Admin);
+    const std::vector<ObjectLock> held = readLocks(*lease, project, seen.objectType, seen.number);
+    if (held.empty()) return;
+    const ObjectLock& lock = held.front();
+    const bool isSeen = lock.holder.uuid == seen.holder.uuid && lock.workstationId == seen.workstationId &&
+                        platform::toTicks(lock.since) == platform::toTicks(seen.since);
+    if (!isSeen) throwLocked(lock);
+    removeLock(*lease, project, lock);
     transaction.commit();
   });
 }

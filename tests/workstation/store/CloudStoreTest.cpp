@@ -73,10 +73,13 @@ TEST_F(CloudStoreTest, ObjectHasOneHolder) {
   EXPECT_EQ(store->locks(viewer, project, all), 0);
   EXPECT_EQ(all.size(), 2U);
   EXPECT_EQ(store->unlockObject(elsewhere, project, eFileType_Plan, 7), kStoreLocked);
-  EXPECT_EQ(store->unlockObject(editor, project, eFileType_Teilbild, 7, true), kStoreAccessDenied);
-  EXPECT_EQ(store->unlockObject(admin, project, eFileType_Plan, 7, true), 0);
+  EXPECT_EQ(store->breakLock(editor, project, all[0]), kStoreAccessDenied) << "an admin's";
+  EXPECT_EQ(store->breakLock(admin, project, *lock), 0);
   EXPECT_EQ(store->unlockObject(editor, project, eFileType_Plan, 7), 0);
   EXPECT_EQ(store->lockObject(elsewhere, project, eFileType_Plan, 7), 0);
+  EXPECT_EQ(store->breakLock(admin, project, *lock), kStoreLocked) << "another one by now";
+  EXPECT_EQ(store->lockOf(editor, project, eFileType_Plan, 7, lock), 0);
+  EXPECT_EQ(store->breakLock(editor, project, *lock), 0) << "one's own from elsewhere";
   EXPECT_EQ(store->lockObject(editor, project, eFileType_Plan, 0), kStoreInvalidParameter);
 }
 
@@ -101,7 +104,9 @@ TEST_F(CloudStoreTest, LockedObjectKeepsOthersWritesOut) {
   EXPECT_EQ(store->deleteFile(editor, project, L"tb000001.zdw"), 0);
   files[0].needsOwnLock = true;
   EXPECT_EQ(store->putFiles(editor, project, files, statuses), 0);
-  EXPECT_EQ(store->unlockObject(admin, project, eFileType_Teilbild, 1, true), 0);
+  std::optional<ObjectLock> lock;
+  EXPECT_EQ(store->lockOf(admin, project, eFileType_Teilbild, 1, lock), 0);
+  EXPECT_EQ(store->breakLock(admin, project, lock.value()), 0);
   EXPECT_EQ(store->putFiles(editor, project, files, statuses), kStoreLocked) << "the lock was broken meanwhile";
 }
 
