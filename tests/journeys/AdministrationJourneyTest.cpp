@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 #include <sqlite3.h>
 
+#include <chrono>
 #include <fstream>
+#include <thread>
 
 #include "tests/journeys/Program.h"
 
@@ -53,6 +55,44 @@ TEST_F(Administration, TheDatabaseIsToldApartFromItsObjectsAndBroughtInLine) {
   execute(database, "DELETE FROM teilbild");
   EXPECT_THAT(office_.must("anna", {"db", "update"}), HasSubstr("tb1: added"));
   EXPECT_EQ(office_.must("anna", {"db", "check"}), "");
+}
+
+TEST_F(Administration, TheDatabaseIsUpdatedBesideOthersAndMadeAnewWhenItIsDamaged) {
+  office_.found({"anna"});
+  office_.share("anna", "drawing");
+  const fs::path database = office_.project("anna") / "QuorvelProjectDB.db3";
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(database.c_str(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "DELETE FROM teilbild; BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+  const auto updating = office_.start("anna", {"db", "update"});
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  sqlite3_exec(other, "COMMIT", nullptr, nullptr, nullptr);
+  sqlite3_close(other);
+  EXPECT_THAT(updating->end().out, HasSubstr("tb1: added"));
+  EXPECT_EQ(office_.must("anna", {"db", "check"}), "");
+
+  office_.writeFile(database.string(), std::string(5000, 'b'));
+  const ProgramRun refused = office_.run("anna", {"db", "update"});
+  EXPECT_EQ(refused.exitCode, 1);
+  EXPECT_THAT(refused.err, AllOf(HasSubstr("file is not a database"), HasSubstr("zephor doctor tells")));
+  EXPECT_THAT(office_.run("anna", {"doctor"}).out, HasSubstr("QuorvelProjectDB.db3 is damaged"));
+  fs::remove(database);
+  EXPECT_THAT(office_.must("anna", {"db", "update"}), HasSubstr("tb1: added"));
+}
+
+TEST_F(Administration, ALockIsTakenAwayFromALostWorkstation) {
+  office_.found({"anna", "ben"});
+  office_.share("ben", "drawing");
+  office_.must("laptop", {"init", "--store", office_.store().string(), "--name", "ben", "--email", "ben@example.org"});
+  office_.must("laptop", {"open", "Library"});
+  const ProgramRun plain = office_.run("laptop", {"unlock", "tb1"});
+  EXPECT_EQ(plain.exitCode, 4);
+  EXPECT_THAT(plain.err, HasSubstr("unlock --force"));
+  EXPECT_THAT(office_.run("laptop", {"unlock", "--force", "tb1"}).out, HasSubstr("tb1: stays locked"));
+  EXPECT_THAT(office_.must("laptop", {"--yes", "unlock", "--force", "tb1"}), HasSubstr("it was locked by ben"));
+  EXPECT_THAT(logsOf("laptop"), HasSubstr("the lock of tb1 in Library was taken away from ben"));
+  office_.must("anna", {"lock", "tb1"});
+  EXPECT_EQ(office_.run("ben", {"--yes", "unlock", "--force", "tb1"}).exitCode, 1) << "an editor";
 }
 
 TEST_F(Administration, AProjectGoesWhenItIsAskedForAndNobodyWorksInIt) {
@@ -131,10 +171,13 @@ TEST_F(Administration, TheDoctorTellsWhatIsWrongAndWhatToDo) {
     if (!entry.path().string().ends_with(".cache.db3")) continue;
     std::fstream record(entry.path(), std::ios::binary | std::ios::in | std::ios::out);
     record << "this is no record";
+    fs::create_directories(entry.path().parent_path() / "none.db3");
   }
+  std::fstream(office_.store() / "store.db", std::ios::binary | std::ios::in | std::ios::out) << "this is no store";
   const ProgramRun damaged = office_.run("anna", {"--json", "doctor"});
   EXPECT_EQ(damaged.exitCode, 3);
-  EXPECT_THAT(damaged.out, AllOf(HasSubstr(".cache.db3 is damaged"), HasSubstr("\"state\":\"problem\"")));
+  EXPECT_THAT(damaged.out, AllOf(HasSubstr(".cache.db3 is damaged"), HasSubstr("store.db is damaged"),
+                                 HasSubstr("none.db3 can't be looked at"), HasSubstr("\"state\":\"problem\"")));
   fs::rename(office_.store(), office_.path("gone"));
   const ProgramRun apart = office_.run("anna", {"doctor"});
   EXPECT_EQ(apart.exitCode, 3);
