@@ -5,6 +5,7 @@
 #include "host/Events.h"
 #include "host/Locking.h"
 #include "tests/support/TestWorkstation.h"
+#include "workstation/store/StoreContext.h"
 
 namespace Quorvel::FileAccess {
 namespace {
@@ -60,6 +61,14 @@ TEST_F(DelayedLocks, LocksGoBeforeUnlocksAndRefusalsAreToldOnce) {
   EXPECT_TRUE(manage({}, {4}, false, true));
   EXPECT_FALSE(isOwn(4));
   EXPECT_EQ(desk.ui().boxes().size(), 1U);
+
+  const std::string store = workstation::storeContextDirectory();
+  const workstation::StoreActor actor = workstation::storeActor();
+  workstation::setStoreContext("/nowhere", actor);
+  EXPECT_TRUE(manage({5, 6}, {}, true, false) && manage({}, {4}, true, false));
+  EXPECT_EQ(desk.ui().boxes().size(), 2U) << "both refused locks in one";
+  workstation::setStoreContext(store, actor);
+  EXPECT_TRUE(manage({5}, {}, true, true) && isOwn(5) && !isOwn(6));
 }
 
 }  // namespace
