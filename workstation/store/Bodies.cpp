@@ -106,6 +106,7 @@ std::string sha256OfFile(const std::string& path) {
 void Bodies::create() const {
   makeDirectory(incoming());
   makeDirectory(directory_ + "/bodies");
+  DiskLock::take(lockPath(), DiskLock::Kind::Shared);
 }
 
 std::string Bodies::pathOf(const std::string& sha256) const {

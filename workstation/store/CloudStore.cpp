@@ -93,6 +93,10 @@ CloudStatus CloudStore::create(const std::string& directory, std::wstring& error
     if (!createSchema(connection)) {
       throw StoreError{kStoreExists, storeText(directory) + L" exists already"};
     }
+    // Whoever may write the directory has to be able to write all of it, whatever this user's mask is.
+    for (const char* name : {"/bodies", "/incoming", "/incoming/lock", "/store.db"}) {
+      copyPermissions(directory, directory + name);
+    }
     syncPath(directory);
   });
   if (status != kStoreOk) error = lastText();

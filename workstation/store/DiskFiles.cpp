@@ -198,8 +198,10 @@ bool makeDirectory(const std::string& path) {
 
 void copyPermissions(const std::string& from, const std::string& to) noexcept {
   constexpr mode_t kPermissions = 07777;
-  struct stat status = {};
-  if (::stat(from.c_str(), &status) == 0) ::chmod(to.c_str(), status.st_mode & kPermissions);
+  struct stat given = {};
+  struct stat taking = {};
+  if (::stat(from.c_str(), &given) != 0 || ::stat(to.c_str(), &taking) != 0) return;
+  ::chmod(to.c_str(), given.st_mode & (S_ISDIR(taking.st_mode) ? kPermissions : kFileMode));
 }
 
 void makeDirectories(const std::string& path) {

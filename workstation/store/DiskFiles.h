@@ -80,7 +80,7 @@ bool mayWrite(const std::string& path);
 std::vector<DiskEntry> listDirectory(const std::string& path);
 /// Makes one directory. @return false when it was there
 bool makeDirectory(const std::string& path);
-/// Gives a directory the permissions of another one, as far as this user may.
+/// Gives a directory, or a file as far as files have them, the permissions of a directory, if this user may.
 void copyPermissions(const std::string& from, const std::string& to) noexcept;
 /// Makes a directory with its parents.
 void makeDirectories(const std::string& path);

@@ -36,6 +36,18 @@ TEST_F(CloudStoreTest, MemberNumbersStayWithThePerson) {
   EXPECT_EQ(list.size(), 5U);
 }
 
+TEST_F(CloudStoreTest, WhoMayWriteItsDirectoryMayWriteTheStore) {
+  namespace fs = std::filesystem;
+  constexpr auto kGroupMayWrite = fs::perms::group_read | fs::perms::group_write;
+  const TemporaryDirectory shared;
+  fs::permissions(shared.path(), kGroupMayWrite | fs::perms::group_exec, fs::perm_options::add);
+  std::wstring error;
+  ASSERT_EQ(CloudStore::create(shared.path(), error), kStoreOk);
+  for (const char* name : {"/bodies", "/incoming", "/incoming/lock", "/store.db"}) {
+    EXPECT_EQ(fs::status(shared.path() + name).permissions() & kGroupMayWrite, kGroupMayWrite) << name;
+  }
+}
+
 TEST_F(CloudStoreTest, OwnersStayAndNobodyGrantsWhatTheyDoNotHave) {
   CloudUser other{L"", L"Second Olga", L"OLGA@house.example"};
   EXPECT_EQ(store->registerUser(other), kStoreExists);
