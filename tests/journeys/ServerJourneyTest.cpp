@@ -235,7 +235,12 @@ TEST_F(ServerDirectory, LocksOfAProjectHoldAgainstOthers) {
   const std::string locks = office_.must("ben", {"server", "locks", "share", "House"});
   EXPECT_THAT(locks, HasSubstr("tb12"));
   EXPECT_THAT(locks, HasSubstr("pb3"));
+  // What is fetched while a lock is held, and sent behind its end, locks nothing.
+  write(remote() / "House.prj/plan", "p");
+  must({"sync", "down", "share", "House.prj", "--local", here().string()});
   must({"unlock", "share", "House", "tb12"});
+  must({"sync", "up", "share", "House.prj", "--local", here().string()});
+  must({"put", "share", "-r", here().string(), "--to", "House.prj"});
   office_.must("ben", {"server", "lock", "share", "House", "tb12"});
   EXPECT_EQ(server({"locks", "share", "Villa"}).exitCode, 1);
   EXPECT_EQ(server({"lock", "share", "../x", "tb1"}).exitCode, 1);

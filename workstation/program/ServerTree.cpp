@@ -28,7 +28,16 @@ bool endsWith(const std::wstring& name, const wchar_t* suffix) {
   return name.size() > std::char_traits<wchar_t>::length(suffix) && platform::endsWithIgnoreCase(name, suffix);
 }
 
-void sortByPath(Tree& tree) {
+/// The lock of an object says who works on it at the server. Copied and sent back it would be one that nobody holds.
+bool isLockFile(const TreeFile& file) {
+  const std::size_t parent = file.directory.rfind(L'/');
+  const auto directory = file.directory.substr(parent == std::wstring::npos ? 0 : parent + 1);
+  return platform::equalsIgnoreCase(directory, L"Lck") && endsWith(file.name, L".lck");
+}
+
+/// Ends a listing.
+void complete(Tree& tree) {
+  std::erase_if(tree.files, isLockFile);
   std::sort(tree.files.begin(), tree.files.end(), [](const TreeFile& a, const TreeFile& b) {
     return a.directory != b.directory ? a.directory < b.directory : a.name < b.name;
   });
@@ -169,13 +178,13 @@ unsigned long listServerTree(ServerSession& session, const std::wstring& directo
   std::sort(directories.begin(), directories.end());
   for (const std::wstring& each : directories) reader.addDirectory(each);
   for (const ServerTreeFile& file : files) reader.addFile(file.directory, file.entry);
-  sortByPath(out);
+  complete(out);
   return 0;
 }
 
 void listLocalTree(const std::string& directory, bool recursive, Tree& out) {
   LocalTreeReader(directory, recursive, out).read({});
-  sortByPath(out);
+  complete(out);
 }
 
 }  // namespace workstation::program

@@ -33,11 +33,13 @@ struct Tree {
 constexpr const wchar_t* kSendingSuffix = L".upload";
 constexpr const wchar_t* kFetchingSuffix = L".part";
 
-/// Lists a directory below the server's base. Names that can't be files here are passed over.
+/// Lists a directory below the server's base, without the locks of objects. Names that can't be files here are passed
+/// over.
 /// @return 0 or the error; 3 when the directory is not there
 unsigned long listServerTree(ServerSession& session, const std::wstring& directory, bool recursive, Tree& out);
-/// Lists a directory of this machine (a path of the system). Links to directories, names that no other workstation can
-/// hold and what transfers have left behind are passed over. Throws CommandFailure when it can't be read.
+/// Lists a directory of this machine (a path of the system), without the locks of objects. Links to directories, names
+/// that no other workstation can hold and what transfers have left behind are passed over. Throws CommandFailure when
+/// it can't be read.
 void listLocalTree(const std::string& directory, bool recursive, Tree& out);
 
 }  // namespace workstation::program
