@@ -22,7 +22,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME zephor)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION graphics)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "zephor-desktop, bash-completion")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "zephor-desktop, bash-completion, xdg-utils")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Shared CAD project work
 The library that a CAD application loads, and a host with the program
 zephor: a team locks, saves and fetches the drawings of a project through
@@ -32,6 +32,7 @@ set(CPACK_DEBIAN_DESKTOP_PACKAGE_NAME zephor-desktop)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_SECTION graphics)
 # What brings the windows to an X display is loaded, not linked.
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_DEPENDS qt6-qpa-plugins)
+set(CPACK_DEBIAN_DESKTOP_PACKAGE_RECOMMENDS xdg-utils)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_SUGGESTS qt6-wayland)
 set(CPACK_COMPONENT_DESKTOP_DEPENDS runtime)
 set(CPACK_COMPONENT_DESKTOP_DESCRIPTION "Shared CAD project work: windows
