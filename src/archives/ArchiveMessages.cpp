@@ -35,6 +35,12 @@ bool failWithMessage(const wchar_t* operation, const std::wstring& path, DWORD e
   return failWithMessage(operation, platform::formatWide(L"%s\n\n%s", path, reason));
 }
 
+void logLinks(const wchar_t* operation, const CkZipW& zip) {
+  for (const std::wstring& link : zip.linksLeftOut()) {
+    lfperrC(L"%s: %s: a link, which stays out of the archive\n", operation, link);
+  }
+}
+
 void showMessage(const std::wstring& text) {
   show(text, MB_ICONINFORMATION);
 }

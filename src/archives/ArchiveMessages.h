@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/WindowsTypes.h"
+#include "toolkit/ZipW.h"
 
 namespace Quorvel::FileAccess {
 
@@ -16,6 +17,8 @@ std::wstring languageText(int id);
 bool failWithMessage(const wchar_t* operation, const std::wstring& text);
 /// As above, for a path and the system's text of an error.
 bool failWithMessage(const wchar_t* operation, const std::wstring& path, DWORD error);
+/// Logs the links that an archive to be leaves out.
+void logLinks(const wchar_t* operation, const CkZipW& zip);
 void showMessage(const std::wstring& text);
 /// Whether something that is there may be replaced. False without a question where the host forbids any dialog.
 bool askToReplace(const std::wstring& path);

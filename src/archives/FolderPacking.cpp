@@ -21,6 +21,7 @@ constexpr const wchar_t* kExtension = L".zip";
 constexpr int kSameNameTextId = 2500486;
 
 bool write(CkZipW& zip, const std::wstring& path) {
+  logLinks(kZipFolder, zip);
   const ScopedZipProgress progress(zip, kPackingTextId, path);
   return zip.WriteZipAndClose();
 }

@@ -22,6 +22,7 @@ namespace {
 
 constexpr const wchar_t* kOperation = L"Quorvel::FileAccess::WGO_zipProjectFolder";
 constexpr const wchar_t* kPackedEnding = L".qpn";
+constexpr const wchar_t* kShared = L"-shm";
 constexpr const wchar_t* kLocks = L"Lck";
 constexpr const wchar_t* kThisMachine = L"localhost";
 constexpr int kCheckingFilesTextId = 2500481;
@@ -57,6 +58,12 @@ void makeFreshCopy(NetManager::projectInfo& info, const std::wstring& name) {
 CkStringArrayW exclusions(const std::wstring& folder, bool isPacked) {
   CkStringArrayW names;
   names.Append(kProjectInformation);
+  // What the processes share that have a database open; it is worth nothing without them.
+  for (const std::wstring& name : NetManager::getFilesList(folder, kShared)) {
+    const std::wstring path = platform::joinPath(folder, name);
+    const std::wstring database = path.substr(0, path.size() - std::wstring_view(kShared).size());
+    if (platform::fileStatus(database).exists) names.Append(name.c_str());
+  }
   // A project that lives in one file keeps that file in its folder while it is closed for the moment.
   if (!isPacked || !isSingleFileProjectTempClosed()) return names;
   for (const std::wstring& name : NetManager::getFilesList(folder, kPackedEnding)) names.Append(name.c_str());
@@ -75,6 +82,7 @@ bool addInformation(CkZipW& zip, const std::wstring& folder, const std::wstring&
 }
 
 bool write(CkZipW& zip, const std::wstring& zipPath) {
+  logLinks(kOperation, zip);
   const ScopedZipProgress progress(zip, kPackingTextId, zipPath);
   return zip.WriteZipAndClose();
 }

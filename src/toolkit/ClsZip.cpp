@@ -8,6 +8,7 @@
 #include "platform/Text.h"
 #include "platform/Time.h"
 #include "toolkit/FtpListing.h"
+#include "toolkit/ZipAhead.h"
 #include "toolkit/ZipText.h"
 
 namespace Quorvel::FileAccess {
@@ -52,6 +53,7 @@ bool ClsZip::openInput(std::unique_ptr<IZipInput> input) {
 
 void ClsZip::close() {
   entries_.clear();
+  links_.clear();
   reader_.reset();
   path_.clear();
 }
@@ -107,6 +109,7 @@ bool ClsZip::appendFiles(const std::wstring& pattern, bool recurses) {
   selection.pattern = platform::fileNameOf(pattern);
   selection.recurses = recurses;
   selection.archive = path_;
+  selection.links = &links_;
   std::vector<ZipEntry> found;
   const std::wstring reason = collectFiles(platform::directoryOf(pattern), {}, selection, found);
   return reason.empty() ? putAll(std::move(found)) : fail(reason);
@@ -125,6 +128,7 @@ bool ClsZip::appendFileOrDirectory(const std::wstring& path, bool savesPath) {
   if (!status.isDirectory) return put(fileEntry(whole, name, status.size, status.writeTime));
   ZipSelection selection;
   selection.archive = path_;
+  selection.links = &links_;
   std::vector<ZipEntry> found;
   const std::wstring reason = collectFiles(whole, name + L"/", selection, found);
   if (!reason.empty()) return fail(reason);
@@ -193,6 +197,8 @@ std::wstring ClsZip::writeTo(IZipOutput& output) {
   ZipRun run;
   run.meter = &meter;
   run.level = level_;
+  ZipAhead ahead(level_, threads_);
+  run.ahead = &ahead;
   std::wstring reason = writeArchive(entries_, reader_.get(), output, run);
   if (reason.empty()) meter.finish();
   return reason;

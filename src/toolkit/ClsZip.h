@@ -23,6 +23,7 @@ class ClsZip {
   bool open(CkByteData data);
   void close();
   void setLevel(int level);
+  void setThreads(unsigned count) { threads_ = count; }
   void setCallback(CkZipProgressW* callback) { callback_ = callback; }
   void setExclusions(std::vector<std::wstring> names) { selection_.excludedNames = std::move(names); }
   void excludeDirectory(std::wstring name) { selection_.excludedDirectories.push_back(std::move(name)); }
@@ -36,6 +37,7 @@ class ClsZip {
   std::uint64_t findFirst(const std::wstring& pattern);
   bool remove(std::uint64_t id);
   std::int32_t count() const;
+  const std::vector<std::wstring>& linksLeftOut() const { return links_; }
   bool extract(const wchar_t* directory);
   bool checkContent();
   bool write();
@@ -66,10 +68,12 @@ class ClsZip {
 
   std::wstring path_;  // of the archive; empty in memory
   int level_ = 6;
+  unsigned threads_ = 0;
   ZipSelection selection_;
   CkZipProgressW* callback_ = nullptr;
   std::unique_ptr<ZipReader> reader_;  // of the archive that was opened
   ZipEntries entries_;
+  std::vector<std::wstring> links_;  // that were left out
   std::wstring lastError_;
   bool isOutOfMemory_ = false;
 };

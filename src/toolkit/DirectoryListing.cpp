@@ -21,6 +21,7 @@ class Find {
   bool isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
   bool next() { return FindNextFileW(handle_, &data_) != FALSE; }
   const WIN32_FIND_DATAW& data() const { return data_; }
+  std::vector<std::wstring> passedOver() const { return platform::namesPassedOver(handle_); }
 
  private:
   WIN32_FIND_DATAW data_{};
@@ -48,7 +49,7 @@ DirectoryEntry toEntry(const WIN32_FIND_DATAW& data, const std::wstring& directo
 }  // namespace
 
 DWORD listDirectory(const std::wstring& directory, const std::wstring& pattern, Arriving arriving,
-                    std::vector<DirectoryEntry>& out) {
+                    std::vector<DirectoryEntry>& out, std::vector<std::wstring>* unnamed) {
   Find find(platform::joinPath(directory, L"*"));
   if (!find.isOpen()) return GetLastError();
   do {
@@ -58,6 +59,7 @@ DWORD listDirectory(const std::wstring& directory, const std::wstring& pattern, 
     out.push_back(toEntry(find.data(), directory));
   } while (find.next());
   const DWORD error = GetLastError();
+  if (unnamed != nullptr) *unnamed = find.passedOver();
   return error == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : error;
 }
 

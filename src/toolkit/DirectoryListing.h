@@ -22,9 +22,10 @@ struct DirectoryEntry {
 enum class Arriving : std::uint8_t { Hidden, Shown };
 
 /// Appends the entries of a directory that match a pattern, without "." and "..".
+/// @param unnamed  null, or receives those that no library path can name, see platform::namesPassedOver
 /// @return 0, or the error
 DWORD listDirectory(const std::wstring& directory, const std::wstring& pattern, Arriving arriving,
-                    std::vector<DirectoryEntry>& out);
+                    std::vector<DirectoryEntry>& out, std::vector<std::wstring>* unnamed = nullptr);
 
 /// Appends the one entry that has the name; without regard to letter case where none has it exactly. Lists nothing.
 /// @return 0, also when there is none; ERROR_PATH_NOT_FOUND when its directory is missing, or another error

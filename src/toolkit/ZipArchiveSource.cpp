@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "toolkit/ZipSource.h"
 
 namespace Quorvel::FileAccess {
@@ -44,14 +46,30 @@ class ArchiveSource final : public ZipSource {
       case ZIP_SOURCE_TELL_WRITE:
         return static_cast<zip_int64_t>(output_->position());
       case ZIP_SOURCE_COMMIT_WRITE:
-        if (input_ != nullptr) input_->release();
-        return output_->commit() ? 0 : failWithLastError(ZIP_ER_RENAME, L"can't take its place");
+        return commit();
       case ZIP_SOURCE_ROLLBACK_WRITE:
         output_->rollBack();
         return 0;
       default:
         return fail(ZIP_ER_OPNOTSUPP, L"an operation that archives do not have");
     }
+  }
+
+  zip_int64_t commit() {
+    for (const WatchedFile& file : run().watched) {
+      // A journal that came later is one of a change that the database may have had by half.
+      const bool isHalf = file.isDatabase && stateOf(file.path + L"-journal").size > 0 && !isWatched(L"-journal", file);
+      if (isHalf || stateOf(file.path) != file.state) {
+        return fail(ZIP_ER_READ, L"file \"" + file.path + L"\" was written while its database was read");
+      }
+    }
+    if (input_ != nullptr) input_->release();
+    return output_->commit() ? 0 : failWithLastError(ZIP_ER_RENAME, L"can't take its place");
+  }
+
+  bool isWatched(const wchar_t* ending, const WatchedFile& database) {
+    return std::any_of(run().watched.begin(), run().watched.end(),
+                       [&](const WatchedFile& file) { return file.path == database.path + ending; });
   }
 
   zip_uint64_t size() const { return input_ == nullptr ? 0 : input_->size(); }

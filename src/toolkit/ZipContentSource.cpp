@@ -2,8 +2,9 @@
 #include <cstring>
 #include <optional>
 
-#include "toolkit/Deflate.h"
+#include "platform/Time.h"
 #include "toolkit/OpenFile.h"
+#include "toolkit/ZipAhead.h"
 #include "toolkit/ZipSource.h"
 
 namespace Quorvel::FileAccess {
@@ -14,7 +15,7 @@ namespace {
 class ContentSource final : public ZipSource {
  public:
   ContentSource(zip_t* archive, const ZipEntry& entry, ZipRun& run)
-      : ZipSource(run), archive_(archive), entry_(entry), level_(run.level) {}
+      : ZipSource(run), archive_(archive), entry_(entry), level_(run.level), number_(run.ahead->add(entry)) {}
 
   void setIndex(zip_uint64_t index) { index_ = index; }
 
@@ -45,57 +46,58 @@ class ContentSource final : public ZipSource {
 
   bool prepare() {
     zip_stat_init(&stat_);
-    stat_.mtime = archiveTime(entry_.time);
     stat_.encryption_method = ZIP_EM_NONE;
     stat_.valid = ZIP_STAT_MTIME | ZIP_STAT_ENCRYPTION_METHOD | ZIP_STAT_COMP_METHOD | ZIP_STAT_SIZE;
-    if (entry_.kind == ZipEntry::Kind::Data) {
-      content_ = entry_.data;
-      prepareBlock();
-    } else if (!prepareFile()) {
+    stat_.mtime = archiveTime(entry_.time);
+    ready_ = run().ahead->take(number_);
+    if (!ready_.failure.empty()) {
+      fail(ZIP_ER_READ, about(ready_.failure));
       return false;
     }
+    if (ready_.isLarge ? !prepareStream() : !prepareBlock()) return false;
     isPrepared_ = true;
-    return file_ || tell(stat_.size);
-  }
-
-  bool prepareFile() {
-    const platform::FileStatus status = platform::fileStatus(entry_.path);
-    if (status.exists && status.size > kStreamedFrom) return prepareStream();
-    auto content = std::make_shared<CkByteData>();
-    if (!content->loadFile(entry_.path)) {
-      failWithLastError(ZIP_ER_READ, aboutFile(L"can't be read"));
-      return false;
-    }
-    content_ = std::move(content);
-    prepareBlock();
     return true;
   }
 
   bool prepareStream() {
+    const std::optional<FileState> state = settledStateOf(entry_.path);
     file_.emplace(entry_.path, GENERIC_READ, kShareAll, OPEN_EXISTING);
     if (!file_->isOpen()) {
       failWithLastError(ZIP_ER_READ, aboutFile(L"can't be read"));
       return false;
     }
-    stat_.size = file_->size();
+    if (!state || file_->size() != state->size) {
+      fail(ZIP_ER_READ, aboutFile(L"is being written"));
+      return false;
+    }
+    ready_.state = *state;
+    stat_.size = state->size;
+    stat_.mtime = archiveTime(platform::fromTicks(state->ticks));
     stat_.comp_method = ZIP_CM_STORE;
     choose(level_ == 0 ? ZIP_CM_STORE : ZIP_CM_DEFLATE);
     return true;
   }
 
-  void prepareBlock() {
-    stat_.size = content_->getSize();
-    if (level_ > 0) block_ = deflateBlock(content_->getData(), content_->getSize(), level_);
-    if (!block_.bytes) {
+  bool prepareBlock() {
+    stat_.size = ready_.size;
+    if (ready_.state.exists) stat_.mtime = archiveTime(platform::fromTicks(ready_.state.ticks));
+    watch();
+    if (ready_.stored) {
       stat_.comp_method = ZIP_CM_STORE;
       choose(ZIP_CM_STORE);
-      return;
+    } else {
+      stat_.comp_method = ZIP_CM_DEFLATE;
+      stat_.comp_size = ready_.block.size;
+      stat_.crc = ready_.crc;
+      stat_.valid |= ZIP_STAT_COMP_SIZE | ZIP_STAT_CRC;
     }
-    stat_.comp_method = ZIP_CM_DEFLATE;
-    stat_.comp_size = block_.size;
-    stat_.crc = CkZipCrc::CalculateCrc(*content_);
-    stat_.valid |= ZIP_STAT_COMP_SIZE | ZIP_STAT_CRC;
-    content_.reset();
+    return tell(stat_.size);
+  }
+
+  /// A database and its log belong together: none may be written before the last of them was read.
+  void watch() {
+    if (entry_.kind != ZipEntry::Kind::File || (!entry_.isOfDatabase && !ready_.isDatabase)) return;
+    run().watched.push_back({entry_.path, ready_.state, ready_.isDatabase});
   }
 
   // libzip looks at the entry's method behind STAT. Should it ever look before, it would deflate the content itself and
@@ -106,10 +108,8 @@ class ContentSource final : public ZipSource {
   }
 
   zip_int64_t readBlock(void* data, zip_uint64_t length) {
-    const std::uint8_t* bytes = block_.bytes ? block_.bytes.get() : content_ ? content_->getData() : nullptr;
-    const std::size_t size = block_.bytes ? block_.size : content_ ? content_->getSize() : 0;
-    const std::size_t count = std::min<std::size_t>(length, size - position_);
-    if (count > 0) std::memcpy(data, bytes + position_, count);
+    const std::size_t count = std::min<std::size_t>(length, ready_.storedSize() - position_);
+    if (count > 0) std::memcpy(data, ready_.bytes() + position_, count);
     position_ += count;
     return static_cast<zip_int64_t>(count);
   }
@@ -121,24 +121,32 @@ class ContentSource final : public ZipSource {
       return failWithLastError(ZIP_ER_READ, aboutFile(L"can't be read"));
     }
     if (count == 0 && wanted > 0) return fail(ZIP_ER_READ, aboutFile(L"became shorter while it was read"));
+    if (position_ == 0) {
+      ready_.isDatabase = isDatabase({static_cast<const char*>(data), count});
+      watch();
+    }
     position_ += count;
+    const bool isEnd = position_ == stat_.size;
+    if (isEnd && stateOf(entry_.path) != ready_.state) {
+      return fail(ZIP_ER_READ, aboutFile(L"was written while it was read"));
+    }
     return tell(count) ? zip_int64_t{count} : -1;
   }
 
   void dropContent() {
-    block_ = {};
-    content_.reset();
+    ready_.block = {};
+    ready_.stored.reset();
     file_.reset();
   }
 
   zip_t* archive_;
   const ZipEntry& entry_;
   int level_;
+  std::size_t number_;  // ahead
   zip_uint64_t index_ = 0;
   bool isPrepared_ = false;
   zip_stat_t stat_{};
-  std::shared_ptr<const CkByteData> content_;
-  DeflatedBlock block_;
+  ReadyContent ready_;
   std::optional<OpenFile> file_;
   std::size_t position_ = 0;
 };

@@ -21,6 +21,7 @@ struct ZipEntry {
   bool isRenamed = false;                  ///< Stored: under another name than in that archive
   std::shared_ptr<const CkByteData> data;  ///< Data
   std::wstring path;                       ///< File: library path
+  bool isOfDatabase = false;               ///< File: a log or journal that stands beside a file of its name
   std::uint64_t size = 0;                  ///< bytes of work that the entry is when the archive is written
   FILETIME time{};                         ///< last write of what was appended
 

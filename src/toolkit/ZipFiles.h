@@ -14,6 +14,7 @@ struct ZipSelection {
   std::vector<std::wstring> excludedNames;        ///< of files
   std::vector<std::wstring> excludedDirectories;  ///< by name, at any depth
   std::wstring archive;                           ///< library path of the archive itself, which never goes in
+  std::vector<std::wstring>* links = nullptr;     ///< null, or receives the paths of links, which are left out
 };
 
 /// An entry that refers to a file.
@@ -24,7 +25,7 @@ ZipEntry fileEntry(const std::wstring& path, const std::wstring& name, std::uint
 /// Appends the files of a directory, and directories in which nothing was found. Links are left out.
 ///
 /// @param prefix  of the names in the archive; empty or ended by a slash
-/// @return the reason when a directory can't be read
+/// @return the reason when a directory, or a name in it, can't be read
 std::wstring collectFiles(const std::wstring& directory, const std::wstring& prefix, const ZipSelection& selection,
                           std::vector<ZipEntry>& out);
 

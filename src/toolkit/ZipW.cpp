@@ -122,6 +122,10 @@ void CkZipW::SetCompressionLevel(int level) {
   if (archive_) archive_->setLevel(level);
 }
 
+void CkZipW::SetThreads(unsigned count) {
+  if (archive_) archive_->setThreads(count);
+}
+
 std::unique_ptr<CkZipEntryW> CkZipW::AppendData(const wchar_t* name, CkByteData data) {
   return entryFrom(archive_, [&](ClsZip& zip) { return zip.appendData(name, std::move(data)); });
 }
@@ -165,6 +169,10 @@ bool CkZipW::DeleteEntry(const CkZipEntryW& entry) {
 
 std::int32_t CkZipW::get_NumEntries() const {
   return archive_ ? archive_->count() : 0;
+}
+
+std::vector<std::wstring> CkZipW::linksLeftOut() const {
+  return archive_ ? archive_->linksLeftOut() : std::vector<std::wstring>();
 }
 
 bool CkZipW::Extract(const wchar_t* directory) {

@@ -80,13 +80,17 @@ class CkZipW : public CkObject {
   bool OpenFromByteData(CkByteData data);
   /// 0 to 9, forced into that range; for the entries so far too. 6 at the beginning.
   void SetCompressionLevel(int level);
+  /// Threads that compress the entries of a write, and that extract; the archive is the same for any number. 0, as at
+  /// the beginning: as many as there are processors, but few.
+  void SetThreads(unsigned count);
   /// Adds an entry from memory, without copying the bytes when they are moved in. Whatever is appended takes the place
   /// of an entry with the same stored name. @return null on a failure
   std::unique_ptr<CkZipEntryW> AppendData(const wchar_t* name, CkByteData data);
   /// Adds references to the files that a pattern matches: a directory followed by `\*`. They are read when the archive
-  /// is written. Names are relative to the directory. Links are not followed. All or none: a name that Extract would
-  /// refuse (two dots, a device, a character that no volume takes), and one that differs only in letter case from an
-  /// entry's or another file's, refuses the whole append.
+  /// is written, as they are at one moment each: one that does not rest fails the write, and so does a database that is
+  /// written while its files are read. Names are relative to the directory. Links are not followed. All or none: a name
+  /// that Extract would refuse (two dots, a device, a character that no volume takes), and one that differs only in
+  /// letter case from an entry's or another file's, refuses the whole append.
   bool AppendFiles(const wchar_t* pattern, bool recurse);
   /// Adds a file, or a directory with all below it, all or none as above. @param saveExtraPath  false stores the last
   /// component only
@@ -101,6 +105,8 @@ class CkZipW : public CkObject {
   std::unique_ptr<CkZipEntryW> FirstMatchingEntry(const wchar_t* pattern);
   bool DeleteEntry(const CkZipEntryW& entry);
   std::int32_t get_NumEntries() const;
+  /// Paths of the links that were found beside what was appended; they are not in the archive.
+  std::vector<std::wstring> linksLeftOut() const;
   /// Extracts everything below a directory (library path). What would leave it, a link, a device name and an entry
   /// whose size or CRC-32 is not what it claims end the operation; each file appears whole or not at all.
   bool Extract(const wchar_t* directory);

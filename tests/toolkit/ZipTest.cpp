@@ -3,9 +3,12 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <thread>
 
 #include "platform/Files.h"
@@ -390,6 +393,93 @@ TEST_F(Zip, LargeFilesGoInPiecesAndTellHowFar) {
   ASSERT_TRUE(extract(L"out")) << error();
   expectWhole();
   EXPECT_EQ(run("cmp in/large out/large"), 0);
+}
+
+TEST_F(Zip, ThreadsChangeNoByteAndEndWithAFailure) {
+  for (unsigned i = 0; i < 60; ++i) {
+    write("in/" + std::to_string(i), i % 9 == 4 ? noise(3000 * i) : drawing(i, i % 7 == 3 ? 90000 : i * 50));
+  }
+  std::ofstream(root() / "in/hole").close();
+  std::filesystem::resize_file(root() / "in/hole", (std::uintmax_t{64} << 20U) + 1);
+  const auto pack = [&](unsigned threads, CkByteData& out) {
+    create(L"a.zip");
+    zip.SetCompressionLevel(1);
+    zip.SetThreads(threads);
+    return zip.AppendFiles(path(L"in\\*").c_str(), true) && zip.WriteToMemory(out);
+  };
+  CkByteData alone;
+  ASSERT_TRUE(pack(1, alone)) << error();
+  CkByteData together;
+  ASSERT_TRUE(pack(5, together)) << error();
+  EXPECT_EQ(contentOf(together), contentOf(alone));
+  struct Ending : CkZipProgressW {
+    void AbortCheck(bool* abort) override { *abort = true; }
+  } ending;
+  zip.put_EventCallbackObject(&ending);
+  EXPECT_FALSE(pack(5, alone));
+  zip.put_EventCallbackObject(nullptr);
+  create(L"a.zip");
+  ASSERT_TRUE(zip.AppendFiles(path(L"in\\*").c_str(), true));
+  std::filesystem::remove(root() / "in/31");
+  EXPECT_FALSE(zip.WriteZipAndClose());
+  EXPECT_THAT(error(), testing::HasSubstr("31"));
+}
+
+TEST_F(Zip, NothingIsPackedTorn) {
+  struct Writer : CkZipProgressW {
+    std::function<void()> write;
+    void PercentDone(int percent, bool* /*abort*/) override {
+      if (percent > 50 && write) std::exchange(write, nullptr)();
+    }
+  } writer;
+  const std::string database = std::string("SQLite format 3\0", 16) + drawing(1);
+  write("in/a.db", database);
+  write("in/a.db-wal", "log");
+  write("in/b.txt", "text");
+  write("in/c", noise(1000000));
+  write("in/d", noise(1000000));
+  zip.put_EventCallbackObject(&writer);
+  const auto packWhile = [&](std::function<void()> work) {
+    writer.write = std::move(work);
+    create(L"a.zip");
+    return zip.AppendFiles(path(L"in\\*").c_str(), true) && zip.WriteZipAndClose();
+  };
+  EXPECT_TRUE(packWhile([&] { write("in/b.txt", "other"); })) << error();
+  for (const std::string part : {"in/a.db", "in/a.db-wal", "in/a.db-journal"}) {
+    EXPECT_FALSE(packWhile([&] { write(part, database + "more"); })) << part;
+    EXPECT_THAT(error(), testing::HasSubstr("a.db"));
+  }
+  EXPECT_TRUE(packWhile(nullptr)) << error();
+
+  std::filesystem::resize_file(root() / "in/c", std::uintmax_t{65} << 20U);
+  EXPECT_FALSE(packWhile([&] { std::filesystem::resize_file(root() / "in/c", std::uintmax_t{66} << 20U); }));
+  std::filesystem::resize_file(root() / "in/c", 1000);
+  EXPECT_THAT(error(), testing::AllOf(testing::HasSubstr("in"), testing::HasSubstr("was written")));
+
+  constexpr std::size_t kPiece = 200000;
+  std::atomic<bool> isDone = false;
+  std::thread busy([&] {
+    std::fstream file(root() / "in/b.txt");
+    for (char c = 'a'; !isDone; c = c == 'z' ? 'a' : static_cast<char>(c + 1)) {
+      file.seekp(0);
+      for (int i = 0; i < 5; ++i) (file << std::string(kPiece, c)).flush();
+      if (c % 5 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(40));
+    }
+  });
+  for (int i = 0; i < 6; ++i) {
+    if (!packWhile(nullptr)) {
+      EXPECT_THAT(error(), testing::HasSubstr("b.txt"));
+      continue;
+    }
+    CkByteData content;
+    ASSERT_TRUE(open(L"a.zip") && zip.GetEntryByName(L"b.txt")->Inflate(content)) << error();
+    const std::string packed = contentOf(content);
+    EXPECT_TRUE(packed == "text" || packed == "other" || packed == std::string(packed.size(), packed[0]));
+  }
+  isDone = true;
+  busy.join();
+  std::ofstream(root() / "in/bad\xFFname") << "x";
+  EXPECT_FALSE(packWhile(nullptr)) << "a file that has no name here is not left out silently";
 }
 
 TEST_F(Zip, ArchivesWorkBesideEachOther) {
