@@ -168,7 +168,7 @@ std::int32_t ClsZip::count() const {
 
 bool ClsZip::extract(const wchar_t* directory) {
   const ZipContent content = this->content();
-  ZipExtraction extraction(content, directory);
+  ZipExtraction extraction(content, directory, threads_);
   std::wstring reason;
   std::uint64_t stored = 0;
   for (const auto& [id, entry] : entries_.all()) {
@@ -182,12 +182,22 @@ bool ClsZip::extract(const wchar_t* directory) {
 
 bool ClsZip::checkContent() {
   const ZipContent content = this->content();
+  std::vector<const ZipEntry*> files;
+  std::vector<std::uint64_t> weights;
   for (const auto& [id, entry] : entries_.all()) {
     if (entry.isDirectory()) continue;
-    const std::wstring reason = content.read(entry, [](const void*, std::size_t) { return true; });
-    if (!reason.empty()) return failEntry(entry, reason);
+    files.push_back(&entry);
+    weights.push_back(std::min(content.size(entry), kStreamedFrom));
   }
-  return true;
+  ZipMeter meter(nullptr, 0);
+  ZipTally tally(meter);
+  const auto check = [&](std::size_t number) {
+    const std::wstring reason = content.read(*files[number], [](const void*, std::size_t) { return true; });
+    return reason.empty() ? reason : L"entry \"" + files[number]->name + L"\": " + reason;
+  };
+  const unsigned threads = threads_ == 0 ? suitableZipThreads() : threads_;
+  const std::wstring reason = workTogether(weights, kStreamedFrom, threads, check, tally);
+  return reason.empty() || fail(reason);
 }
 
 std::wstring ClsZip::writeTo(IZipOutput& output) {
@@ -250,7 +260,7 @@ bool ClsZip::extractEntry(std::uint64_t id, const wchar_t* directory, bool keeps
   std::wstring name = entry->name;
   if (!keepsPath && name.size() > 1) name.erase(0, name.find_last_of(L'/', name.size() - 2) + 1);
   const ZipContent content = this->content();
-  ZipExtraction extraction(content, directory, keepsTime);
+  ZipExtraction extraction(content, directory, 1, keepsTime);
   std::wstring reason;
   return (extraction.add(*entry, name, reason) && extraction.run(callback_, reason)) || fail(reason);
 }

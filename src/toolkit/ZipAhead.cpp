@@ -3,21 +3,19 @@
 #include <algorithm>
 #include <system_error>
 
+#include "toolkit/ZipCrew.h"
+
 namespace Quorvel::FileAccess {
 
 namespace {
 
-constexpr unsigned kMostThreads = 8;
 // Less is done before a thread has started.
 constexpr std::uint64_t kWorthThreads = std::uint64_t{256} << 10U;
 
-unsigned suitableThreads() {
-  return std::clamp(std::thread::hardware_concurrency(), 1U, kMostThreads);
-}
-
 }  // namespace
 
-ZipAhead::ZipAhead(int level, unsigned threads) : level_(level), threads_(threads == 0 ? suitableThreads() : threads) {}
+ZipAhead::ZipAhead(int level, unsigned threads)
+    : level_(level), threads_(threads == 0 ? suitableZipThreads() : threads) {}
 
 ZipAhead::~ZipAhead() {
   {

@@ -8,101 +8,84 @@
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "platform/Time.h"
-#include "toolkit/DirectoryListing.h"
 
 namespace Quorvel::FileAccess {
 
 namespace {
 
+constexpr std::uint64_t kCluster = 4096;
+// Less is done before a thread has started.
+constexpr std::uint64_t kWorthThreads = std::uint64_t{256} << 10U;
 constexpr wchar_t kEnded[] = L"ended by the caller";
 
 std::wstring aboutEntry(const ZipEntry& entry, const std::wstring& reason) {
   return L"entry \"" + entry.name + L"\": " + reason;
 }
 
-/// @return 0 when the directory is there afterwards
-DWORD makeDirectory(const std::wstring& path) {
-  const int error = SHCreateDirectoryExW(nullptr, path.c_str(), nullptr);
-  return error == ERROR_ALREADY_EXISTS ? ERROR_SUCCESS : static_cast<DWORD>(error);
-}
-
 }  // namespace
 
-ZipExtraction::ZipExtraction(const ZipContent& content, const wchar_t* directory, bool keepsTime)
-    : content_(content), directory_(directory == nullptr ? L"" : directory), keepsTime_(keepsTime) {}
+ZipExtraction::ZipExtraction(const ZipContent& content, const wchar_t* directory, unsigned threads, bool keepsTime)
+    : content_(content),
+      directory_(directory == nullptr ? L"" : directory),
+      threads_(threads == 0 ? suitableZipThreads() : threads),
+      keepsTime_(keepsTime),
+      places_(directory_) {}
 
 bool ZipExtraction::add(const ZipEntry& entry, const std::wstring& name, std::wstring& reason) {
+  std::wstring below = name;
+  std::replace(below.begin(), below.end(), L'/', L'\\');
   reason = nameRefusal(name);
   if (reason.empty()) reason = clashes_.add(name);
   if (reason.empty()) reason = content_.refusal(entry);
+  if (reason.empty()) reason = places_.add(below);
   if (!reason.empty()) {
     reason = aboutEntry(entry, reason);
     return false;
   }
-  std::wstring below = name;
-  std::replace(below.begin(), below.end(), L'/', L'\\');
-  if (entry.isDirectory()) below.pop_back();
-  items_.push_back({&entry, entry.name, platform::joinPath(directory_, below)});
-  total_ += content_.size(entry);
+  if (entry.isDirectory()) return true;
+  const std::uint64_t size = content_.size(entry);
+  files_.push_back({&entry, std::move(below), size, content_.time(entry)});
+  total_ += size;
+  room_ += (size + kCluster - 1) / kCluster * kCluster;
   return true;
 }
 
-/// A link below the directory may lead to another place in it, and nowhere else.
-std::wstring ZipExtraction::linkRefusal(const Item& item) const {
-  const std::wstring place = platform::lexicallyRelative(platform::weaklyCanonical(item.path), canonical_);
-  const bool isInside = !place.empty() && place != L".." && place.rfind(L"..\\", 0) != 0;
-  return isInside ? std::wstring() : L"a link on the way to \"" + item.path + L"\" leads out of the directory";
-}
-
-bool ZipExtraction::prepare(std::wstring& reason) {
-  canonical_ = platform::weaklyCanonical(directory_);
-  for (const Item& item : items_) {
-    reason = linkRefusal(item);
-    if (reason.empty()) continue;
-    reason = aboutEntry(*item.entry, reason);
-    return false;
+std::wstring ZipExtraction::prepare() {
+  const int error = SHCreateDirectoryExW(nullptr, directory_.c_str(), nullptr);
+  if (error != ERROR_SUCCESS && error != ERROR_ALREADY_EXISTS) {
+    return L"directory \"" + directory_ + L"\" can't be made: " + systemReason(static_cast<DWORD>(error));
   }
-  const DWORD error = makeDirectory(directory_);
-  std::vector<DirectoryEntry> found;
-  isFresh_ = listDirectory(directory_, L"*", Arriving::Shown, found) == ERROR_SUCCESS && found.empty();
-  if (error != ERROR_SUCCESS) reason = L"directory \"" + directory_ + L"\" can't be made: " + systemReason(error);
-  if (!reason.empty()) return false;
   const std::optional<std::uint64_t> room = platform::freeSpace(directory_);
-  if (!room || total_ <= *room) return true;
-  reason = platform::formatWide(L"directory \"%s\" has room for %llu bytes, the content has %llu", directory_, *room,
-                                total_);
-  return false;
+  if (!room || room_ <= *room) return places_.make();
+  return platform::formatWide(L"directory \"%s\" has room for %llu bytes, the content has %llu", directory_, *room,
+                              total_);
 }
 
 bool ZipExtraction::run(CkZipProgressW* callback, std::wstring& reason) {
-  if (!prepare(reason)) return false;
+  reason = prepare();
+  if (!reason.empty()) return false;
   ZipMeter meter(callback, total_);
-  for (const Item& item : items_) {
-    reason = extract(item, meter);
-    if (reason.empty()) continue;
-    reason = aboutEntry(*item.entry, reason);
-    return false;
-  }
+  ZipTally tally(meter);
+  std::vector<std::uint64_t> weights;
+  for (const Item& item : files_) weights.push_back(std::min(item.size, kStreamedFrom));
+  const auto work = [&](std::size_t number) {
+    const Item& item = files_[number];
+    const std::wstring failure = writeFile(item, tally);
+    return failure.empty() ? failure : aboutEntry(*item.entry, failure);
+  };
+  reason = workTogether(weights, kStreamedFrom, total_ < kWorthThreads ? 1 : threads_, work, tally);
+  if (reason.empty() && !tally.tell()) reason = kEnded;
+  if (!reason.empty()) return false;
   meter.finish();
   return true;
 }
 
-std::wstring ZipExtraction::extract(const Item& item, ZipMeter& meter) const {
-  const bool isDirectory = item.entry->isDirectory();
-  const std::wstring directory = isDirectory ? item.path : platform::directoryOf(item.path);
-  const DWORD error = makeDirectory(directory);
-  if (error != ERROR_SUCCESS) return L"directory \"" + directory + L"\" can't be made: " + systemReason(error);
-  return isDirectory ? std::wstring() : writeFile(item, meter);
-}
-
-std::wstring ZipExtraction::writeFile(const Item& item, ZipMeter& meter) const {
-  std::optional<platform::ScopedExactNames> exact;
-  if (isFresh_) exact.emplace(platform::directoryOf(item.path));
-  ArrivingFile file(item.path);
+std::wstring ZipExtraction::writeFile(const Item& item, ZipTally& tally) const {
+  const std::wstring path = places_.pathOf(item.name);
+  const platform::ScopedExactNames exact(platform::directoryOf(path));
+  ArrivingFile file(path);
   std::wstring failure;
-  const auto failed = [&item] {
-    return L"file \"" + item.path + L"\" can't be written: " + systemReason(GetLastError());
-  };
+  const auto failed = [&path] { return L"file \"" + path + L"\" can't be written: " + systemReason(GetLastError()); };
   if (!file.isOpen()) return failed();
   constexpr std::size_t kLargest = std::size_t{1} << 30U;
   std::wstring reason = content_.read(*item.entry, [&](const void* data, std::size_t size) {
@@ -111,13 +94,12 @@ std::wstring ZipExtraction::writeFile(const Item& item, ZipMeter& meter) const {
       if (!file.write(static_cast<const char*>(data) + done, static_cast<DWORD>(count))) failure = failed();
       done += count;
     }
-    if (failure.empty() && !meter.add(size)) failure = kEnded;
+    if (failure.empty() && !tally.add(size)) failure = kEnded;
     return failure.empty();
   });
   if (!failure.empty()) return failure;
   if (!reason.empty()) return reason;
-  const FILETIME time = content_.time(*item.entry);
-  if (keepsTime_ && platform::toTicks(time) != 0) file.setWriteTime(time);
+  if (keepsTime_ && platform::toTicks(item.time) != 0) file.setWriteTime(item.time);
   // Content that only the archive holds besides is there again after a power failure; what it replaces is not.
   return file.takePlace(file.isReplacement()) ? std::wstring() : failed();
 }

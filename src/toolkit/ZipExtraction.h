@@ -5,8 +5,9 @@
 #include <vector>
 
 #include "toolkit/ZipContent.h"
-#include "toolkit/ZipMeter.h"
+#include "toolkit/ZipCrew.h"
 #include "toolkit/ZipNames.h"
+#include "toolkit/ZipPlaces.h"
 
 namespace Quorvel::FileAccess {
 
@@ -15,7 +16,8 @@ namespace Quorvel::FileAccess {
 class ZipExtraction {
  public:
   /// @param keepsTime  the files get the archive's write times
-  ZipExtraction(const ZipContent& content, const wchar_t* directory, bool keepsTime = true);
+  /// @param threads    0: as many as there are processors, but few
+  ZipExtraction(const ZipContent& content, const wchar_t* directory, unsigned threads, bool keepsTime = true);
 
   /// Takes an entry on. `entry` outlives the object.
   /// @param name    below the directory, with forward slashes
@@ -27,22 +29,22 @@ class ZipExtraction {
  private:
   struct Item {
     const ZipEntry* entry;
-    std::wstring name;  // as in the archive, for texts
-    std::wstring path;  // library path
+    std::wstring name;  // below the directory, with backslashes; a directory's ends with one
+    std::uint64_t size;
+    FILETIME time;
   };
-  std::wstring linkRefusal(const Item& item) const;
-  bool prepare(std::wstring& reason);
-  std::wstring extract(const Item& item, ZipMeter& meter) const;
-  std::wstring writeFile(const Item& item, ZipMeter& meter) const;
+  std::wstring prepare();
+  std::wstring writeFile(const Item& item, ZipTally& tally) const;
 
   const ZipContent& content_;
   std::wstring directory_;
+  unsigned threads_;
   bool keepsTime_;
-  std::wstring canonical_;  // of the directory
+  ZipPlaces places_;
   ZipNameClashes clashes_;
-  std::vector<Item> items_;
+  std::vector<Item> files_;
   std::uint64_t total_ = 0;
-  bool isFresh_ = false;  // the directory was empty: nothing but these entries is in it
+  std::uint64_t room_ = 0;  // bytes that the files take on a volume
 };
 
 }  // namespace Quorvel::FileAccess

@@ -83,15 +83,18 @@ std::wstring ZipReader::refusal(const ZipClaim& claim) const {
 }
 
 std::wstring ZipReader::read(std::uint64_t index, std::vector<std::uint8_t>& out) {
+  std::unique_lock lock(mutex_);
   const ZipClaim claim = this->claim(index);
   std::wstring reason = refusal(claim);
   if (!reason.empty()) return reason;
   std::vector<std::uint8_t> content(claim.size);
   if (claim.method == ZIP_CM_STORE) {
     reason = readStored(index, content.data(), content.size());
+    lock.unlock();
   } else {
     const std::unique_ptr<std::uint8_t[]> stored(new std::uint8_t[claim.storedSize]);
     reason = readStored(index, stored.get(), claim.storedSize);
+    lock.unlock();
     const bool isGood = reason.empty() && inflateBlock(stored.get(), claim.storedSize, content.data(), content.size());
     if (reason.empty() && !isGood) reason = wrongContent(claim.size);
   }
@@ -116,6 +119,7 @@ std::wstring ZipReader::readStored(std::uint64_t index, void* out, std::size_t s
 }
 
 std::wstring ZipReader::readPieces(std::uint64_t index, const ZipSink& sink) {
+  const std::lock_guard lock(mutex_);
   const ZipClaim claim = this->claim(index);
   std::wstring reason = refusal(claim);
   if (!reason.empty()) return reason;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,7 @@ struct ZipClaim {
 /// Takes a piece; false ends the reading.
 using ZipSink = std::function<bool(const void* data, std::size_t size)>;
 
+/// Belongs to one thread but for read() and readPieces(), which several may call at a time.
 class ZipReader {
  public:
   /// @param reason  why it is no archive, on null
@@ -48,6 +50,7 @@ class ZipReader {
   std::wstring failed(zip_error_t* error);
 
   std::unique_ptr<IZipInput> input_;
+  std::mutex mutex_;  // for the archive while contents are read
   ZipRun run_;
   ZipHandle archive_;  // reads through both
 };
