@@ -1,15 +1,18 @@
 // A directory that grows beside its future place and takes that place whole.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/WindowsTypes.h"
+#include "toolkit/OpenFile.h"
 
 namespace Quorvel::FileAccess {
 
 /// Named `.<name>.<guid>.tmp`. Removed with all in it by the destructor unless it took its place; so are the empty
-/// directories above it that were made for it.
+/// directories above it that were made for it. One that a process left behind when it was killed goes with the next
+/// that is made beside it, a day later at the earliest: it holds a mark that its owner keeps open.
 class FreshDirectory {
  public:
   FreshDirectory(const std::wstring& parent, const std::wstring& name);
@@ -27,6 +30,7 @@ class FreshDirectory {
 
  private:
   std::wstring path_;
+  std::optional<OpenFile> mark_;
   std::vector<std::wstring> parents_;  // that were made, the deepest first
   DWORD error_ = ERROR_SUCCESS;
   bool isPlaced_ = false;

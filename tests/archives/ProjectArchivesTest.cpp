@@ -200,6 +200,32 @@ TEST_F(ProjectArchives, ProjectThatIsThereIsNeverMixedOrLost) {
   EXPECT_TRUE(desk.exists(path(L"out\\House.prj.bak\\older.txt")));
 }
 
+TEST_F(ProjectArchives, WhatAKilledUnpackingLeftGoesWithTheNext) {
+  ASSERT_TRUE(pack(L"House.qpn"));
+  const auto leave = [&](const std::wstring& name, bool isMarked) {
+    desk.writeFile(path(L"out\\" + name + L"\\half.zdw"), "half");
+    if (isMarked) desk.writeFile(path(L"out\\" + name + L"\\.zephor-unfinished"), "");
+  };
+  const std::wstring guid = Cad::Service::ZP_GUIDValueProvider::printGUID(GetGUID());
+  const std::wstring left = L".House.prj." + guid + L".tmp";
+  const std::wstring inWork = L".Other.prj." + guid + L".tmp";
+  const std::wstring foreign = L".x." + guid + L".tmp";
+  leave(left, true);
+  leave(inWork, true);
+  leave(foreign, false);
+  leave(L".notes.tmp", true);
+  const std::wstring mark = path(L"out\\" + inWork + L"\\.zephor-unfinished");
+  EXPECT_EQ(run("touch -d '2 days ago' out/.*/.zephor-unfinished"), 0);
+  HANDLE owner = CreateFileW(mark.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  EXPECT_TRUE(unpack(L"House.qpn"));
+  CloseHandle(owner);
+  EXPECT_FALSE(desk.exists(path(L"out\\" + left)));
+  for (const std::wstring& name : {inWork, foreign, std::wstring(L".notes.tmp")}) {
+    EXPECT_TRUE(desk.exists(path(L"out\\" + name + L"\\half.zdw"))) << name.c_str();
+  }
+  EXPECT_FALSE(desk.exists(path(L"out\\House.prj\\.zephor-unfinished")));
+}
+
 TEST_F(ProjectArchives, OpenProjectIsNotReplaced) {
   const std::wstring open = get_ActPrjPath();
   std::wstring archive = platform::fileNameOf(open);
