@@ -47,7 +47,7 @@ std::wstring askForArchive() {
 
 bool WGO_zipFolder(const wchar_t* folder, const wchar_t* zipPath, const std::vector<std::wstring>& excludedDirectories,
                    bool recursive) {
-  if (folder == nullptr || zipPath == nullptr) return false;
+  if (folder == nullptr || *folder == L'\0' || zipPath == nullptr) return false;
   CkZipW zip;
   if (!zip.NewZip(zipPath)) return failWithMessage(kZipFolder, zip.lastErrorText());
   for (const std::wstring& directory : excludedDirectories) zip.AddExcludedDirectory(directory.c_str());

@@ -91,7 +91,7 @@ bool write(CkZipW& zip, const std::wstring& zipPath) {
 
 bool WGO_zipProjectFolder(const wchar_t* folder, const wchar_t* zipPath, bool /*flag*/, const wchar_t* /*text*/) {
   const ScopedAniCursor cursor(true);
-  if (folder == nullptr || zipPath == nullptr || *zipPath == L'\0') return false;
+  if (folder == nullptr || *folder == L'\0' || zipPath == nullptr || *zipPath == L'\0') return false;
   const std::wstring path = zipPath;
   const bool isPacked = isPackedProject(path);
   // An archive under a name that no project directory can have could not be unpacked again.

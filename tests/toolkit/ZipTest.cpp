@@ -121,6 +121,17 @@ TEST_F(Zip, IsReadByOtherTools) {
   }
 }
 
+TEST_F(Zip, MoreEntriesThanTheOldFormatHolds) {
+  create(L"a.zip");
+  for (int i = 0; i < 66000; ++i) ASSERT_TRUE(zip.AppendData(std::to_wstring(i).c_str(), bytes("x")));
+  ASSERT_TRUE(zip.WriteZipAndClose()) << error();
+  ASSERT_TRUE(open(L"a.zip")) << error();
+  EXPECT_EQ(zip.get_NumEntries(), 66000);
+  EXPECT_TRUE(zip.CheckContent()) << error();
+  if (!has("7zz") || !has("unzip")) GTEST_SKIP() << "7zz or unzip is missing";
+  EXPECT_EQ(run("7zz t a.zip && unzip -tq a.zip"), 0);
+}
+
 TEST_F(Zip, ReadsWhatOtherToolsWrite) {
   if (!has("zip") || !has("7zz") || !has("python3")) GTEST_SKIP() << "zip, 7zz or python3 is missing";
   write("in/Übersicht.txt", drawing(2));
@@ -305,7 +316,8 @@ TEST_F(Zip, AnEntryIsReadAsText) {
 
 TEST_F(Zip, RefusesWhatIsNoArchiveOrLies) {
   const std::string good = handmade({{"a", "content"}, {"b", "more"}});
-  for (const std::string& bad : {std::string(), std::string("PK\3\4"), drawing(6), good.substr(0, good.size() - 9)}) {
+  for (const std::string& bad : {std::string(), std::string("PK\3\4"), drawing(6), good.substr(0, good.size() - 9),
+                                 handmade({{"no UTF-8 \xFF", "x"}})}) {
     write("bad.zip", bad);
     EXPECT_FALSE(open(L"bad.zip")) << bad.size();
     EXPECT_THAT(error(), testing::HasSubstr("bad.zip"));
