@@ -27,6 +27,26 @@ void extract(CkZipW& zip) {
   std::filesystem::remove_all(target);
 }
 
+/// As an archive's project is told: by its size first, then as text of either kind, then as a file.
+void readInformation(CkZipEntryW& entry) {
+  constexpr std::uint64_t kLargest = std::uint64_t{4} << 20U;
+  if (entry.get_UncompressedSize() > kLargest) return;
+  CkByteData content;
+  if (entry.Inflate(content)) require(content.getSize() == entry.get_UncompressedSize(), "content has its size");
+  for (const wchar_t* charset : {L"utf-16", L"utf-8"}) {
+    CkString text;
+    const bool isText = entry.UnzipToString(0, charset, text);
+    require(isText || text.text().empty(), "a failure gives no text");
+  }
+  const std::filesystem::path target = std::filesystem::path(platform::systemPath(fuzz::directory())) / "information";
+  std::filesystem::create_directory(target);
+  entry.ExtractInto(platform::libraryPath(target.string()).c_str());
+  for (const auto& file : std::filesystem::recursive_directory_iterator(target)) {
+    require(file.path() == target / "Project1.Dat.xml", "it goes by its bare name");
+  }
+  std::filesystem::remove_all(target);
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -41,6 +61,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     require(entry->Inflate(content) || content.getSize() == 0, "a failure gives no content");
     entry->UnzipToString(0, L"utf-16", text);
   }
+  for (const wchar_t* name : {L"Link4/Resource/Project1.Dat.xml", L"Project1.Dat.xml"}) {
+    if (const auto entry = zip.GetEntryByName(name)) readInformation(*entry);
+  }
+  require(zip.CheckContent() || *zip.lastErrorText() != L'\0', "damage has a reason");
   extract(zip);
   CkByteData written;
   CkZipW again;
