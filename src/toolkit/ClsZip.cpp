@@ -168,7 +168,7 @@ std::int32_t ClsZip::count() const {
 
 bool ClsZip::extract(const wchar_t* directory) {
   const ZipContent content = this->content();
-  ZipExtraction extraction(content, directory, threads_);
+  ZipExtraction extraction(content, directory, {threads_, true});
   std::wstring reason;
   std::uint64_t stored = 0;
   for (const auto& [id, entry] : entries_.all()) {
@@ -260,7 +260,7 @@ bool ClsZip::extractEntry(std::uint64_t id, const wchar_t* directory, bool keeps
   std::wstring name = entry->name;
   if (!keepsPath && name.size() > 1) name.erase(0, name.find_last_of(L'/', name.size() - 2) + 1);
   const ZipContent content = this->content();
-  ZipExtraction extraction(content, directory, 1, keepsTime);
+  ZipExtraction extraction(content, directory, {1, false, keepsTime});
   std::wstring reason;
   return (extraction.add(*entry, name, reason) && extraction.run(callback_, reason)) || fail(reason);
 }

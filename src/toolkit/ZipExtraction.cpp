@@ -24,12 +24,13 @@ std::wstring aboutEntry(const ZipEntry& entry, const std::wstring& reason) {
 
 }  // namespace
 
-ZipExtraction::ZipExtraction(const ZipContent& content, const wchar_t* directory, unsigned threads, bool keepsTime)
+ZipExtraction::ZipExtraction(const ZipContent& content, const wchar_t* directory, const ZipExtractionOptions& options)
     : content_(content),
       directory_(directory == nullptr ? L"" : directory),
-      threads_(threads == 0 ? suitableZipThreads() : threads),
-      keepsTime_(keepsTime),
-      places_(directory_) {}
+      options_(options),
+      places_(directory_, options.isMany) {
+  if (options_.threads == 0) options_.threads = suitableZipThreads();
+}
 
 bool ZipExtraction::add(const ZipEntry& entry, const std::wstring& name, std::wstring& reason) {
   std::wstring below = name;
@@ -73,7 +74,7 @@ bool ZipExtraction::run(CkZipProgressW* callback, std::wstring& reason) {
     const std::wstring failure = writeFile(item, tally);
     return failure.empty() ? failure : aboutEntry(*item.entry, failure);
   };
-  reason = workTogether(weights, kStreamedFrom, total_ < kWorthThreads ? 1 : threads_, work, tally);
+  reason = workTogether(weights, kStreamedFrom, total_ < kWorthThreads ? 1 : options_.threads, work, tally);
   if (reason.empty() && !tally.tell()) reason = kEnded;
   if (!reason.empty()) return false;
   meter.finish();
@@ -82,7 +83,8 @@ bool ZipExtraction::run(CkZipProgressW* callback, std::wstring& reason) {
 
 std::wstring ZipExtraction::writeFile(const Item& item, ZipTally& tally) const {
   const std::wstring path = places_.pathOf(item.name);
-  const platform::ScopedExactNames exact(platform::directoryOf(path));
+  std::optional<platform::ScopedExactNames> exact;
+  if (options_.isMany) exact.emplace(platform::directoryOf(path));
   ArrivingFile file(path);
   std::wstring failure;
   const auto failed = [&path] { return L"file \"" + path + L"\" can't be written: " + systemReason(GetLastError()); };
@@ -99,7 +101,7 @@ std::wstring ZipExtraction::writeFile(const Item& item, ZipTally& tally) const {
   });
   if (!failure.empty()) return failure;
   if (!reason.empty()) return reason;
-  if (keepsTime_ && platform::toTicks(item.time) != 0) file.setWriteTime(item.time);
+  if (options_.keepsTime && platform::toTicks(item.time) != 0) file.setWriteTime(item.time);
   // Content that only the archive holds besides is there again after a power failure; what it replaces is not.
   return file.takePlace(file.isReplacement()) ? std::wstring() : failed();
 }

@@ -11,13 +11,17 @@
 
 namespace Quorvel::FileAccess {
 
+struct ZipExtractionOptions {
+  unsigned threads = 1;   ///< 0: as many as there are processors, but few
+  bool isMany = false;    ///< more than one entry
+  bool keepsTime = true;  ///< the files get the archive's write times
+};
+
 /// All that can be told from names and claims is looked at before the first file is written; a refused entry leaves the
 /// directory as it was.
 class ZipExtraction {
  public:
-  /// @param keepsTime  the files get the archive's write times
-  /// @param threads    0: as many as there are processors, but few
-  ZipExtraction(const ZipContent& content, const wchar_t* directory, unsigned threads, bool keepsTime = true);
+  ZipExtraction(const ZipContent& content, const wchar_t* directory, const ZipExtractionOptions& options);
 
   /// Takes an entry on. `entry` outlives the object.
   /// @param name    below the directory, with forward slashes
@@ -38,8 +42,7 @@ class ZipExtraction {
 
   const ZipContent& content_;
   std::wstring directory_;
-  unsigned threads_;
-  bool keepsTime_;
+  ZipExtractionOptions options_;
   ZipPlaces places_;
   ZipNameClashes clashes_;
   std::vector<Item> files_;

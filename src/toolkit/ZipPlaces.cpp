@@ -21,7 +21,8 @@ std::pair<std::wstring, std::wstring> split(const std::wstring& name) {
 
 }  // namespace
 
-ZipPlaces::ZipPlaces(std::wstring top) : top_(std::move(top)), canonical_(platform::weaklyCanonical(top_)) {}
+ZipPlaces::ZipPlaces(std::wstring top, bool isMany)
+    : top_(std::move(top)), isMany_(isMany), canonical_(platform::weaklyCanonical(top_)) {}
 
 std::wstring ZipPlaces::add(const std::wstring& name) {
   const auto [directory, leaf] = split(name);
@@ -30,10 +31,11 @@ std::wstring ZipPlaces::add(const std::wstring& name) {
     Place& place = places_.emplace_back();
     place.path = directory.empty() ? top_ : platform::joinPath(top_, directory);
     std::wstring reason = directory.empty() ? std::wstring() : linkRefusal(place.path);
-    if (reason.empty()) reason = look(place);
+    if (reason.empty() && isMany_) reason = look(place);
     if (!reason.empty()) return reason;
   }
   const Place& place = places_[number->second];
+  if (!isMany_) return leaf.empty() ? std::wstring() : linkRefusal(platform::joinPath(place.path, leaf));
   const std::wstring& found = nameIn(place, leaf);
   return place.links.count(found) > 0 ? linkRefusal(platform::joinPath(place.path, found)) : std::wstring();
 }
@@ -73,7 +75,7 @@ std::wstring ZipPlaces::make() {
     if (error != ERROR_SUCCESS && error != ERROR_ALREADY_EXISTS) {
       return L"directory \"" + place.path + L"\" can't be made: " + systemReason(static_cast<DWORD>(error));
     }
-    place.path = platform::libraryPath(platform::systemPath(place.path));
+    if (isMany_) place.path = platform::libraryPath(platform::systemPath(place.path));
   }
   return {};
 }

@@ -9,12 +9,13 @@
 
 namespace Quorvel::FileAccess {
 
-/// Reads each directory once, so that a name is found in it without reading it again. Nobody else is expected to add
-/// names that differ in letter case meanwhile.
+/// For many names each directory is read once, so that a name is found in it without reading it again. Nobody else is
+/// expected to add names that differ in letter case meanwhile.
 class ZipPlaces {
  public:
-  /// @param top  library path
-  explicit ZipPlaces(std::wstring top);
+  /// @param top     library path
+  /// @param isMany  false for a single name, for which the system looks
+  ZipPlaces(std::wstring top, bool isMany);
 
   /// Takes a file's name below the top on, with backslashes; a directory's ends with one. A link on the way may lead to
   /// another place below the top, and nowhere else.
@@ -37,6 +38,7 @@ class ZipPlaces {
   const std::wstring& nameIn(const Place& place, const std::wstring& leaf) const;
 
   std::wstring top_;
+  bool isMany_;
   std::wstring canonical_;  // of the top
   std::vector<Place> places_;
   std::unordered_map<std::wstring, std::size_t> numbers_;  // of places, by their names below the top in lower case
