@@ -424,10 +424,19 @@ TEST_F(Zip, ThreadsChangeNoByteAndEndWithAFailure) {
   CkByteData together;
   ASSERT_TRUE(pack(5, together)) << error();
   EXPECT_EQ(contentOf(together), contentOf(alone));
+  ASSERT_TRUE(zip.OpenFromByteData(alone) && zip.CheckContent() && extract(L"out")) << error();
+  EXPECT_EQ(run("diff -r in out"), 0);
+  std::string damaged = contentOf(alone);
+  damaged[damaged.size() / 2] ^= 1;
+  ASSERT_TRUE(zip.OpenFromByteData(bytes(damaged))) << error();
+  EXPECT_FALSE(zip.CheckContent());
+  EXPECT_FALSE(extract(L"other"));
+  EXPECT_THAT(error(), testing::HasSubstr("entry"));
   struct Ending : CkZipProgressW {
     void AbortCheck(bool* abort) override { *abort = true; }
   } ending;
   zip.put_EventCallbackObject(&ending);
+  EXPECT_FALSE(extract(L"ended"));
   EXPECT_FALSE(pack(5, alone));
   zip.put_EventCallbackObject(nullptr);
   create(L"a.zip");
