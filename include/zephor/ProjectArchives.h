@@ -2,7 +2,10 @@
 //
 // A packed project is a zip archive whose name ends in ".qpn", with a "Project1.Dat.xml" of its own at its top. An
 // archive of a shared project has the project's data under "Link4/Resource". All operations belong to the user's
-// thread: they show a modal progress bar and talk through message boxes. A failure shows a box and answers false.
+// thread, with helpers of their own: they show a modal progress bar and talk through message boxes. A failure shows a
+// box and answers false. A file goes into an archive as it was at one moment, or fails it by name when it does not
+// rest; who has a database of the folder open in this process closes it before packing. Links stay out, which the log
+// tells.
 #pragma once
 
 #include <string>
