@@ -11,6 +11,7 @@
 #include "workstation/program/Context.h"
 #include "workstation/program/LeavingProject.h"
 #include "workstation/program/People.h"
+#include "workstation/program/ProjectFromFolder.h"
 #include "workstation/store/CloudStore.h"
 #include "zephor/Portal.h"
 
@@ -18,8 +19,11 @@ namespace workstation::program {
 
 namespace {
 
-ExitCode createProject(Context& context, const std::string& nameArgument, const std::string& teamArgument) {
+ExitCode createProject(Context& context, const std::string& nameArgument, const std::string& teamArgument,
+                       const std::string& folder) {
   context.startOnline();
+  if (!folder.empty())
+    return createProjectFrom(context, findTeam(context, wide(teamArgument)), wide(nameArgument), folder);
   const StoreTeam team = findTeam(context, wide(teamArgument));
   const std::wstring name = wide(nameArgument);
   std::wstring uuid;
@@ -139,6 +143,7 @@ void addProjectCommands(CLI::App& app, Action& selected) {
   struct Arguments {
     std::string name;
     std::string team;
+    std::string folder;
     std::string person;
     std::string role = "editor";
     std::string compressed;
@@ -149,8 +154,11 @@ void addProjectCommands(CLI::App& app, Action& selected) {
   auto* create = project->add_subcommand("create", "Make a project in a team; its maker owns it");
   create->add_option("NAME", arguments->name)->required();
   create->add_option("--team", arguments->team, "Name or UUID of the team")->required();
+  create->add_option("--from", arguments->folder, "Directory of an unpacked project, whose files it gets");
   create->callback([&selected, arguments] {
-    selected = [arguments](Context& context) { return createProject(context, arguments->name, arguments->team); };
+    selected = [arguments](Context& context) {
+      return createProject(context, arguments->name, arguments->team, arguments->folder);
+    };
   });
   auto* list = project->add_subcommand("list", "List this user's projects");
   list->add_flag("--all", arguments->all, "Whatever the filter of teams says");

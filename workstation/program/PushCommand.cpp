@@ -135,6 +135,10 @@ ExitCode push(Context& context, const Arguments& arguments) {
 
 }  // namespace
 
+ExitCode pushChanges(Context& context) {
+  return Push(context, {}).run({});
+}
+
 void addPushCommand(CLI::App& app, Action& selected) {
   auto arguments = std::make_shared<Arguments>();
   auto* command = app.add_subcommand("push", "Send what changed in the project, or chosen items, in one batch");

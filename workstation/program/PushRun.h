@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "workstation/program/ExitCode.h"
 #include "workstation/program/PushItems.h"
 #include "workstation/program/SyncBase.h"
 
@@ -67,6 +68,9 @@ class PushRun {
   std::map<std::wstring, bool> settled_;  ///< by the key of the item
   std::size_t errorsBefore_ = 0;          ///< told before anything was sent
 };
+
+/// Sends what is not in step of the open project and tells of it, as `push` does. Guard and list are the caller's.
+ExitCode pushChanges(Context& context);
 
 /// The list of what could not be sent, loaded with what earlier runs left and written at the end.
 class NotUploadedList {
