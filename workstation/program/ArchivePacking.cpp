@@ -67,9 +67,12 @@ Contents Source::look() const {
   for (fs::recursive_directory_iterator entry(root, error), end; !error && entry != end; entry.increment(error)) {
     const fs::file_status status = entry->symlink_status(error);
     const bool isDirectory = status.type() == fs::file_type::directory;
-    const bool isOut = leavesOut(platform::fromUtf8(entry->path().filename().string()), isDirectory);
+    const std::wstring base = platform::fromUtf8(entry->path().filename().string());
+    const bool isOut = leavesOut(base, isDirectory);
     if (isDirectory && isOut) entry.disable_recursion_pending();
-    if (isOut || status.type() != fs::file_type::regular) continue;
+    // Every look into the database changes what SQLite shares there, and nothing else.
+    const bool isShared = isProject && platform::endsWithIgnoreCase(base, L".db3-shm");
+    if (isOut || isShared || status.type() != fs::file_type::regular) continue;
     if (const auto mark = platform::markOf(entry->path().string()))
       contents.emplace(entry->path().lexically_relative(root).generic_string(), *mark);
   }
@@ -137,8 +140,9 @@ void removeKilled(const fs::path& directory) {
   }
 }
 
-/// Packs beside the archive's place until nothing changed meanwhile, and gives the whole one its place.
-std::uint64_t packInto(const Context& context, const Source& source, const std::string& archive, Contents& contents) {
+/// Packs beside the archive's place until nothing changed meanwhile, and gives the whole one its place once it could be
+/// read again.
+ArchiveView packInto(const Context& context, const Source& source, const std::string& archive) {
   const fs::path place = archive;
   const fs::path staging = place.parent_path() / stagingName();
   std::error_code error;
@@ -148,7 +152,7 @@ std::uint64_t packInto(const Context& context, const Source& source, const std::
   const std::wstring built = platform::libraryPath((staging / place.filename()).string());
   std::string changed;
   for (int i = 0; i < kTries; ++i) {
-    contents = source.look();
+    const Contents contents = source.look();
     if (!source.pack(built)) throw CommandFailure{ExitCode::Failure, platform::fromUtf8(archive) + L" was not written"};
     changed = firstDifference(contents, source.look());
     if (changed.empty()) break;
@@ -158,10 +162,10 @@ std::uint64_t packInto(const Context& context, const Source& source, const std::
   if (!changed.empty())
     throw CommandFailure{ExitCode::Failure, source.name + L" does not keep still; " + platform::fromUtf8(archive) +
                                                 L" was not written. Close what works in it, and pack again"};
-  const std::uint64_t packed = platform::fileStatus(built).size;
+  ArchiveView view((staging / place.filename()).string());
   fs::rename(staging / place.filename(), place, error);
   if (error) throw CommandFailure{ExitCode::Failure, platform::fromUtf8(archive + ": " + error.message())};
-  return packed;
+  return view;
 }
 
 ExitCode tellContents(const Context& context, const Source& source, const std::wstring& archive) {
@@ -187,15 +191,14 @@ ExitCode packSource(const Context& context, const Source& source, const std::str
   if (context.options().dryRun) return tellContents(context, source, shown);
   if (there.exists && !agrees(shown + L" is there already. Replace it?"))
     throw CommandFailure{ExitCode::Failure, shown + L" stays, and nothing was packed; --yes replaces it"};
-  Contents contents;
-  const std::uint64_t packed = packInto(context, source, archive, contents);
+  const ArchiveView view = packInto(context, source, archive);
   context.output().result(
-      L"packed " + source.name + L" into " + shown + L": " + amountText(contents.size(), bytesOf(contents), packed),
+      L"packed " + source.name + L" into " + shown + L": " + amountText(view.files(), view.size(), view.packed()),
       {{"archive", shown},
        {source.isProject ? "project" : "folder", source.name},
-       {"files", static_cast<std::int64_t>(contents.size())},
-       {"size", static_cast<std::int64_t>(bytesOf(contents))},
-       {"packed", static_cast<std::int64_t>(packed)}});
+       {"files", static_cast<std::int64_t>(view.files())},
+       {"size", static_cast<std::int64_t>(view.size())},
+       {"packed", static_cast<std::int64_t>(view.packed())}});
   return ExitCode::Done;
 }
 

@@ -71,8 +71,13 @@ std::vector<std::string> missingDirectories(fs::path place) {
 class BlockedSignals {
  public:
   BlockedSignals() {
+    // One that was started deaf to its terminal stays so; one whose children go unheard could not wait for its own.
+    struct sigaction hangUp = {};
+    sigaction(SIGHUP, nullptr, &hangUp);
+    ::signal(SIGCHLD, SIG_DFL);
     sigemptyset(&set_);
-    for (const int signal : kEndings) sigaddset(&set_, signal);
+    for (const int ending : kEndings)
+      if (ending != SIGHUP || hangUp.sa_handler != SIG_IGN) sigaddset(&set_, ending);
     sigaddset(&set_, SIGCHLD);
     sigprocmask(SIG_BLOCK, &set_, &before_);
   }
@@ -85,7 +90,7 @@ class BlockedSignals {
   /// @return true when it was ended by a signal that came here
   bool waitFor(pid_t child, int& status) const {
     bool isEnded = false;
-    while (::waitpid(child, &status, WNOHANG) == 0) {
+    while (::waitpid(child, &status, WNOHANG) != child) {
       int signal = 0;
       sigwait(&set_, &signal);
       if (signal == SIGCHLD) continue;
@@ -129,7 +134,7 @@ void WorkPlaces::clean() const {
     std::string text;
     while (std::getline(file, text, '\0') && !text.empty()) before.insert(text);
     for (const std::string& name : workNames(directory, prefix)) {
-      if (!before.contains(name)) platform::removeTree(platform::libraryPath(directory + '/' + name));
+      if (!before.contains(name)) platform::removeTree(platform::libraryPath((fs::path(directory) / name).string()));
     }
     while (std::getline(file, text, '\0')) ::rmdir(text.c_str());
   }
@@ -159,6 +164,8 @@ ExitCode runInterruptible(const Context& context, const std::wstring& whenEnded,
   const bool isEnded = signals.waitFor(child, status);
   places.clean();
   if (isEnded) {
+    // The work may have left its progress in the line.
+    if (::isatty(STDERR_FILENO) != 0) std::fputs("\r\x1b[K", stderr);
     context.output().error(L"zephor: interrupted; " + whenEnded);
     return static_cast<ExitCode>(kInterrupted);
   }

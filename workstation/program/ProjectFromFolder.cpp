@@ -68,10 +68,12 @@ std::wstring makeProject(Context& context, const StoreTeam& team, const std::wst
     std::vector<StoredFile> files;
     check(context.store().files(context.actor(), project.uuid, kAllClasses, files));
     if (files.empty()) return project.uuid;
-    throw CommandFailure{ExitCode::Failure, L"the team " + team.name + L" has a project " + name +
-                                                L" with files already; to go on with "
-                                                L"one that was being made: zephor open " +
-                                                name + L", zephor push"};
+    throw CommandFailure{
+        ExitCode::Failure,
+        platform::formatWide(L"the team %s has a project %s with files already; to go on with one that "
+                             L"was being made: zephor open %s, zephor push, and zephor unlock for what "
+                             L"is still locked",
+                             team.name, name, name)};
   }
   std::wstring uuid;
   check(context.store().createProject(context.actor(), team.uuid, name, uuid));
