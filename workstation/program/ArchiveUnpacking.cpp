@@ -48,9 +48,10 @@ std::wstring projectNameIn(const Unpacking& unpacking) {
   std::wstring xml;
   PRJ project;
   if (!Quorvel::FileAccess::WGO_getProjectDatXmlFromZipFile(unpacking.archive.c_str(), xml, &project)) return {};
-  for (const wchar_t* name : {project.GetProjectName(), project.GetDirectoryName()}) {
-    if (std::wstring(name).find_first_of(L"\\/") == std::wstring::npos && platform::isSafeRelativeName(name))
-      return name;
+  for (std::wstring name : {std::wstring(project.GetProjectName()), std::wstring(project.GetDirectoryName())}) {
+    const bool isOne =
+        name.find_first_of(L"\\/") == std::wstring::npos && name.size() < std::size(project.directoryName);
+    if (isOne && platform::isSafeRelativeName(name + L".prj")) return name;
   }
   return {};
 }
@@ -62,7 +63,8 @@ ExitCode unpackProject(Context& context, const Unpacking& unpacking, const WorkP
   std::wstring name = projectNameIn(unpacking);
   const auto directoryOf = [&] { return platform::joinPath(root, name + L".prj"); };
   const bool isThere = !name.empty() && platform::fileStatus(directoryOf()).exists;
-  if (context.options().dryRun && !name.empty()) {
+  if (context.options().dryRun) {
+    if (name.empty()) throw CommandFailure{ExitCode::Failure, unpacking.shown + L": Invalid project zipfile!"};
     tell(context, unpacking, name, directoryOf());
     if (isThere) context.output().message(L"the project that is there would go to the trash, after a question");
     return ExitCode::Done;
