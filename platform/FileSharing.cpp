@@ -60,7 +60,11 @@ bool isReadingDenied(int fd) {
 }
 
 bool isDeletingDenied(const std::string& path) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  return isDeletingDenied(AT_FDCWD, path.c_str());
+}
+
+bool isDeletingDenied(int directory, const char* name) {
+  const Descriptor file(::openat(directory, name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   return file && isHeldByOther(file.get(), kDeniesDeleting);
 }
 

@@ -33,14 +33,15 @@ ZEPHOR_API unsigned long WGO_getProjectInfoFromOnlineServer(const wchar_t* host,
                                                             bool flag);
 
 /// Deletes a cloud project on the server, for everybody; then the cache goes to the trash, and the project leaves the
-/// recent list. Asks nobody. @return false when the server refused: nothing has changed then
+/// recent list. Asks nobody. @return false when the server refused: nothing has changed then; and when it is deleted
+/// there, but has no place on this workstation
 ZEPHOR_API bool WGO_deleteProject(PRJ& prj);
 /// Deletes the files of a tree for good and the directories that are empty then. Links go, what they lead to stays. A
 /// directory whose name begins with a point stays with all in it, and so do read-only files.
 /// @param removeRoot   false: `directory` itself stays
 /// @param keepFiles    names, letter case counts, that stay wherever they lie
 /// @param directories  null; the walk passes the list of what it found to itself
-/// @return false for null, and for a directory that is a link and may not go itself
+/// @return false for null, an empty text, and a directory that is a link and may not go itself
 ZEPHOR_API bool WGO_deleteLocalDirectoryTree(const wchar_t* directory, bool removeRoot,
                                              std::vector<std::wstring>& keepFiles,
                                              std::vector<std::wstring>* directories);

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "host/Trace.h"
+#include "platform/EmptyTree.h"
 #include "platform/Files.h"
 #include "zephor/ProjectAdministration.h"
 
@@ -28,20 +29,12 @@ void forEachEntry(const std::wstring& pattern, Visit visit) {
   FindClose(find);
 }
 
-void removeFiles(const std::wstring& directory, const std::vector<std::wstring>& keepFiles) {
-  // Also when it became a link after it was found: what lies behind one is not of this tree.
-  if (isLinkedDirectory(GetFileAttributesW(directory.c_str()))) return;
-  forEachEntry(directory + L"\\*.*", [&](const WIN32_FIND_DATAW& entry) {
-    const bool isKept = std::find(keepFiles.begin(), keepFiles.end(), entry.cFileName) != keepFiles.end();
-    if (!isDirectory(entry) && !isKept) _wunlink((directory + L"\\" + entry.cFileName).c_str());
-  });
-}
-
 }  // namespace
 
 bool WGO_deleteLocalDirectoryTree(const wchar_t* directory, bool removeRoot, std::vector<std::wstring>& keepFiles,
                                   std::vector<std::wstring>* directories) {
-  if (directory == nullptr) return false;
+  // Behind an empty text there would be the root of the volume.
+  if (directory == nullptr || *directory == L'\0') return false;
   const std::wstring root = directory;
   const bool isNested = directories != nullptr;
   if (!isNested && !removeRoot && isLinkedDirectory(GetFileAttributesW(directory))) {
@@ -60,11 +53,15 @@ bool WGO_deleteLocalDirectoryTree(const wchar_t* directory, bool removeRoot, std
     });
   }
   if (isNested) return true;
+  std::vector<std::wstring> below;
   for (auto place = found.rbegin(); place != found.rend(); ++place) {
-    removeFiles(*place, keepFiles);
-    // One that still holds a kept file stays.
-    if (removeRoot || *place != root) RemoveDirectoryW(place->c_str());
+    below.push_back(place->substr(std::min(root.size() + 1, place->size())));
   }
+  platform::emptyDirectories(root, below, [&keepFiles](const std::wstring& name) {
+    return std::find(keepFiles.begin(), keepFiles.end(), name) == keepFiles.end();
+  });
+  // One that still holds a kept file stays.
+  if (removeRoot) RemoveDirectoryW(directory);
   return true;
 }
 

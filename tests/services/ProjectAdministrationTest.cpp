@@ -1,9 +1,12 @@
 #include "zephor/ProjectAdministration.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "host/Files.h"
 #include "host/Locking.h"
@@ -59,6 +62,30 @@ TEST_F(ProjectAdministration, ATreeIsDeletedWithoutFollowingALink) {
   std::filesystem::remove_all(root / ".hidden");
   EXPECT_TRUE(WGO_deleteLocalDirectoryTree(directory.c_str(), false, keep, nullptr));
   EXPECT_TRUE(std::filesystem::is_empty(root)) << "the root itself stays";
+}
+
+TEST_F(ProjectAdministration, ADirectoryThatBecomesALinkLeadsNobodyOutOfTheTree) {
+  const std::filesystem::path root = desk.directory() + "/tree";
+  const std::filesystem::path outside = desk.directory() + "/outside";
+  std::filesystem::create_directories(outside / "in");
+  std::ofstream(outside / "in/far.txt") << "text";
+  std::atomic<bool> ends = false;
+  std::thread flips([&] {
+    const std::string place = root / "a";
+    while (!ends) ::renameat2(AT_FDCWD, place.c_str(), AT_FDCWD, (place + ".link").c_str(), RENAME_EXCHANGE);
+  });
+  std::vector<std::wstring> keep;
+  for (int round = 0; round < 150; ++round) {
+    std::filesystem::create_directories(root / "a/in");
+    for (int file = 0; file < 5; ++file) std::ofstream(root / ("a/in/" + std::to_string(file))) << "text";
+    std::error_code ignored;
+    std::filesystem::create_directory_symlink(outside, root / "a.link", ignored);
+    WGO_deleteLocalDirectoryTree(desk.path(L"tree").c_str(), true, keep, nullptr);
+  }
+  ends = true;
+  flips.join();
+  EXPECT_TRUE(std::filesystem::exists(outside / "in/far.txt"));
+  EXPECT_FALSE(WGO_deleteLocalDirectoryTree(L"", true, keep, nullptr)) << "no volume's root";
 }
 
 TEST_F(ProjectAdministration, AnOwnDescriptorStandsAndAnotherTeamsIsRewritten) {
