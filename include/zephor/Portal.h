@@ -12,7 +12,7 @@ class PRJ;
 namespace Quorvel::FileAccess {
 
 /// The teams that the user has filtered, by UUID, with their names: "teamsFilter.json" in host path 8.
-/// @param teams  emptied first. @return false when there is no file
+/// @param teams  emptied first. @return false when there is no file, or none that can be read to its end
 ZEPHOR_API bool WGO_ReadOndrathTeamFilter(std::map<std::wstring, std::wstring>& teams);
 /// Replaces the file whole or not at all. @return false when it could not be written
 ZEPHOR_API bool WGO_WriteOndrathTeamFilter(const std::map<std::wstring, std::wstring>& teams);

@@ -58,7 +58,10 @@ bool WGO_ReadOndrathTeamFilter(std::map<std::wstring, std::wstring>& teams) {
     if (!uuid || !file.readLine(line, kLineBuffer)) continue;
     if (const auto name = valueIn(line, kNameKey)) teams.insert_or_assign(*uuid, *name);
   }
-  return true;
+  // Of one that could not be read to its end, some teams would hide the others.
+  const bool isWhole = file.close();
+  if (!isWhole) teams.clear();
+  return isWhole;
 }
 
 bool WGO_WriteOndrathTeamFilter(const std::map<std::wstring, std::wstring>& teams) {
