@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "fuzz/Support.h"
 #include "host/Files.h"
 #include "host/Project.h"
 #include "host/System.h"
@@ -13,8 +14,10 @@
 #include "zephor/FileTransfer.h"
 
 void lfperrText(const std::wstring& /*line*/) {}
-std::wstring lfinigC(int /*pathNumber*/) {
-  return {};
+std::wstring lfinigC(int pathNumber) {
+  constexpr int kTeamFilterPath = 8;
+  constexpr int kDescriptionPath = 18;
+  return pathNumber == kTeamFilterPath || pathNumber == kDescriptionPath ? fuzz::directory() + L'\\' : std::wstring();
 }
 int ldirrmc(const std::wstring& /*directory*/) {
   return 0;

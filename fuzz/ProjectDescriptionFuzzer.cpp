@@ -21,6 +21,20 @@ std::string writtenOf(const PRJ& prj) {
   return bytes;
 }
 
+/// As a fetched description is read, by the number of its directory's path, and a project written over it.
+void readByPathNumber(std::string_view bytes, const std::string* expected) {
+  constexpr int kDescriptionPath = 18;
+  fuzz::fileOf(bytes, "Project1.Dat.xml");
+  PRJ prj;
+  require((NetID_ReadPrjInfo(kDescriptionPath, prj) == 0) == (expected != nullptr), "both ways to read agree");
+  if (expected == nullptr) return;
+  require(writtenOf(prj) == *expected, "both ways read the same");
+  const bool isNamed = workstation::isSafeDirectoryName(prj.GetDirectoryName());
+  require((NetID_WritePrjInfo(kDescriptionPath, prj, 0) == 0) == isNamed, "a project with a place can be written over");
+  PRJ again;
+  require(NetID_ReadPrjInfo(kDescriptionPath, again) == 0 && writtenOf(again) == *expected, "and is read so");
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -29,6 +43,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::wstring path = fuzz::fileOf(fuzz::textOf(data, size));
   if (!NetManager::readProject1DatXml(path, info, &error)) {
     require(error.starts_with(path), "a refusal names the file");
+    readByPathNumber(fuzz::textOf(data, size), nullptr);
     return 0;
   }
   PRJ prj;
@@ -40,5 +55,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   PRJ again;
   info.toDescriptor(again);
   require(writtenOf(again) == written, "a project is read as it was written");
+  readByPathNumber(fuzz::textOf(data, size), &written);
   return 0;
 }
