@@ -134,10 +134,23 @@ void readStoredHeaders(Views& views, const PRJ& project, QuorvelFileType type) {
   Quorvel::FileAccess::WGO_freeHeaders(type, headers);
 }
 
+/// A listing without files says the same when it failed, and what is here would count as deleted in the store.
+void requireNoFiles(const PRJ& project, ShareFileTypeID fileClass) {
+  CloudStatus status = 0;
+  std::wstring error;
+  const auto store = currentStore(status, error);
+  std::vector<StoredFile> files;
+  const unsigned classes = classBit(static_cast<FileClass>(fileClass));
+  if (store && store->files(storeActor(), project.GetOndrathProjectUuid(), classes, files) == 0 && files.empty())
+    return;
+  throw CommandFailure{ExitCode::Failure, L"the store can't list the project's files; try again"};
+}
+
 /// Files of a class that the store tells by its listing. Of other files than Zeichnungen only those that are wanted.
 void readStoredFiles(Views& views, const PRJ& project, ShareFileTypeID fileClass) {
   std::vector<Quorvel::FileAccess::CResourceInfo> files;
   Quorvel::FileAccess::WGO_getOndrathResourceFiles(project, files, fileClass);
+  if (files.empty()) requireNoFiles(project, fileClass);
   for (const auto& file : files) {
     const auto object = parseObjectName(file.name);
     const bool isZeichnung = object && object->type == eFileType_Zeichnung;
