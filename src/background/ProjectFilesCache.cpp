@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <mutex>
 
+#include "cloud/CacheNames.h"
 #include "cloud/CloudPaths.h"
 #include "host/Trace.h"
 #include "platform/Files.h"
@@ -16,14 +17,6 @@ namespace {
 constexpr std::uint64_t kMostBytes = 64ULL << 20;
 constexpr const char* kFormat = "zephor project files 1";
 constexpr const char* kEnd = "end ";
-
-std::wstring pathBeside(const std::wstring& directory) {
-  constexpr std::wstring_view kProjectEnding = L".prj";
-  const bool hasEnding = directory.size() > kProjectEnding.size() &&
-                         platform::equalsIgnoreCase(directory.substr(directory.size() - kProjectEnding.size()),
-                                                    std::wstring(kProjectEnding));
-  return (hasEnding ? directory.substr(0, directory.size() - kProjectEnding.size()) : directory) + L".files";
-}
 
 /// UTF-8 without what parts lines and fields.
 std::string field(const std::wstring& text) {
@@ -48,7 +41,7 @@ std::wstring keyOfProjectFile(const std::wstring& relativeName) {
 }
 
 ProjectFilesCache::ProjectFilesCache(const std::wstring& directory)
-    : path_(pathBeside(directory)),
+    : path_(projectFilesRecord(directory)),
       head_(std::string(kFormat) + '\t' + field(platform::toLower(platform::fileNameOf(directory))) + '\t' +
             std::to_string(platform::toTicks(platform::fileStatus(directory).creationTime))) {}
 

@@ -7,6 +7,7 @@ namespace Quorvel::FileAccess {
 namespace {
 
 constexpr std::wstring_view kBimFolder = L"BIM\\";
+constexpr std::wstring_view kProjectEnding = L".prj";
 
 }  // namespace
 
@@ -15,6 +16,12 @@ std::wstring cacheDirectory(const CloudCall& call, const PRJ& prj) {
   if (make_prj_dir(prj, directory) == 0) return directory;
   lfperrC(L"%s: no directory is known for \"%s\"\n", call.function(), call.project());
   return {};
+}
+
+std::wstring projectFilesRecord(const std::wstring& directory) {
+  const bool hasEnding =
+      directory.size() > kProjectEnding.size() && platform::endsWithIgnoreCase(directory, kProjectEnding);
+  return directory.substr(0, directory.size() - (hasEnding ? kProjectEnding.size() : 0)) + L".files";
 }
 
 bool isBimTopLevelName(const std::wstring& name) {

@@ -14,6 +14,9 @@ class CloudCall;
 /// knows none.
 std::wstring cacheDirectory(const CloudCall& call, const PRJ& prj);
 
+/// The file beside a cache's directory that keeps what the server told of its files: "UUID.files".
+std::wstring projectFilesRecord(const std::wstring& directory);
+
 /// True for a name directly below "BIM", in any letter case.
 bool isBimTopLevelName(const std::wstring& name);
 

@@ -43,9 +43,11 @@ bool WGO_deleteLocalProjectCache(const PRJ& prj, bool quiet) {
   operation.fFlags =
       quiet ? FOF_SILENT | FOF_NOCONFIRMATION | FOF_ALLOWUNDO | FOF_NOCONFIRMMKDIR : FOF_ALLOWUNDO | FOF_SIMPLEPROGRESS;
   const int moved = SHFileOperationW(&operation);
+  if (moved == 0 && operation.fAnyOperationsAborted == FALSE) DeleteFileW(projectFilesRecord(directory).c_str());
   if (moved == 0 || operation.fAnyOperationsAborted != FALSE) return moved == 0;
   lfperrC(L"%s: \"%s\" could not be moved to the recycle bin (error %d)\n", call.function(), directory, moved);
   const int removed = ldirrmc(directory);
+  if (removed == 0) DeleteFileW(projectFilesRecord(directory).c_str());
   if (removed == 0 || isAppRunning(kUnattendedProgram)) return removed == 0;
   const std::wstring text = platform::formatWide(L"Error %d %s", removed, directory);
   MessageBoxW(nullptr, text.c_str(), L"Quorvel", MB_ICONINFORMATION);

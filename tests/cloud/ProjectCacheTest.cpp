@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "host/Files.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "tests/support/CloudFixture.h"
@@ -163,8 +164,10 @@ TEST_F(ProjectCache, DeletedFilesGoToTheTrashAndNothingOutsideDoes) {
 
 TEST_F(ProjectCache, CacheGoesToTheTrashWholeAndOtherProjectsHaveNone) {
   write(L"a.txt");
+  const std::wstring record = lfinigC(41) + L"\\" + uuid + L".files";
+  desk.writeFile(record, "what the server told");
   EXPECT_TRUE(WGO_ProjectCacheExists(prj()) && WGO_deleteLocalProjectCache(prj(), true));
-  EXPECT_FALSE(WGO_ProjectCacheExists(prj()));
+  EXPECT_FALSE(WGO_ProjectCacheExists(prj()) || desk.exists(record));
   EXPECT_EQ(
       zephor_test::contentOf(desk.directory() + "/home/data/Trash/files/" + platform::toUtf8(uuid) + ".prj/a.txt"),
       "local");

@@ -130,10 +130,13 @@ TEST_F(Leave, AMemberWhoWasTakenOutLeavesAndKeepsWhatCantBeTold) {
   EXPECT_EQ(refused.exitCode, 1);
   EXPECT_THAT(refused.out, AllOf(HasSubstr("mine.txt: not sent"), Not(HasSubstr("notes.txt")), Not(HasSubstr("tb1"))));
   fs::rename(office_.store(), office_.path("gone"));
+  const fs::path record = fs::path(project).replace_extension(".files");
+  std::ofstream(record) << "what the store told";
   EXPECT_EQ(office_.run("ben", {"close"}).exitCode, 0);
   const ProgramRun removed = office_.run("ben", {"--project", project.stem().string(), "cache", "remove", "--force"});
   EXPECT_EQ(removed.exitCode, 0) << removed.err;
   EXPECT_EQ(contentOf(trashed("ben", project) / "mine.txt"), "mine");
+  EXPECT_FALSE(fs::exists(record));
 }
 
 TEST_F(Leave, WaitsForNobodyWhoHasTheProjectOpen) {

@@ -47,6 +47,11 @@ namespace {
                                             platform::fromUtf8(failure.reason))};
 }
 
+/// What the library keeps beside the directory of the files in it.
+void removeRecord(const std::wstring& projectUuid, const CacheContent& content) {
+  DeleteFileW(platform::joinPath(platform::directoryOf(content.directory), projectUuid + L".files").c_str());
+}
+
 }  // namespace
 
 std::wstring shownDirectory(const CacheContent& content) {
@@ -79,6 +84,7 @@ bool takeAway(const std::wstring& projectUuid, const CacheContent& content, bool
   const DWORD notTrashed = platform::moveToTrash(content.directory, &failure);
   if (notTrashed == ERROR_SUCCESS) {
     records.forget();
+    removeRecord(projectUuid, content);
     return true;
   }
   const bool isDeleted = permanently && !failure.isInTrash && notTrashed != ERROR_SHARING_VIOLATION;
@@ -95,6 +101,7 @@ bool takeAway(const std::wstring& projectUuid, const CacheContent& content, bool
                                        platform::fromUtf8(std::generic_category().message(removal.error))),
                   directory, removal.left);
   }
+  removeRecord(projectUuid, content);
   return false;
 }
 
