@@ -22,7 +22,6 @@ using std::chrono::milliseconds;
 constexpr const wchar_t* kThread = L"Quorvel::FileAccess::uploadThreadProc";
 constexpr const wchar_t* kUploadEx = L"Quorvel::FileAccess::WGO_uploadFileEx";
 constexpr unsigned long kModified = 3;
-constexpr std::uint32_t kBusy = 170;
 constexpr milliseconds kStartPause{100};
 constexpr milliseconds kSettlePause{50};
 constexpr int kSettlePasses = 10;
@@ -82,9 +81,7 @@ void uploadThreadProc(const std::shared_ptr<UploadContext>& context) {
   if (isBlocked || (context->result != 0 && !isMissing)) leaveToSynchronisation(context->file, kModified);
   const std::wstring list = state.uploadThreads.leave(*context);
   ConnectionLogger::AppendConnectionLog(platform::formatWide(L"%s\n\n", list).c_str());
-  // In the log a file that was not sent must not look like one that was.
-  const std::uint32_t told = isBlocked ? kBusy : context->result;
-  state.logs.of(context->file.projectDirectory).append(L"Upload", context->file.relativePath(), told);
+  state.logs.of(context->file.projectDirectory).append(L"Upload", context->file.relativePath(), context->result);
 }
 
 /// Leaves neither name nor list entry behind, whatever happens.

@@ -111,7 +111,7 @@ TEST_F(BackgroundChanges, LogTellsTheLastResultAndBeginsAnewWithTheManager) {
   EXPECT_EQ(
       log(),
       logOf(entry("Upload", "design\\R&amp;D.sty", "0x00000000") + entry("Upload", "linestyle.sty", "0x00000001") +
-            entry("Upload", "design\\gone.sty", "0x00000002") + entry("Upload", "displaytype.sty", "0x000000aa")));
+            entry("Upload", "design\\gone.sty", "0x00000002") + entry("Upload", "displaytype.sty", "0x00000000")));
   WGO_SetBackgroundChangesManagerRunning(false, false);
   EXPECT_FALSE(WGO_IsBackgroundChangesManagerRunning());
   WGO_SetBackgroundChangesManagerRunning(true, false);

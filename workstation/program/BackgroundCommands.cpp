@@ -20,8 +20,6 @@ namespace workstation::program {
 namespace {
 
 constexpr const wchar_t* kLog = L"OndrathBackgroundService.log.xml";
-/// Of an upload that was blocked.
-constexpr std::uint32_t kBusy = 170;
 constexpr std::uint64_t kLargest = std::uint64_t{256} << 20U;
 
 struct Entry {
@@ -82,7 +80,6 @@ std::vector<Entry> parseLog(const std::wstring& path, const std::string& text) {
 std::wstring textOf(const Entry& entry) {
   if (entry.error == ERROR_SUCCESS) return entry.kind == L"delete" ? L"deleted in the store" : L"sent";
   if (entry.error == ERROR_FILE_NOT_FOUND) return L"the file was gone, or open";
-  if (entry.error == kBusy) return L"not sent: uploads were blocked; left to the next synchronisation";
   return entry.kind == L"delete" ? L"not deleted in the store" : L"not sent";
 }
 
