@@ -34,5 +34,4 @@ DESKTOP_API platform::IUserInterface* zephor_desktop_interface(std::string& erro
 /// Runs the window on the calling thread.
 /// @return the exit code of the program; -1 when the display can't be used, with the reason in `error`
 DESKTOP_API int zephor_desktop_window(const workstation::DesktopWindowOptions& options, std::string& error);
-
 }
