@@ -27,19 +27,33 @@ bool canLoadPlugin(const char* pattern) {
   return false;
 }
 
-/// Connects and disconnects again, with the library that the toolkit's plugin uses.
-bool canReachX11() {
-  void* const library = ::dlopen("libxcb.so.1", RTLD_LAZY | RTLD_LOCAL);
-  if (library == nullptr) return false;
-  auto* const connect = reinterpret_cast<void* (*)(const char*, int*)>(::dlsym(library, "xcb_connect"));
-  auto* const failed = reinterpret_cast<int (*)(void*)>(::dlsym(library, "xcb_connection_has_error"));
-  auto* const disconnect = reinterpret_cast<void (*)(void*)>(::dlsym(library, "xcb_disconnect"));
-  if (connect == nullptr || failed == nullptr || disconnect == nullptr) return false;
-  void* const connection = connect(nullptr, nullptr);
-  const bool isReached = failed(connection) == 0;
-  disconnect(connection);
-  return isReached;
-}
+/// A connection to the X server, made with the library that the toolkit's plugin uses. It is kept until the toolkit has
+/// its own: some servers begin anew when their last client goes.
+class X11Connection {
+ public:
+  X11Connection() {
+    void* const library = ::dlopen("libxcb.so.1", RTLD_LAZY | RTLD_LOCAL);
+    if (library == nullptr) return;
+    auto* const connect = reinterpret_cast<void* (*)(const char*, int*)>(::dlsym(library, "xcb_connect"));
+    auto* const failed = reinterpret_cast<int (*)(void*)>(::dlsym(library, "xcb_connection_has_error"));
+    disconnect_ = reinterpret_cast<void (*)(void*)>(::dlsym(library, "xcb_disconnect"));
+    if (connect == nullptr || failed == nullptr || disconnect_ == nullptr) return;
+    connection_ = connect(nullptr, nullptr);
+    isUp_ = failed(connection_) == 0;
+  }
+  ~X11Connection() {
+    if (connection_ != nullptr) disconnect_(connection_);
+  }
+  X11Connection(const X11Connection&) = delete;
+  X11Connection& operator=(const X11Connection&) = delete;
+
+  bool isUp() const { return isUp_; }
+
+ private:
+  void (*disconnect_)(void*) = nullptr;
+  void* connection_ = nullptr;
+  bool isUp_ = false;
+};
 
 bool canReachWayland(const QByteArray& display) {
   const QByteArray path = display.startsWith('/') ? display : qgetenv("XDG_RUNTIME_DIR") + '/' + display;
@@ -56,12 +70,13 @@ bool canReachWayland(const QByteArray& display) {
 
 /// The toolkit's name for the display to use; empty with the reason in `error`. X11 comes first: only there can a
 /// program put a window into a corner.
-QByteArray usableDisplay(std::string& error) {
+QByteArray usableDisplay(std::unique_ptr<X11Connection>& connection, std::string& error) {
   const QByteArray asked = qgetenv("QT_QPA_PLATFORM");
   if (!asked.isEmpty() && !asked.startsWith("xcb") && !asked.startsWith("wayland")) return asked;
   const QByteArray x11 = qgetenv("DISPLAY");
   const QByteArray wayland = qgetenv("WAYLAND_DISPLAY");
-  if (!x11.isEmpty() && canReachX11()) {
+  if (!x11.isEmpty()) connection = std::make_unique<X11Connection>();
+  if (connection && connection->isUp()) {
     if (canLoadPlugin("libqxcb.so")) return "xcb";
     error = "Qt's plugin for X11 is missing or lacks a library; install Qt 6 Gui (Debian: libqt6gui6)";
     return {};
@@ -81,7 +96,8 @@ QByteArray usableDisplay(std::string& error) {
 
 std::unique_ptr<QApplication> makeApplication(std::string& error) {
   static QByteArray display;
-  display = usableDisplay(error);
+  std::unique_ptr<X11Connection> connection;
+  display = usableDisplay(connection, error);
   if (display.isEmpty()) return nullptr;
   static char name[] = "zephor";
   static char option[] = "-platform";
