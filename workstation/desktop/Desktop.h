@@ -27,7 +27,7 @@ struct DesktopWindowOptions {
 extern "C" {
 
 /// Starts a thread of its own for the windows, on which every box is shown; the work stays on the calling threads. One
-/// instance, which the caller deletes on the thread that made it, with no operation running; the thread is idle from then on.
+/// instance, which the caller deletes on the thread that made it, with no operation running; the thread is idle then.
 /// @return null when the display can't be used; `error` then says why
 DESKTOP_API platform::IUserInterface* zephor_desktop_interface(std::string& error);
 

@@ -94,6 +94,7 @@ MessageBoxWindow::MessageBoxWindow(const platform::MessageBoxRequest& request) :
 
 /// In the order of the style, on every desktop: what reads "Abort, Retry, Ignore" is known so.
 void MessageBoxWindow::addButtons(QBoxLayout& row) {
+  row.setSpacing(8);
   row.addStretch();
   for (const auto& [answer, label] : boxButtons(request_.style)) {
     auto* const button = new QPushButton(buttonText(label), this);

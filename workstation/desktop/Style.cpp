@@ -20,10 +20,10 @@ QPalette lightPalette() {
 QPalette darkPalette() {
   const QColor text(0xe6, 0xe6, 0xe8);
   const QColor grey(0x86, 0x86, 0x8c);
-  QPalette palette(QColor(0x2b, 0x2b, 0x2f));
-  palette.setColor(QPalette::Base, QColor(0x1f, 0x1f, 0x22));
-  palette.setColor(QPalette::AlternateBase, QColor(0x26, 0x26, 0x2a));
-  palette.setColor(QPalette::ToolTipBase, QColor(0x3a, 0x3a, 0x40));
+  QPalette palette(QColor(0x36, 0x36, 0x3b));
+  palette.setColor(QPalette::Base, QColor(0x1c, 0x1c, 0x1f));
+  palette.setColor(QPalette::AlternateBase, QColor(0x24, 0x24, 0x28));
+  palette.setColor(QPalette::ToolTipBase, QColor(0x48, 0x48, 0x4e));
   palette.setColor(QPalette::PlaceholderText, grey);
   palette.setColor(QPalette::Highlight, QColor(0x3d, 0x7e, 0xc9));
   palette.setColor(QPalette::HighlightedText, Qt::white);

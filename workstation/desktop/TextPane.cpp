@@ -28,7 +28,8 @@ TextPane::TextPane(const QString& text, QWidget* parent) : QTextEdit(parent) {
   int width = 0;
   for (const QString& line : text.split('\n')) width = std::max(width, fontMetrics().horizontalAdvance(line) + 2);
   width = std::min(width, widest);
-  document()->setTextWidth(width);
+  setLineWrapMode(QTextEdit::FixedPixelWidth);
+  setLineWrapColumnOrWidth(width);
   const int height = static_cast<int>(std::ceil(document()->size().height()));
   const int highest = screenSize.height() * 3 / 5;
   const bool isScrolled = height > highest;
