@@ -1,5 +1,6 @@
 #include "workstation/desktop/GuiThread.h"
 
+#include <pthread.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX signal sets
 
 #include <QApplication>
@@ -7,7 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
-#include <thread>
+#include <system_error>
 #include <utility>
 
 #include "workstation/desktop/Application.h"
@@ -61,7 +62,11 @@ class LastingThread {
  private:
   LastingThread() {
     const NoSignals noSignals;
-    std::thread([this] { body(); }).detach();
+    pthread_t thread{};
+    const auto run = [](void* self) -> void* { static_cast<LastingThread*>(self)->body(); };
+    const int failure = pthread_create(&thread, nullptr, run, this);
+    if (failure != 0) throw std::system_error(failure, std::generic_category(), "no thread for windows");
+    pthread_detach(thread);
   }
 
   [[noreturn]] void body() {
