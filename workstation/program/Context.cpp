@@ -1,7 +1,7 @@
 #include "workstation/program/Context.h"
 
 #include <algorithm>
-#include <functional>
+#include <iterator>
 #include <mutex>
 #include <vector>
 
@@ -12,6 +12,7 @@
 #include "platform/Time.h"
 #include "platform/UserInterface.h"
 #include "workstation/Session.h"
+#include "workstation/program/InterfaceChoice.h"
 #include "workstation/store/CloudStore.h"
 #include "workstation/store/Containers.h"
 #include "workstation/store/StoreContext.h"
@@ -96,17 +97,35 @@ Context::~Context() {
   platform::setUserInterface(nullptr);
 }
 
-void Context::explain() const {
+void Context::chooseInterface() {
+  desktop_ = desktopIfWanted(options_, *terminal_);
+  if (desktop_) platform::setUserInterface(desktop_.get());
+}
+
+void Context::tellFailure(const std::wstring& message) const {
+  output_.error(L"zephor: " + message);
+  if (!desktop_ || standardTerminal().canRedraw()) return;
+  platform::MessageBoxRequest request;
+  request.text = message;
+  request.caption = L"zephor";
+  request.style = MB_OK | MB_ICONHAND;
+  for (const auto& line : errorLines()) request.details += line + L'\n';
+  desktop_->messageBox(request);
+}
+
+std::vector<std::wstring> Context::errorLines() const {
   const std::lock_guard guard(errorLines_->mutex);
-  for (const auto& line : errorLines_->lines) {
-    if (!isFrameLine(line)) output_.error(L"  " + line);
-  }
+  std::vector<std::wstring> lines;
+  std::remove_copy_if(errorLines_->lines.begin(), errorLines_->lines.end(), std::back_inserter(lines), isFrameLine);
+  return lines;
+}
+
+void Context::explain() const {
+  for (const auto& line : errorLines()) output_.error(L"  " + line);
 }
 
 std::size_t Context::errorCount() const {
-  const std::lock_guard guard(errorLines_->mutex);
-  const auto& lines = errorLines_->lines;
-  return static_cast<std::size_t>(std::count_if(lines.begin(), lines.end(), std::not_fn(isFrameLine)));
+  return errorLines().size();
 }
 
 void Context::startWorkstation() {

@@ -4,11 +4,16 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "workstation/program/ExitCode.h"
 #include "workstation/program/Output.h"
 
 class PRJ;
+
+namespace platform {
+class IUserInterface;
+}
 
 namespace workstation {
 class TerminalInterface;
@@ -24,6 +29,7 @@ struct GlobalOptions {
   std::string store;
   std::string project;
   std::string language;
+  std::string interface = "auto";  ///< auto, terminal or desktop
   bool json = false;
   bool quiet = false;
   int verbosity = 0;
@@ -60,6 +66,8 @@ class Context {
   const GlobalOptions& options() const { return options_; }
   const Output& output() const { return output_; }
 
+  /// Brings windows up instead of the terminal where they are wanted. Throws CommandFailure.
+  void chooseInterface();
   /// Starts the workstation of the options. Throws CommandFailure.
   void startWorkstation();
   /// Starts the workstation, signs in to its store and starts the library's service. Throws CommandFailure
@@ -82,6 +90,8 @@ class Context {
   /// The store behind this workstation, after startOnline.
   CloudStore& store();
   StoreActor actor() const;
+  /// Tells why the command ends: on standard error, and in a box where nobody reads that.
+  void tellFailure(const std::wstring& message) const;
   /// Shows what the error log took up during this run, for a command that did not end well.
   void explain() const;
   /// How many different lines of the error log explain() would show by now.
@@ -90,9 +100,13 @@ class Context {
  private:
   struct ErrorLines;
 
+  /// Those that explain something to a person.
+  std::vector<std::wstring> errorLines() const;
+
   GlobalOptions options_;
   Output output_;
   std::unique_ptr<TerminalInterface> terminal_;
+  std::unique_ptr<platform::IUserInterface> desktop_;
   std::shared_ptr<ErrorLines> errorLines_;
   std::shared_ptr<CloudStore> store_;
   bool started_ = false;

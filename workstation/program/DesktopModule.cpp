@@ -17,7 +17,8 @@ void* entry(const char* name, std::string& error) {
   void* const found = module != nullptr ? ::dlsym(module, name) : nullptr;
   if (found == nullptr) {
     const char* const reason = ::dlerror();
-    error = std::string("the windows are not installed: ") + (reason != nullptr ? reason : kModule);
+    error = std::string("the windows are not installed (") + (reason != nullptr ? reason : kModule) +
+            "); install Zephor's desktop part and Qt 6 Widgets (Debian: libqt6widgets6)";
   }
   return found;
 }

@@ -30,6 +30,9 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
   app.add_option("--language", options.language, "Language of questions and boxes: en, de")
       ->envname("ZEPHOR_LANGUAGE")
       ->check(CLI::IsMember({"en", "de"}));
+  app.add_option("--interface", options.interface, "Where questions are asked: auto, terminal, desktop")
+      ->envname("ZEPHOR_INTERFACE")
+      ->check(CLI::IsMember({"auto", "terminal", "desktop"}));
   app.add_flag("--json", options.json, "Results as one JSON object a line");
   app.add_flag("-q,--quiet", options.quiet, "No messages, no progress");
   app.add_flag("-v,--verbose", options.verbosity, "Say more; twice: trace");
@@ -101,6 +104,8 @@ int run(int argc, char** argv) {
 
   Context context(options);
   try {
+    // Its window stands for the whole process.
+    if (!app.got_subcommand("desktop")) context.chooseInterface();
     const ExitCode code = selected(context);
     if (code != ExitCode::Done) context.explain();
     if (code == ExitCode::Done && workstation::program::Output::isBroken()) {
@@ -109,7 +114,7 @@ int run(int argc, char** argv) {
     }
     return static_cast<int>(code);
   } catch (const CommandFailure& failure) {
-    if (!failure.message.empty()) context.output().error(L"zephor: " + failure.message);
+    if (!failure.message.empty()) context.tellFailure(failure.message);
     if (failure.code != ExitCode::Usage) context.explain();
     return static_cast<int>(failure.code);
   }
