@@ -71,7 +71,7 @@ bool canReachWayland(const QByteArray& display) {
 /// The toolkit's name for the display to use; empty with the reason in `error`. X11 comes first: only there can a
 /// program put a window into a corner.
 QByteArray usableDisplay(std::unique_ptr<X11Connection>& connection, std::string& error) {
-  const QByteArray asked = qgetenv("QT_QPA_PLATFORM");
+  QByteArray asked = qgetenv("QT_QPA_PLATFORM");
   if (!asked.isEmpty() && !asked.startsWith("xcb") && !asked.startsWith("wayland")) return asked;
   const QByteArray x11 = qgetenv("DISPLAY");
   const QByteArray wayland = qgetenv("WAYLAND_DISPLAY");

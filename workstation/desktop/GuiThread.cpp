@@ -4,6 +4,7 @@
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX signal sets
 
 #include <QApplication>
+#include <QEvent>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
@@ -85,6 +86,21 @@ class LastingThread {
   std::function<void()> work_;
 };
 
+struct Work final : QEvent {
+  explicit Work(std::function<void()> given) : QEvent(User), run(std::move(given)) {}
+  const std::function<void()> run;
+};
+
+class Receiver final : public QObject {
+ public:
+  bool event(QEvent* event) override {
+    const auto* const work = dynamic_cast<const Work*>(event);
+    if (work == nullptr) return QObject::event(event);
+    work->run();
+    return true;
+  }
+};
+
 }  // namespace
 
 std::unique_ptr<GuiThread> GuiThread::start(std::string& error) {
@@ -113,14 +129,14 @@ void GuiThread::showWindows(std::promise<std::string>& ready) {
   static const bool isHeard = std::atexit(leaveWithoutDisplay) == 0;
   static_cast<void>(isHeard);
   QApplication::setQuitOnLastWindowClosed(false);
-  receiver_ = std::make_unique<QObject>();
+  receiver_ = std::make_unique<Receiver>();
   ready.set_value({});
   QApplication::exec();
   receiver_.reset();
 }
 
 void GuiThread::post(std::function<void()> work) {
-  QMetaObject::invokeMethod(receiver_.get(), std::move(work), Qt::QueuedConnection);
+  QCoreApplication::postEvent(receiver_.get(), new Work(std::move(work)));
 }
 
 void GuiThread::run(const std::function<void()>& work) {
