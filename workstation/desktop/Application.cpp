@@ -94,6 +94,11 @@ QByteArray usableDisplay(std::unique_ptr<X11Connection>& connection, std::string
 
 }  // namespace
 
+bool isDisplayUsable(std::string& error) {
+  std::unique_ptr<X11Connection> connection;
+  return !usableDisplay(connection, error).isEmpty();
+}
+
 std::unique_ptr<QApplication> makeApplication(std::string& error) {
   static QByteArray display;
   std::unique_ptr<X11Connection> connection;

@@ -7,6 +7,9 @@
 
 namespace workstation {
 
+/// @return false when the display can't be used; `error` then says why
+bool isDisplayUsable(std::string& error);
+
 /// Makes it on the calling thread, which from then on is that of all windows. The toolkit ends the process when it
 /// finds no display; so the display is tried before. The process keeps its locale.
 /// @return null when the display can't be used; `error` then says why

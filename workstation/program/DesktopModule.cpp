@@ -34,6 +34,11 @@ bool isDisplayThere() {
   return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY");
 }
 
+bool isDesktopUsable(std::string& error) {
+  auto* const look = reinterpret_cast<decltype(&zephor_desktop_usable)>(entry("zephor_desktop_usable", error));
+  return look != nullptr && look(error);
+}
+
 std::unique_ptr<platform::IUserInterface> desktopInterface(std::string& error) {
   auto* const start = reinterpret_cast<decltype(&zephor_desktop_interface)>(entry("zephor_desktop_interface", error));
   return std::unique_ptr<platform::IUserInterface>(start != nullptr ? start(error) : nullptr);

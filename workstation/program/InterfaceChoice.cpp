@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <utility>
+#include <mutex>
 
 #include "platform/Text.h"
 #include "workstation/program/Context.h"
@@ -33,32 +33,44 @@ bool isFromLauncher() {
   return false;
 }
 
-/// Windows, and the terminal for questions that the command line has answered.
+/// Windows, and the terminal for questions that the command line has answered. Nothing is started before there is
+/// something to show: a command may go on in a process of its own, which a thread of windows would not come along to.
 class DesktopWithAnswers final : public platform::IUserInterface {
  public:
-  DesktopWithAnswers(std::unique_ptr<platform::IUserInterface> desktop, const GlobalOptions& options,
-                     TerminalInterface& terminal)
-      : desktop_(std::move(desktop)),
-        questions_(options.yes || options.no ? static_cast<platform::IUserInterface&>(terminal) : *desktop_),
-        isQuiet_(options.quiet) {}
+  DesktopWithAnswers(const GlobalOptions& options, TerminalInterface& terminal)
+      : terminal_(terminal), isAnswered_(options.yes || options.no), isQuiet_(options.quiet) {}
 
-  int messageBox(const platform::MessageBoxRequest& request) override { return questions_.messageBox(request); }
+  int messageBox(const platform::MessageBoxRequest& request) override { return questions().messageBox(request); }
   std::wstring askFileName(const platform::FileNameRequest& request) override {
-    return questions_.askFileName(request);
+    return questions().askFileName(request);
   }
-  int showDialog(platform::Dialog& dialog) override { return questions_.showDialog(dialog); }
+  int showDialog(platform::Dialog& dialog) override { return questions().showDialog(dialog); }
   std::unique_ptr<platform::IProgressWindow> createProgressWindow(const std::wstring& title, int width,
                                                                   int height) override {
-    return isQuiet_ ? nullptr : desktop_->createProgressWindow(title, width, height);
+    return isQuiet_ ? nullptr : windows().createProgressWindow(title, width, height);
   }
-  int pixelDensity() const override { return desktop_->pixelDensity(); }
-  void setBusyCursor(bool busy) override { desktop_->setBusyCursor(busy); }
-  int open(const std::wstring& target) override { return desktop_->open(target); }
+  int pixelDensity() const override { return windows().pixelDensity(); }
+  void setBusyCursor(bool busy) override {
+    if (!isQuiet_) windows().setBusyCursor(busy);
+  }
+  int open(const std::wstring& target) override { return platform::openWithDesktop(target); }
 
  private:
-  const std::unique_ptr<platform::IUserInterface> desktop_;
-  platform::IUserInterface& questions_;
+  platform::IUserInterface& questions() { return isAnswered_ ? terminal_ : windows(); }
+  /// The terminal where the display went away since it was looked at.
+  platform::IUserInterface& windows() const {
+    std::call_once(started_, [this] {
+      std::string error;
+      desktop_ = desktopInterface(error);
+    });
+    return desktop_ ? *desktop_ : terminal_;
+  }
+
+  platform::IUserInterface& terminal_;
+  const bool isAnswered_;
   const bool isQuiet_;
+  mutable std::once_flag started_;
+  mutable std::unique_ptr<platform::IUserInterface> desktop_;
 };
 
 }  // namespace
@@ -70,8 +82,7 @@ std::unique_ptr<platform::IUserInterface> desktopIfWanted(const GlobalOptions& o
     if (options.interface == "terminal" || isForPrograms || !isDisplayThere() || !isFromLauncher()) return nullptr;
   }
   std::string error;
-  std::unique_ptr<platform::IUserInterface> desktop = desktopInterface(error);
-  if (desktop) return std::make_unique<DesktopWithAnswers>(std::move(desktop), options, terminal);
+  if (isDesktopUsable(error)) return std::make_unique<DesktopWithAnswers>(options, terminal);
   if (isDemanded)
     throw CommandFailure{ExitCode::Failure, L"there can be no windows: " + platform::fromUtf8(error) +
                                                 L"; without --interface desktop the terminal asks"};
