@@ -55,6 +55,9 @@ WORKSTATION_API bool readConfiguration(const std::string& directory, Workstation
 /// process and of the workstation's next start.
 /// @param nameOrUuid  a project of the store that this user is a member of; "team/name" where a name alone is ambiguous
 WORKSTATION_API bool openProject(const std::wstring& nameOrUuid, std::wstring& error);
+/// The same for this process alone: what was open last stays noted, so that a process that looks at one project takes
+/// nobody out of another.
+WORKSTATION_API bool openProjectForRun(const std::wstring& nameOrUuid, std::wstring& error);
 /// Makes the cache that lies on this workstation the open project of this process alone. The store is not asked, which
 /// may be out of reach or know this user no more, and nothing is made or written.
 /// @param uuid  empty: of the project that was open last

@@ -212,9 +212,8 @@ bool noteAsLast(const PRJ& prj, std::wstring& error) {
       error);
 }
 
-}  // namespace
-
-bool openProject(const std::wstring& nameOrUuid, std::wstring& error) {
+/// @param isKept  it is noted as the one that was open last
+bool open(const std::wstring& nameOrUuid, bool isKept, std::wstring& error) {
   if (!isStarted()) {
     error = L"The workstation is not started.";
     return false;
@@ -236,10 +235,20 @@ bool openProject(const std::wstring& nameOrUuid, std::wstring& error) {
     tellOfCache(found.uuid, error);
     return false;
   }
-  if (!noteAsLast(prj, error)) return false;
+  if (isKept && !noteAsLast(prj, error)) return false;
   set_ActivePrj(prj);
   noteOpenProject(prj.GetOndrathProjectUuid());
   return true;
+}
+
+}  // namespace
+
+bool openProject(const std::wstring& nameOrUuid, std::wstring& error) {
+  return open(nameOrUuid, true, error);
+}
+
+bool openProjectForRun(const std::wstring& nameOrUuid, std::wstring& error) {
+  return open(nameOrUuid, false, error);
 }
 
 bool openCache(const std::wstring& uuid, std::wstring& error) {
@@ -293,7 +302,7 @@ bool isLastProject(const std::wstring& nameOrUuid) {
 bool reopenLastProject(std::wstring& error) {
   error.clear();
   const ProjectReference last = settings()->lastProject;
-  return last.isSet() && openProject(last.directoryName, error);
+  return last.isSet() && openProjectForRun(last.directoryName, error);
 }
 
 bool forgetLastProject(std::wstring& name, std::wstring& error) {

@@ -174,7 +174,8 @@ bool Context::startInProjectIfAny() {
 void Context::startInProject() {
   startOnline();
   std::wstring error;
-  const bool open = options_.project.empty() ? reopenLastProject(error) : openProject(wide(options_.project), error);
+  const bool open =
+      options_.project.empty() ? reopenLastProject(error) : openProjectForRun(wide(options_.project), error);
   if (!open) {
     throw CommandFailure{
         ExitCode::Failure,
