@@ -44,6 +44,11 @@ QVariant cellIcon(const StatusRow& row, int column) {
   return {};
 }
 
+QVariant alignmentOf(int column) {
+  const bool isNumber = column == kHereColumn || column == kStoreColumn;
+  return QVariant(Qt::AlignVCenter | (isNumber ? Qt::AlignHCenter : Qt::AlignLeft));
+}
+
 }  // namespace
 
 void ObjectTable::take(std::vector<StatusRow> rows) {
@@ -100,9 +105,7 @@ QVariant ObjectTable::data(const QModelIndex& index, int role) const {
     case Qt::DecorationRole:
       return cellIcon(of, index.column());
     case Qt::TextAlignmentRole:
-      return QVariant(
-          Qt::AlignVCenter |
-          (index.column() == kHereColumn || index.column() == kStoreColumn ? Qt::AlignRight : Qt::AlignLeft));
+      return alignmentOf(index.column());
     default:
       return {};
   }
@@ -114,8 +117,7 @@ QVariant ObjectTable::headerData(int section, Qt::Orientation orientation, int r
                                                          WindowText::Reason};
   if (orientation == Qt::Vertical) return {};
   if (role == Qt::DisplayRole) return windowText(kTitles[static_cast<std::size_t>(section)]);
-  const bool isNumber = section == kHereColumn || section == kStoreColumn;
-  if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignVCenter | (isNumber ? Qt::AlignRight : Qt::AlignLeft));
+  if (role == Qt::TextAlignmentRole) return alignmentOf(section);
   return {};
 }
 

@@ -14,6 +14,7 @@ constexpr QRgb kBlue = 0xff2f7de1;
 constexpr QRgb kOrange = 0xffc77700;
 constexpr QRgb kRed = 0xffd9363e;
 constexpr QRgb kGrey = 0xff868686;
+constexpr QRgb kWhite = 0xffffffff;
 
 constexpr int kSide = 16;
 constexpr int kScale = 3;  // for screens of high density
@@ -21,7 +22,7 @@ constexpr qreal kStroke = 2.2;
 
 /// Draws on a field of 16 by 16.
 template <typename Drawing>
-QIcon draw(QRgb color, Drawing&& drawing) {
+QPixmap pictureOf(QRgb color, Drawing&& drawing) {
   QPixmap picture(kSide * kScale, kSide * kScale);
   picture.fill(Qt::transparent);
   QPainter painter(&picture);
@@ -31,7 +32,15 @@ QIcon draw(QRgb color, Drawing&& drawing) {
   drawing(painter);
   painter.end();
   picture.setDevicePixelRatio(kScale);
-  return QIcon(picture);
+  return picture;
+}
+
+/// In a selected row, whose ground has a colour of its own, white as its text.
+template <typename Drawing>
+QIcon draw(QRgb color, Drawing&& drawing) {
+  QIcon icon(pictureOf(color, drawing));
+  icon.addPixmap(pictureOf(kWhite, drawing), QIcon::Selected);
+  return icon;
 }
 
 void line(QPainter& painter, const QPolygonF& points) {

@@ -157,7 +157,7 @@ void ProjectWindow::buildTable() {
   for (const auto& [command, action] : commands_) table_->addAction(action);
   table_->addAction(refresh_);
   const int letter = table_->fontMetrics().averageCharWidth();
-  const std::map<int, int> letters{{kObjectColumn, 12}, {kNameColumn, 30}, {kStateColumn, 30},
+  const std::map<int, int> letters{{kObjectColumn, 12}, {kNameColumn, 30}, {kStateColumn, 34},
                                    {kHolderColumn, 26}, {kHereColumn, 8},  {kStoreColumn, 10}};
   for (const auto& [column, count] : letters) table_->setColumnWidth(column, letter * count);
   connect(table_->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
@@ -170,6 +170,7 @@ void ProjectWindow::buildStatusBar() {
   statusText_ = new QLabel(this);
   statusText_->setTextFormat(Qt::PlainText);
   statusText_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+  statusText_->setIndent(kHeadingGrowth * 2);
   statusBar()->addWidget(statusText_, 1);
   busy_ = new QProgressBar(this);
   busy_->setRange(0, 0);
