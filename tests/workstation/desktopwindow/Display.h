@@ -19,11 +19,12 @@ inline bool startDisplay() {
       ::_exit(127);
     }
     ::close(ends[1]);
-    char text[16] = {};
-    const ssize_t size = ::read(ends[0], text, sizeof text - 1);
+    std::string name = ":";
+    char letter = 0;
+    while (::read(ends[0], &letter, 1) == 1 && letter != '\n') name += letter;
     ::close(ends[0]);
-    if (size <= 0) return false;
-    ::setenv("DISPLAY", (":" + std::string(text, static_cast<std::size_t>(size - 1))).c_str(), 1);
+    if (letter != '\n') return false;
+    ::setenv("DISPLAY", name.c_str(), 1);
     return true;
   }();
   return started;

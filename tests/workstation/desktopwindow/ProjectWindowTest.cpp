@@ -34,7 +34,7 @@ class DesktopWindow : public testing::Test {
   void open(const std::string& program = ZEPHOR_PROGRAM) {
     window_ = std::make_unique<ProjectWindow>(
         workstation::DesktopWindowOptions{program, {"--workstation=" + office_.path("anna").string()}});
-    window_->QWidget::show();
+    window_->show();
     window_->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(window_.get()));
     settle();

@@ -2,7 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <QAbstractItemModelTester>
+
 #include "workstation/desktop/window/CommandLine.h"
+#include "workstation/desktop/window/ObjectTable.h"
 
 namespace {
 
@@ -85,6 +88,27 @@ TEST(CommandLine, OffersWhatCouldDoSomething) {
     EXPECT_EQ(offered, one.offered) << static_cast<int>(one.state) << one.holder;
   }
   EXPECT_FALSE(makesSense(Command::SendAgain, {}, false));
+}
+
+TEST(ObjectTable, KeepsTheRowsOfWhatStayed) {
+  const auto rowsOf = [](std::initializer_list<const char*> items) {
+    std::vector<StatusRow> rows;
+    for (const char* item : items) rows.emplace_back().item = item;
+    return rows;
+  };
+  workstation::ObjectTable table;
+  const QAbstractItemModelTester tester(&table);
+  table.take(rowsOf({"tb1", "tb2", "tb5", "tb9"}));
+  const QPersistentModelIndex selected = table.index(2, 0);
+  auto changed = rowsOf({"tb2", "tb3", "tb5", "tb6", "tb9", "tb10"});
+  changed[2].holder = "Ben";
+  table.take(changed);
+  ASSERT_EQ(table.rowCount(), 6);
+  for (int i = 0; i < 6; ++i) EXPECT_EQ(table.row(i), changed[static_cast<std::size_t>(i)]);
+  EXPECT_EQ(selected.row(), 2);
+  EXPECT_EQ(selected.data().toString(), "tb5");
+  table.take(rowsOf({"tb9", "tb5"}));
+  EXPECT_EQ(table.rowCount(), 2) << "in another order";
 }
 
 TEST(CommandLine, WorksInTheProjectThatIsShown) {

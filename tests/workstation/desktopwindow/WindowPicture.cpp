@@ -21,7 +21,7 @@ bool savePicture(char** words) {
   workstation::setLanguage(language);
   workstation::followLanguage();
   workstation::ProjectWindow window({words[0], {std::string("--workstation=") + words[1], "--language=" + language}});
-  window.QWidget::show();
+  window.show();
   auto* const filter = window.findChild<QLineEdit*>();
   if (!waitFor(window)) return false;
   filter->setText(words[3]);

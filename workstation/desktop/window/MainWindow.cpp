@@ -14,7 +14,7 @@ int runDesktopWindow(const DesktopWindowOptions& options, std::string& error) {
   ProjectWindow window(options);
   // Not quit(), which asks the window once more.
   QObject::connect(&window, &ProjectWindow::closed, application.get(), [] { QApplication::exit(0); });
-  window.QWidget::show();
+  window.show();
   return QApplication::exec();
 }
 

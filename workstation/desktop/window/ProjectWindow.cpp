@@ -86,6 +86,7 @@ void ProjectWindow::run(Command command) {
   if (!run_.isRunning()) return start(order);
   waiting_ = order;
   statusText_->setText(windowText(WindowText::Waiting).arg(order.title));
+  interruptButton_->show();
   updateCommands();
 }
 
@@ -136,7 +137,7 @@ void ProjectWindow::endReading(int exitCode, const QString& failure) {
   const QString messages = withoutPrefix(QString::fromUtf8(statusMessages_).trimmed());
   const bool hasAnswered = exitCode == kDone || exitCode == kPartlyDone;
   if (hasAnswered && status_.problem().empty() && status_.project()) {
-    show(status_);
+    showStatus(status_);
   } else if (hasAnswered) {
     tellUnread(windowText(WindowText::Malformed).arg(QString::fromStdString(status_.problem())));
   } else {
@@ -151,20 +152,17 @@ void ProjectWindow::endReading(int exitCode, const QString& failure) {
   toldMessages_ = messages;
   scheduleReading(
       std::max(kPause, static_cast<int>(std::min<qint64>(reading_.elapsed(), kPause * 100)) * kShareOfTime));
-  if (closes_) {
-    close();
-  } else if (waiting_ && isCurrent_) {
-    start(*std::exchange(waiting_, std::nullopt));
-  } else {
-    dropWaiting();
-  }
+  if (waiting_ && isCurrent_) return start(*std::exchange(waiting_, std::nullopt));
+  if (waiting_) return dropWaiting(WindowText::NotBegun);
+  if (closes_) close();
 }
 
-void ProjectWindow::dropWaiting() {
+void ProjectWindow::dropWaiting(WindowText reason) {
   if (!waiting_) return;
-  const QString text = windowText(WindowText::NotBegun).arg(std::exchange(waiting_, std::nullopt)->title);
+  const QString text = windowText(reason).arg(std::exchange(waiting_, std::nullopt)->title);
   log_->addFrame(text);
   statusText_->setText(text);
+  settleClosing(reason == WindowText::Interrupted);
 }
 
 void ProjectWindow::endCommand(int exitCode, const QString& failure) {
@@ -185,16 +183,16 @@ void ProjectWindow::endCommand(int exitCode, const QString& failure) {
   if (tellsMore) text += QStringLiteral(" – ") + (exitCode == 4 || message.isEmpty() ? result : message);
   statusText_->setText(text);
   statusText_->setToolTip(text);
-  settleClosing(exitCode == kDone);
+  settleClosing(exitCode == kDone || isInterrupted_);
   if (isVisible()) refresh();
 }
 
-void ProjectWindow::show(const StatusLines& status) {
+void ProjectWindow::showStatus(const StatusLines& status) {
   // The same numbers mean other objects in another project: nothing stays selected.
   if (!project_ || project_->uuid != status.project()->uuid) {
     rows_.take({});
     statusText_->clear();
-    dropWaiting();
+    dropWaiting(WindowText::NotBegun);
   }
   project_ = status.project();
   readAt_ = QDateTime::currentDateTime();
@@ -228,6 +226,11 @@ void ProjectWindow::scheduleReading(int pause) {
 }
 
 void ProjectWindow::interrupt() {
+  if (waiting_) {
+    interruptButton_->hide();
+    dropWaiting(WindowText::Interrupted);
+    return updateCommands();
+  }
   if (!run_.isRunning() || isReading_) return;
   isInterrupted_ = true;
   statusText_->setText(windowText(WindowText::Interrupting));
@@ -269,13 +272,12 @@ void ProjectWindow::askBeforeClosing() {
   question_->open();
 }
 
-void ProjectWindow::settleClosing(bool endedWell) {
+void ProjectWindow::settleClosing(bool mayClose) {
   // Who was just asked wanted to close, and need not answer any more.
   const bool wants = closes_ || question_ != nullptr;
   if (question_ != nullptr) question_->close();
   closes_ = false;
-  // What did not end well is to be seen.
-  if (wants && (endedWell || isInterrupted_)) close();
+  if (wants && mayClose) close();
 }
 
 void ProjectWindow::changeEvent(QEvent* event) {

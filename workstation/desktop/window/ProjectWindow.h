@@ -69,14 +69,15 @@ class ProjectWindow : public QMainWindow {
   void onEnded(int exitCode, const QString& failure);
   void endReading(int exitCode, const QString& failure);
   void endCommand(int exitCode, const QString& failure);
-  void show(const StatusLines& status);
-  /// For a command that was to follow a reading which told that it does not fit any more.
-  void dropWaiting();
+  void showStatus(const StatusLines& status);
+  /// For a command that was to follow a reading.
+  void dropWaiting(WindowText reason);
   void tellUnread(const QString& reason);
   void scheduleReading(int pause);
   void interrupt();
   void askBeforeClosing();
-  void settleClosing(bool endedWell);
+  /// What was waited for has ended; what did not end well is to be seen, so that the window stays then.
+  void settleClosing(bool mayClose);
   void openFolder();
   void updateCommands();
   void updateCounts();
