@@ -10,7 +10,7 @@
 #include <filesystem>
 
 #include "tests/journeys/Program.h"
-#include "tests/workstation/desktopwindow/Display.h"
+#include "tests/support/Display.h"
 #include "workstation/desktop/Application.h"
 #include "workstation/ui/HostInterface.h"
 
@@ -21,11 +21,18 @@ using workstation::ProjectWindow;
 
 class DesktopWindow : public testing::Test {
  protected:
+  // The application ends before the display, and both before the process does.
+  static void SetUpTestSuite() {
+    display_ = std::make_unique<zephor_test::Display>();
+    if (display_->isThere()) application_ = workstation::makeApplication(error_);
+  }
+  static void TearDownTestSuite() {
+    application_.reset();
+    display_.reset();
+  }
   void SetUp() override {
-    if (!zephor_test::startDisplay()) GTEST_SKIP() << "there is no Xvfb";
-    static std::string error;
-    static const auto application = workstation::makeApplication(error);
-    ASSERT_NE(application, nullptr) << error;
+    if (!display_->isThere()) GTEST_SKIP() << "Xvfb is not installed";
+    ASSERT_NE(application_, nullptr) << error_;
     workstation::setLanguage("en");
     office_.found({"anna", "ben"});
     ::setenv("XDG_DATA_HOME", office_.path("window-desktop").c_str(), 1);
@@ -85,6 +92,9 @@ class DesktopWindow : public testing::Test {
     ASSERT_TRUE(QTest::qWaitFor([this] { return log().ends_with("begun"); }, 30000));
   }
 
+  inline static std::unique_ptr<zephor_test::Display> display_;
+  inline static std::unique_ptr<QApplication> application_;
+  inline static std::string error_;
   zephor_test::Office office_;
   std::unique_ptr<ProjectWindow> window_;
 };

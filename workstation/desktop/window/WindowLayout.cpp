@@ -47,6 +47,10 @@ void ProjectWindow::build() {
   column->addWidget(parts, 1);
   setCentralWidget(content);
   buildStatusBar();
+  auto* const leave = new QAction(this);
+  leave->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Q), QKeySequence(Qt::CTRL | Qt::Key_W)});
+  connect(leave, &QAction::triggered, this, &QWidget::close);
+  addAction(leave);
   resize(kFirstSize);
   table_->setFocus();
 }
