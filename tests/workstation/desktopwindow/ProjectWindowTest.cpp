@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <QApplication>
+#include <QSignalSpy>
 #include <QStatusBar>
 #include <QTest>
 #include <cstdlib>
@@ -187,6 +188,23 @@ TEST_F(DesktopWindow, ClosesWhenTheCommandHasEndedWell) {
   EXPECT_TRUE(window_->isVisible());
   EXPECT_TRUE(QTest::qWaitFor([this] { return !window_->isVisible(); }, 30000));
   EXPECT_EQ(outcome(), "Sync: done");
+}
+
+TEST_F(DesktopWindow, LetsAReadingEndBeforeItActsOrGoes) {
+  open();
+  window_->refresh();
+  window_->run(workstation::Command::BackgroundLog);
+  EXPECT_EQ(log(), "") << "it waits";
+  settle();
+  EXPECT_THAT(log(), HasSubstr("nothing was sent in the background yet"));
+  EXPECT_THAT(outcome(), HasSubstr("Background log: failed – there is no "));
+  const QSignalSpy closed(window_.get(), &ProjectWindow::closed);
+  window_->refresh();
+  EXPECT_FALSE(window_->close());
+  EXPECT_FALSE(window_->isVisible());
+  EXPECT_EQ(closed.size(), 0);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return closed.size() == 1; }, 30000));
+  EXPECT_TRUE(window_->isIdle());
 }
 
 TEST_F(DesktopWindow, TellsAnAnswerThatItCantRead) {

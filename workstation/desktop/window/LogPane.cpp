@@ -18,7 +18,6 @@ LogPane::LogPane(QWidget* parent) : QPlainTextEdit(parent) {
   setTabChangesFocus(true);
   setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
   setMaximumBlockCount(kMostLines);
-  setLineWrapMode(QPlainTextEdit::NoWrap);
   // Commands answer with tables too.
   setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
 }

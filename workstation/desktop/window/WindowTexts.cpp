@@ -57,7 +57,7 @@ constexpr std::array<Words, kTextCount> kTexts{{
     {"%1: done", "%1: erledigt"},
     {"%1: failed", "%1: fehlgeschlagen"},
     {"%1: the program refused its arguments", "%1: Das Programm hat die Angaben abgelehnt"},
-    {"%1: partly done; what stayed is told in the list below", "%1: teilweise erledigt; was blieb, steht unten"},
+    {"%1: partly done; the log tells what stayed", "%1: teilweise erledigt; das Protokoll sagt, was blieb"},
     {"%1: locked by someone else", "%1: von jemand anderem gesperrt"},
     {"%1: not logged in", "%1: nicht angemeldet"},
     {"%1: interrupted", "%1: unterbrochen"},
