@@ -11,11 +11,11 @@
 namespace workstation {
 namespace {
 
-constexpr int kPause = 5000;       // milliseconds between two readings
-constexpr int kShareOfTime = 20;   // a reading takes one part of so many of the time
+constexpr int kPause = 5000;      // milliseconds between two readings
+constexpr int kShareOfTime = 20;  // a reading takes one part of so many of the time
+constexpr qint64 kLongestReading = 60'000;
 constexpr int kShortPause = 1000;  // milliseconds for which what is shown counts as new
-constexpr int kReadingLimit = 10'000;
-constexpr int kLeavingLimit = 12'000;
+constexpr int kLeavingLimit = 10'000;
 constexpr const char* kProgramPrefix = "zephor: ";
 
 // As the program's manual page tells them.
@@ -41,7 +41,7 @@ WindowText outcomeOf(int exitCode) {
   }
 }
 
-QString withoutPrefix(QString text) {
+QString withoutPrefix(const QString& text) {
   return text.startsWith(QLatin1String(kProgramPrefix)) ? text.mid(static_cast<int>(qstrlen(kProgramPrefix))) : text;
 }
 
@@ -56,6 +56,10 @@ ProjectWindow::ProjectWindow(DesktopWindowOptions options) : options_(std::move(
   timer_.setSingleShot(true);
   connect(&timer_, &QTimer::timeout, this, [this] {
     if (isVisible() && !isMinimized()) refresh();
+  });
+  connect(&leaving_, &QTimer::timeout, this, [this] {
+    if (std::exchange(isInterrupted_, true)) Q_EMIT closed();
+    run_.interrupt();
   });
   connect(&run_, &CommandRun::saidResult, this, &ProjectWindow::onResult);
   connect(&run_, &CommandRun::saidMessage, this, &ProjectWindow::onMessage);
@@ -150,8 +154,8 @@ void ProjectWindow::endReading(int exitCode, const QString& failure) {
   const bool isTold = rows_.rowCount() == 0 || !isCurrent_ || messages.isEmpty() || messages == toldMessages_;
   if (!isTold) log_->addFrame(QStringLiteral("zephor status\n") + messages);
   toldMessages_ = messages;
-  scheduleReading(
-      std::max(kPause, static_cast<int>(std::min<qint64>(reading_.elapsed(), kPause * 100)) * kShareOfTime));
+  const auto took = static_cast<int>(std::min(reading_.elapsed(), kLongestReading));
+  scheduleReading(std::max(kPause, took * kShareOfTime));
   if (waiting_ && isCurrent_) return start(*std::exchange(waiting_, std::nullopt));
   if (waiting_) return dropWaiting(WindowText::NotBegun);
   if (closes_) close();
@@ -248,8 +252,8 @@ void ProjectWindow::closeEvent(QCloseEvent* event) {
   // It changes nothing, and ends its session with the store by itself when it is left a moment.
   closes_ = true;
   hide();
-  QTimer::singleShot(kReadingLimit, this, [this] { run_.interrupt(); });
-  QTimer::singleShot(kLeavingLimit, this, &ProjectWindow::closed);
+  isInterrupted_ = false;
+  leaving_.start(kLeavingLimit);
 }
 
 void ProjectWindow::askBeforeClosing() {

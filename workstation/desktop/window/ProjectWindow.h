@@ -98,6 +98,7 @@ class ProjectWindow : public QMainWindow {
   QDateTime readAt_;
   QElapsedTimer reading_;
   QTimer timer_;
+  QTimer leaving_;  ///< limits how long a window that is gone waits for a reading
 
   ObjectTable rows_;
   ObjectFilter filter_;
