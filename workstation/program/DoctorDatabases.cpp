@@ -110,9 +110,10 @@ void checkDatabase(Findings& findings, const std::wstring& check, const std::str
 }
 
 void checkStoreDatabase(Findings& findings, const std::string& directory) {
-  checkDatabase(findings, L"store database", directory + "/store.db",
-                L"let nobody save, copy the whole store aside, and put store.db back from a backup; what is newer at the "
-                L"workstations stays there, and zephor status tells it");
+  checkDatabase(
+      findings, L"store database", directory + "/store.db",
+      L"let nobody save, copy the whole store aside, and put store.db back from a backup; what is newer at the "
+      L"workstations stays there, and zephor status tells it");
 }
 
 void checkRecords(Findings& findings) {
