@@ -24,7 +24,7 @@ bool ClsZip::open(const std::wstring& path) {
   close();
   path_ = path;
   auto input = std::make_unique<ZipFileInput>(path);
-  if (!input->open()) return fail(L"can't be opened: " + systemReason(GetLastError()));
+  if (!input->open()) return failToOpen(L"can't be opened: " + systemReason(GetLastError()));
   return openInput(std::move(input));
 }
 
@@ -36,11 +36,7 @@ bool ClsZip::open(CkByteData data) {
 bool ClsZip::openInput(std::unique_ptr<IZipInput> input) {
   std::wstring reason;
   reader_ = ZipReader::open(std::move(input), reason);
-  if (!reader_) {
-    fail(reason);
-    close();
-    return false;
-  }
+  if (!reader_) return failToOpen(reason);
   for (std::uint64_t index = 0; index < reader_->count(); ++index) {
     ZipEntry entry;
     entry.name = reader_->name(index);
@@ -287,6 +283,12 @@ bool ClsZip::toText(std::uint64_t id, const std::wstring& charset, CkString& out
 bool ClsZip::fail(const std::wstring& reason) {
   lastError_ = (path_.empty() ? L"archive in memory: " : L"archive \"" + path_ + L"\": ") + reason;
   isOutOfMemory_ = false;
+  return false;
+}
+
+bool ClsZip::failToOpen(const std::wstring& reason) {
+  fail(reason);
+  close();
   return false;
 }
 

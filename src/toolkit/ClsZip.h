@@ -60,6 +60,8 @@ class ClsZip {
   bool putAll(std::vector<ZipEntry> entries);
   /// Why an entry can't come in, as its name tells; empty when it can.
   std::wstring refusal(const ZipEntry& entry) const;
+  /// Leaves no path behind: a later write would replace what could not be read.
+  bool failToOpen(const std::wstring& reason);
   bool failEntry(const ZipEntry& entry, const std::wstring& reason);
   /// Null, with a text, when the entry is gone.
   const ZipEntry* entryOf(std::uint64_t id);

@@ -322,6 +322,9 @@ TEST_F(Zip, RefusesWhatIsNoArchiveOrLies) {
     EXPECT_FALSE(open(L"bad.zip")) << bad.size();
     EXPECT_THAT(error(), testing::HasSubstr("bad.zip"));
   }
+  EXPECT_FALSE(open(L"missing.zip"));
+  EXPECT_FALSE(zip.WriteZipAndClose());
+  EXPECT_FALSE(exists("missing.zip"));
   const std::string block("\x03\0", 2);
   const struct {
     std::vector<Claim> entries;
