@@ -41,8 +41,10 @@ std::size_t behindDirectory(const std::wstring& path, const std::wstring& direct
   return std::wstring::npos;
 }
 
-/// What stands behind the project's directory, or behind the last backslash of a path that does not hold it.
+/// What stands behind the project's directory, or behind the last backslash of a path that does not hold it. Without a
+/// project the path stays whole: its last component alone could be another file's name.
 std::wstring nameInProject(const std::wstring& path, const std::wstring& projectDirectory) {
+  if (projectDirectory.empty()) return path;
   const std::size_t end = behindDirectory(path, projectDirectory);
   if (end == std::wstring::npos) return path.substr(path.rfind(L'\\') + 1);
   std::wstring name = path.substr(end);

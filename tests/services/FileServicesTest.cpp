@@ -73,6 +73,9 @@ TEST_F(FileServices, UploadsAnswerByTheirSituation) {
   cloud.script("UploadProjectFile", {kRefused, kRefused});
   EXPECT_EQ(WGO_uploadFile(file.c_str()), 13U);
   EXPECT_EQ(WGO_uploadFileEx(file.c_str()), 1U);
+  getInetFileManager().setProjectName(L"", false);
+  WGO_uploadFile(path(L"BIM\\notes.txt").c_str());
+  EXPECT_EQ(cloud.calls().back(), L"UploadProjectFile BIM\\notes.txt") << "never the namesake of another directory";
 }
 
 TEST_F(FileServices, ABlockedDirectionIsAQuietSuccess) {
