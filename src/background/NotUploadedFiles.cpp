@@ -78,16 +78,23 @@ void writeList() {
   platform::writeFileAtomically(path, bytes.data(), bytes.size());
 }
 
-/// Reads the file behind what the list holds. Lines that can't be understood are told to the log and passed over.
-void loadOnce() {
+/// Another project has another list; the one before stands in its file. @return listPath()
+std::wstring followProject() {
   NotUploadedState& list = state();
-  const std::wstring path = listPath();
-  // Another project has another list; the one before stands in its file.
-  if (!path.empty() && !list.path.empty() && path != list.path) {
+  std::wstring path = listPath();
+  if (path.empty()) return path;
+  if (!list.path.empty() && path != list.path) {
     list.entries.clear();
     list.loaded = false;
   }
-  if (!path.empty()) list.path = path;
+  list.path = path;
+  return path;
+}
+
+/// Reads the file behind what the list holds. Lines that can't be understood are told to the log and passed over.
+void loadOnce() {
+  NotUploadedState& list = state();
+  const std::wstring path = followProject();
   if (list.loaded || path.empty()) return;
   platform::TextFile file(path, L"r");
   // A file that is there and can't be read now stays unread; the next call tries again.
@@ -148,6 +155,7 @@ bool existsEntryInNotUploadedFilesList(const wchar_t* path) {
   Entry entry;
   if (!entryOf(path, entry)) return false;
   const Locked guard(state().lock);
+  followProject();
   return isListed(entry);
 }
 
@@ -165,6 +173,7 @@ std::size_t getNotUploadedFilesList(std::vector<std::wstring>& names) {
 
 void closeNotUploadedFilesList() {
   const Locked guard(state().lock);
+  followProject();
   if (!state().entries.empty()) loadOnce();
   // A list that nobody has looked at says nothing about its file, which may remember what an earlier run left.
   if (state().loaded || !state().entries.empty()) writeList();

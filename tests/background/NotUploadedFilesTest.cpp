@@ -74,6 +74,17 @@ TEST_F(NotUploadedFiles, WhatAnEarlierRunLeftIsNeverForgotten) {
   EXPECT_TRUE(names().empty());
 }
 
+TEST_F(NotUploadedFiles, ClosingTheListOfOneProjectLeavesThatOfTheNext) {
+  addEntryToNotUploadedFilesList(L"tb000012.zdw");
+  removeEntryFromNotUploadedFilesList(L"tb000012.zdw");
+  set_ActivePrj(PRJ(L"team", L"Team", L"Other", L"0c1e6f5e-7a0e-4c1e-9d5e-0000000000ab", true));
+  const std::wstring next = get_ActPrjPath() + L"\\NotUploadedFiles.xml";
+  desk.writeFile(next, "   <file type=TEILBILD number=5>\n");
+  closeNotUploadedFilesList();
+  EXPECT_TRUE(desk.exists(next));
+  EXPECT_EQ(names(), (Names{L"tb000005.zdw"}));
+}
+
 TEST_F(NotUploadedFiles, ABrokenFileNeverHarms) {
   desk.writeFile(file(),
                  "   <file type=TEILBILD number=5>\n"
