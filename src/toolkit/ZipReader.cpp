@@ -53,6 +53,11 @@ std::wstring ZipReader::name(std::uint64_t index) const {
 }
 
 ZipClaim ZipReader::claim(std::uint64_t index) const {
+  const std::lock_guard lock(mutex_);
+  return claimOf(index);
+}
+
+ZipClaim ZipReader::claimOf(std::uint64_t index) const {
   zip_stat_t stat;
   zip_stat_init(&stat);
   ZipClaim claim;
@@ -84,7 +89,7 @@ std::wstring ZipReader::refusal(const ZipClaim& claim) const {
 
 std::wstring ZipReader::read(std::uint64_t index, std::vector<std::uint8_t>& out) {
   std::unique_lock lock(mutex_);
-  const ZipClaim claim = this->claim(index);
+  const ZipClaim claim = claimOf(index);
   std::wstring reason = refusal(claim);
   if (!reason.empty()) return reason;
   std::vector<std::uint8_t> content(claim.size);
@@ -120,7 +125,7 @@ std::wstring ZipReader::readStored(std::uint64_t index, void* out, std::size_t s
 
 std::wstring ZipReader::readPieces(std::uint64_t index, const ZipSink& sink) {
   const std::lock_guard lock(mutex_);
-  const ZipClaim claim = this->claim(index);
+  const ZipClaim claim = claimOf(index);
   std::wstring reason = refusal(claim);
   if (!reason.empty()) return reason;
   const ZipFileHandle file(zip_fopen_index(archive_.get(), index, 0));

@@ -26,7 +26,7 @@ struct ZipClaim {
 /// Takes a piece; false ends the reading.
 using ZipSink = std::function<bool(const void* data, std::size_t size)>;
 
-/// Belongs to one thread but for read() and readPieces(), which several may call at a time.
+/// Belongs to one thread but for claim(), read() and readPieces(), which several may call at a time.
 class ZipReader {
  public:
   /// @param reason  why it is no archive, on null
@@ -46,11 +46,12 @@ class ZipReader {
 
  private:
   explicit ZipReader(std::unique_ptr<IZipInput> input) : input_(std::move(input)) {}
+  ZipClaim claimOf(std::uint64_t index) const;
   std::wstring readStored(std::uint64_t index, void* out, std::size_t size);
   std::wstring failed(zip_error_t* error);
 
   std::unique_ptr<IZipInput> input_;
-  std::mutex mutex_;  // for the archive while contents are read
+  mutable std::mutex mutex_;  // for the archive while contents are read
   ZipRun run_;
   ZipHandle archive_;  // reads through both
 };
