@@ -1,8 +1,8 @@
 // One-file services: what the host calls whenever a project file has changed or is needed.
 //
 // A service acts for cloud projects; for any other store it is a quiet success unless its comment says otherwise.
-// Results are Windows-style codes, 0 for success. All run on the caller's thread; the block counts belong to the host's
-// main thread.
+// Results are Windows-style codes, 0 for success; a failure is the thread's last error as well. All run on the caller's
+// thread; the block counts belong to the host's main thread.
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
 // Directories of the server, and the question whether something is there.
+#include "core/LastError.h"
 #include "ftp/FtpConnection.h"
 #include "ftp/ServerPaths.h"
 #include "host/System.h"
@@ -75,15 +76,16 @@ bool CZepFtpConnection::createServerDirectory(const wchar_t* path) {
 }
 
 DWORD CZepFtpConnection::deleteServerDirectory(const wchar_t* path, const wchar_t* dir, const int* pathNr) {
-  if (!initialised_ || path == nullptr || *path == L'\0') return ERROR_INVALID_DATA;
+  if (!initialised_ || path == nullptr || *path == L'\0') return answered(ERROR_INVALID_DATA);
   std::wstring whole = path;
   if (pathNr != nullptr && dir != nullptr) whole = joinServerPath(dir, path);
   // Neither a root nor what a number names is deleted, nor what the path does not name outright.
-  if (componentPaths(whole).empty() || hasDotComponent(whole)) return ERROR_INVALID_DATA;
+  if (componentPaths(whole).empty() || hasDotComponent(whole)) return answered(ERROR_INVALID_DATA);
   if (pathNr != nullptr) whole = serverDirectoryOf(pathNr, whole.c_str());
-  if (whole.empty()) return ERROR_INVALID_DATA;
+  if (whole.empty()) return answered(ERROR_INVALID_DATA);
   const CTimeTrace timer(timeTraceLevel(), L"deleteServerDirectory: \"" + urlOf(whole, L""), 1, false, true);
-  return codeOf(retry({[&](RemoteRetryContext& context) { return remote_.deleteDirectory(context, whole); }}));
+  return answered(
+      codeOf(retry({[&](RemoteRetryContext& context) { return remote_.deleteDirectory(context, whole); }})));
 }
 
 }  // namespace Quorvel::FileAccess

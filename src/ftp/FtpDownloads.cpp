@@ -2,6 +2,7 @@
 #include <optional>
 #include <utility>
 
+#include "core/LastError.h"
 #include "diagnostics/ErrorBox.h"
 #include "ftp/FtpConnection.h"
 #include "ftp/RemoteFailure.h"
@@ -158,7 +159,7 @@ DWORD CZepFtpConnection::fetchAndReplace(const Fetch& what, RemoteFileEntry& ent
 }
 
 DWORD CZepFtpConnection::download(const Fetch& what, int* number, int objectNumber) {
-  if (what.local.empty() || what.server.empty()) return ERROR_INVALID_DATA;
+  if (what.local.empty() || what.server.empty()) return answered(ERROR_INVALID_DATA);
   RemoteFileEntry entry;
   const DWORD code = fetchAndReplace(what, entry);
   if (number != nullptr) *number = static_cast<int>(code);
@@ -175,7 +176,7 @@ DWORD CZepFtpConnection::download(const Fetch& what, int* number, int objectNumb
 
 DWORD CZepFtpConnection::downloadFile(const wchar_t* name, const wchar_t* dir, const int* serverPathNr,
                                       const int* localPathNr, int* number, int objectNumber, unsigned /*flags*/) {
-  if (!initialised_ || name == nullptr) return ERROR_INVALID_DATA;
+  if (!initialised_ || name == nullptr) return answered(ERROR_INVALID_DATA);
   return download({L"downloadFile", name, dir, localPathNr, serverDirectoryOf(serverPathNr, dir),
                    localPathOf(localPathNr, dir, name), std::nullopt},
                   number, objectNumber);
@@ -184,7 +185,7 @@ DWORD CZepFtpConnection::downloadFile(const wchar_t* name, const wchar_t* dir, c
 DWORD CZepFtpConnection::downloadToOpenFile(int hostFile, const wchar_t* name, const wchar_t* dir,
                                             const int* serverPathNr, const int* localPathNr, int* number,
                                             int objectNumber, unsigned /*flags*/) {
-  if (!initialised_ || name == nullptr) return ERROR_INVALID_DATA;
+  if (!initialised_ || name == nullptr) return answered(ERROR_INVALID_DATA);
   return download({L"downloadToOpenFile", name, dir, localPathNr, serverDirectoryOf(serverPathNr, dir),
                    localPathOf(localPathNr, dir, name), hostFile},
                   number, objectNumber);

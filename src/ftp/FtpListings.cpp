@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "core/LastError.h"
 #include "ftp/FtpConnection.h"
 #include "ftp/ServerPaths.h"
 #include "host/Trace.h"
@@ -58,7 +59,7 @@ RemoteStatus CZepFtpConnection::listTree(const std::wstring& root, bool recursiv
 
 DWORD CZepFtpConnection::getServerFileInfos(const wchar_t* directory, const wchar_t* pattern,
                                             std::vector<RemoteFileEntry>& out, const WGO_ListOptions* options) {
-  if (!initialised_ || directory == nullptr) return ERROR_INVALID_DATA;
+  if (!initialised_ || directory == nullptr) return answered(ERROR_INVALID_DATA);
   out.clear();
   const std::wstring root = directory;
   const std::wstring wanted = pattern != nullptr && *pattern != L'\0' ? pattern : kEverything;
@@ -83,12 +84,12 @@ DWORD CZepFtpConnection::getServerFileInfos(const wchar_t* directory, const wcha
   }
   if (!status.isSuccess()) out.clear();
   dropExcluded(out, options);
-  return codeOf(status);
+  return answered(codeOf(status));
 }
 
 DWORD CZepFtpConnection::getServerFileNames(const wchar_t* directory, const wchar_t* pattern,
                                             std::vector<std::wstring>& out, const WGO_ListOptions* options) {
-  if (!initialised_ || directory == nullptr) return ERROR_INVALID_DATA;
+  if (!initialised_ || directory == nullptr) return answered(ERROR_INVALID_DATA);
   std::vector<RemoteFileEntry> entries;
   const DWORD code = getServerFileInfos(directory, pattern, entries, options);
   out.clear();
@@ -117,7 +118,7 @@ bool CZepFtpConnection::getServerDirectories(const wchar_t* directory, int mode,
 }
 
 DWORD CZepFtpConnection::getProjectDirectories(const wchar_t* project, std::vector<WIN32_FIND_DATAW>& out) {
-  if (!initialised_) return ERROR_INVALID_DATA;
+  if (!initialised_) return answered(ERROR_INVALID_DATA);
   out.clear();
   const int projects = eServerPrjPath;
   const bool isOne = project != nullptr && *project != L'\0';
@@ -127,7 +128,7 @@ DWORD CZepFtpConnection::getProjectDirectories(const wchar_t* project, std::vect
   const RemoteStatus status =
       retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
              [&](RemoteRetryContext& context) { return remote_.getDirectoryInfos(context, entries); }});
-  if (!status.isSuccess()) return codeOf(status);
+  if (!status.isSuccess()) return answered(codeOf(status));
   for (const RemoteFileEntry& entry : entries) {
     WIN32_FIND_DATAW data{};
     if (entry.name.size() >= std::size(data.cFileName)) continue;

@@ -1,4 +1,5 @@
 // Renaming and deleting files.
+#include "core/LastError.h"
 #include "ftp/FtpConnection.h"
 #include "ftp/ServerPaths.h"
 #include "ftp/SyncSteps.h"
@@ -75,9 +76,9 @@ RemoteStatus CZepFtpConnection::renameOnServer(const std::wstring& directory, co
 
 DWORD CZepFtpConnection::renameFile(const wchar_t* oldName, const wchar_t* newName, const wchar_t* dir,
                                     const int* pathNr) {
-  if (!initialised_ || oldName == nullptr || newName == nullptr) return ERROR_INVALID_DATA;
+  if (!initialised_ || oldName == nullptr || newName == nullptr) return answered(ERROR_INVALID_DATA);
   const std::wstring server = serverDirectoryOf(pathNr, dir);
-  if (server.empty()) return ERROR_INVALID_DATA;
+  if (server.empty()) return answered(ERROR_INVALID_DATA);
   const CTimeTrace timer(timeTraceLevel(), platform::formatWide(L"renameFile: \"%s\" -> \"%s\"", oldName, newName), 1,
                          false, true);
   const int localNr = localNumberOf(pathNr);
@@ -101,10 +102,10 @@ RemoteStatus CZepFtpConnection::deleteIn(const std::wstring& directory, const st
 }
 
 DWORD CZepFtpConnection::deleteFile(const wchar_t* name, const wchar_t* dir, const int* pathNr) {
-  if (!initialised_ || name == nullptr || *name == L'\0') return ERROR_INVALID_DATA;
+  if (!initialised_ || name == nullptr || *name == L'\0') return answered(ERROR_INVALID_DATA);
   const std::wstring server = serverDirectoryOf(pathNr, dir);
-  if (server.empty()) return ERROR_INVALID_DATA;
-  return codeOf(deleteIn(server, name));
+  if (server.empty()) return answered(ERROR_INVALID_DATA);
+  return answered(codeOf(deleteIn(server, name)));
 }
 
 bool CZepFtpConnection::deleteServerPath(const wchar_t* path) {

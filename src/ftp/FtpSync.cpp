@@ -3,6 +3,7 @@
 #include <map>
 #include <set>
 
+#include "core/LastError.h"
 #include "ftp/FtpConnection.h"
 #include "ftp/ServerPaths.h"
 #include "ftp/SyncDecision.h"
@@ -71,7 +72,7 @@ DWORD CZepFtpConnection::syncServerDirectory(const int* pathNr, const wchar_t* d
   const int localNr = localNumberOf(pathNr);
   const std::wstring server = serverDirectoryOf(pathNr, name.c_str());
   const std::wstring local = localPathOf(&localNr, name.c_str(), nullptr);
-  if (!initialised_ || server.empty() || local.empty()) return ERROR_INVALID_DATA;
+  if (!initialised_ || server.empty() || local.empty()) return answered(ERROR_INVALID_DATA);
   const CTimeTrace timer(timeTraceLevel(), syncLabelOf(server, local), 1, false, true);
   std::vector<RemoteFileEntry> onServer;
   const DWORD listed = getServerFileInfos(server.c_str(), L"*", onServer, nullptr);
@@ -104,7 +105,7 @@ DWORD CZepFtpConnection::syncServerDirectoryTree(const wchar_t* directory, const
   const int localNr = localNumberOf(pathNr);
   const std::wstring server = serverDirectoryOf(pathNr, name.c_str());
   const std::wstring local = localPathOf(&localNr, name.c_str(), nullptr);
-  if (!initialised_ || server.empty() || local.empty()) return ERROR_INVALID_DATA;
+  if (!initialised_ || server.empty() || local.empty()) return answered(ERROR_INVALID_DATA);
   const CTimeTrace timer(timeTraceLevel(),
                          platform::formatWide(L"syncServerDirectoryTree: '%s' -> '%s'", local, urlOf(server, L"")), 1,
                          false, true);
@@ -124,7 +125,7 @@ DWORD CZepFtpConnection::syncFromServer(const wchar_t* directory, const int* pat
   const int localNr = localNumberOf(pathNr);
   const std::wstring server = serverDirectoryOf(pathNr, root.c_str());
   if (!initialised_ || server.empty() || localPathOf(&localNr, root.c_str(), nullptr).empty()) {
-    return ERROR_INVALID_DATA;
+    return answered(ERROR_INVALID_DATA);
   }
   const auto localOf = [&](const std::wstring& below) { return localPathOf(&localNr, below.c_str(), nullptr); };
   const auto bar = demandProgress(progress, L"query directory files:");

@@ -1,6 +1,7 @@
 // Files sent to the server.
 #include <utility>
 
+#include "core/LastError.h"
 #include "ftp/FtpConnection.h"
 #include "ftp/ServerPaths.h"
 #include "host/Trace.h"
@@ -43,10 +44,10 @@ std::wstring CZepFtpConnection::urlOf(const std::wstring& directory, const std::
 }
 
 DWORD CZepFtpConnection::uploadFile(const wchar_t* name, const wchar_t* dir, const int* pathNr, bool silent) {
-  if (!initialised_ || name == nullptr) return ERROR_INVALID_DATA;
+  if (!initialised_ || name == nullptr) return answered(ERROR_INVALID_DATA);
   const std::wstring local = localPathOf(pathNr, dir, name);
   const std::wstring server = serverDirectoryOf(pathNr, dir);
-  if (local.empty() || server.empty()) return ERROR_INVALID_DATA;
+  if (local.empty() || server.empty()) return answered(ERROR_INVALID_DATA);
 
   const std::wstring url = urlOf(server, name);
   CTimeTrace timer(timeTraceLevel(), platform::formatWide(L"uploadFile: '%s' <- '%s'", url, local), 1, false, true);
@@ -102,11 +103,11 @@ RemoteStatus CZepFtpConnection::sendUntilUnchanged(const std::wstring& local, co
 
 DWORD CZepFtpConnection::uploadFreeFile(const wchar_t* fullPath, const wchar_t* dir, const int* pathNr, bool silent) {
   constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::CZepFtpConnection::uploadFreeFile";
-  if (!initialised_ || fullPath == nullptr) return ERROR_INVALID_DATA;
+  if (!initialised_ || fullPath == nullptr) return answered(ERROR_INVALID_DATA);
   const std::wstring local = fullPath;
   const std::wstring name = platform::fileNameOf(local);
   const std::wstring server = serverDirectoryOf(pathNr, dir);
-  if (name.empty() || server.empty()) return ERROR_INVALID_DATA;
+  if (name.empty() || server.empty()) return answered(ERROR_INVALID_DATA);
   if (WGO_GetTrace() >= 1) {
     ConnectionLogger::traceFmt(3, L"\n\n%s() from: \"%s\" to \"%s\\%s\" ...", kFunction, local, server, name);
   }

@@ -2,6 +2,7 @@
 #include <set>
 
 #include "background/FileLists.h"
+#include "core/LastError.h"
 #include "core/ObjectNames.h"
 #include "host/Events.h"
 #include "host/Files.h"
@@ -77,17 +78,17 @@ unsigned long WGO_CheckLockAndUploadFile(int number, int type) {
   const std::wstring name = lfznamC(type, number, 0, error);
   if (error != 0) {
     lfperrC(L"%s: could not get filename for type = %d nr = %d\n", kFunction, type, number);
-    return static_cast<unsigned long>(error);
+    return answered(static_cast<unsigned long>(error));
   }
   const std::optional<ObjectType> objectType = objectTypeOf(type);
   if (!objectType) {
     lfperrC(L"%s: could not get wgoObjectType for type = %d\n", kFunction, type);
-    return 1;
+    return answered(1);
   }
   const IZepFileLockingAgent::ScopedSuspend suspend;
   if (isWithoutLock(number, *objectType)) {
     tellNotLocked(name);
-    return 1;
+    return answered(1);
   }
   const ScopedDisplayAllowed display;
   return WGO_uploadFile(name.c_str());

@@ -1,5 +1,6 @@
 #include "cloud/CloudPaths.h"
 #include "cloud/Ondrath_Services.h"
+#include "core/LastError.h"
 #include "core/ObjectNames.h"
 #include "host/Locking.h"
 #include "host/System.h"
@@ -18,7 +19,7 @@ constexpr unsigned long kNotDeleted = 0x8000FFFF;
 
 unsigned long wrongParameter() {
   lfperrC(L"%s: wrong parameter\n", kFunction);
-  return ERROR_INVALID_DATA;
+  return answered(ERROR_INVALID_DATA);
 }
 
 /// The lock of an object that is about to be deleted, given back at the end.
@@ -44,26 +45,37 @@ unsigned long deleteIn(const PRJ& prj, const std::wstring& directory, const std:
   return Ondrath_deleteFile(prj, Ondrath_ResolveProjectPath(prj, directory, file)) ? ERROR_SUCCESS : kNotDeleted;
 }
 
+/// The texts must not be the transfer object's own, which the guard changes.
+unsigned long deleteOn(const std::wstring& host, const std::wstring& dir, const std::wstring& file) {
+  const CScopedPrjSettings settings(host.c_str(), nullptr);
+  const std::optional<PRJ> active = activeProjectOn(host, kFunction);
+  return active ? deleteIn(*active, WGO_BuildProjectDirectoryName(dir.c_str()), file) : ERROR_INVALID_DATA;
+}
+
+unsigned long deleteLocked(const std::wstring& name, int number, ObjectType type) {
+  const ScopedObjectLock lock(number, type);
+  if (!lock.isHeld()) {
+    lfperrC(L"%s: lockFile failed %s\n", kFunction, name);
+    return 1;
+  }
+  return WGO_deleteServerFile(currentHost().c_str(), currentProjectDirectory().c_str(), name.c_str());
+}
+
 }  // namespace
 
 unsigned long WGO_deleteServerFile(const PRJ& prj, const wchar_t* file) {
-  if (!ZSYST_IsOndrathServer(prj.host)) return ERROR_INVALID_DATA;
+  if (!ZSYST_IsOndrathServer(prj.host)) return answered(ERROR_INVALID_DATA);
   if (file == nullptr) return wrongParameter();
   const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
-  return deleteIn(prj, prj.GetDirectoryName(), file);
+  return answered(deleteIn(prj, prj.GetDirectoryName(), file));
 }
 
 unsigned long WGO_deleteServerFile(const wchar_t* host, const wchar_t* dir, const wchar_t* file) {
   if (host == nullptr || dir == nullptr || file == nullptr) return wrongParameter();
-  if (!ZSYST_IsOndrathServer(host)) return ERROR_INVALID_DATA;
+  if (!ZSYST_IsOndrathServer(host)) return answered(ERROR_INVALID_DATA);
   const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
-  // The texts may be the transfer object's own, which the next line changes.
-  const std::wstring server = host;
-  const std::wstring directory = WGO_BuildProjectDirectoryName(dir);
-  const std::wstring name = file;
-  const CScopedPrjSettings settings(server.c_str(), nullptr);
-  const std::optional<PRJ> active = activeProjectOn(server, kFunction);
-  return active ? deleteIn(*active, directory, name) : ERROR_INVALID_DATA;
+  // Set when the guard that brings the server back has ended.
+  return answered(deleteOn(host, dir, file));
 }
 
 unsigned long WGO_deleteServerFile(int number, int type) {
@@ -71,17 +83,9 @@ unsigned long WGO_deleteServerFile(int number, int type) {
   const std::optional<ObjectType> objectType = objectTypeOf(type);
   if (!objectType) {
     lfperrC(L"%s: object type unknown %d\n", kFunction, type);
-    return 1;
+    return answered(1);
   }
-  const std::wstring name = transferObjectFileName(number, type);
-  const ScopedObjectLock lock(number, *objectType);
-  if (!lock.isHeld()) {
-    lfperrC(L"%s: lockFile failed %s\n", kFunction, name);
-    return 1;
-  }
-  const std::wstring host = currentHost();
-  const std::wstring directory = currentProjectDirectory();
-  return WGO_deleteServerFile(host.c_str(), directory.c_str(), name.c_str());
+  return answered(deleteLocked(transferObjectFileName(number, type), number, *objectType));
 }
 
 }  // namespace Quorvel::FileAccess

@@ -1,5 +1,6 @@
 #include "cloud/CloudPaths.h"
 #include "cloud/Ondrath_Services.h"
+#include "core/LastError.h"
 #include "host/Project.h"
 #include "host/System.h"
 #include "host/Trace.h"
@@ -18,7 +19,7 @@ constexpr const wchar_t* kUploadFree = L"Quorvel::FileAccess::WGO_uploadFreeFile
 
 unsigned long uploadTo(const PRJ& prj, const std::wstring& directory, const wchar_t* file) {
   const std::wstring path = Ondrath_ResolveProjectPath(prj, directory, file);
-  return Ondrath_uploadFile(prj, path) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
+  return answered(Ondrath_uploadFile(prj, path) ? ERROR_SUCCESS : ERROR_INVALID_DATA);
 }
 
 bool isSeparator(wchar_t c) {
@@ -57,7 +58,7 @@ std::wstring nameInProject(const std::wstring& path, const std::wstring& project
 unsigned long WGO_uploadFile(const PRJ& prj, const wchar_t* file, bool /*ignored*/) {
   if (file == nullptr) {
     lfperrC(L"%s: invalid parameter\n", kUpload);
-    return ERROR_INVALID_DATA;
+    return answered(ERROR_INVALID_DATA);
   }
   if (WGO_isBlockedUpload()) return ERROR_SUCCESS;
   const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
@@ -69,19 +70,19 @@ unsigned long WGO_uploadFile(const wchar_t* host, const wchar_t* dir, const wcha
                              bool /*ignored2*/, bool /*ignored3*/) {
   if (host == nullptr || dir == nullptr || file == nullptr) {
     lfperrC(L"%s: invalid parameter\n", kUpload);
-    return ERROR_INVALID_DATA;
+    return answered(ERROR_INVALID_DATA);
   }
   if (WGO_isBlockedUpload()) return ERROR_SUCCESS;
   const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   if (!ZSYST_IsOndrathServer(host)) return ERROR_SUCCESS;
   const std::optional<PRJ> active = activeProjectOn(host, kUpload);
-  return active ? uploadTo(*active, dir, file) : ERROR_INVALID_DATA;
+  return active ? uploadTo(*active, dir, file) : answered(ERROR_INVALID_DATA);
 }
 
 unsigned long WGO_uploadFile(const wchar_t* fullPath) {
   if (fullPath == nullptr) {
     lfperrC(L"%s: invalid parameter\n", kUpload);
-    return ERROR_INVALID_DATA;
+    return answered(ERROR_INVALID_DATA);
   }
   const std::wstring host = currentHost();
   if (!ZSYST_IsOndrathServer(host) || WGO_isBlockedUpload()) return ERROR_SUCCESS;
@@ -89,7 +90,7 @@ unsigned long WGO_uploadFile(const wchar_t* fullPath) {
   const std::wstring name = nameInProject(fullPath, directory);
   if (name.empty()) {
     lfperrC(L"%s: could not get file for %s\n", kUpload, fullPath);
-    return ERROR_INVALID_DATA;
+    return answered(ERROR_INVALID_DATA);
   }
   return WGO_uploadFile(host.c_str(), directory.c_str(), name.c_str(), 0, false, false);
 }
@@ -98,38 +99,39 @@ unsigned long WGO_uploadFileEx(const wchar_t* fullPath) {
   if (WGO_isBlockedUpload()) return ERROR_SUCCESS;
   if (fullPath == nullptr) {
     lfperrC(L"%s: invalid parameter\n", kUploadEx);
-    return ERROR_INVALID_PARAMETER;
+    return answered(ERROR_INVALID_PARAMETER);
   }
   if (_waccess(fullPath, 0) != 0) {
     lfperrC(L"%s: cannot access %s\n", kUploadEx, fullPath);
-    return ERROR_FILE_NOT_FOUND;
+    return answered(ERROR_FILE_NOT_FOUND);
   }
   const std::wstring host = currentHost();
   if (!ZSYST_IsOndrathServer(host)) return ERROR_SUCCESS;
   const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   const std::optional<PRJ> active = activeProjectOn(host, kUploadEx);
-  if (!active) return ERROR_INVALID_DATA;
+  if (!active) return answered(ERROR_INVALID_DATA);
   // A failed upload answers 1 here, and 13 from the other forms.
-  return Ondrath_uploadFile(*active, fullPath) ? 0 : 1;
+  return answered(Ondrath_uploadFile(*active, fullPath) ? 0 : 1);
 }
 
 unsigned long WGO_uploadFreeFile(const PRJ& prj, const wchar_t* file, const std::wstring& name, void* context) {
   if (WGO_isBlockedUpload()) return ERROR_SUCCESS;
-  if (file == nullptr) return ERROR_INVALID_PARAMETER;
+  if (file == nullptr) return answered(ERROR_INVALID_PARAMETER);
   const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   const CTimeTrace timer(WGO_GetTrace(), platform::formatWide(L"%s: %s", kUploadFree, file), 1, false, true);
   const CloudTransferOptions options =
       context != nullptr ? *static_cast<const CloudTransferOptions*>(context) : CloudTransferOptions();
-  return static_cast<std::uint32_t>(Threading::Ondrath_uploadFreeFileEx(prj, file, name, options));
+  return answered(static_cast<std::uint32_t>(Threading::Ondrath_uploadFreeFileEx(prj, file, name, options)));
 }
 
 unsigned long WGO_uploadFreeFile(const PRJ& prj, const wchar_t* file, unsigned pathNumber) {
-  if (!prj.IsOndrathProject()) return ERROR_INVALID_PARAMETER;
+  if (!prj.IsOndrathProject()) return answered(ERROR_INVALID_PARAMETER);
   if (WGO_isBlockedUpload()) return ERROR_SUCCESS;
-  if (file == nullptr) return ERROR_INVALID_PARAMETER;
+  if (file == nullptr) return answered(ERROR_INVALID_PARAMETER);
   const ScopedAniCursor cursor(WGO_GetDisplayAniCursor());
   const CTimeTrace timer(WGO_GetTrace(), platform::formatWide(L"%s: %s", kUploadFree, file), 1, false, true);
-  return static_cast<std::uint32_t>(Threading::Ondrath_uploadFreeFile(prj, file, static_cast<int>(pathNumber)));
+  return answered(
+      static_cast<std::uint32_t>(Threading::Ondrath_uploadFreeFile(prj, file, static_cast<int>(pathNumber))));
 }
 
 }  // namespace Quorvel::FileAccess

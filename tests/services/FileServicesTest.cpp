@@ -26,7 +26,10 @@ class FileServices : public zephor_test::CloudFixture {
       SCOPED_TRACE(expected.situation);
       const std::size_t lines = desk.errorLines().size();
       const std::size_t calls = cloud.calls().size();
-      EXPECT_EQ(expected.service(), expected.code);
+      SetLastError(0);
+      const unsigned long code = expected.service();
+      EXPECT_EQ(code, expected.code);
+      EXPECT_EQ(code != 0 ? GetLastError() : 0, code) << "the failure is the last error as well";
       const auto newLines = desk.errorLines();
       const std::wstring line = newLines.size() > lines ? newLines.back() : L"";
       EXPECT_EQ(line.empty(), expected.line == nullptr);
