@@ -27,7 +27,9 @@ bool CZepFtpConnection::existFile(const wchar_t* name) {
              },
              [&](RemoteRetryContext& context) { return remote_.remoteFileExists(context, parts.name, found); }});
   found = found && status.isSuccess();
-  ConnectionLogger::traceFmt(0, L"existFile: %s%s", path, found ? L" found.\n" : L" NOT found.\n");
+  if (verbose()) {
+    ConnectionLogger::traceFmt(0, L"existFile: %s%s", path, found ? L" found.\n" : L" NOT found.\n");
+  }
   return found;
 }
 

@@ -152,7 +152,7 @@ DWORD CZepFtpConnection::syncFromServer(const wchar_t* directory, const int* pat
                                          collect(relative, files);
                                        });
   if (!status.isSuccess()) return codeOf(status);
-  tellAmount(wanted);
+  if (verbose()) tellAmount(wanted);
 
   const DWORD notMade = makeLocalPlaces(localOf, wanted);
   if (firstError == 0) firstError = notMade;
