@@ -10,7 +10,8 @@
 namespace Quorvel::FileAccess {
 
 bool CZepFtpConnection::isOnline() {
-  return !remote_.hostName.empty() || ZSYST_IsInetServer(getServerName());
+  // The properties of the server before are still there when the object goes on without one.
+  return (initialised_ && !remote_.hostName.empty()) || ZSYST_IsInetServer(getServerName());
 }
 
 bool CZepFtpConnection::existFile(const wchar_t* name) {

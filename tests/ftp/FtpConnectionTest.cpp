@@ -40,4 +40,18 @@ TEST_F(FtpConnection, InARunOfDownloadsEachIsAskedAboutAheadOfItsTransfer) {
   EXPECT_EQ(zephor_test::Commands(begin, end), (zephor_test::Commands{"RETR b", "EPSV", "SIZE c", "MDTM c"}));
 }
 
+TEST_F(FtpConnection, WithoutItsServerItAsksNobodyWhetherAFileIsThere) {
+  start();
+  CZepFtpConnection connection;
+  Initialize_forIZepInetFileTransfer record;
+  record.serverName = L"wire";
+  ASSERT_TRUE(connection.initialize(record));
+  record.serverName = nullptr;
+  EXPECT_FALSE(connection.initialize(record));
+  connection.setServerName(L"ONDRATH");
+  EXPECT_TRUE(connection.existFile(L"pb000001.zpl"));
+  EXPECT_EQ(connection.uploadFile(L"a", nullptr, nullptr, true), ERROR_INVALID_DATA);
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_DATA) << "nothing was sent";
+}
+
 }  // namespace
