@@ -97,7 +97,8 @@ void BackgroundLog::publish(std::uint64_t change) {
   }
   text += kEnd;
   const bool isWritten = isEmpty ? remove() : write(text);
-  if (!isWritten && !isFailureTold_) lfperrC(L"BackgroundLog: \"%s\" could not be written\n", path_);
+  if (!isWritten && !isFailureTold_)
+    lfperrC(L"%s: \"%s\" could not be written\n", L"Quorvel::FileAccess::BackgroundLog::append", path_);
   isFailureTold_ = !isWritten;
 }
 

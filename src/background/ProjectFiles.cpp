@@ -23,6 +23,7 @@
 namespace Quorvel::FileAccess {
 namespace {
 
+constexpr const wchar_t* kDelete = L"Quorvel::FileAccess::WGO_deleteProjectFiles";
 constexpr const wchar_t* kDownload = L"WGO Download (WGO_DownloadProjectFiles): ";
 /// The server works on so many deletions of a set at once.
 constexpr std::size_t kMostDeletions = 8;
@@ -155,9 +156,9 @@ std::uint32_t resultOf(std::future<std::uint32_t>& task) {
   try {
     return task.get();
   } catch (const std::exception& exception) {
-    lfperrC(L"WGO_deleteProjectFiles: %s\n", platform::fromUtf8(exception.what()));
+    lfperrC(L"%s: %s\n", kDelete, platform::fromUtf8(exception.what()));
   } catch (...) {
-    lfperrC(L"WGO_deleteProjectFiles: unknown exception\n");
+    lfperrC(L"%s: unknown exception\n", kDelete);
   }
   return ERROR_GEN_FAILURE;
 }

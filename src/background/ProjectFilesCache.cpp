@@ -51,8 +51,8 @@ ProjectFilesCache ProjectFilesCache::read(const std::wstring& directory) {
   const DWORD error = platform::readWholeFile(cache.path_, content, kMostBytes);
   const bool isMissing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
   if (!isMissing && (error != ERROR_SUCCESS || !cache.parse(content))) {
-    lfperrC(L"%s is not what this project's directory was given (error %lu); its files count as not in step\n",
-            cache.path_, error);
+    lfperrC(L"%s: %s is not what this project's directory was given (error %lu); its files count as not in step\n",
+            L"Quorvel::FileAccess::ProjectFilesCache::read", cache.path_, error);
     cache.stamps_.clear();
   }
   return cache;
@@ -69,7 +69,10 @@ void ProjectFilesCache::edit(const std::wstring& directory, const std::function<
   const DWORD error = content.size() > kMostBytes
                           ? DWORD{ERROR_BAD_LENGTH}
                           : platform::writeFileAtomically(cache.path_, content.data(), content.size());
-  if (error != ERROR_SUCCESS) lfperrC(L"%s could not be written (error %lu)\n", cache.path_, error);
+  if (error != ERROR_SUCCESS) {
+    lfperrC(L"%s: %s could not be written (error %lu)\n", L"Quorvel::FileAccess::ProjectFilesCache::edit", cache.path_,
+            error);
+  }
 }
 
 bool ProjectFilesCache::has(const std::wstring& key, const CResourceInfo& record) const {

@@ -13,6 +13,7 @@ namespace Quorvel::FileAccess::Threading {
 namespace {
 
 constexpr const wchar_t* kThreadingSetting = L"Settings\\WGOUseThreading";
+constexpr const wchar_t* kFunction = L"Quorvel::FileAccess::Threading::ThreadedList::run";
 constexpr int kPollMilliseconds = 100;
 
 bool readThreadingSetting() {
@@ -31,9 +32,9 @@ DWORD errorOfException() {
   } catch (const std::bad_alloc&) {
     return ERROR_NOT_ENOUGH_MEMORY;
   } catch (const std::exception& exception) {
-    ConnectionLogger::traceFmt(1, L"Threading: %s", platform::fromUtf8(exception.what()));
+    ConnectionLogger::traceFmt(1, L"%s: %s", kFunction, platform::fromUtf8(exception.what()));
   } catch (...) {
-    ConnectionLogger::traceFmt(1, L"Threading: unknown exception");
+    ConnectionLogger::traceFmt(1, L"%s: unknown exception", kFunction);
   }
   return ERROR_GEN_FAILURE;
 }

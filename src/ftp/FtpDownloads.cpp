@@ -177,8 +177,8 @@ DWORD CZepFtpConnection::download(const Fetch& what, int* number, int objectNumb
 DWORD CZepFtpConnection::downloadFile(const wchar_t* name, const wchar_t* dir, const int* serverPathNr,
                                       const int* localPathNr, int* number, int objectNumber, unsigned /*flags*/) {
   if (!initialised_ || name == nullptr) return answered(ERROR_INVALID_DATA);
-  return download({L"downloadFile", name, dir, localPathNr, serverDirectoryOf(serverPathNr, dir),
-                   localPathOf(localPathNr, dir, name), std::nullopt},
+  return download({L"Quorvel::FileAccess::CZepFtpConnection::downloadFile", name, dir, localPathNr,
+                   serverDirectoryOf(serverPathNr, dir), localPathOf(localPathNr, dir, name), std::nullopt},
                   number, objectNumber);
 }
 
@@ -186,8 +186,8 @@ DWORD CZepFtpConnection::downloadToOpenFile(int hostFile, const wchar_t* name, c
                                             const int* serverPathNr, const int* localPathNr, int* number,
                                             int objectNumber, unsigned /*flags*/) {
   if (!initialised_ || name == nullptr) return answered(ERROR_INVALID_DATA);
-  return download({L"downloadToOpenFile", name, dir, localPathNr, serverDirectoryOf(serverPathNr, dir),
-                   localPathOf(localPathNr, dir, name), hostFile},
+  return download({L"Quorvel::FileAccess::CZepFtpConnection::downloadToOpenFile", name, dir, localPathNr,
+                   serverDirectoryOf(serverPathNr, dir), localPathOf(localPathNr, dir, name), hostFile},
                   number, objectNumber);
 }
 

@@ -42,7 +42,8 @@ RemoteStatus CZepFtpConnection::listTree(const std::wstring& root, bool recursiv
         {[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); },
          [&](RemoteRetryContext& context) { return remote_.getEntries(context, kEverything, &files, &directories); }});
     if (status.failed && status.error == ERROR_PATH_NOT_FOUND && !relative.empty()) {
-      lfperrC(L"query directory files: %s is gone or closed to this user\n", urlOf(directory, L""));
+      lfperrC(L"%s: %s is gone or closed to this user\n", L"Quorvel::FileAccess::CZepFtpConnection::listTree",
+              urlOf(directory, L""));
       continue;
     }
     if (!status.isSuccess()) return status;

@@ -68,7 +68,8 @@ RemoteStatus CZepFtpConnection::renameOnServer(const std::wstring& directory, co
     const RemoteStatus back =
         retry({go, [&](RemoteRetryContext& context) { return remote_.renameFile(context, intermediate, oldName); }});
     if (!back.isSuccess()) {
-      lfperrC(L"renameFile: %s is left as %s in %s\n", oldName, intermediate, urlOf(directory, L""));
+      lfperrC(L"%s: %s is left as %s in %s\n", L"Quorvel::FileAccess::CZepFtpConnection::renameFile", oldName,
+              intermediate, urlOf(directory, L""));
     }
   }
   return status;

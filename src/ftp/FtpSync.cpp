@@ -26,6 +26,7 @@ using ConnectionLogger::traceFmt;
 namespace {
 
 constexpr double kBytesPerMegabyte = 1048576.0;
+constexpr const wchar_t* kSyncFromServer = L"Quorvel::FileAccess::CZepFtpConnection::syncFromServer";
 
 std::wstring textOf(const wchar_t* text) {
   return text != nullptr ? text : L"";
@@ -137,7 +138,7 @@ DWORD CZepFtpConnection::syncFromServer(const wchar_t* directory, const int* pat
     for (const RemoteFileEntry& entry : files) {
       if (isExcluded(filter, entry.name)) continue;
       if (!names.insert(platform::toLower(entry.name)).second) {
-        lfperrC(L"syncFromServer: %s/%s is left out: another file has that name here\n", below, entry.name);
+        lfperrC(L"%s: %s/%s is left out: another file has that name here\n", kSyncFromServer, below, entry.name);
         continue;
       }
       const std::wstring path = localPathOf(&localNr, below.c_str(), entry.name.c_str());
@@ -168,7 +169,7 @@ bool CZepFtpConnection::isNewerThere(const std::wstring& local, const RemoteFile
   const bool isHere = getLocalFileSizeAndTime(size, local.c_str(), time);
   if (platform::toTicks(entry.time) != 0) return isToFetch(time, entry.time);
   // Which side is newer can't be told; a file that is missing can't lose anything.
-  if (isHere) lfperrC(L"syncFromServer: the server tells no time of %s, which stays as it is\n", local);
+  if (isHere) lfperrC(L"%s: the server tells no time of %s, which stays as it is\n", kSyncFromServer, local);
   return !isHere;
 }
 

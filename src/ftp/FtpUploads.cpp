@@ -96,7 +96,7 @@ RemoteStatus CZepFtpConnection::sendUntilUnchanged(const std::wstring& local, co
       return status;
     }
   }
-  lfperrC(L"uploadFile: %s changes while it is sent\n", local);
+  lfperrC(L"%s: %s changes while it is sent\n", L"Quorvel::FileAccess::CZepFtpConnection::uploadFile", local);
   time = aheadOfNow();
   return {.failed = true, .error = ERROR_WRITE_FAULT};
 }

@@ -138,7 +138,7 @@ bool RemoteFtp::downgrade(std::int32_t reason, RemoteConnectionType type) {
   }
   const std::wstring line = platform::formatWide(
       L"%s refuses TLS: going on without encryption, password and files are sent in the clear\n", hostName);
-  lfperrC(L"%s", line);
+  lfperrC(L"%s: %s", L"Quorvel::FileAccess::RemoteFtp::enableConnection", line);
   ConnectionLogger::AppendConnectionLog(line.c_str());
   return true;
 }

@@ -138,8 +138,8 @@ RemoteStatus RemoteFtp::readFilePart(RemoteRetryContext& context, const std::wst
     if (!used->Quote(platform::formatWide(L"REST %lu", position).c_str()) && !isRestAccepted(*used, offset)) {
       // A connection that is gone tells nothing about what the server can.
       if (!used->get_IsConnected()) return failed(context, failure::kReadFilePart, placeOf(remoteName));
-      lfperrC(L"RemoteFtp::readFilePart: %s does not take an offset, reading from the beginning from now on\n",
-              hostName);
+      lfperrC(L"%s: %s does not take an offset, reading from the beginning from now on\n",
+              L"Quorvel::FileAccess::RemoteFtp::readFilePart", hostName);
       restFailed_ = true;
       supportsRest_ = false;
       // It may hold the offset all the same, and would begin there.
