@@ -68,9 +68,17 @@ RemoteStatus RemoteFtp::remoteFileExists(RemoteRetryContext& context, const std:
 RemoteStatus RemoteFtp::deleteFile(RemoteRetryContext& context, const std::wstring& name) {
   IRemoteClient* used = client();
   if (used == nullptr) return badArgument();
-  if (used->GetSizeByName64(name.c_str()) < 0 && used->lastReplyCode() == kNotAvailable) return {};
-  // Other ways to have no size are no proof that the file is gone: one of 2 GiB and more, a server without SIZE.
+  const bool hasSize = used->GetSizeByName64(name.c_str()) >= 0;
+  if (!hasSize && used->lastReplyCode() == kNotAvailable) return {};
+  // Other ways to have no size are no proof that the file is gone: a server without SIZE, or that is busy.
   if (used->DeleteRemoteFile(name.c_str())) return {};
+  if (!hasSize && used->lastReplyCode() == kNotAvailable) {
+    const std::wstring details = used->lastErrorText();
+    used->ClearDirCache();
+    used->put_ListPattern(name.c_str());
+    if (used->get_NumFilesAndDirs() == 0) return {};
+    if (context.logErrors) logLines(details);
+  }
   return failed(context, failure::kDeleteFile, placeOf(name));
 }
 
