@@ -19,7 +19,7 @@ extern "C" __attribute__((visibility("default"))) const platform::ResourceString
     {1014, "Der Server wurde erreicht, hat sich aber nicht gemeldet."},
     {1015, "Der Server hat die Sicherung der Verbindung abgelehnt."},
     {1016, "Die Verbindung ist nicht möglich."},
-    {1017, "Die Verbindung ist mit einem anderen Vorgang belegt."},
+    {1017, "Der Server nimmt zurzeit keine weitere Verbindung an."},
     {1018, "Die Anmeldung wurde abgelehnt. Prüfen Sie Benutzername und Kennwort."},
     {1019, "Verbindung zum Server %s"},
     {1020, "Möchten Sie es erneut versuchen?"},

@@ -19,7 +19,7 @@ extern "C" __attribute__((visibility("default"))) const platform::ResourceString
     {1014, "The server was reached but did not send its greeting."},
     {1015, "The server refused to secure the connection."},
     {1016, "The connection is not possible."},
-    {1017, "The connection is busy with another operation."},
+    {1017, "The server takes no further connection at the moment."},
     {1018, "The login was refused. Check the user name and the password."},
     {1019, "Connection to server %s"},
     {1020, "Do you want to try again?"},
