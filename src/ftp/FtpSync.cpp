@@ -39,6 +39,18 @@ void tellAmount(const std::vector<Threading::ServerFile>& files) {
            static_cast<double>(bytes) / kBytesPerMegabyte);
 }
 
+/// Of directories that would be one here only the first is gone into: files of the others would replace its own.
+void dropNamesakes(const std::wstring& parent, std::vector<RemoteFileEntry>& directories) {
+  std::set<std::wstring> names;
+  std::erase_if(directories, [&](const RemoteFileEntry& entry) {
+    const bool isFirst = names.insert(platform::toLower(entry.name)).second;
+    if (!isFirst) {
+      lfperrC(L"syncFromServer: %s/%s is left out: another directory has that name here\n", parent, entry.name);
+    }
+    return !isFirst;
+  });
+}
+
 /// Makes the directories of a list here. What can't have one is dropped from the list.
 /// @return 0, or why the first could not be made
 DWORD makeLocalPlaces(const std::function<std::wstring(const std::wstring&)>& localOf,
@@ -150,6 +162,7 @@ DWORD CZepFtpConnection::syncFromServer(const wchar_t* directory, const int* pat
                                        [&](const std::wstring& relative, std::vector<RemoteFileEntry>& files,
                                            std::vector<RemoteFileEntry>& directories) {
                                          dropExcludedDirectories(filter, directories);
+                                         dropNamesakes(joinServerPath(root, relative), directories);
                                          collect(relative, files);
                                        });
   if (!status.isSuccess()) return codeOf(status);

@@ -82,6 +82,7 @@ TEST_P(Sync, ATreeGoesUpAndComesDownElsewhere) {
   here("p/Lck/lock.lck", "", kSpring);
   std::filesystem::create_directories(root() / "local/Prj/p/empty");
   there("p/a/b/deep.txt", "old", kSpring - kHour);
+  for (const char* name : {"Twin", "twin"}) there(std::string("p/") + name + "/x", name, kSpring);
   WGO_FileFilter filter;
   filter.ExcludeDirectoryExact(L"Lck");
   ASSERT_EQ(connection().syncServerDirectoryTree(L"p", local(), &filter, 0, true), 0U);
@@ -96,6 +97,8 @@ TEST_P(Sync, ATreeGoesUpAndComesDownElsewhere) {
   ASSERT_EQ(down(L"p"), 0U);
   EXPECT_TRUE(localFile("p/a/f9") == std::string(9000, 'x'));
   EXPECT_EQ(localFile("p/a/b/deep.txt"), "deep");
+  const std::string one = hasLocal("p/twin") ? "twin" : "Twin";
+  EXPECT_EQ(localFile("p/" + one + "/x"), one);
   EXPECT_EQ(localTime(L"p\\a\\b\\deep.txt"), serverTime(L"p/a/b/deep.txt"));
   const std::uint64_t before = localTime(L"p\\a\\f9");
   store().write("p/a/b/deep.txt", "changed");
