@@ -114,11 +114,15 @@ DWORD CZepFtpConnection::uploadFreeFile(const wchar_t* fullPath, const wchar_t* 
 
   const ScopedSilence silence(retrySettings_, silent);
   const CScopedDisplayInfo info(L"uploading: " + urlOf(server, name));
-  RemoteStatus status = makeServerDirectory(server);
-  if (status.isSuccess()) {
-    status = retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, server); },
-                    [&](RemoteRetryContext& context) { return remote_.uploadFile(context, local, name); }});
-  }
+  const auto send = [&] {
+    const RemoteStatus made = makeServerDirectory(server);
+    if (!made.isSuccess()) return made;
+    return retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, server); },
+                  [&](RemoteRetryContext& context) { return remote_.uploadFile(context, local, name); }});
+  };
+  RemoteStatus status = send();
+  // Deleted by somebody since this connection last worked in it, which the refused transfer has shown.
+  if (status.failed && status.error == ERROR_PATH_NOT_FOUND) status = send();
   const DWORD code = codeOf(status);
   if (code != ERROR_SUCCESS) {
     const CConsoleTrace trace(platform::formatWide(L"\n\n%s(): copy \"%s\" to \"%s\" failed with error: %d!\n\n",
