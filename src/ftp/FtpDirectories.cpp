@@ -37,8 +37,10 @@ bool CZepFtpConnection::existFile(const wchar_t* name) {
 bool CZepFtpConnection::existDirectory(const wchar_t* path) {
   if (!initialised_ || path == nullptr) return false;
   const std::wstring directory = path;
-  const RemoteStatus status =
-      retry({[&](RemoteRetryContext& context) { return remote_.changeDirectory(context, directory); }});
+  const RemoteStatus status = retry({[&](RemoteRetryContext& context) {
+    remote_.doubtDirectory();
+    return remote_.changeDirectory(context, directory);
+  }});
   if (verbose()) {
     ConnectionLogger::traceFmt(0, L"existDirectory: %s%s", directory,
                                status.isSuccess() ? L" found.\n" : L" NOT found.\n");

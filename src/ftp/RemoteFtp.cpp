@@ -80,6 +80,10 @@ IRemoteClient* RemoteFtp::client() const {
   return data != nullptr ? data->client.get() : nullptr;
 }
 
+void RemoteFtp::doubtDirectory() {
+  if (IRemoteClient* used = client()) used->doubtRemoteDir();
+}
+
 bool RemoteFtp::mayHaveLeftPart() const {
   const ThreadData* data = find();
   return data != nullptr && data->mayHaveLeftPart;

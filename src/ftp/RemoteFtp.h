@@ -67,6 +67,8 @@ class RemoteFtp final : public RemoteConfiguration {
 
   /// The calling thread's client; null when it has none.
   IRemoteClient* client() const;
+  /// The calling thread's next change of directory asks the server.
+  void doubtDirectory();
   /// A new upload begins on the calling thread.
   void forgetPart();
   /// True when the calling thread's upload failed after the server may have begun to replace its file, so that what is

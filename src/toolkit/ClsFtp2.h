@@ -38,6 +38,7 @@ class ClsFtp2 {
   bool quote(const std::wstring& command);
 
   bool changeDirectory(const std::wstring& path);
+  void doubtDirectory() { session_.directory().forgetServer(); }
   bool createDirectory(const std::wstring& name);
   bool removeDirectory(const std::wstring& path);
   bool deleteTree();

@@ -131,6 +131,10 @@ bool CkFtp2W::ChangeRemoteDir(const wchar_t* path) {
   return client_->changeDirectory(textOf(path));
 }
 
+void CkFtp2W::doubtRemoteDir() {
+  client_->doubtDirectory();
+}
+
 bool CkFtp2W::CreateRemoteDir(const wchar_t* name) {
   return client_->createDirectory(textOf(name));
 }

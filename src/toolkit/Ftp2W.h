@@ -68,6 +68,7 @@ class CkFtp2W final : public IRemoteClient {
   bool Feat(CkStringW& out) override;
   bool Quote(const wchar_t* command) override;
   bool ChangeRemoteDir(const wchar_t* path) override;
+  void doubtRemoteDir() override;
   bool CreateRemoteDir(const wchar_t* name) override;
   bool RemoveRemoteDir(const wchar_t* path) override;
   bool DeleteTree() override;

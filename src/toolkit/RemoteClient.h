@@ -66,6 +66,8 @@ class IRemoteClient {
 
   /// Absolute, or relative to the current directory. A missing directory leaves the reply code 550.
   virtual bool ChangeRemoteDir(const wchar_t* path) = 0;
+  /// The next change of directory asks the store, whatever is remembered of it: another user may have deleted it.
+  virtual void doubtRemoteDir() {}
   virtual bool CreateRemoteDir(const wchar_t* name) = 0;
   virtual bool RemoveRemoteDir(const wchar_t* path) = 0;
   /// Deletes everything below the current directory. Links are removed, never followed.

@@ -172,6 +172,12 @@ TEST_P(TransferContract, DirectoriesAreMadeAndRemovedWhole) {
   EXPECT_TRUE(connection().createServerDirectory(deep.c_str()));
   EXPECT_TRUE(connection().createServerDirectory(deep.c_str())) << "it is there already";
   EXPECT_TRUE(connection().existDirectory(deep.c_str()));
+  store().remove("one");
+  EXPECT_FALSE(connection().existDirectory(deep.c_str())) << "somebody deleted it";
+  EXPECT_TRUE(connection().createServerDirectory(deep.c_str()));
+  store().remove("one");
+  writeLocal("free", "x");
+  EXPECT_EQ(connection().uploadFreeFile(path(L"local\\Prj\\free").c_str(), L"one/two", server(), true), 0U);
   store().write("one/two/a.txt", "x");
   store().write("one/.dot", "x");
   store().write("keep.txt", "x");

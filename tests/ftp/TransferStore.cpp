@@ -37,6 +37,7 @@ class DirectoryStore final : public TransferStore {
     return {std::istreambuf_iterator<char>(file), {}};
   }
   bool exists(const std::string& name) const override { return std::filesystem::exists(path(name)); }
+  void remove(const std::string& name) override { std::filesystem::remove_all(path(name)); }
   void setTime(const std::string& name, std::time_t time) override {
     std::filesystem::last_write_time(path(name),
                                      std::chrono::file_clock::from_sys(std::chrono::system_clock::from_time_t(time)));
@@ -76,6 +77,7 @@ class ServerStore final : public TransferStore {
   void write(const std::string& name, const std::string& content) override { server_.write(path(name), content); }
   std::string read(const std::string& name) const override { return server_.read(path(name)); }
   bool exists(const std::string& name) const override { return server_.exists(path(name)); }
+  void remove(const std::string& name) override { std::filesystem::remove_all(server_.path(path(name))); }
   void setTime(const std::string& name, std::time_t time) override { server_.setTime(path(name), time); }
   std::wstring serverPath(const std::wstring& name) const override {
     return L"/Prj" + (name.empty() ? L"" : L"/" + name);

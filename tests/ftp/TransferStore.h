@@ -28,6 +28,7 @@ class TransferStore {
   virtual void write(const std::string& name, const std::string& content) = 0;
   virtual std::string read(const std::string& name) const = 0;
   virtual bool exists(const std::string& name) const = 0;
+  virtual void remove(const std::string& name) = 0;
   virtual void setTime(const std::string& name, std::time_t time) = 0;
   /// Path of the server of a name.
   virtual std::wstring serverPath(const std::wstring& name) const = 0;
