@@ -90,7 +90,7 @@ TEST_F(Archive, AnArchiveIsOfOneMomentOrNotWritten) {
   const fs::path photo = office_.project("anna") / "Photos/site.jpg";
   packing->waitUntil([&](const ProgramRun& run) {
     std::ofstream(photo, std::ios::app) << "more";
-    return run.err.find("does not keep still") != std::string::npos;
+    return run.err.find("was not written") != std::string::npos;
   });
   EXPECT_EQ(packing->end().exitCode, 1);
   EXPECT_EQ(contentOf(office_.path("House.qpn")), before);

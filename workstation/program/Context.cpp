@@ -1,5 +1,7 @@
 #include "workstation/program/Context.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <iterator>
 #include <mutex>
@@ -104,7 +106,8 @@ void Context::chooseInterface() {
 
 void Context::tellFailure(const std::wstring& message) const {
   output_.error(L"zephor: " + message);
-  if (!desktop_ || standardTerminal().canRedraw()) return;
+  // Whoever reads the error stream has it already; a window would only keep a program waiting for a person.
+  if (!desktop_ || !leadsNowhere(STDERR_FILENO)) return;
   platform::MessageBoxRequest request;
   request.text = message;
   request.caption = L"zephor";

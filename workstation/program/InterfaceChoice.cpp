@@ -15,13 +15,6 @@ namespace workstation::program {
 
 namespace {
 
-/// True for a stream that nobody and nothing sits at: no terminal, pipe or file.
-bool leadsNowhere(int stream) {
-  struct stat info {};
-  if (::fstat(stream, &info) != 0) return true;
-  return !S_ISFIFO(info.st_mode) && !S_ISREG(info.st_mode) && ::isatty(stream) == 0;
-}
-
 /// True when a person started the program from the desktop. A display alone says nothing: jobs and build machines have
 /// one too, and a box that nobody sees would stop them for ever. Launchers leave a mark.
 bool isFromLauncher() {
@@ -74,6 +67,12 @@ class DesktopWithAnswers final : public platform::IUserInterface {
 };
 
 }  // namespace
+
+bool leadsNowhere(int stream) {
+  struct stat info {};
+  if (::fstat(stream, &info) != 0) return true;
+  return !S_ISFIFO(info.st_mode) && !S_ISREG(info.st_mode) && ::isatty(stream) == 0;
+}
 
 std::unique_ptr<platform::IUserInterface> desktopIfWanted(const GlobalOptions& options, TerminalInterface& terminal) {
   const bool isDemanded = options.interface == "desktop";

@@ -7,9 +7,7 @@
 namespace workstation {
 namespace {
 
-// The command's questions and boxes are windows too.
 constexpr const char* kInterfaceVariable = "ZEPHOR_INTERFACE";
-constexpr const char* kDesktopInterface = "desktop";
 
 }  // namespace
 
@@ -20,10 +18,10 @@ CommandRun::~CommandRun() {
   if (process_ != nullptr) process_->setParent(nullptr);
 }
 
-void CommandRun::start(const std::string& program, const std::vector<std::string>& words) {
+void CommandRun::start(const std::string& program, const std::vector<std::string>& words, bool mayAsk) {
   process_ = new QProcess(this);
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-  environment.insert(QString::fromLatin1(kInterfaceVariable), QString::fromLatin1(kDesktopInterface));
+  environment.insert(QString::fromLatin1(kInterfaceVariable), mayAsk ? "desktop" : "terminal");
   process_->setProcessEnvironment(environment);
   process_->setStandardInputFile(QProcess::nullDevice());
   connect(process_, &QProcess::readyReadStandardOutput, this,

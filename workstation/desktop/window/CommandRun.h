@@ -18,7 +18,8 @@ class CommandRun : public QObject {
   ~CommandRun() override;
   Q_DISABLE_COPY_MOVE(CommandRun)
 
-  void start(const std::string& program, const std::vector<std::string>& words);
+  /// @param mayAsk  its questions are windows; otherwise they get their denying answer
+  void start(const std::string& program, const std::vector<std::string>& words, bool mayAsk);
   bool isRunning() const { return process_ != nullptr; }
   /// As Ctrl-C at a terminal: every command may be interrupted, and leaves nothing half-done.
   void interrupt();

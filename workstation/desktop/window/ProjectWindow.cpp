@@ -78,7 +78,7 @@ void ProjectWindow::refresh() {
   busy_->setVisible(!project_);
   std::vector<std::string> words = options_.arguments;
   words.insert(words.end(), {"--json", "status", "--project-line"});
-  run_.start(options_.program, words);
+  run_.start(options_.program, words, false);
 }
 
 void ProjectWindow::run(Command command) {
@@ -108,7 +108,7 @@ void ProjectWindow::start(const Order& order) {
   interruptButton_->show();
   std::vector<std::string> words = order.arguments;
   words.insert(words.end(), order.words.begin(), order.words.end());
-  run_.start(options_.program, words);
+  run_.start(options_.program, words, true);
   updateCommands();
 }
 
