@@ -73,9 +73,9 @@ void drawBox(platform::IUserInterface& desktop, const char* name, const MessageB
 void drawAll(platform::IUserInterface& desktop, bool german) {
   MessageBoxRequest box;
   box.caption = L"Quorvel";
-  box.text = german ? L"Das Projekt „Schule Nord“ wurde von Grace Hopper geändert.\n\nSollen Ihre Änderungen trotzdem "
+  box.text = german ? L"Das Projekt „Schule Nord“ wurde von Anna Berg geändert.\n\nSollen Ihre Änderungen trotzdem "
                       L"gespeichert werden?"
-                    : L"The project “North School” was changed by Grace Hopper.\n\nSave your changes all the same?";
+                    : L"The project “North School” was changed by Anna Berg.\n\nSave your changes all the same?";
   box.style = MB_YESNOCANCEL | MB_ICONQUESTION | workstation::kDefaultButton2;
   box.checkBox = german ? L"Nicht mehr fragen" : L"Don't ask again";
   drawBox(desktop, "question", box);
@@ -95,7 +95,7 @@ void drawAll(platform::IUserInterface& desktop, bool german) {
   drawBox(desktop, "error", box);
   drawBox(desktop, "error-details", box, true);
 
-  Quorvel::FileAccess::LoginData login{L"grace.hopper", L"secret", 3, 1, 0};
+  Quorvel::FileAccess::LoginData login{L"anna.berg", L"secret", 3, 1, 0};
   drawSoon("login");
   Quorvel::FileAccess::WGO_showLoginDialog(nullptr, german ? L"Büro" : L"Office", L"ftp.example.org", login);
   drawSoon("file-name");
