@@ -6,6 +6,7 @@
 #include "cloud/CacheNames.h"
 #include "cloud/CloudPaths.h"
 #include "host/Trace.h"
+#include "platform/Durable.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -65,6 +66,16 @@ void ProjectFilesCache::edit(const std::wstring& directory, const std::function<
   const auto before = cache.stamps_;
   change(cache);
   if (cache.stamps_ == before) return;
+  std::vector<std::wstring> fresh;
+  for (const auto& [key, stamp] : cache.stamps_) {
+    const auto known = before.find(key);
+    if (known == before.end() || known->second != stamp) fresh.push_back(platform::fromUtf8(key));
+  }
+  // An empty file in the place of one that is noted would never come again.
+  if (const DWORD error = platform::makeDurable(directory, fresh)) {
+    lfperrC(L"%s: files could not be synced (error %lu) and count as not in step\n", directory, error);
+    return;
+  }
   const std::string content = cache.content();
   const DWORD error = content.size() > kMostBytes
                           ? DWORD{ERROR_BAD_LENGTH}

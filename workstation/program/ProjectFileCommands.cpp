@@ -158,6 +158,8 @@ class ProjectFileRun {
   Context& context_;            // NOLINT(*-non-private-member-variables-in-classes)
   const Arguments& arguments_;  // NOLINT(*-non-private-member-variables-in-classes)
   Tally tally_;                 // NOLINT(*-non-private-member-variables-in-classes)
+  /// To be noted together.
+  std::vector<std::pair<std::wstring, SyncPoint>> inStep_;  // NOLINT(*-non-private-member-variables-in-classes)
 
  private:
   ScopedJobs jobs_;
@@ -241,10 +243,11 @@ class Get : public ProjectFileRun {
       }
     }
     const std::vector<ItemView> after = readItems(names);
-    for (std::size_t i = 0; i < wanted.size(); ++i) settle(wanted[i], after[i], bases);
+    for (std::size_t i = 0; i < wanted.size(); ++i) settle(wanted[i], after[i]);
+    bases.put(inStep_);
   }
 
-  void settle(const ItemView& before, const ItemView& now, SyncBase& bases) {
+  void settle(const ItemView& before, const ItemView& now) {
     const bool hasCome = now.here && now.same && !now.file.looksLike(before.file);
     if (!hasCome && !(now.here && now.same && isContentStored(now.fileName))) {
       tell(now, L"not fetched",
@@ -253,7 +256,7 @@ class Get : public ProjectFileRun {
                : L"it is open, changed in the store meanwhile, or what was wrong is told below");
       return tally_.failed();
     }
-    bases.put(now.fileName, {*now.here, *now.store});
+    inStep_.emplace_back(now.fileName, SyncPoint{*now.here, *now.store});
     const bool isBackedUp = !reasonToKeep(before).empty();
     done(now, L"fetched", isBackedUp ? L"what was here is in the directory Backup beside it" : L"");
   }
@@ -324,6 +327,7 @@ class Put : public ProjectFileRun {
     Quorvel::FileAccess::WGO_UploadProjectFiles(get_ActivePrj(), paths, false);
     const std::vector<ItemView> after = readItems(names);
     for (std::size_t i = 0; i < items_.size(); ++i) settle(items_[i], after[i]);
+    bases_.put(inStep_);
     if (look_.isFirst) return;
     acceptSettled(lookAtProject(), [this](const std::wstring& name) { return settled_.contains(itemKey(name)); });
   }
@@ -334,7 +338,7 @@ class Put : public ProjectFileRun {
     const bool isOvertaken = known && known->revision != now.revision;
     if (!isOvertaken && item.isDoneBy(now)) {
       removeEntryFromNotUploadedFilesList(name.c_str());
-      bases_.put(name, {*now.here, *now.store});
+      inStep_.emplace_back(name, SyncPoint{*now.here, *now.store});
       settled_.insert(itemKey(name));
       return done(now, L"sent",
                   isBehind(item.before) ? L"what the store had is in the project's directory Backup" : L"");

@@ -381,11 +381,12 @@ void ProjectSync::settle() {
   const std::vector<ComparedFile> same = comparison_.unrecorded;
   recordSame();
   std::set<std::wstring> differing = keysOf(comparison_.differing);
-  SyncBase bases(comparison_.projectUuid);
+  std::vector<std::pair<std::wstring, SyncPoint>> inStep;
   for (const Item* item : itemsTo(SyncStep::Record)) {
-    bases.put(item->view.fileName, {*item->view.here, *item->view.store});
+    inStep.emplace_back(item->view.fileName, SyncPoint{*item->view.here, *item->view.store});
     differing.erase(itemKey(item->file.name));
   }
+  SyncBase(comparison_.projectUuid).put(inStep);
   for (const Item& item : items_) told_.insert(itemKey(item.file.name));
   tellSettled(differing);
   tellOthersFetched(same, differing);

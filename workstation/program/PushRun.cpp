@@ -99,12 +99,14 @@ void PushRun::tellResults() {
   for (std::size_t i = 0; i < items_.size(); ++i) {
     settled_[itemKey(items_[i].before.fileName)] = settle(items_[i], views[i]);
   }
+  bases_.put(inStep_);
+  inStep_.clear();
 }
 
 /// Tells how an item ended. @return true when nothing is left to send of it
 bool PushRun::settle(const PushItem& item, const ItemView& view) {
   if (!item.isToSend() && !item.isToDelete()) {
-    if (view.state == ObjectState::InStep) bases_.put(view.fileName, {*view.here, *view.store});
+    if (view.state == ObjectState::InStep) inStep_.emplace_back(view.fileName, SyncPoint{*view.here, *view.store});
     const bool isLeft = item.decision.step == PushStep::Nothing && view.isUnchangedHere();
     return isLeft || view.state == ObjectState::InStep || view.state == ObjectState::Nowhere;
   }
@@ -120,7 +122,7 @@ bool PushRun::settle(const PushItem& item, const ItemView& view) {
   // An upload that went through at a second try leaves the list alone.
   removeEntryFromNotUploadedFilesList(view.fileName.c_str());
   // What somebody else saved since may look the same.
-  if (view.revision == item.after) bases_.put(view.fileName, {*view.here, *view.store});
+  if (view.revision == item.after) inStep_.emplace_back(view.fileName, SyncPoint{*view.here, *view.store});
   report_(view, PushResult::Sent, view.object ? platform::formatWide(L"version %u", view.here->version) : L"");
   return true;
 }

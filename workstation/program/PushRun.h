@@ -64,6 +64,7 @@ class PushRun {
   PushChoice choice_;
   Report report_;
   SyncBase bases_;
+  std::vector<std::pair<std::wstring, SyncPoint>> inStep_;  ///< to be noted
   std::vector<PushItem> items_;
   std::map<std::wstring, bool> settled_;  ///< by the key of the item
   std::size_t errorsBefore_ = 0;          ///< told before anything was sent

@@ -2,6 +2,9 @@
 
 #include <cstdio>
 
+#include "host/Project.h"
+#include "platform/Durable.h"
+#include "platform/Paths.h"
 #include "platform/Text.h"
 
 namespace workstation::program {
@@ -63,7 +66,7 @@ void bindPoint(sqlite3_stmt* statement, const SyncPoint& point) {
 
 }  // namespace
 
-SyncBase::SyncBase(const std::wstring& projectUuid) {
+SyncBase::SyncBase(const std::wstring& projectUuid) : projectUuid_(projectUuid) {
   std::string path;
   std::string error;
   database_ = openProjectRecord(projectUuid, kSchema, path, error);
@@ -94,10 +97,7 @@ std::optional<std::vector<std::pair<std::string, SyncPoint>>> SyncBase::all() co
 }
 
 void SyncBase::put(const std::wstring& name, const SyncPoint& point) {
-  const Statement statement = prepare(database_.get(), kPut, name);
-  if (!statement) return;
-  bindPoint(statement.get(), point);
-  sqlite3_step(statement.get());
+  put({{name, point}});
 }
 
 template <typename Write>
@@ -112,6 +112,16 @@ void SyncBase::writeTogether(const char* sql, const Write& write) {
 }
 
 void SyncBase::put(const std::vector<std::pair<std::wstring, SyncPoint>>& points) {
+  std::wstring directory;
+  if (points.empty() || make_prj_dir(PRJ({}, {}, {}, projectUuid_, true), directory) != 0) return;
+  std::vector<std::wstring> names;
+  names.reserve(points.size());
+  for (const auto& point : points) names.push_back(point.first);
+  if (const DWORD failure = platform::makeDurable(directory, names)) {
+    std::fprintf(stderr, "zephor: %s can't be synced (error %u); what is in step of it is not noted\n",
+                 platform::systemPath(directory).c_str(), failure);
+    return;
+  }
   writeTogether(kPut, [&](sqlite3_stmt* statement) {
     for (const auto& [name, point] : points) {
       bindName(statement, name);

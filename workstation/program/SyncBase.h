@@ -22,6 +22,7 @@ class SyncBase {
   /// Everything that is noted, by the lower-case names in UTF-8 in the order of bytes. Nothing when it can't be read to
   /// its end.
   std::optional<std::vector<std::pair<std::string, SyncPoint>>> all() const;
+  /// Makes the file here outlive a loss of power first: an empty one in its place would count as changed here.
   void put(const std::wstring& name, const SyncPoint& point);
   /// The same for many, in one transaction.
   void put(const std::vector<std::pair<std::wstring, SyncPoint>>& points);
@@ -32,6 +33,8 @@ class SyncBase {
  private:
   template <typename Write>
   void writeTogether(const char* sql, const Write& write);
+
+  const std::wstring projectUuid_;
 
   Database database_;
 };

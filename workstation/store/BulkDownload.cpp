@@ -5,6 +5,7 @@
 
 #include "host/ObjectFiles.h"
 #include "host/Trace.h"
+#include "platform/Durable.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -42,7 +43,12 @@ bool copyToBackup(const std::wstring& root, const LocalPlace& place) {
   DWORD error = ERROR_SUCCESS;
   for (int i = 0; i < kMostCopies; ++i) {
     const std::wstring name = i == 0 ? target : platform::formatWide(L"%s-%d", target, i);
-    if (CopyFileW(place.path.c_str(), name.c_str(), TRUE) != FALSE) return true;
+    if (CopyFileW(place.path.c_str(), name.c_str(), TRUE) != FALSE) {
+      // It is the only one as soon as the file is replaced.
+      error = platform::makeDurable(root, {platform::joinPath(L"Backup", platform::fileNameOf(name))});
+      if (error == ERROR_SUCCESS) return true;
+      break;
+    }
     error = GetLastError();
     if (error != ERROR_FILE_EXISTS && error != ERROR_ALREADY_EXISTS) break;
   }
@@ -255,8 +261,8 @@ void BulkDownload::bring(Waiting waiting) {
   changed_.notify_one();
 }
 
-/// Gives the first `files` of those that wait, which have come or failed, their names. Those that take another file's
-/// place are synced before.
+/// Gives the first `files` of those that wait, which have come or failed, their names. They are synced before: nothing
+/// has its name that is not whole.
 void BulkDownload::settle(std::size_t files, std::vector<std::wstring>& failed) {
   const auto begin = waiting_.begin();
   const auto end = begin + static_cast<std::ptrdiff_t>(files);
@@ -267,9 +273,8 @@ void BulkDownload::settle(std::size_t files, std::vector<std::wstring>& failed) 
     }
     record_->announce(announced);
   }
-  const auto replacing =
-      std::count_if(begin, end, [](const Waiting& one) { return one.status == kStoreOk && one.place.exists; });
-  const bool together = static_cast<std::size_t>(replacing) > kSyncSingly;
+  const auto come = std::count_if(begin, end, [](const Waiting& one) { return one.status == kStoreOk; });
+  const bool together = static_cast<std::size_t>(come) > kSyncSingly;
   const CloudStatus synced = answerOf([&] {
     if (together) syncFileSystem(begin->place.directory);
   });
@@ -282,7 +287,7 @@ void BulkDownload::settle(std::size_t files, std::vector<std::wstring>& failed) 
     CloudStatus status = synced;
     if (status == kStoreOk) {
       status = answerOf([&] {
-        if (waiting->place.exists && !together) syncPath(waiting->from);
+        if (!together) syncPath(waiting->from);
         requireClosed(waiting->place);
         LocalTree::replace(waiting->from, waiting->place, waiting->judged);
       });

@@ -76,14 +76,14 @@ LoadVerdict loadVerdict(const FileContent& here, const FileContent& stored, cons
   return isOldNews ? LoadVerdict::Leave : LoadVerdict::KeepBoth;
 }
 
-CacheRecord::CacheRecord(std::int64_t born) : born_(born) {}
+CacheRecord::CacheRecord(std::wstring directory, std::int64_t born) : directory_(std::move(directory)), born_(born) {}
 CacheRecord::~CacheRecord() = default;
 
 std::unique_ptr<CacheRecord> CacheRecord::of(const std::wstring& project, const std::wstring& directory) {
   if (project.empty() || !isCacheOf(project, directory)) return nullptr;
   const platform::FileStatus status = platform::fileStatus(directory);
   if (!status.isDirectory) return nullptr;
-  std::unique_ptr<CacheRecord> record(new CacheRecord(ticksOf(status.creationTime)));
+  std::unique_ptr<CacheRecord> record(new CacheRecord(directory, ticksOf(status.creationTime)));
   const std::wstring path = platform::joinPath(kDirectory, project + kEnding);
   record->guarded([&] {
     SHCreateDirectoryExW(nullptr, kDirectory, nullptr);
@@ -192,6 +192,13 @@ void CacheRecord::announce(const Files& files) {
 }
 
 void CacheRecord::settle(const Files& files) {
+  if (files.empty()) return;
+  guarded([&] {
+    std::vector<std::wstring> names;
+    names.reserve(files.size());
+    for (const auto& file : files) names.push_back(file.first);
+    requireDurable(directory_, names);
+  });
   give("INSERT OR REPLACE INTO files(name, size, modified, sha256) VALUES(?, ?, ?, ?)", files);
   if (!files_) return;
   for (const auto& [name, content] : files) files_->insert_or_assign(platform::toLower(name), SeenFile{content, {}});

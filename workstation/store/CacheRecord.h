@@ -73,16 +73,18 @@ class WORKSTATION_API CacheRecord {
   void forget(const std::vector<std::wstring>& names);
   /// Before files get their names, and after. A record that can't be written forgets that the cache is whole.
   void announce(const Files& files);
+  /// What is noted outlives a loss of power before it is: an empty file in its place would count as changed here.
   void settle(const Files& files);
 
  private:
-  explicit CacheRecord(std::int64_t born);
+  CacheRecord(std::wstring directory, std::int64_t born);
   void open(const std::string& path);
   void load();
   void give(const char* sql, const Files& files);
   template <typename Work>
   void guarded(Work&& work);
 
+  const std::wstring directory_;
   std::int64_t born_;  // when the directory was made: another one of its name has nothing of this record
   std::unique_ptr<Connection> connection_;
   bool whole_ = false;

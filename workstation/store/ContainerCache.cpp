@@ -245,8 +245,17 @@ void ContainerCache::apply(Plan& plan, std::int64_t revision) {
       removeFile(arrival.from);
     }
   }
+  if (!attempt([&] { requireOnDisk(plan.settled); })) plan.settled.clear();
   record_->settle(plan.settled, plan.gone, failure ? 0 : revision);
   if (failure) throw StoreError(*failure);
+}
+
+/// Before it is noted: an empty file in its place would count as changed here after a loss of power.
+void ContainerCache::requireOnDisk(const std::vector<SettledFile>& settled) const {
+  std::vector<std::wstring> names;
+  names.reserve(settled.size());
+  for (const SettledFile& file : settled) names.push_back(file.name);
+  requireDurable(root_, names);
 }
 
 void ContainerCache::place(const Arrival& arrival) {
@@ -380,8 +389,10 @@ void ContainerCache::upload(const StoreProgress& progress) {
     }
   }
   const std::int64_t expected = look.container.revision + (changes.empty() ? 0 : 1);
-  const CloudStatus noted =
-      answerOf([&] { record_->settle(settled, gone, isBehind || revision != expected ? 0 : revision); });
+  const CloudStatus noted = answerOf([&] {
+    requireOnDisk(settled);
+    record_->settle(settled, gone, isBehind || revision != expected ? 0 : revision);
+  });
   // What was committed stands; the next comparison finds the contents the same.
   if (noted != kStoreOk) lfperrC(L"what was committed can't be noted here: %s\n", CloudStore::lastText());
 }

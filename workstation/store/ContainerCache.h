@@ -49,6 +49,7 @@ class ContainerCache {
   void fetch(Plan& plan, const StoreProgress& progress);
   void announce(const Plan& plan);
   void apply(Plan& plan, std::int64_t revision);
+  void requireOnDisk(const std::vector<SettledFile>& settled) const;
   void place(const Arrival& arrival);
   void remove(const CacheItem& item);
   void keep(const CacheItem& item, bool isMoved);

@@ -16,6 +16,7 @@
 #include <thread>
 #include <utility>
 
+#include "platform/Durable.h"
 #include "platform/Text.h"
 #include "platform/Time.h"
 #include "workstation/store/StoreError.h"
@@ -265,6 +266,13 @@ void syncFileSystem(const std::string& path) {
   ::close(descriptor);
   errno = code;
   if (!synced) fail(path, "can't be synced");
+}
+
+void requireDurable(const std::wstring& root, const std::vector<std::wstring>& names) {
+  const DWORD error = platform::makeDurable(root, names);
+  if (error == ERROR_SUCCESS) return;
+  throw StoreError{statusOfError(error),
+                   platform::formatWide(L"files below \"%s\" can't be synced (error %u)", root, error)};
 }
 
 void waitForLaterTime(std::int64_t modifiedTicks) {

@@ -99,6 +99,8 @@ bool removeFile(const std::string& path) noexcept;
 void syncPath(const std::string& path);
 /// The same for all that was written to the file system of `path`.
 void syncFileSystem(const std::string& path);
+/// Makes files below a library path outlive a loss of power with their names; one that is gone is passed over.
+void requireDurable(const std::wstring& root, const std::vector<std::wstring>& names);
 std::int64_t nowSeconds();
 /// Waits, some milliseconds at most, until whoever writes a file of that time gives it another one. What is read of the
 /// file behind that belongs to its time.

@@ -69,7 +69,7 @@ CloudStatus EmbeddedProjectService::DownloadFile(const std::wstring& project, co
       asked = store.copyOut(actor, project, normal, written, file);
       if (asked != kStoreOk) throwLast(asked);
       try {
-        if (place.exists) syncPath(written);
+        syncPath(written);
         const bool stays = !suffix.empty() && isOpenInHost(place);
         if (!stays) requireClosed(place);
         const LocalPlace part = stays ? tree.place(besides) : place;

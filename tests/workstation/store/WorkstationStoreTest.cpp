@@ -1,7 +1,11 @@
 // The embedded controllers as a workstation is given them.
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <array>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <set>
 #include <thread>
@@ -19,6 +23,29 @@
 #include "workstation/store/StoreContext.h"
 #include "workstation/store/StoreStatus.h"
 #include "workstation/store/TransferConditions.h"
+
+namespace zephor_test {
+namespace {
+
+/// Told of each sync in this process, before it, with the path of what is synced.
+std::function<void(const std::string&)> onSync;
+
+int syncBy(long call, int file) {
+  std::error_code none;
+  if (onSync) onSync(std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file), none).string());
+  return static_cast<int>(::syscall(call, file));
+}
+
+}  // namespace
+}  // namespace zephor_test
+
+extern "C" __attribute__((visibility("default"))) int fsync(int file) {
+  return zephor_test::syncBy(SYS_fsync, file);
+}
+
+extern "C" __attribute__((visibility("default"))) int syncfs(int file) noexcept {
+  return zephor_test::syncBy(SYS_syncfs, file);
+}
 
 namespace zephor_test {
 namespace {
@@ -178,6 +205,44 @@ TEST(WorkstationStore, LoadThatWasCutOffIsTakenUpWhereverItEnded) {
     EXPECT_EQ(loadVerdict(one.here, one.stored, &one.seen, true), one.expected) << &one - cases;
   }
   EXPECT_EQ(loadVerdict(edited, next, nullptr, false), LoadVerdict::BringAfterBackup);
+}
+
+TEST(WorkstationStore, WhatIsNotedAsInStepIsOnTheDiskBefore) {
+  TestWorkstation desk;
+  const std::wstring project = desk.createTeamAndProject(L"House");
+  ICloudProjectService& service = *QuorvelCloudController()->GetProjectService();
+  const std::wstring directory = desk.projectPath();
+  const auto colleague = desk.addColleague(L"Ben");
+  const auto isNoted = [&](const std::wstring& name) {
+    const auto seen = workstation::CacheRecord::of(project, directory)->ask(name);
+    return seen && seen->settled.isKnown();
+  };
+  const std::string place = std::filesystem::canonical(platform::systemPath(directory)).string();
+  // Whether a sync met the file before it had its name, and with it, each time before it was noted.
+  const auto watch = [&](const std::wstring& name, const std::function<void()>& work) {
+    std::array<bool, 2> synced{};
+    onSync = [&](const std::string& path) {
+      if (!path.starts_with(place)) return;
+      if (!isNoted(name)) synced[platform::fileStatus(desk.projectPath(name)).exists ? 1 : 0] = true;
+    };
+    work();
+    onSync = nullptr;
+    EXPECT_TRUE(isNoted(name));
+    return synced;
+  };
+  constexpr std::array kBothTimes{true, true};
+  for (const int files : {1, 9}) {
+    std::set<std::wstring> names;
+    for (int i = 0; i < files; ++i) names.insert(L"new\\" + std::to_wstring(files) + std::to_wstring(i) + L".dxf");
+    for (const std::wstring& name : names) desk.putStored(colleague, name, "new");
+    EXPECT_EQ(watch(*names.begin(), [&] { EXPECT_EQ(service.DownloadFiles(project, directory, names, {}), 0); }),
+              kBothTimes);
+  }
+  desk.putStored(colleague, L"one.dxf", "new");
+  EXPECT_EQ(watch(L"one.dxf", [&] { EXPECT_EQ(service.DownloadFile(project, directory, L"one.dxf", L""), 0); }),
+            kBothTimes);
+  desk.writeFile(desk.projectPath(L"mine.dxf"), "mine");
+  EXPECT_TRUE(watch(L"mine.dxf", [&] { EXPECT_EQ(service.UploadProjectFile(project, L"mine.dxf"), 0); })[1]);
 }
 
 TEST(WorkstationStore, SessionCountsWhileItBeats) {
