@@ -1,6 +1,7 @@
 // The automatic backup: copies of object files in the project's directory "Backup", which no transfer carries.
 #include "host/ObjectFiles.h"
 #include "host/Trace.h"
+#include "platform/Durable.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -32,7 +33,13 @@ bool autoBackup::createBackup(const std::wstring& path, QuorvelFileType /*type*/
   for (int i = 0; i < kTries; ++i) {
     // Several backups of one second stand beside each other.
     const std::wstring name = i == 0 ? target : platform::formatWide(L"%s-%d", target, i);
-    if (CopyFileW(path.c_str(), name.c_str(), TRUE) != FALSE) return true;
+    if (CopyFileW(path.c_str(), name.c_str(), TRUE) != FALSE) {
+      // It is the only one as soon as the file is replaced.
+      error = platform::makeDurable(platform::directoryOf(path),
+                                    {platform::joinPath(L"Backup", platform::fileNameOf(name))});
+      if (error == ERROR_SUCCESS) return true;
+      break;
+    }
     error = GetLastError();
     if (error != ERROR_FILE_EXISTS && error != ERROR_ALREADY_EXISTS) break;
   }

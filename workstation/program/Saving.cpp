@@ -6,7 +6,9 @@
 #include "host/ObjectFiles.h"
 #include "host/Project.h"
 #include "host/Users.h"
+#include "platform/Durable.h"
 #include "platform/Files.h"
+#include "platform/Paths.h"
 #include "platform/Text.h"
 #include "platform/Time.h"
 #include "workstation/Session.h"
@@ -168,8 +170,11 @@ bool backUpStored(const std::wstring& fileName) {
       lfinigC(1) + platform::formatWide(L"Backup\\store %04d-%02d-%02d %02d.%02d.%02d", now.wYear, now.wMonth, now.wDay,
                                         now.wHour, now.wMinute, now.wSecond);
   SHCreateDirectoryExW(nullptr, directory.c_str(), nullptr);
+  // What it is a copy of is about to be replaced.
   return QuorvelCloudController()->GetProjectService()->DownloadFile(get_ActivePrj().GetOndrathProjectUuid(), directory,
-                                                                     fileName, L"") == 0;
+                                                                     fileName, L"") == 0 &&
+         platform::makeDurable(platform::directoryOf(directory),
+                               {platform::joinPath(platform::fileNameOf(directory), fileName)}) == 0;
 }
 
 bool backUpHere(const ItemView& view) {
