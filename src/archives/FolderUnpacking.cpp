@@ -2,6 +2,7 @@
 #include "archives/ArchiveMessages.h"
 #include "archives/FreshDirectory.h"
 #include "archives/ZipProgress.h"
+#include "platform/Durable.h"
 #include "platform/Files.h"
 #include "zephor/ProjectArchives.h"
 
@@ -12,7 +13,9 @@ constexpr const wchar_t* kOperation = L"Quorvel::FileAccess::WGO_unzipFolder";
 
 /// Into a folder that is there nothing comes before all of the archive was read once.
 bool extractInto(CkZipW& zip, const std::wstring& target) {
-  return (zip.CheckContent() && zip.Extract(target.c_str())) || failWithMessage(kOperation, zip.lastErrorText());
+  if (!zip.CheckContent() || !zip.Extract(target.c_str())) return failWithMessage(kOperation, zip.lastErrorText());
+  const DWORD error = platform::makeDurable(target);
+  return error == ERROR_SUCCESS || failWithMessage(kOperation, target, error);
 }
 
 bool extractAsNew(CkZipW& zip, const std::wstring& target) {

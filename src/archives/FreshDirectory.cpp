@@ -4,6 +4,7 @@
 
 #include "host/Guid.h"
 #include "host/Trace.h"
+#include "platform/Durable.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -79,8 +80,12 @@ DWORD FreshDirectory::takePlace(const std::wstring& target) {
   if (DeleteFileW(platform::joinPath(path_, kMark).c_str()) == FALSE && GetLastError() != ERROR_FILE_NOT_FOUND) {
     return GetLastError();
   }
+  if (const DWORD error = platform::makeDurable(path_)) return error;
   isPlaced_ = MoveFileExW(path_.c_str(), target.c_str(), 0) != FALSE;
-  return isPlaced_ ? ERROR_SUCCESS : GetLastError();
+  if (!isPlaced_) return GetLastError();
+  // It is whole either way, so that a failure here is none.
+  platform::makeDurable(platform::directoryOf(target), {platform::fileNameOf(target)});
+  return ERROR_SUCCESS;
 }
 
 std::wstring temporaryDirectory() {

@@ -25,7 +25,7 @@ class FreshDirectory {
   /// 0, or why it could not be made.
   DWORD error() const { return error_; }
   const std::wstring& path() const { return path_; }
-  /// Never replaces anything. @return 0, or the error
+  /// Makes what is in it outlive a power failure first. Never replaces anything. @return 0, or the error
   DWORD takePlace(const std::wstring& target);
 
  private:

@@ -9,6 +9,7 @@
 #include "host/NetManager.h"
 #include "host/System.h"
 #include "host/Users.h"
+#include "platform/Durable.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -69,6 +70,8 @@ bool unpack(const std::wstring& zipPath, const std::wstring& directory) {
 
 /// Puts the unpacked project into its place; what was there leaves it and comes back when that fails.
 bool takePlace(FreshDirectory& fresh, const std::wstring& directory, bool mayReplace) {
+  // Slow, and so before the old one leaves.
+  if (const DWORD error = platform::makeDurable(fresh.path())) return failWithMessage(kOperation, fresh.path(), error);
   ReplacedProject replaced(directory);
   const bool isThere = mayReplace && platform::fileStatus(directory).exists;
   if (isThere && !replaced.setAside()) return failWithMessage(kOperation, replaced.failure());

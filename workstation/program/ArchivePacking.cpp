@@ -8,6 +8,7 @@
 
 #include "host/Project.h"
 #include "platform/CheckedRemoval.h"
+#include "platform/Durable.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -165,6 +166,9 @@ ArchiveView packInto(const Context& context, const Source& source, const std::st
   ArchiveView view((staging / place.filename()).string());
   fs::rename(staging / place.filename(), place, error);
   if (error) throw CommandFailure{ExitCode::Failure, platform::fromUtf8(archive + ": " + error.message())};
+  // It was synced as it was built; who is told of it may delete what it was made of.
+  platform::makeDurable(platform::libraryPath(place.parent_path().string()),
+                        {platform::fromUtf8(place.filename().string())});
   return view;
 }
 
