@@ -27,6 +27,7 @@ std::array<int, 2> makePipe() {
 }  // namespace
 
 Office::Office() {
+  for (char** variable = environ; *variable != nullptr; ++variable) environment_.emplace_back(*variable);
   std::string name = (std::filesystem::temp_directory_path() / "zephor-journey-XXXXXX").string();
   directory_ = ::mkdtemp(name.data());
 }
@@ -34,6 +35,11 @@ Office::Office() {
 Office::~Office() {
   std::error_code ignored;
   std::filesystem::remove_all(directory_, ignored);
+  ::clearenv();
+  for (const std::string& variable : environment_) {
+    const std::size_t end = variable.find('=');
+    ::setenv(variable.substr(0, end).c_str(), variable.substr(end + 1).c_str(), 1);
+  }
 }
 
 RunningProgram::RunningProgram(int pid, int out, int err) : pid_(pid), out_(out), err_(err) {}

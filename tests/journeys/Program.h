@@ -74,6 +74,7 @@ class Office {
 
  private:
   std::filesystem::path directory_;
+  std::vector<std::string> environment_;  // as it was, for the next test of this process
 };
 
 std::string contentOf(const std::filesystem::path& file);
