@@ -1,5 +1,6 @@
 // `zephor pack`, `zephor unpack`, `zephor inspect`: projects and folders in archives.
 #include "workstation/program/ArchiveCommands.h"
+#include "workstation/program/Agreement.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -10,7 +11,6 @@
 #include "host/Project.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
-#include "platform/UserInterface.h"
 #include "workstation/program/ArchiveView.h"
 #include "workstation/program/Arguments.h"
 #include "workstation/program/Commands.h"
@@ -155,10 +155,6 @@ void addUnpack(CLI::App& app, Action& selected) {
 }
 
 }  // namespace
-
-bool agrees(const std::wstring& question) {
-  return platform::userInterface().messageBox({nullptr, question, L"zephor", MB_YESNO, {}, {}}) == IDYES;
-}
 
 void addArchiveCommands(CLI::App& app, Action& selected) {
   addPack(app, selected);

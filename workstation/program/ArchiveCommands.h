@@ -25,7 +25,4 @@ struct UnpackArguments {
 ExitCode packArchive(Context& context, const PackArguments& arguments);
 ExitCode unpackArchive(Context& context, const UnpackArguments& arguments);
 
-/// @return true when the person agrees
-bool agrees(const std::wstring& question);
-
 }  // namespace workstation::program

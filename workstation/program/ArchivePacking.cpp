@@ -13,6 +13,7 @@
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "workstation/objects/ProjectDatabaseFile.h"
+#include "workstation/program/Agreement.h"
 #include "workstation/program/ArchiveCommands.h"
 #include "workstation/program/ArchiveView.h"
 #include "workstation/program/Arguments.h"

@@ -6,6 +6,7 @@
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
+#include "workstation/program/Agreement.h"
 #include "workstation/program/ArchiveCommands.h"
 #include "workstation/program/ArchiveView.h"
 #include "workstation/program/Arguments.h"

@@ -6,8 +6,8 @@
 #include "host/Locking.h"
 #include "host/Project.h"
 #include "host/Trace.h"
-#include "platform/UserInterface.h"
 #include "workstation/objects/LockText.h"
+#include "workstation/program/Agreement.h"
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/ObjectLocks.h"
@@ -44,7 +44,7 @@ bool isAgreed(const ObjectName& object, const std::wstring& holder) {
   const std::wstring question = object.shortName() + L" is locked by " + holder +
                                 L". Take the lock away? What was changed there and not saved may meet somebody else's "
                                 L"version then.";
-  return platform::userInterface().messageBox({nullptr, question, L"zephor", MB_YESNO, {}, {}}) == IDYES;
+  return agrees(question);
 }
 
 /// For the lock of a workstation that is lost.

@@ -10,10 +10,10 @@
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
-#include "platform/UserInterface.h"
 #include "workstation/Session.h"
 #include "workstation/objects/ObjectFile.h"
 #include "workstation/objects/ObjectNames.h"
+#include "workstation/program/Agreement.h"
 #include "workstation/program/Arguments.h"
 #include "workstation/program/Commands.h"
 #include "workstation/program/Context.h"
@@ -193,8 +193,7 @@ void checkExportTarget(const Context& context, const ObjectName& object, const s
   if (!status.exists) return;
   if (status.isDirectory) throw CommandFailure{ExitCode::Failure, shown + L" is a directory; expected a file"};
   const std::wstring question = shown + L" exists already. Replace it?";
-  const bool isAllowed = context.options().dryRun || platform::userInterface().messageBox(
-                                                         {nullptr, question, L"zephor", MB_YESNO, {}, {}}) == IDYES;
+  const bool isAllowed = context.options().dryRun || agrees(question);
   if (!isAllowed)
     throw CommandFailure{ExitCode::Failure, shown + L" exists already and stays as it is; --yes replaces it"};
 }

@@ -7,8 +7,8 @@
 #include "host/Project.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
-#include "platform/UserInterface.h"
 #include "workstation/Session.h"
+#include "workstation/program/Agreement.h"
 #include "workstation/program/CacheContent.h"
 #include "workstation/program/CacheTrash.h"
 #include "workstation/program/Commands.h"
@@ -101,7 +101,7 @@ std::wstring placesOf(const Loss& loss, bool isDone) {
 bool isAgreed(const Loss& loss, const std::wstring& places) {
   const std::wstring question =
       L"Delete the project " + loss.project.teamName + L"/" + loss.project.name + L" for everybody? (" + places + L")";
-  return platform::userInterface().messageBox({nullptr, question, L"zephor", MB_YESNO, {}, {}}) == IDYES;
+  return agrees(question);
 }
 
 void reportDeletion(const Context& context, const Loss& loss, const wchar_t* outcome, const std::wstring& places) {

@@ -4,7 +4,7 @@
 #include <functional>
 
 #include "platform/Text.h"
-#include "platform/UserInterface.h"
+#include "workstation/program/Agreement.h"
 #include "workstation/program/ChangesSnapshot.h"
 #include "workstation/program/Context.h"
 #include "workstation/program/PushUpload.h"
@@ -78,7 +78,7 @@ void PushRun::confirmDeletions() {
   if (count == 0) return;
   const std::wstring question = platform::formatWide(
       L"Of what the store has, no longer here: %d. Delete that in the store too, for everybody?", count);
-  if (platform::userInterface().messageBox({nullptr, question, L"zephor", MB_YESNO, {}, {}}) == IDYES) return;
+  if (agrees(question)) return;
   for (PushItem& item : items_) {
     if (item.isToDelete()) refuse(item, L"not deleted in the store: nobody said yes, --yes does");
   }

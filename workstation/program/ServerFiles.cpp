@@ -7,7 +7,7 @@
 
 #include "platform/Text.h"
 #include "platform/Time.h"
-#include "platform/UserInterface.h"
+#include "workstation/program/Agreement.h"
 #include "workstation/program/ServerCommands.h"
 #include "workstation/program/ServerLookup.h"
 #include "workstation/program/ServerPieces.h"
@@ -151,8 +151,7 @@ ExitCode rename(Context& context, const ServerOptions& options, const FileArgume
 
 bool mayDelete(const Context& context, const std::wstring& directory) {
   const std::wstring question = L"Delete " + directory + L" with everything in it on the server?";
-  return context.options().dryRun ||
-         platform::userInterface().messageBox({nullptr, question, L"zephor", MB_YESNO, {}, {}}) == IDYES;
+  return context.options().dryRun || agrees(question);
 }
 
 void removeDirectory(const ServerSession& session, const ServerPath& path, Tally& tally) {

@@ -9,8 +9,8 @@
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
-#include "platform/UserInterface.h"
 #include "workstation/Session.h"
+#include "workstation/program/Agreement.h"
 #include "workstation/program/Arguments.h"
 #include "workstation/program/CacheContent.h"
 #include "workstation/program/Commands.h"
@@ -215,7 +215,7 @@ ExitCode deleteContainer(Context& context, const Arguments& arguments) {
     return ExitCode::Done;
   }
   const std::wstring question = L"Delete the container " + loss + L", for everybody in the team?";
-  if (platform::userInterface().messageBox({nullptr, question, L"zephor", MB_YESNO, {}, {}}) != IDYES) {
+  if (!agrees(question)) {
     reportContainer(context, container, L"kept", L"nobody said yes, --yes does");
     return ExitCode::Failure;
   }
