@@ -92,8 +92,8 @@ std::uint64_t bytesOf(const Contents& contents) {
 /// The first file that is not as it was, or not there on one side; empty when there is none.
 std::string firstDifference(const Contents& before, const Contents& after) {
   const auto [first, second] = std::mismatch(before.begin(), before.end(), after.begin(), after.end());
-  if (first != before.end()) return first->first;
-  return second != after.end() ? second->first : std::string();
+  if (first == before.end()) return second != after.end() ? second->first : std::string();
+  return second != after.end() ? std::min(first->first, second->first) : first->first;
 }
 
 /// Brings what the database keeps beside it into the one file.
