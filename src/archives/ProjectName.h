@@ -10,8 +10,8 @@ namespace Quorvel::FileAccess {
 
 /// True for the name of one directory, without its ".prj", that a descriptor holds and every workstation can make.
 inline bool isProjectName(const std::wstring& name) {
-  return name.size() < std::size(PRJ().directoryName) && name.find_first_of(L"\\/") == std::wstring::npos &&
-         platform::isSafeRelativeName(name + L".prj");
+  return !name.empty() && name.size() < std::size(PRJ().directoryName) &&
+         name.find_first_of(L"\\/") == std::wstring::npos && platform::isSafeRelativeName(name + L".prj");
 }
 
 }  // namespace Quorvel::FileAccess
