@@ -144,7 +144,8 @@ void removeKilled(const fs::path& directory) {
 
 /// Packs beside the archive's place until nothing changed meanwhile, and gives the whole one its place once it could be
 /// read again.
-ArchiveView packInto(const Context& context, const Source& source, const std::string& archive) {
+/// @param mayReplace  false: what came to the place meanwhile stays
+ArchiveView packInto(const Context& context, const Source& source, const std::string& archive, bool mayReplace) {
   const fs::path place = archive;
   const fs::path staging = place.parent_path() / stagingName();
   std::error_code error;
@@ -165,7 +166,10 @@ ArchiveView packInto(const Context& context, const Source& source, const std::st
     throw CommandFailure{ExitCode::Failure, source.name + L" does not keep still; " + platform::fromUtf8(archive) +
                                                 L" was not written. Close what works in it, and pack again"};
   ArchiveView view((staging / place.filename()).string());
-  fs::rename(staging / place.filename(), place, error);
+  if (!mayReplace && MoveFileExW(built.c_str(), platform::libraryPath(archive).c_str(), 0) == FALSE)
+    throw CommandFailure{ExitCode::Failure, platform::fromUtf8(archive) + L" was not written: error " +
+                                                std::to_wstring(GetLastError()) + L"; expected a free name"};
+  if (mayReplace) fs::rename(staging / place.filename(), place, error);
   if (error) throw CommandFailure{ExitCode::Failure, platform::fromUtf8(archive + ": " + error.message())};
   // It was synced as it was built; who is told of it may delete what it was made of.
   platform::makeDurable(platform::libraryPath(place.parent_path().string()),
@@ -196,7 +200,7 @@ ExitCode packSource(const Context& context, const Source& source, const std::str
   if (context.options().dryRun) return tellContents(context, source, shown);
   if (there.exists && !agrees(shown + L" is there already. Replace it?"))
     throw CommandFailure{ExitCode::Failure, shown + L" stays, and nothing was packed; --yes replaces it"};
-  const ArchiveView view = packInto(context, source, archive);
+  const ArchiveView view = packInto(context, source, archive, there.exists);
   context.output().result(
       L"packed " + source.name + L" into " + shown + L": " + amountText(view.files(), view.size(), view.packed()),
       {{"archive", shown},
