@@ -71,13 +71,15 @@ std::vector<std::string> missingDirectories(fs::path place) {
 class BlockedSignals {
  public:
   BlockedSignals() {
-    // One that was started deaf to its terminal stays so; one whose children go unheard could not wait for its own.
-    struct sigaction hangUp = {};
-    sigaction(SIGHUP, nullptr, &hangUp);
+    // One that was started deaf to its terminal, behind nohup or as a script's job in the background, stays so; one
+    // whose children go unheard could not wait for its own.
     ::signal(SIGCHLD, SIG_DFL);
     sigemptyset(&set_);
-    for (const int ending : kEndings)
-      if (ending != SIGHUP || hangUp.sa_handler != SIG_IGN) sigaddset(&set_, ending);
+    for (const int ending : kEndings) {
+      struct sigaction before = {};
+      sigaction(ending, nullptr, &before);
+      if (before.sa_handler != SIG_IGN) sigaddset(&set_, ending);
+    }
     sigaddset(&set_, SIGCHLD);
     sigprocmask(SIG_BLOCK, &set_, &before_);
   }
