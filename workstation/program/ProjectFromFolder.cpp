@@ -71,8 +71,8 @@ std::wstring makeProject(Context& context, const StoreTeam& team, const std::wst
     throw CommandFailure{
         ExitCode::Failure,
         platform::formatWide(L"the team %s has a project %s with files already; to go on with one that "
-                             L"was being made: zephor open %s, zephor push, and zephor unlock for what "
-                             L"is still locked",
+                             L"was being made: zephor open %s, zephor lock for what is only here, zephor "
+                             L"push, and zephor unlock for what is still locked",
                              team.name, name, name)};
   }
   std::wstring uuid;
