@@ -1,6 +1,9 @@
 // `pack`, `unpack`, `inspect`, and an unpacked project that is shared again.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -169,6 +172,29 @@ TEST_F(Archive, AFolderIsPackedAndUnpackedAsOne) {
   EXPECT_EQ(contentOf(office_.path("out/inner/b.txt")), "mine");
   office_.must("ben", {"--yes", "unpack", at("x.zip"), "--to", at("out")});
   EXPECT_EQ(contentOf(office_.path("out/inner/b.txt")), "b");
+}
+
+TEST_F(Archive, WhatAnotherRunBringsMeanwhileIsNotReplacedUnasked) {
+  makeArchive();
+  makeLarge();
+  EXPECT_EQ(office_.run("anna", {"pack", at(".qpn")}).exitCode, 1) << "no name for the project";
+  const auto packing = office_.start("anna", {"pack", at("New.qpn")});
+  EXPECT_TRUE(packing->waitFor("0 %"));
+  office_.writeFile("New.qpn", "mine");
+  EXPECT_EQ(packing->end().exitCode, 1);
+  EXPECT_EQ(contentOf(office_.path("New.qpn")), "mine");
+
+  for (const char* const directory : {"folder", "out"}) fs::create_directory(office_.path(directory));
+  office_.writeFile("folder/same.txt", "theirs");
+  office_.must("anna", {"pack", "--folder", at("folder"), at("x.zip")});
+  const int other = ::open(at("").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  ASSERT_EQ(::flock(other, LOCK_EX), 0);
+  const auto unpacking = office_.start("ben", {"unpack", at("x.zip"), "--to", at("out")});
+  EXPECT_TRUE(unpacking->waitFor("; waiting"));
+  office_.writeFile("out/same.txt", "mine");
+  ::close(other);
+  EXPECT_EQ(unpacking->end().exitCode, 1);
+  EXPECT_EQ(contentOf(office_.path("out/same.txt")), "mine");
 }
 
 }  // namespace

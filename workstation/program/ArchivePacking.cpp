@@ -245,7 +245,7 @@ ExitCode packArchive(Context& context, const PackArguments& arguments) {
   if (isFolder && arguments.names.size() > 1) throw CommandFailure{ExitCode::Usage, L"a project or --folder, not both"};
   return runInterruptible(context, L"no archive was written", [&](const WorkPlaces& places) {
     const fs::path directory = fs::path(archive).parent_path();
-    if (places.announce(directory.string(), kStaging)) removeKilled(directory);
+    if (places.announce(context, directory.string(), kStaging)) removeKilled(directory);
     return isFolder ? packFolder(context, arguments, archive)
                     : packProject(context, arguments.names.size() > 1 ? arguments.names.front() : "", archive);
   });

@@ -63,6 +63,9 @@ ExitCode unpackProject(Context& context, const Unpacking& unpacking, const WorkP
       unpacking.target.empty() ? globalHostsManager::instance().getHostPath(kLocalHost) : unpacking.target;
   std::wstring name = projectNameIn(unpacking);
   const auto directoryOf = [&] { return platform::joinPath(root, name + L".prj"); };
+  // The library's own name for what it unpacks; one of which nothing is known here is refused there.
+  if (!context.options().dryRun)
+    places.announce(context, platform::systemPath(root), "." + platform::toUtf8(name) + ".prj.");
   const bool isThere = !name.empty() && platform::fileStatus(directoryOf()).exists;
   if (context.options().dryRun) {
     if (name.empty()) throw CommandFailure{ExitCode::Failure, unpacking.shown + L": Invalid project zipfile!"};
@@ -70,8 +73,6 @@ ExitCode unpackProject(Context& context, const Unpacking& unpacking, const WorkP
     if (isThere) context.output().message(L"the project that is there would go to the trash, after a question");
     return ExitCode::Done;
   }
-  // The library's own name for what it unpacks; one of which nothing is known here is refused there.
-  places.announce(platform::systemPath(root), "." + platform::toUtf8(name) + ".prj.");
   if (!Quorvel::FileAccess::WGO_unzipProjectFolderToPath(unpacking.archive, root, name)) {
     context.output().error(L"zephor: " + unpacking.shown + L" was not unpacked");
     return ExitCode::Failure;
@@ -96,6 +97,10 @@ std::vector<std::wstring> replacedFiles(const ArchiveView& view, const std::wstr
 
 ExitCode unpackFolder(Context& context, const ArchiveView& view, const Unpacking& unpacking, const WorkPlaces& places) {
   context.startWorkstation();
+  // Before the look at what is there: it may be another run's that is still at work.
+  const fs::path directory = platform::systemPath(unpacking.target);
+  if (!context.options().dryRun)
+    places.announce(context, directory.parent_path().string(), "." + directory.filename().string() + ".");
   const std::vector<std::wstring> replaced = replacedFiles(view, unpacking.target);
   if (context.options().dryRun) {
     for (const std::wstring& name : replaced) context.output().message(name + L" would be replaced");
@@ -106,8 +111,6 @@ ExitCode unpackFolder(Context& context, const ArchiveView& view, const Unpacking
       !agrees(counted(replaced.size(), L"file is", L"files are") + L" there already (" + replaced.front() +
               (replaced.size() > 1 ? L", ...)" : L")") + L". Replace what the archive has?"))
     throw CommandFailure{ExitCode::Failure, L"nothing was unpacked; --yes replaces what is there"};
-  const fs::path directory = platform::systemPath(unpacking.target);
-  places.announce(directory.parent_path().string(), "." + directory.filename().string() + ".");
   if (!Quorvel::FileAccess::WGO_unzipFolder(unpacking.archive.c_str(), unpacking.target.c_str())) {
     context.output().error(L"zephor: " + unpacking.shown + L" was not unpacked");
     return ExitCode::Failure;

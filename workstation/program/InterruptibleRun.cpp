@@ -111,12 +111,16 @@ class BlockedSignals {
 
 }  // namespace
 
-bool WorkPlaces::announce(const std::string& directory, const std::string& prefix) const {
+bool WorkPlaces::announce(const Context& context, const std::string& directory, const std::string& prefix) const {
   const std::vector<std::string> missing = missingDirectories(directory);
   const std::string lockable = missing.empty() ? directory : fs::path(missing.back()).parent_path().string();
   // Kept until the process ends. Where the file system has no such locks, nobody waits.
   const int lock = ::open(lockable.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  const bool isAlone = lock >= 0 && ::flock(lock, LOCK_EX) == 0;
+  bool isAlone = lock >= 0 && ::flock(lock, LOCK_EX | LOCK_NB) == 0;
+  if (lock >= 0 && !isAlone && errno == EWOULDBLOCK) {
+    context.output().message(L"another program works in " + platform::fromUtf8(lockable) + L"; waiting");
+    isAlone = ::flock(lock, LOCK_EX) == 0;
+  }
   std::ofstream file(scratch_ + '/' + kAnnounced, std::ios::binary);
   const auto write = [&file](const std::string& text) { file << text << '\0'; };
   write(directory);

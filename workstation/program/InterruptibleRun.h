@@ -18,10 +18,10 @@ class WorkPlaces {
   /// A directory for temporary files that goes with the run.
   const std::string& scratch() const { return scratch_; }
   /// From now on, what comes into `directory` under a name that begins with `prefix` and ends in ".tmp" is the work's;
-  /// other runs on this machine that announce the same directory wait until this process ends. One that is not there
-  /// goes again while it is empty.
+  /// other runs on this machine that announce the same directory wait until this process ends, and say so. One that is
+  /// not there goes again while it is empty.
   /// @return true when no other run is at work there: what has such a name is a killed one's
-  bool announce(const std::string& directory, const std::string& prefix) const;
+  bool announce(const Context& context, const std::string& directory, const std::string& prefix) const;
   /// Removes what is left. In the process that outlives the work.
   void clean() const;
 
