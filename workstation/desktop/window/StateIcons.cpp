@@ -48,7 +48,7 @@ void line(QPainter& painter, const QPolygonF& points) {
 }
 
 void check(QPainter& painter) {
-  line(painter, QPolygonF({{3, 8.5}, {6.5, 12}, {13, 4.5}}));
+  line(painter, QPolygonF(QList<QPointF>{{3, 8.5}, {6.5, 12}, {13, 4.5}}));
 }
 
 void arrow(QPainter& painter, bool isUp) {
@@ -56,8 +56,8 @@ void arrow(QPainter& painter, bool isUp) {
     painter.translate(0, kSide);
     painter.scale(1, -1);
   }
-  line(painter, QPolygonF({{8, 13.5}, {8, 3}}));
-  line(painter, QPolygonF({{3.5, 7.5}, {8, 3}, {12.5, 7.5}}));
+  line(painter, QPolygonF(QList<QPointF>{{8, 13.5}, {8, 3}}));
+  line(painter, QPolygonF(QList<QPointF>{{3.5, 7.5}, {8, 3}, {12.5, 7.5}}));
 }
 
 void arrowFromBar(QPainter& painter, bool isUp) {
@@ -67,19 +67,19 @@ void arrowFromBar(QPainter& painter, bool isUp) {
 
 void warning(QPainter& painter) {
   painter.setBrush(Qt::NoBrush);
-  painter.drawPolygon(QPolygonF({{8, 2}, {14.5, 13.8}, {1.5, 13.8}}));
-  line(painter, QPolygonF({{8, 6.5}, {8, 9.2}}));
+  painter.drawPolygon(QPolygonF(QList<QPointF>{{8, 2}, {14.5, 13.8}, {1.5, 13.8}}));
+  line(painter, QPolygonF(QList<QPointF>{{8, 6.5}, {8, 9.2}}));
   painter.drawPoint(QPointF(8, 11.6));
 }
 
 void cross(QPainter& painter) {
-  line(painter, QPolygonF({{3.5, 3.5}, {12.5, 12.5}}));
-  line(painter, QPolygonF({{12.5, 3.5}, {3.5, 12.5}}));
+  line(painter, QPolygonF(QList<QPointF>{{3.5, 3.5}, {12.5, 12.5}}));
+  line(painter, QPolygonF(QList<QPointF>{{12.5, 3.5}, {3.5, 12.5}}));
 }
 
 void dash(QPainter& painter) {
   painter.drawEllipse(QRectF(2, 2, 12, 12));
-  line(painter, QPolygonF({{5.5, 8}, {10.5, 8}}));
+  line(painter, QPolygonF(QList<QPointF>{{5.5, 8}, {10.5, 8}}));
 }
 
 void padlock(QPainter& painter, bool isFilled) {
@@ -99,7 +99,7 @@ QIcon drawState(RowState state) {
     case RowState::Unsent:
       return draw(kRed, [](QPainter& painter) {
         arrow(painter, true);
-        line(painter, QPolygonF({{2.5, 13.5}, {13.5, 13.5}}));
+        line(painter, QPolygonF(QList<QPointF>{{2.5, 13.5}, {13.5, 13.5}}));
       });
     case RowState::ChangedHere:
       return draw(kOrange, [](QPainter& painter) { arrow(painter, true); });
