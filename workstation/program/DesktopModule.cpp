@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
+#include <filesystem>
 
 #include "workstation/desktop/Desktop.h"
 
@@ -11,9 +12,21 @@ namespace {
 
 constexpr const char* kModule = "libzephor_desktop.so";
 
+/// Beside the program, or where a build puts it. By its path: the loader's own search begins at whoever calls it, which
+/// with a sanitizer is not the program.
+std::string modulePath() {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::path place = fs::read_symlink("/proc/self/exe", error).parent_path();
+  for (const fs::path& path : {place / kModule, place / "../lib" / kModule}) {
+    if (fs::exists(path, error)) return path.string();
+  }
+  return kModule;
+}
+
 /// Stays loaded: the toolkit can't be taken out of a process. @return null with the reason in `error`
 void* entry(const char* name, std::string& error) {
-  void* const module = ::dlopen(kModule, RTLD_NOW | RTLD_LOCAL);
+  void* const module = ::dlopen(modulePath().c_str(), RTLD_NOW | RTLD_LOCAL);
   void* const found = module != nullptr ? ::dlsym(module, name) : nullptr;
   if (found == nullptr) {
     const char* const reason = ::dlerror();
