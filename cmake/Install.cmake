@@ -45,7 +45,7 @@ install(FILES ${PROJECT_BINARY_DIR}/installed/completion.bash RENAME zephor
 if(TARGET zephor_desktop)
   set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME desktop)
   install(TARGETS zephor_desktop LIBRARY DESTINATION ${ZEPHOR_PROGRAM_DIR})
-  install(FILES cmake/zephor.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+  install(FILES workstation/desktop/zephor.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 endif()
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME dev)
